@@ -1,0 +1,34 @@
+# Compiler settings shared by every target.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    find_program(FLX_CCACHE ccache)
+    if(FLX_CCACHE)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${FLX_CCACHE})
+    endif()
+endif()
+
+# Contraction would give other bits with FMA than without; errno and traps keep noise and the column machine from
+# vectorising. No fast-math: results are IEEE everywhere.
+include(CheckCXXCompilerFlag)
+add_library(flx_compile INTERFACE)
+target_compile_options(flx_compile INTERFACE -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${FLX_WERROR}>:-Werror>
+    -fno-math-errno -fno-trapping-math)
+check_cxx_compiler_flag(-ffp-contract=off FLX_HAS_FP_CONTRACT)
+if(FLX_HAS_FP_CONTRACT)
+    target_compile_options(flx_compile INTERFACE -ffp-contract=off)
+endif()
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    target_compile_options(flx_compile INTERFACE -march=x86-64-v2)
+endif()
+
+set(FLX_SANITIZE "" CACHE STRING "Sanitizers, for example address,undefined or thread")
+if(FLX_SANITIZE)
+    target_compile_options(flx_compile INTERFACE -fsanitize=${FLX_SANITIZE} -fno-omit-frame-pointer
+        $<$<STREQUAL:${FLX_SANITIZE},address,undefined>:-fno-sanitize-recover=undefined>)
+    target_link_options(flx_compile INTERFACE -fsanitize=${FLX_SANITIZE})
+endif()
