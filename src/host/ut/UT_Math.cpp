@@ -8,15 +8,17 @@
 #if defined(__x86_64__)
 #include <immintrin.h>
 
+#define UT_AVX __attribute__((target("avx")))
+
 // sleef.h declares these only when the whole file is compiled for AVX.
 extern "C" {
 // clang-format off
 #define UT_DECLARE_UNARY(NAME)                                                                                         \
-    __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d);                                                                     \
-    __m256 Sleef_cinz_##NAME##f8_u10avx(__m256);
+    UT_AVX __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d);                                                                     \
+    UT_AVX __m256 Sleef_cinz_##NAME##f8_u10avx(__m256);
 #define UT_DECLARE_BINARY(NAME)                                                                                        \
-    __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d, __m256d);                                                            \
-    __m256 Sleef_cinz_##NAME##f8_u10avx(__m256, __m256);
+    UT_AVX __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d, __m256d);                                                            \
+    UT_AVX __m256 Sleef_cinz_##NAME##f8_u10avx(__m256, __m256);
 UT_DECLARE_UNARY(sin) UT_DECLARE_UNARY(cos) UT_DECLARE_UNARY(tan)
 UT_DECLARE_UNARY(asin) UT_DECLARE_UNARY(acos) UT_DECLARE_UNARY(atan)
 UT_DECLARE_UNARY(sinh) UT_DECLARE_UNARY(cosh) UT_DECLARE_UNARY(tanh)
@@ -48,10 +50,8 @@ bool hasAvx() {
         return i;                                                                                                      \
     }
 #define UT_LOOPS(KIND, NAME)                                                                                           \
-    KIND(NAME##Avx, __attribute__((target("avx"))), double, 4, Sleef_cinz_##NAME##d4_u10avx, _mm256_loadu_pd,          \
-         _mm256_storeu_pd)                                                                                             \
-    KIND(NAME##Avx, __attribute__((target("avx"))), float, 8, Sleef_cinz_##NAME##f8_u10avx, _mm256_loadu_ps,           \
-         _mm256_storeu_ps)                                                                                             \
+    KIND(NAME##Avx, UT_AVX, double, 4, Sleef_cinz_##NAME##d4_u10avx, _mm256_loadu_pd, _mm256_storeu_pd)                \
+    KIND(NAME##Avx, UT_AVX, float, 8, Sleef_cinz_##NAME##f8_u10avx, _mm256_loadu_ps, _mm256_storeu_ps)                 \
     KIND(NAME##Sse, , double, 2, Sleef_cinz_##NAME##d2_u10sse2, _mm_loadu_pd, _mm_storeu_pd)                           \
     KIND(NAME##Sse, , float, 4, Sleef_cinz_##NAME##f4_u10sse2, _mm_loadu_ps, _mm_storeu_ps)
 #define UT_WHOLE_VECTORS(NAME, ...) (hasAvx() ? NAME##Avx(__VA_ARGS__) : NAME##Sse(__VA_ARGS__))
