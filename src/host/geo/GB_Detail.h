@@ -1,0 +1,126 @@
+#pragma once
+
+#include "host/geo/GB_AttributeDict.h"
+#include "host/geo/GB_GroupList.h"
+#include "host/geo/GB_RecordPool.h"
+#include "host/geo/GEO_PointList.h"
+#include "host/geo/GEO_PrimList.h"
+#include "host/ut/UT_BitSet.h"
+#include "host/ut/UT_BoundingBox.h"
+
+#include <cstdint>
+#include <string>
+
+/// What a piece of geometry holds: points and primitives in order, the attributes of four classes, groups, and the
+/// counters by which derived structures notice change.
+class GB_Detail {
+public:
+    GB_Detail();
+    virtual ~GB_Detail();
+    GB_Detail(const GB_Detail&) = delete;
+    GB_Detail& operator=(const GB_Detail&) = delete;
+
+    GEO_PointList& points() { return myPoints; }
+    const GEO_PointList& points() const { return myPoints; }
+    GEO_PrimList& primitives() { return myPrims; }
+    const GEO_PrimList& primitives() const { return myPrims; }
+
+    GEO_PointAttribDict& pointAttribs() { return myPointAttribs; }
+    const GEO_PointAttribDict& pointAttribs() const { return myPointAttribs; }
+    GEO_VertexAttribDict& vertexAttribs() { return myVertexAttribs; }
+    const GEO_VertexAttribDict& vertexAttribs() const { return myVertexAttribs; }
+    GEO_PrimAttribDict& primitiveAttribs() { return myPrimAttribs; }
+    const GEO_PrimAttribDict& primitiveAttribs() const { return myPrimAttribs; }
+    /// Attributes of the detail itself; the values are in the table's one record.
+    GB_AttributeTable& attribs() { return myAttribs; }
+    const GB_AttributeTable& attribs() const { return myAttribs; }
+    GB_AttributeDict& attribs(GB_AttribClass cls);
+    const GB_AttributeDict& attribs(GB_AttribClass cls) const { return const_cast<GB_Detail*>(this)->attribs(cls); }
+    char* attribData() { return myAttribs.attribData(); }
+    const char* attribData() const { return myAttribs.attribData(); }
+
+    GB_PointGroupList& pointGroups() { return myPointGroups; }
+    const GB_PointGroupList& pointGroups() const { return myPointGroups; }
+    GB_PrimitiveGroupList& primitiveGroups() { return myPrimGroups; }
+    const GB_PrimitiveGroupList& primitiveGroups() const { return myPrimGroups; }
+
+    /// A new last point at (0, 0, 0, 1), attributes at their defaults. Never moves other points.
+    GEO_Point* appendPoint();
+    /// Removes every point that no primitive references, and returns how many went. When all that happened since the
+    /// last call was births and deaths of particles this costs one pass over the point order (nothing when nobody
+    /// died), else a pass over all primitives.
+    size_t removeUnusedPoints();
+    /// Removes exactly these points (slots). No primitive may reference them any more.
+    size_t removePoints(const UT_BitSet& slots);
+
+    /// Box of the points of the group, or without one of all points and of primitives that reach beyond theirs.
+    /// Replaces the box; 0 when there is nothing to enclose.
+    int getBBox(UT_BoundingBox& box, const GB_PointGroup* group = nullptr) const;
+    /// Box of the primitives of the group.
+    int getBBox(UT_BoundingBox& box, const GB_PrimitiveGroup* group) const;
+
+    /// Identity of this detail in the process, never given twice.
+    uint64_t dataId() const { return myDataId; }
+    /// Raised by everything that adds, removes or moves elements in bulk and by notifications. Whoever writes
+    /// positions or attributes of single elements in place calls bumpChange when done.
+    uint64_t getChangeCount() const { return myChangeCount; }
+    void bumpChange() { ++myChangeCount; }
+    /// Raised whenever an attribute of any class is appended or attributes are dropped.
+    uint64_t layoutSerial() const;
+
+    /// First broken invariant as text, empty when the detail is sound. Costs a pass over everything; for tests and
+    /// loaders.
+    std::string validate() const;
+
+    GB_RecordPool& pointRecords() { return myPointPool; }
+    const GB_RecordPool& pointRecords() const { return myPointPool; }
+    GB_RecordPool& vertexRecords() { return myVertexPool; }
+    const GB_RecordPool& vertexRecords() const { return myVertexPool; }
+    GB_RecordPool& primitiveRecords() { return myPrimPool; }
+    const GB_RecordPool& primitiveRecords() const { return myPrimPool; }
+    GEO_Vertex* vertexBySlot(uint32_t slot) const { return reinterpret_cast<GEO_Vertex*>(myVertexPool.record(slot)); }
+
+protected:
+    friend class GEO_Primitive;
+    friend class GEO_VertexPrimitive;
+    friend class GEO_PrimParticle;
+
+    /// A new point that one particle is about to reference.
+    uint32_t birthPointSlot();
+    uint32_t newVertex(uint32_t pointSlot);
+    void freeVertex(uint32_t slot) { myVertexPool.release(slot); }
+    /// The one particle that used this point is gone.
+    void noteOrphan(uint32_t slot) {
+        if (slot >= myOrphans.size()) myOrphans.resize(myPointPool.slotEnd());
+        myOrphans.set(slot);
+    }
+    /// Something happened after which only a look at all primitives tells which points are unused.
+    void noteUnknownUse() { myUseUnknown = true; }
+    void clearElements();
+    void copyElements(const GB_Detail& src, bool groups);
+
+    GB_RecordPool myPointPool{sizeof(GEO_Point)};
+    GB_RecordPool myVertexPool{sizeof(GEO_Vertex)};
+    GB_RecordPool myPrimPool{0};
+    GEO_PointList myPoints{myPointPool};
+    GEO_PrimList myPrims;
+    GEO_PointAttribDict myPointAttribs{myPointPool};
+    GEO_VertexAttribDict myVertexAttribs{myVertexPool};
+    GEO_PrimAttribDict myPrimAttribs{myPrimPool};
+    GB_AttributeTable myAttribs;
+    GB_PointGroupList myPointGroups;
+    GB_PrimitiveGroupList myPrimGroups;
+
+private:
+    size_t sweepUnusedPoints();
+    std::string validatePoints() const;
+    std::string validatePrimitives() const;
+    std::string validateGroups() const;
+
+    /// Points whose last reference went with their particle. Complete while myUseUnknown is false: then every point is
+    /// used by one particle alone, or by other primitives alone, or listed here.
+    UT_BitSet myOrphans;
+    bool myUseUnknown = false;
+    uint64_t myDataId;
+    uint64_t myChangeCount = 0;
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "host/geo/GEO_Primitive.h"
+
+#include <vector>
+
+/// Base of the primitives whose vertices have records of their own.
+class GEO_VertexPrimitive : public GEO_Primitive {
+public:
+    int getVertexCount() const override { return static_cast<int>(myVertices.size()); }
+    uint32_t getVertexPointSlot(int i) const override { return getVertex(i)->pointSlot(); }
+    GEO_Vertex* getVertex(int i) const override;
+    /// Adds a vertex at the end that uses the point.
+    GEO_Vertex* appendVertex(GEO_Point* point);
+    /// Makes vertex i use another point.
+    void setVertexPoint(int i, GEO_Point* point);
+    void reverse() override;
+
+protected:
+    using GEO_Primitive::GEO_Primitive;
+    void releaseRecords() override;
+    std::string validate() const override;
+    void appendVertexSlot(uint32_t pointSlot);
+    void copyVerticesMapped(const GEO_VertexPrimitive& src, const uint32_t* pointMap);
+
+    std::vector<uint32_t> myVertices; ///< vertex slots
+};
