@@ -34,8 +34,13 @@ private:
         std::string source;  // the part as typed
         EV_EXPRESSION expression;
     };
-    void addPart(std::string& literal, size_t first, size_t last, size_t bodyFirst, size_t bodyLast);
     void parse();
+    size_t parseTicks(size_t open);
+    size_t parseVariable(size_t dollar);
+    size_t closingTick(size_t open) const;
+    size_t failParse(size_t offset, std::string_view what);
+    void addPart(size_t first, size_t last, size_t bodyFirst, size_t bodyLast);
+    bool expandPart(Part& part, EV_Scope& scope, double t, int thread, std::string& out);
 
     std::string myText;
     std::vector<Part> myParts;
