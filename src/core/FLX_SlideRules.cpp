@@ -89,7 +89,7 @@ bool postProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, FLX_Surfac
 
     FLX_SurfaceCache::Surface* surface = nullptr;
     if (!surfaces.primitiveOf(p, surface)) return false;
-    GU_RayIntersect* rays = surfaces.intersector(*p->castAttribData<int>(surfaces.pathOffset()));
+    const GU_RayIntersect* rays = surfaces.intersector(*p->castAttribData<int>(surfaces.pathOffset()));
     if (!rays) return false;
 
     const float reach = d.length() * rules.dt + REACH;
@@ -98,26 +98,26 @@ bool postProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, FLX_Surfac
     down.normalize();
     GU_RayInfo info(1e18f, 0, GU_FIND_CLOSEST, 0.1f);
     info.setRange(-reach, reach);
-    info.setTolerances(REACH, REACH);
+    info.setTolerance(REACH, REACH);
     info.setFindType(GU_FIND_CLOSEST);
     info.reset();
     float* uv = p->castAttribData<float>(surfaces.uvOffset());
     int& primNumber = *p->castAttribData<int>(surfaces.primOffset());
-    if (!rays->sendRay(origin, down, info) || !info.prim()) {
+    if (!rays->sendRay(origin, down, info) || !info.getPrim()) {
         primNumber = -1;
         uv[0] = uv[1] = 0;
         return false;
     }
-    if (std::abs(info.distance()) > ON_SURFACE) {
+    if (std::abs(info.getDistance()) > ON_SURFACE) {
         UT_Vector4 hit;
-        info.prim()->evaluatePosition(info.u(), info.v(), hit);
+        info.getPrim()->evaluatePosition(info.getU(), info.getV(), hit);
         const UT_Vector3 placed = surface->toWorld(xyz(hit));
         p->getPos().assign(placed.x(), placed.y(), placed.z(), p->getPos().w());
         v = (placed - xyz(oldPos)) * (1.0f / rules.dt);
     }
-    primNumber = info.prim()->getNum();
-    uv[0] = info.u();
-    uv[1] = info.v();
+    primNumber = info.getPrim()->getNum();
+    uv[0] = info.getU();
+    uv[1] = info.getV();
     return true;
 }
 

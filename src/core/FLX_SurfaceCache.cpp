@@ -23,7 +23,7 @@ FLX_SurfaceCache::Surface* FLX_SurfaceCache::surface(int pathIndex) {
     return surface.detail ? &surface : nullptr;
 }
 
-GU_RayIntersect* FLX_SurfaceCache::intersector(int pathIndex) {
+const GU_RayIntersect* FLX_SurfaceCache::intersector(int pathIndex) {
     Surface* from = surface(pathIndex);
     if (!from) return nullptr;
     if (pathIndex != myIntersectorIndex || !myIntersector) {

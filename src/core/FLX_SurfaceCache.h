@@ -28,7 +28,7 @@ public:
     /// The geometry of a string index of "pospath"; null for none.
     Surface* surface(int pathIndex);
     /// The ray structure of a surface, built when it was not the last one asked for; null without geometry.
-    GU_RayIntersect* intersector(int pathIndex);
+    const GU_RayIntersect* intersector(int pathIndex);
     /// The primitive a particle is bound to, with its geometry; null when it names none.
     const GEO_Primitive* primitiveOf(GEO_Point* point, Surface*& surface);
 
@@ -42,5 +42,5 @@ private:
     int myPath, myPrim, myUV;
     std::vector<Surface> mySurfaces;   // by string index
     int myIntersectorIndex = -1;
-    std::shared_ptr<GU_RayIntersect> myIntersector;
+    std::shared_ptr<const GU_RayIntersect> myIntersector;
 };

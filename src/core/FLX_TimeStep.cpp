@@ -10,7 +10,7 @@ struct Phases {
     bool reap, rules, prep;
 };
 
-constexpr size_t AHEAD = GEO_PrimParticle::AHEAD;
+constexpr size_t AHEAD = 24;   // records between the fetch and the use of a particle
 
 inline void fetch(GEO_Point* p) {
     __builtin_prefetch(p, 1);
