@@ -12,7 +12,7 @@ bool EV_Analysis::calls(std::string_view functionName) const {
 
 EV_EXPRESSION::EV_EXPRESSION(std::string_view text, int components)
     : myComponents(components) {
-    change(text, {}, 0);
+    change(text, nullptr, 0);
 }
 
 EV_EXPRESSION::~EV_EXPRESSION() = default;
@@ -20,12 +20,12 @@ EV_EXPRESSION::EV_EXPRESSION(EV_EXPRESSION&&) noexcept = default;
 EV_EXPRESSION& EV_EXPRESSION::operator=(EV_EXPRESSION&&) noexcept = default;
 
 void EV_EXPRESSION::change(std::string_view text) {
-    if (text != myText || !myWhole.empty()) change(text, {}, 0);
+    if (text != myText || myWhole) change(text, nullptr, 0);
 }
 
-void EV_EXPRESSION::change(std::string_view text, std::string_view whole, size_t offset) {
+void EV_EXPRESSION::change(std::string_view text, std::shared_ptr<const std::string> whole, size_t offset) {
     myText = text;
-    myWhole = whole;
+    myWhole = std::move(whole);
     myOffset = offset;
     mySyntaxError = compile(nullptr, &myVariableNames);
     myResultType = myCode->resultType;

@@ -44,7 +44,7 @@ public:
 
     // The same for an expression that stands inside a larger text, at byte `offset`: errors quote `whole` and count
     // columns from its start.
-    void change(std::string_view text, std::string_view whole, size_t offset);
+    void change(std::string_view text, std::shared_ptr<const std::string> whole, size_t offset);
 
     // The first error in the text itself; number 0: none.
     const EV_Error& syntaxError() const { return mySyntaxError; }
@@ -69,10 +69,10 @@ private:
     friend class EV_Evaluation;
     EV_Error compile(const EV_Scope* scope, std::vector<std::string>* names);
     void setCode(std::unique_ptr<EV_Code> code);
-    std::string_view whole() const { return myWhole.empty() ? myText : myWhole; }
+    std::string_view whole() const { return myWhole ? *myWhole : myText; }
 
     std::string myText;
-    std::string myWhole; // empty: myText
+    std::shared_ptr<const std::string> myWhole; // null: myText
     size_t myOffset = 0;
     int myComponents;
     EV_Type myResultType = EV_FLOAT;

@@ -2,6 +2,8 @@
 #include "host/expr/EV_Lexer.h"
 #include <algorithm>
 
+static constexpr size_t MAX_PARTS = 1000;
+
 EV_StringExpand::EV_StringExpand(std::string_view text) {
     myText = text;
     parse();
@@ -16,7 +18,7 @@ void EV_StringExpand::change(std::string_view text) {
 void EV_StringExpand::addPart(size_t first, size_t last, size_t bodyFirst, size_t bodyLast) {
     Part part{std::move(myTail), myText.substr(first, last - first), EV_EXPRESSION()};
     myTail.clear();
-    part.expression.change(std::string_view(myText).substr(bodyFirst, bodyLast - bodyFirst), myText, bodyFirst);
+    part.expression.change(std::string_view(myText).substr(bodyFirst, bodyLast - bodyFirst), myShared, bodyFirst);
     if (!mySyntaxError) mySyntaxError = part.expression.syntaxError();
     myParts.push_back(std::move(part));
 }
@@ -59,8 +61,8 @@ size_t EV_StringExpand::parseVariable(size_t dollar) {
 }
 
 // Keeps the rest of the text as it is.
-size_t EV_StringExpand::failParse(size_t offset, std::string_view what) {
-    if (!mySyntaxError) mySyntaxError = EV_makeError(EV_ERR_SYNTAX, myText, offset, what);
+size_t EV_StringExpand::failParse(size_t offset, std::string_view what, int number) {
+    if (!mySyntaxError) mySyntaxError = EV_makeError(number, myText, offset, what);
     myTail += myText.substr(offset);
     return myText.size();
 }
@@ -74,10 +76,14 @@ void EV_StringExpand::parse() {
         myTail = myText;
         return;
     }
+    const bool computes = myText.find_first_of("`$") != std::string::npos;
+    myShared = computes ? std::make_shared<const std::string>(myText) : nullptr;
     for (size_t i = 0; i < myText.size();) {
         const char c = myText[i];
         const bool escape = c == '\\' && i + 1 < myText.size() && (myText[i + 1] == '$' || myText[i + 1] == '`');
-        if (c == '`') {
+        if ((c == '`' || c == '$') && myParts.size() == MAX_PARTS) {
+            i = failParse(i, "more than " + std::to_string(MAX_PARTS) + " computed parts", EV_ERR_LIMIT);
+        } else if (c == '`') {
             i = parseTicks(i);
         } else if (c == '$') {
             i = parseVariable(i);

@@ -1,5 +1,6 @@
 #pragma once
 #include "host/vm/VM_Program.h"
+#include <cstddef>
 #include <initializer_list>
 #include <map>
 #include <vector>

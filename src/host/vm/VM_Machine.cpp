@@ -111,8 +111,8 @@ template <int L> void compute(const VM_Instruction& i, double* r) {
     case VM_Op::Le:     on.each2([](double a, double b) { return a <= b ? 1.0 : 0.0; }); break;
     case VM_Op::Gt:     on.each2([](double a, double b) { return a > b ? 1.0 : 0.0; }); break;
     case VM_Op::Ge:     on.each2([](double a, double b) { return a >= b ? 1.0 : 0.0; }); break;
-    case VM_Op::And:    on.each2([](double a, double b) { return (a != 0) & (b != 0) ? 1.0 : 0.0; }); break;
-    case VM_Op::Or:     on.each2([](double a, double b) { return (a != 0) | (b != 0) ? 1.0 : 0.0; }); break;
+    case VM_Op::And:    on.each2([](double a, double b) { return (int(a != 0) & int(b != 0)) != 0 ? 1.0 : 0.0; }); break;
+    case VM_Op::Or:     on.each2([](double a, double b) { return (int(a != 0) | int(b != 0)) != 0 ? 1.0 : 0.0; }); break;
     case VM_Op::Select: on.each3([](double a, double b, double c) { return a != 0 ? b : c; }); break;
     case VM_Op::Clamp:  on.each3([](double a, double b, double c) { return a < b ? b : a > c ? c : a; }); break;
     case VM_Op::Fit01:  on.each3([](double a, double b, double c) { return VM_fit01(a, b, c); }); break;
