@@ -4,7 +4,9 @@
 #include "host/ut/UT_BoundingBox.h"
 #include "host/ut/UT_Vector3.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 /// A line as the boxes of a GU_Bvh see it, in units in which the largest component of its direction is 1.
@@ -56,14 +58,15 @@ private:
         int32_t node;
         float key;
     };
+    /// Makes a node, or a leaf, of the binary node; returns its number as `child` holds it.
     int32_t collapse(const Binary& tree, int32_t node);
-    int32_t leafOf(const Binary& tree, int32_t node);
+    int32_t makeLeaf(const Binary& tree, int32_t node);
     template <bool Furthest> static int crossed(const Node& node, const GU_BvhLine& line, float (&keys)[4]);
     static int near(const Node& node, const UT_Vector3& p, float distance2, float (&keys)[4]);
     /// Pushes the inner nodes of `mask`, smallest key on top, and returns the mask of the leaves.
     static int push(const Node& node, int mask, const float (&keys)[4], Entry* stack, int& top);
 
-    std::vector<Node> myNodes; ///< the root is the last one
+    std::vector<Node> myNodes;
     std::vector<uint32_t> myOrder;
     int32_t myRoot = EMPTY;
 };
@@ -126,10 +129,12 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
     int top = 0;
     if (myRoot == EMPTY) return;
     if (myRoot < 0) return visit(static_cast<uint32_t>(~myRoot));
-    stack[top++] = {myRoot, Furthest ? -line.high : 0};
+    stack[top++] = {myRoot, Furthest ? -std::numeric_limits<float>::infinity() : 0};
     float keys[4];
     while (top) {
-        const Node& node = myNodes[static_cast<size_t>(stack[--top].node)];
+        const Entry entry = stack[--top];
+        if (Furthest ? -entry.key < line.reach : entry.key > std::max(-line.low, line.high)) continue;
+        const Node& node = myNodes[static_cast<size_t>(entry.node)];
         const int leaves = push(node, crossed<Furthest>(node, line, keys), keys, stack, top);
         for (int i = 0; leaves >> i; ++i)
             if (leaves >> i & 1) visit(static_cast<uint32_t>(~node.child[i]));
