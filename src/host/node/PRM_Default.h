@@ -9,6 +9,8 @@ struct PRM_Default {
     constexpr PRM_Default() = default;
     constexpr PRM_Default(double number)
         : value(number) {}
+    constexpr PRM_Default(int number) // a literal 0 would be a text as well as a number
+        : value(number) {}
     constexpr PRM_Default(const char* expression)
         : text(expression) {}
 };
