@@ -255,7 +255,7 @@ bool fnBbox(EV_CallContext& context, const EV_Value* args, int, EV_Value& result
     if (!detail) return false;
     UT_BoundingBox box;
     if (!detail->getBBox(box)) return result = EV_Value(0.0), true;
-    const double low = double(box.minvec()[int(axis)]), high = double(box.maxvec()[int(axis)]);
+    const double low = double(box.vmin()[int(axis)]), high = double(box.vmax()[int(axis)]);
     result = EV_Value(kind == "min" ? low : kind == "max" ? high : high - low);
     return true;
 }
