@@ -17,7 +17,7 @@ struct OP_EvalState {
     /// Parameters that are being read by ch() and chs() inside each other, in all and when the running cook began.
     int chain = 0;
     int chainBase = 0;
-    bool chainFailed = false; ///< one of the running chain failed: nothing in it is worth computing any more
+    std::string chainError; ///< why one of the running chain failed: nothing in it is worth computing any more
     /// Values read inside a chain: without them a chain that forks at every step would take forever.
     std::map<std::tuple<const PRM_Parm*, int, bool>, EV_Value> chainValues{};
 

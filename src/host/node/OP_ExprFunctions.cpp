@@ -79,7 +79,7 @@ public:
     ChainStep()
         : myState(OP_EvalState::current()) {
         if (outermost()) {
-            myState.chainFailed = false;
+            myState.chainError.clear();
             myState.chainValues.clear();
         }
         ++myState.chain;
@@ -110,8 +110,15 @@ bool evaluateChannel(EV_CallContext& context, const Channel& channel, bool text,
         result = EV_Value(other.evalNumber(*channel.parm, channel.component, t, context.thread));
     }
     const bool good = EV_errNo(context.thread) == EV_ERR_NONE;
+    std::string& error = OP_EvalState::current().chainError;
+    if (!good && error.empty()) error = EV_errText(context.thread);
     EV_clearError(context.thread);
     return good;
+}
+
+bool failChannel(EV_CallContext& context, const std::string& path) {
+    return context.fail("the parameter at \"" + path + "\" cannot be evaluated (" + OP_EvalState::current().chainError +
+                        ")");
 }
 
 bool readInto(EV_CallContext& context, const Channel& channel, bool text, EV_Value& result) {
@@ -132,7 +139,7 @@ bool readInto(EV_CallContext& context, const Channel& channel, bool text, EV_Val
 bool readChannel(EV_CallContext& context, const std::string& path, bool text, EV_Value& result) {
     ChainStep step;
     OP_EvalState& state = step.state();
-    if (state.chainFailed) return context.fail("the parameter at \"" + path + "\" cannot be evaluated");
+    if (!state.chainError.empty()) return failChannel(context, path);
     Channel channel;
     if (!findChannel(context, path, channel)) return false;
     nodeOf(context)->addExtraInput(channel.node, OP_INTEREST_DATA);
@@ -142,13 +149,10 @@ bool readChannel(EV_CallContext& context, const std::string& path, bool text, EV
         return true;
     }
     if (step.tooLong()) {
-        state.chainFailed = true;
-        return context.fail("more than " + std::to_string(MAX_CHAIN) + " parameters read each other by ch()");
+        state.chainError = "more than " + std::to_string(MAX_CHAIN) + " parameters read each other by ch";
+        return context.fail(state.chainError);
     }
-    if (!readInto(context, channel, text, result)) {
-        state.chainFailed = true;
-        return context.fail("the parameter at \"" + path + "\" cannot be evaluated");
-    }
+    if (!readInto(context, channel, text, result)) return failChannel(context, path);
     if (step.inside()) state.chainValues.emplace(key, result);
     return true;
 }
@@ -255,7 +259,7 @@ bool fnBbox(EV_CallContext& context, const EV_Value* args, int, EV_Value& result
     if (!detail) return false;
     UT_BoundingBox box;
     if (!detail->getBBox(box)) return result = EV_Value(0.0), true;
-    const double low = double(box.minvec()[int(axis)]), high = double(box.maxvec()[int(axis)]);
+    const double low = double(box.vmin()[int(axis)]), high = double(box.vmax()[int(axis)]);
     result = EV_Value(kind == "min" ? low : kind == "max" ? high : high - low);
     return true;
 }

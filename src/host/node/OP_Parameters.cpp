@@ -1,6 +1,7 @@
 #include "host/node/OP_Parameters.h"
 
 #include "host/expr/EV_Error.h"
+#include "host/expr/EV_Function.h"
 #include "host/expr/EV_Number.h"
 #include "host/node/OP_EvalState.h"
 #include "host/node/OP_ExprFunctions.h"
