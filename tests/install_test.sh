@@ -17,7 +17,7 @@ cat >"$scratch/user/main.cpp" <<'EOF'
 
 int main() {
     const UT_Vector3 across = cross(UT_Vector3(1, 0, 0), UT_Vector3(0, 1, 0));
-    return across.z() == 1.0f ? 0 : 1;
+    return across.z() == 1.0f && UT_Math::sin(0.0) == 0.0 ? 0 : 1;
 }
 EOF
 cat >"$scratch/user/CMakeLists.txt" <<'EOF'
