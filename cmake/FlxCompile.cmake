@@ -28,7 +28,9 @@ endif()
 
 set(FLX_SANITIZE "" CACHE STRING "Sanitizers, for example address,undefined or thread")
 if(FLX_SANITIZE)
-    target_compile_options(flx_compile INTERFACE -fsanitize=${FLX_SANITIZE} -fno-omit-frame-pointer
-        $<$<STREQUAL:${FLX_SANITIZE},address,undefined>:-fno-sanitize-recover=undefined>)
+    target_compile_options(flx_compile INTERFACE -fsanitize=${FLX_SANITIZE} -fno-omit-frame-pointer)
+    if(FLX_SANITIZE MATCHES undefined)
+        target_compile_options(flx_compile INTERFACE -fno-sanitize-recover=undefined)
+    endif()
     target_link_options(flx_compile INTERFACE -fsanitize=${FLX_SANITIZE})
 endif()
