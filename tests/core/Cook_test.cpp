@@ -376,7 +376,9 @@ TEST(Cook, AnInitialStateIsCarriedUntilAnOperatorClaimsIt) {
     const auto fill = [](GU_Detail& detail) {
         const int none = -1;
         const int offset = detail.primitiveAttribs().append("generator", 4, GB_ATTRIB_INDEX, &none);
+        const float immortal[] = {0, -1};
         detail.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
+        detail.pointAttribs().append("life", 8, GB_ATTRIB_FLOAT, immortal);
         for (const char* path : {"/obj/fx/a", "/obj/gone"}) {
             auto* prim = static_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
             *prim->castAttribData<int>(offset) = detail.primitiveAttribs().addIndex("generator", path);

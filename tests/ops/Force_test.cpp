@@ -100,6 +100,7 @@ TEST(Force, NoiseIsSampledAtTheParticle) {
     p.set("seed", {6});
     const UT_Vector3 plain = p.step(1);
     EXPECT_EQ(plain, UT_Vector3(2, 4, 6));
+    p.net.context().setDoApplyRules(false);   // it is to stay where it is
     const int types[] = {0, 2, 1, 3};
     for (int menu = 0; menu < 4; ++menu) {
         p.set("ntype", {double(menu)});

@@ -160,7 +160,7 @@ TEST(Source, RandomPointsFollowTheSequence) {
 }
 
 TEST(Source, ProbabilityDecidesAndIsCountedInMisses) {
-    for (const auto& [low, high] : {std::pair{0.3f, 0.3f}, {0.2f, 2.6f}, {1.0f, 1.0f}, {2.5f, 2.5f}, {-1.0f, 1.0f}}) {
+    for (const auto& [low, high] : {std::pair{0.3f, 0.3f}, {0.2f, 2.6f}, {1.0f, 1.0f}, {2.5f, 2.5f}, {0.0f, 1.0f}}) {
         Source s(Point, 25, row(7));
         s.set("prob", {low, high});
         s.set("lifevar", {1});

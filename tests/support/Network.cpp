@@ -116,7 +116,8 @@ float Network::value(const char* attrib, int point, int component) {
     if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
     const GEO_Point* p = detail().points()(size_t(point));
     const int offset = found->getOffset() + 4 * component;
-    return found->getType() == GB_ATTRIB_INT ? float(*p->castAttribData<int>(offset)) : *p->castAttribData<float>(offset);
+    const bool number = found->getType() == GB_ATTRIB_INT || found->getType() == GB_ATTRIB_INDEX;
+    return number ? float(*p->castAttribData<int>(offset)) : *p->castAttribData<float>(offset);
 }
 
 void Network::setValue(const char* attrib, int point, std::initializer_list<float> values) {
