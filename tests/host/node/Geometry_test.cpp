@@ -218,6 +218,20 @@ TEST_F(Geometry, ACookInsideAnEvaluationKeepsItsErrorsApart) {
     EXPECT_EQ(n->errors().size(), 1u);
 }
 
+TEST_F(Geometry, LongChainsThroughExpressionsEnd) {
+    RowSop* last = sop(geo, "r0");
+    for (int i = 1; i <= 1500; ++i) {
+        RowSop* next = sop(geo, std::string("r").append(std::to_string(i)).c_str());
+        next->setExpression("count", 0, ("npoints('../" + last->getName() + "')").c_str());
+        last = next;
+    }
+    OP_Context context(0);
+    EXPECT_FALSE(last->cook(context));
+    EXPECT_NE(messages(*geo->findChild("r500")).find("more than 1000 nodes in a row"), std::string::npos);
+    EXPECT_TRUE(geo->findChild("r400")->cook(context));
+    EXPECT_EQ(static_cast<RowSop*>(geo->findChild("r400"))->cookedDetail(context)->points().entries(), 2u);
+}
+
 // ---- simulation data
 
 TEST_F(Geometry, SimulationObjectsByPath) {
