@@ -40,7 +40,7 @@ public:
         return firstFrom(size_t{number(point)} + 1, group);
     }
     /// Calls fn(GEO_Point*) for the members of the group (all points when null) in point order. fn may birth points,
-    /// which are not visited, but must not remove points or append attributes.
+    /// which are not visited, but must not remove points, append attributes or add to the group.
     template <class Fn> void forEach(const GB_Group* group, Fn&& fn) const {
         const size_t end = entries();
         size_t left = group ? group->entries() : end;
@@ -57,6 +57,7 @@ private:
     friend class GEO_Detail;
     GEO_Point* firstFrom(size_t number, const GB_Group* group) const;
     void append(uint32_t slot) { myOrder.push_back(slot); }
+    size_t removeSlots(const UT_BitSet& slots);
     void clear();
 
     GB_RecordPool& myPool;
