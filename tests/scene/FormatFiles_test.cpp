@@ -2,6 +2,7 @@
 #include "scene/formats/AtomicFile.h"
 #include "scene/formats/ZipWriter.h"
 
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <sys/resource.h>
@@ -129,6 +130,25 @@ TEST_F(FormatFiles, AtomicFilesAppearOnlyAtCommit) {
     ASSERT_TRUE(file.commit(error)) << error;
     EXPECT_EQ(bytesOf(path("a")), "z");
     EXPECT_EQ(listing(), std::vector<std::string>{"a"});
+}
+
+// Just below the middle of two floats; rounded to double first it lands on the middle and then on the wrong float.
+TEST_F(FormatFiles, TextBecomesTheNearestFloat) {
+    const std::string digits = "1.00000017881393432617187499";
+    GU_Detail ply, obj, native;
+    expectRead(ply, GeometryFormat::PLY,
+               "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
+               "end_header\n" +
+                   digits + " 1e99 -1e-99\n");
+    expectRead(obj, GeometryFormat::OBJ, "v " + digits + " 1e99 -1e-99\n");
+    expectRead(native, GeometryFormat::FLX, "{\"flxgeo\": 1, \"points\": 1, \"P\": [" + digits + ", 1e99, -1e-99, 1]}");
+    for (const GU_Detail* d : {&ply, &obj, &native}) {
+        const UT_Vector4& p = d->points()(0)->getPos();
+        EXPECT_EQ(p[0], 1 + 0x1p-23f);
+        EXPECT_EQ(p[1], std::numeric_limits<float>::infinity());
+        EXPECT_EQ(p[2], 0);
+        EXPECT_TRUE(std::signbit(p[2]));
+    }
 }
 
 TEST_F(FormatFiles, CsvQuotesAndNames) {

@@ -2,6 +2,7 @@
 #include "scene/formats/AtomicFile.h"
 #include "scene/formats/FormatError.h"
 #include "scene/formats/LittleEndian.h"
+#include "scene/formats/TextNumbers.h"
 #include "scene/formats/Writers.h"
 #include "scene/formats/ZipWriter.h"
 
@@ -104,9 +105,8 @@ private:
             longest = std::max(longest, names.back().size());
         }
         if (names.size() * longest * 4 > MAX_NAMES)
-            throw FormatError(
-                fmt::format("the {} strings of attribute \"{}\" are too long for an NPZ file; write .bflx",
-                            names.size(), attribute.getName()));
+            throw FormatError(fmt::format("the {} strings of attribute {} are too long for an NPZ file; write .bflx",
+                                          names.size(), excerpt(attribute.getName())));
         std::string body;
         for (std::u32string& name : names) {
             name.resize(longest);
