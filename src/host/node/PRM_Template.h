@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/node/PRM_ChoiceList.h"
+#include "host/node/PRM_Default.h"
+#include "host/node/PRM_EnableRule.h"
+#include "host/node/PRM_Name.h"
+#include "host/node/PRM_Range.h"
+
+class OP_Node;
+
+enum class PRM_Type { Float, Int, Toggle, Menu, String, Button, Folder, Multi };
+
+/// What a string parameter's text refers to, so that interfaces can offer a chooser and `check` can resolve it.
+enum class PRM_StringKind { Plain, SopPath, ObjectPath, ShopPath, FlxPath, File, PointGroup, PrimitiveGroup };
+
+struct PRM_SpareData {
+    const char* key = nullptr;
+    const char* value = nullptr;
+};
+
+/// Called when the user presses a button or edits the parameter it is attached to.
+using PRM_Callback = int (*)(OP_Node* node, int index, float t);
+
+/// One row of an operator's parameter table: everything the host knows about a parameter. Rows are recorded once per
+/// class from the handle declarations (see PRM_Handle.h); nothing else lists an operator's parameters.
+struct PRM_Template {
+    PRM_Type type = PRM_Type::Float;
+    int size = 1;
+    std::string token;
+    std::string label;
+    std::vector<PRM_Default> defaults; ///< one per component
+    const PRM_ChoiceList* menu = nullptr;
+    PRM_Range range{};
+    bool hasRange = false;
+    PRM_StringKind stringKind = PRM_StringKind::Plain;
+    PRM_EnableRule enable{};
+    PRM_Callback callback = nullptr;
+    bool animated = true;                               ///< false: its operator reads it at time 0 only
+    std::vector<std::pair<std::string, int>> folders{}; ///< Folder: label and number of rows that follow, per folder
+    bool folderValue = false;                           ///< Folder whose choice is a value (set by ordinal)
+    std::vector<PRM_Template> instance{};               ///< Multi: the rows of one instance, tokens with '#'
+};
+
+/// A class's rows in declaration order; a token's index never changes within a class.
+struct PRM_TemplateTable {
+    std::vector<PRM_Template> rows;
+
+    /// Row of a token, or -1. `#` instances are not rows of the table.
+    int find(const std::string& token) const;
+};
