@@ -96,7 +96,12 @@ protected:
     }
     /// Something happened after which only a look at all primitives tells which points are unused.
     void noteUnknownUse() { myUseUnknown = true; }
+    /// Slots of the points that some primitive references. `shared`, when given, tells whether a particle's point is
+    /// referenced from anywhere else too.
+    UT_BitSet usedPoints(bool* shared = nullptr) const;
     void clearElements();
+    void clearAttributes();
+    /// Everything but the primitives, which the caller clones.
     void copyElements(const GB_Detail& src, bool groups);
 
     GB_RecordPool myPointPool{sizeof(GEO_Point)};
@@ -113,6 +118,7 @@ protected:
 
 private:
     size_t sweepUnusedPoints();
+    std::string validateAttributes() const;
     std::string validatePoints() const;
     std::string validatePrimitives() const;
     std::string validateGroups() const;

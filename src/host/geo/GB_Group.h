@@ -41,7 +41,9 @@ public:
     void combine(GU_GroupBoolOp op, const UT_BitSet& other);
 
 private:
+    template <class Group> friend class GB_GroupListOf;
     std::string myName;
+    size_t myPlace = 0; ///< in its list
     bool myInternal;
     int myFlags = 0;
     UT_BitSet mySlots; ///< as large as its highest member so far asked for

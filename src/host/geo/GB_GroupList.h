@@ -3,6 +3,7 @@
 #include "host/geo/GB_Group.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -32,19 +33,21 @@ public:
     Group* operator[](size_t i) const { return myGroups[i].get(); }
 
     /// A nameless group that follows removals of elements like the others as long as somebody holds it.
-    std::shared_ptr<Group> newAdhoc();
+    std::shared_ptr<Group> newAdhoc() const;
 
     /// Takes freed slots out of every group.
     void removeSlot(uint32_t slot);
     void removeSlots(const UT_BitSet& slots);
+    void clearMembers();
     void copyFrom(const GB_GroupListOf& src);
 
 private:
     template <class Fn> void forEachGroup(Fn&& fn);
     std::vector<std::unique_ptr<Group>> myGroups;
     std::unordered_map<std::string, Group*> myByName;
-    std::vector<std::weak_ptr<Group>> myAdhoc;
-    mutable size_t myCursor = 0; ///< where `next` found its last group
+    /// Nameless groups belong to who asked for them, who may parse strings on a detail that several contexts share.
+    mutable std::vector<std::weak_ptr<Group>> myAdhoc;
+    mutable std::mutex myAdhocLock;
 };
 
 using GB_PointGroupList = GB_GroupListOf<GB_PointGroup>;

@@ -4,6 +4,8 @@
 #include "host/ut/UT_Matrix4.h"
 
 #include <functional>
+#include <memory>
+#include <vector>
 
 /// Attributes that have a standard name.
 enum GEO_AttribName {
@@ -57,5 +59,10 @@ protected:
     void copyWhole(const GEO_Detail& src, bool groups);
 
 private:
+    GEO_Primitive* adoptPrimitive(std::unique_ptr<GEO_Primitive> prim);
+    /// Both return the new slot of every slot of src (NO_SLOT when it did not come over).
+    std::vector<uint32_t> mergePoints(const GEO_Detail& src, const GB_PrimitiveGroup* group);
+    std::vector<uint32_t> mergePrimitives(const GEO_Detail& src, const GB_PrimitiveGroup* group,
+                                          const uint32_t* pointMap);
     void eraseDeadPrimitives(const UT_BitSet& deadNumbers, bool andPoints);
 };

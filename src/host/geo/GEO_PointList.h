@@ -57,6 +57,7 @@ private:
     friend class GEO_Detail;
     GEO_Point* firstFrom(size_t number, const GB_Group* group) const;
     void append(uint32_t slot) { myOrder.push_back(slot); }
+    size_t removeSlots(const UT_BitSet& slots);
     void clear();
 
     GB_RecordPool& myPool;

@@ -28,22 +28,23 @@ public:
     void reverse() override; ///< reverses every row
     float calcArea() const;  ///< sum over the cells, each split into two triangles
 
-    /// A mesh of rows x cols vertices over consecutive points from `points[0]`, or over new points when null.
+    /// A mesh of rows x cols vertices over the points of these slots (rows * cols of them), or over new points at the
+    /// origin when null. Null for a size below 1 x 1.
     static GEO_PrimMesh* build(GEO_Detail* detail, int rows, int cols, bool wrapU, bool wrapV,
                                const uint32_t* pointSlots = nullptr);
 
 private:
-    friend class GB_Detail;
     struct Cell {
         int row, col;
         float s, t; ///< place inside the cell
     };
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimMesh(*this));
+    }
     std::string validate() const override;
     bool locate(float u, float v, Cell& cell) const;
-    void corners(int row, int col, UT_Vector3 (&p)[4]) const;
-    float nearestInCell(const UT_Vector3& p, Cell& cell) const;
+    void corners(int row, int col, UT_Vector3D (&p)[4]) const;
+    double nearestInCell(const UT_Vector3& p, int row, int col, double& s, double& t) const;
 
     int myRows = 0;
     int myCols = 0;

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "host/geo/GEO_PrimQuadric.h"
+#include "host/geo/TS_KernelList.h"
 
 /// A density field around one centre vertex: weight * kernel(|local p|^2), where local coordinates are divided by the
 /// radii of the xform. Its surface parameters are those of the sphere of influence.
-class GEO_PrimMetaball final : public GEO_PrimQuadric {
+class GEO_PrimMetaball final : public GEO_PrimSphere {
 public:
     explicit GEO_PrimMetaball(GEO_Detail* detail)
-        : GEO_PrimQuadric(detail, GEOPRIMMETABALL) {}
+        : GEO_PrimSphere(detail, GEOPRIMMETABALL) {}
 
     float getWeight() const { return myWeight; }
     void setWeight(float weight) { myWeight = weight; }
@@ -15,16 +16,19 @@ public:
     void setKernel(int kernel) { myKernel = kernel; }
     /// Density at a point; 0 outside the ellipsoid of influence or when the frame has no inverse.
     float density(const UT_Vector3& p) const;
-    bool isClosed() const override { return true; }
 
 private:
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
-    UT_Vector3 localPosition(float u, float v) const override;
-    UT_Vector3 localNormal(float u, float v) const override;
-    void localParametric(const UT_Vector3& p, float& u, float& v) const override;
-    void localExtent(const UT_Vector3& d, float& low, float& high) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimMetaball(*this));
+    }
 
     float myWeight = 1;
-    int myKernel = 0;
+    int myKernel = TS_KernelList::DEFAULT;
+};
+
+class GU_Detail;
+
+/// Makes metaballs for operators; `xform` as for spheres, its upper 3x3 the radii.
+struct GU_PrimMetaball {
+    static GEO_PrimMetaball* build(GU_Detail* detail, const UT_Matrix4& xform, float weight = 1, int kernel = 0);
 };

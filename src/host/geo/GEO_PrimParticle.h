@@ -63,6 +63,9 @@ public:
     /// The same, calling ahead(slot) 24 particles before keep sees that slot (a place to prefetch).
     template <class Keep, class Ahead> size_t compact(Keep&& keep, Ahead&& ahead);
 
+    /// Removes the particles whose points are in the set, one stable pass; marks of deadParticle stay on the others.
+    size_t dropParticles(const UT_BitSet& pointSlots);
+
     GEO_ParticleVertex head() const { return {this, 0}; }
     GEO_ParticleVertex tail() const { return {this, myParticles.size() - 1}; }
     size_t particleCount() const { return myParticles.size(); }
@@ -82,8 +85,10 @@ public:
     void reverse() override;
 
 private:
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimParticle(*this));
+    }
+    void adoptVertices(const GEO_Primitive& src, const uint32_t* pointMap) override;
     void releaseRecords() override;
     std::string validate() const override;
     void orphan(uint32_t slot);

@@ -2,6 +2,8 @@
 
 #include "host/geo/GEO_VertexPrimitive.h"
 
+#include <span>
+
 /// A polygon: a closed face or an open polyline.
 ///
 /// Closed with n vertices: u runs once around the perimeter, edge i covering [i/n, (i+1)/n]; v runs from the perimeter
@@ -29,22 +31,22 @@ public:
     float calcPerimeter() const;
 
 private:
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimPoly(*this));
+    }
     UT_Vector3D newell() const;
-    bool parametricOpen(const UT_Vector3& p, float& u, float& v) const;
 
     bool myClosed = true;
 };
 
 class GU_Detail;
 
-/// Polygons as operators make them.
-class GU_PrimPoly final : public GEO_PrimPoly {
-public:
-    using GEO_PrimPoly::GEO_PrimPoly;
+/// Makes polygons for operators.
+struct GU_PrimPoly {
     enum { GU_POLY_CLOSED = 0, GU_POLY_OPEN = 1 };
     /// A polygon of n vertices. With appendPoints, n new points at the origin are made for them; without, it starts
     /// with no vertices (use appendVertex).
-    static GU_PrimPoly* build(GU_Detail* detail, int n, int open = GU_POLY_CLOSED, int appendPoints = 1);
+    static GEO_PrimPoly* build(GU_Detail* detail, int n, int open = GU_POLY_CLOSED, int appendPoints = 1);
+    /// A polygon over points that exist.
+    static GEO_PrimPoly* build(GU_Detail* detail, std::span<GEO_Point* const> points, int open = GU_POLY_CLOSED);
 };

@@ -8,7 +8,9 @@
 class GEO_PrimQuadric : public GEO_VertexPrimitive {
 public:
     const UT_Matrix3& getXform() const { return myXform; }
-    void setXform(const UT_Matrix3& xform) { myXform = xform; }
+    void setXform(const UT_Matrix3& xform);
+    /// Inverse of the frame, null when it has none.
+    const UT_Matrix3* getInverse() const { return myInvertible ? &myInverse : nullptr; }
     UT_Vector3 center() const { return pos3(0); }
 
     bool weights(float u, float v, GEO_Weights& out) const override;
@@ -23,15 +25,17 @@ public:
 protected:
     using GEO_VertexPrimitive::GEO_VertexPrimitive;
     std::string validate() const override;
-    void copyShape(const GEO_PrimQuadric& src, const uint32_t* pointMap);
     /// The surface in local coordinates.
     virtual UT_Vector3 localPosition(float u, float v) const = 0;
     virtual UT_Vector3 localNormal(float u, float v) const = 0;
     virtual void localParametric(const UT_Vector3& p, float& u, float& v) const = 0;
-    /// Half the extent along a direction d of local space: max over the surface of dot(p, d), and its minimum.
+    /// Smallest and largest dot(p, d) over the surface, d a direction of local space.
     virtual void localExtent(const UT_Vector3& d, float& low, float& high) const = 0;
 
+private:
     UT_Matrix3 myXform{1};
+    UT_Matrix3 myInverse{1};
+    bool myInvertible = true;
 };
 
 /// Unit disc in the local xy plane, normal +z: u around from +x counter-clockwise, v from the rim (0) to the centre
@@ -43,8 +47,9 @@ public:
     bool isClosed() const override { return true; }
 
 private:
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimCircle(*this));
+    }
     UT_Vector3 localPosition(float u, float v) const override;
     UT_Vector3 localNormal(float u, float v) const override;
     void localParametric(const UT_Vector3& p, float& u, float& v) const override;
@@ -60,8 +65,9 @@ public:
     bool isClosed() const override { return true; }
 
 private:
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimSphere(*this));
+    }
     UT_Vector3 localPosition(float u, float v) const override;
     UT_Vector3 localNormal(float u, float v) const override;
     void localParametric(const UT_Vector3& p, float& u, float& v) const override;
@@ -70,7 +76,7 @@ private:
 
 /// Tube around local y from y = -1/2 (v = 0) to 1/2 (v = 1), radius 1 at the bottom and `taper` at the top, without
 /// caps; u as on the sphere.
-class GEO_PrimTube : public GEO_PrimQuadric {
+class GEO_PrimTube final : public GEO_PrimQuadric {
 public:
     explicit GEO_PrimTube(GEO_Detail* detail)
         : GEO_PrimQuadric(detail, GEOPRIMTUBE) {}
@@ -78,8 +84,9 @@ public:
     void setTaper(float taper) { myTaper = taper; }
 
 private:
-    std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const override;
-    std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const override;
+    std::unique_ptr<GEO_Primitive> clone() const override {
+        return std::unique_ptr<GEO_Primitive>(new GEO_PrimTube(*this));
+    }
     UT_Vector3 localPosition(float u, float v) const override;
     UT_Vector3 localNormal(float u, float v) const override;
     void localParametric(const UT_Vector3& p, float& u, float& v) const override;
@@ -90,15 +97,13 @@ private:
 
 class GU_Detail;
 
-/// Quadrics as operators make them: `build` places a new centre point at the translation of `xform` and takes the rest
-/// of the matrix as the local frame.
-class GU_PrimSphere final : public GEO_PrimSphere {
-public:
-    using GEO_PrimSphere::GEO_PrimSphere;
+/// Makes quadrics for operators: a new centre point at the translation of `xform`, the rest of the matrix as the frame.
+struct GU_PrimCircle {
+    static GEO_PrimCircle* build(GU_Detail* detail, const UT_Matrix4& xform);
+};
+struct GU_PrimSphere {
     static GEO_PrimSphere* build(GU_Detail* detail, const UT_Matrix4& xform);
 };
-class GU_PrimTube final : public GEO_PrimTube {
-public:
-    using GEO_PrimTube::GEO_PrimTube;
+struct GU_PrimTube {
     static GEO_PrimTube* build(GU_Detail* detail, const UT_Matrix4& xform, float taper = 1);
 };

@@ -43,7 +43,6 @@ struct GEO_Weights {
 class GEO_Primitive {
 public:
     virtual ~GEO_Primitive();
-    GEO_Primitive(const GEO_Primitive&) = delete;
     GEO_Primitive& operator=(const GEO_Primitive&) = delete;
 
     GEO_Detail* getParent() const { return myDetail; }
@@ -102,16 +101,17 @@ protected:
     friend class GEO_Detail;
     friend class GEO_PrimList;
     GEO_Primitive(GEO_Detail* detail, unsigned typeId);
-    /// A copy in `dest` without attributes: `pointMap[slot here]` is the point's slot there.
-    virtual std::unique_ptr<GEO_Primitive> cloneInto(GEO_Detail& dest, const uint32_t* pointMap) const = 0;
-    /// Moves vertex slots that a whole copy of the pools left in place: no record is made.
-    virtual std::unique_ptr<GEO_Primitive> cloneSameSlots(GEO_Detail& dest) const = 0;
+    GEO_Primitive(const GEO_Primitive&) = default;
+    /// A copy that still believes to live in the source's detail.
+    virtual std::unique_ptr<GEO_Primitive> clone() const = 0;
+    /// Second half of copying into another detail: takes src's vertices over, `pointMap[slot there]` being the slot of
+    /// the point here.
+    virtual void adoptVertices(const GEO_Primitive& src, const uint32_t* pointMap) = 0;
     /// Frees the records the primitive owns besides its attribute record.
     virtual void releaseRecords() {}
     /// First broken invariant as text, empty when sound.
     virtual std::string validate() const;
 
-    void copyHeader(const GEO_Primitive& src);
     UT_Vector3 pos3(int vertex) const;
 
     GEO_Detail* myDetail;

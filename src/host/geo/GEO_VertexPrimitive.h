@@ -4,6 +4,8 @@
 
 #include <vector>
 
+class UT_BitSet;
+
 /// Base of the primitives whose vertices have records of their own.
 class GEO_VertexPrimitive : public GEO_Primitive {
 public:
@@ -18,10 +20,12 @@ public:
 
 protected:
     using GEO_Primitive::GEO_Primitive;
+    void adoptVertices(const GEO_Primitive& src, const uint32_t* pointMap) override;
     void releaseRecords() override;
     std::string validate() const override;
-    void appendVertexSlot(uint32_t pointSlot);
-    void copyVerticesMapped(const GEO_VertexPrimitive& src, const uint32_t* pointMap);
+    friend class GEO_Detail;
+    /// Drops the vertices whose points are in the set.
+    void dropVertices(const UT_BitSet& pointSlots);
 
     std::vector<uint32_t> myVertices; ///< vertex slots
 };

@@ -6,7 +6,7 @@
 
 /// Coherent noise in space: a smooth field of three components, each in about [-1, 1], without period, and sums of its
 /// octaves. Every value is a pure function of position, seed and type, with the same bits on every CPU. Coordinates
-/// that are not finite count as 0; beyond 2^30 the field is constant, as floats there are whole numbers far apart.
+/// that are not finite count as 0; beyond 2^28 the field is constant, floats there being whole numbers far apart.
 class UT_Noise {
 public:
     enum Type {

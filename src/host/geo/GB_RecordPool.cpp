@@ -1,0 +1,166 @@
+#include "host/geo/GB_RecordPool.h"
+
+#include "host/ut/UT_BitSet.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+
+void GB_RecordPool::FreeSlab::operator()(char* p) const { std::free(p); }
+
+std::unique_ptr<char, GB_RecordPool::FreeSlab> GB_RecordPool::newSlab(size_t stride) const {
+    // 16 bytes more than the records need, so that a vector load may reach past the last one.
+    const size_t bytes = (SLAB_RECORDS * stride + 16 + 63) / 64 * 64;
+    char* p = static_cast<char*>(std::aligned_alloc(64, bytes));
+    if (!p) throw std::bad_alloc();
+    return std::unique_ptr<char, FreeSlab>(p);
+}
+
+void GB_RecordPool::poison([[maybe_unused]] char* base, [[maybe_unused]] size_t bytes) const {
+#ifndef NDEBUG
+    std::memset(base, 0xdd, bytes);
+#endif
+}
+
+void GB_RecordPool::addSlab() {
+    if (mySlabs.size() + 1 >= (size_t{1} << (32 - SLAB_SHIFT)))
+        throw std::length_error("too many elements in a detail");
+    if (mySlabs.size() == myTableSize) {
+        const size_t size = std::max<size_t>(4, myTableSize * 2);
+        auto table = std::make_unique<char*[]>(size);
+        std::copy_n(myTable, myTableSize, table.get());
+        myTables.push_back(std::move(table));
+        myTable = myTables.back().get();
+        myTableSize = size;
+    }
+    mySlabs.emplace_back();
+}
+
+void GB_RecordPool::openSlab(size_t s) {
+    mySlabs[s].base = newSlab(myStride);
+    setBase(s);
+}
+
+void GB_RecordPool::dropSlab(size_t s) {
+    poison(mySlabs[s].base.get(), mySlabs[s].top * myStride);
+    mySlabs[s].base.reset();
+    mySlabs[s].top = 0;
+    setBase(s);
+    while (!mySlabs.empty() && !mySlabs.back().base) mySlabs.pop_back();
+}
+
+uint32_t GB_RecordPool::findFree() {
+    uint32_t word = (myHint & (SLAB_RECORDS - 1)) / 64;
+    for (size_t s = myHint >> SLAB_SHIFT; s < mySlabs.size(); ++s, word = 0) {
+        if (mySlabs[s].live == SLAB_RECORDS) continue;
+        for (; word < WORDS; ++word) {
+            const uint64_t free = ~mySlabs[s].bits[word];
+            if (free)
+                return static_cast<uint32_t>(s) * SLAB_RECORDS + word * 64u +
+                       static_cast<uint32_t>(std::countr_zero(free));
+        }
+    }
+    addSlab();
+    return static_cast<uint32_t>(mySlabs.size() - 1) * SLAB_RECORDS;
+}
+
+uint32_t GB_RecordPool::allocate() {
+    const uint32_t slot = findFree();
+    const size_t s = slot >> SLAB_SHIFT;
+    if (!mySlabs[s].base) openSlab(s);
+    Slab& slab = mySlabs[s];
+    const uint32_t index = slot & (SLAB_RECORDS - 1);
+    slab.bits[index / 64] |= uint64_t{1} << (index % 64);
+    ++slab.live;
+    slab.top = std::max(slab.top, index + 1);
+    ++myLive;
+    myHint = slot + 1;
+    if (myStride) std::memcpy(record(slot), myTemplate.data(), myStride);
+    return slot;
+}
+
+void GB_RecordPool::release(uint32_t slot) {
+    assert(isLive(slot));
+    const size_t s = slot >> SLAB_SHIFT;
+    Slab& slab = mySlabs[s];
+    const uint32_t index = slot & (SLAB_RECORDS - 1);
+    poison(record(slot), myStride);
+    slab.bits[index / 64] &= ~(uint64_t{1} << (index % 64));
+    --myLive;
+    myHint = std::min(myHint, slot);
+    if (--slab.live == 0) dropSlab(s);
+}
+
+void GB_RecordPool::release(const UT_BitSet& slots) {
+    slots.forEach([&](size_t slot) {
+        if (isLive(static_cast<uint32_t>(slot))) release(static_cast<uint32_t>(slot));
+    });
+}
+
+bool GB_RecordPool::isLive(uint32_t slot) const {
+    if (slot >= slotEnd()) return false;
+    const uint32_t index = slot & (SLAB_RECORDS - 1);
+    return mySlabs[slot >> SLAB_SHIFT].bits[index / 64] >> (index % 64) & 1;
+}
+
+size_t GB_RecordPool::slabBytes() const {
+    size_t open = 0;
+    for (const Slab& slab : mySlabs) open += slab.base != nullptr;
+    return open * SLAB_RECORDS * myStride;
+}
+
+void GB_RecordPool::grow(const char* newBytes, size_t count) {
+    const size_t stride = myStride + count;
+    for (size_t s = 0; s < mySlabs.size(); ++s) {
+        Slab& slab = mySlabs[s];
+        if (!slab.base) continue;
+        auto base = newSlab(stride);
+        for (size_t i = 0; i < slab.top; ++i) {
+            if (myStride) std::memcpy(base.get() + i * stride, slab.base.get() + i * myStride, myStride);
+            std::memcpy(base.get() + i * stride + myStride, newBytes, count);
+        }
+        poison(slab.base.get(), slab.top * myStride);
+        slab.base = std::move(base);
+        setBase(s);
+    }
+    myTemplate.insert(myTemplate.end(), newBytes, newBytes + count);
+    myStride = stride;
+    if (myTables.size() > 1) myTables.erase(myTables.begin(), myTables.end() - 1);
+}
+
+void GB_RecordPool::clear() {
+    mySlabs.clear();
+    myTables.clear();
+    myTable = nullptr;
+    myTableSize = 0;
+    myLive = 0;
+    myHint = 0;
+}
+
+void GB_RecordPool::reset() {
+    clear();
+    myStride = myHeader;
+    myTemplate.assign(myHeader, 0);
+}
+
+void GB_RecordPool::copyFrom(const GB_RecordPool& src) {
+    clear();
+    myHeader = src.myHeader;
+    myStride = src.myStride;
+    myTemplate = src.myTemplate;
+    for (size_t s = 0; s < src.mySlabs.size(); ++s) {
+        const Slab& from = src.mySlabs[s];
+        addSlab();
+        if (!from.base) continue;
+        openSlab(s);
+        if (myStride) std::memcpy(mySlabs[s].base.get(), from.base.get(), from.top * myStride);
+        mySlabs[s].bits = from.bits;
+        mySlabs[s].live = from.live;
+        mySlabs[s].top = from.top;
+    }
+    myLive = src.myLive;
+    myHint = src.myHint;
+}
