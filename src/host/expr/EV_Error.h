@@ -28,6 +28,13 @@ void EV_raise(int thread, int number, std::string text);
 // Sets the number to 0 and empties the text.
 void EV_clearError(int thread);
 
+// Number and text of a thread together; its address stays.
+struct EV_ThreadError {
+    int number = EV_ERR_NONE;
+    std::string text;
+};
+EV_ThreadError& EV_threadError(int thread);
+
 // One error in a piece of text: number 0 means none. `message` is whole, as EV_errText gives it.
 struct EV_Error {
     int number = EV_ERR_NONE;

@@ -42,8 +42,9 @@ public:
     const std::string& text() const { return myText; }
     int components() const { return myComponents; }
 
-    // For an expression inside a larger text: errors quote `whole` and count columns from its start.
-    void setContext(std::string_view whole, size_t offset);
+    // The same for an expression that stands inside a larger text, at byte `offset`: errors quote `whole` and count
+    // columns from its start.
+    void change(std::string_view text, std::shared_ptr<const std::string> whole, size_t offset);
 
     // The first error in the text itself; number 0: none.
     const EV_Error& syntaxError() const { return mySyntaxError; }
@@ -55,20 +56,23 @@ public:
     bool bind(const EV_Scope& scope);
     const EV_Error& bindError() const { return myBindError; }
 
-    // Of the binding that bind(scope) makes; with an error nothing is known but `canFail`.
+    // Of the binding that bind(scope) makes; with an error nothing is known but canFail.
     const EV_Analysis& analysis(const EV_Scope& scope);
 
     // The names of all variables in the text, without '$', each once, in order of appearance; no scope needed.
     const std::vector<std::string>& variableNames() const { return myVariableNames; }
 
-    // The code of the last successful bind.
+    // The code of the last bind.
     const EV_Code& code() const { return *myCode; }
 
 private:
-    void compile(const EV_Scope* scope);
+    friend class EV_Evaluation;
+    EV_Error compile(const EV_Scope* scope, std::vector<std::string>* names);
+    void setCode(std::unique_ptr<EV_Code> code);
+    std::string_view whole() const { return myWhole ? *myWhole : myText; }
 
     std::string myText;
-    std::string myWhole; // empty: myText
+    std::shared_ptr<const std::string> myWhole; // null: myText
     size_t myOffset = 0;
     int myComponents;
     EV_Type myResultType = EV_FLOAT;
@@ -78,6 +82,8 @@ private:
     std::unique_ptr<EV_Code> myCode;
     const EV_Scope* myScope = nullptr;
     unsigned mySerial = 0;
+    int myNumRunning = 0; // evaluations under way: a function may evaluate this expression again
+    std::vector<std::unique_ptr<EV_Code>> myRetired; // code replaced meanwhile
 };
 
 // Create with a number of components that evaluations are meant to yield (1 or 3), give another text, destroy.

@@ -34,10 +34,16 @@ private:
         std::string source;  // the part as typed
         EV_EXPRESSION expression;
     };
-    void addPart(std::string& literal, size_t first, size_t last, size_t bodyFirst, size_t bodyLast);
     void parse();
+    size_t parseTicks(size_t open);
+    size_t parseVariable(size_t dollar);
+    size_t closingTick(size_t open) const;
+    size_t failParse(size_t offset, std::string_view what, int number = EV_ERR_SYNTAX);
+    void addPart(size_t first, size_t last, size_t bodyFirst, size_t bodyLast);
+    bool expandPart(Part& part, EV_Scope& scope, double t, int thread, std::string& out);
 
     std::string myText;
+    std::shared_ptr<const std::string> myShared; // the text, for the messages of its parts
     std::vector<Part> myParts;
     std::string myTail; // literal text after the last part
     EV_Error mySyntaxError;

@@ -1,0 +1,71 @@
+#include "host/expr/EV_Expression.h"
+#include "host/expr/EV_Compiler.h"
+#include "host/expr/EV_Function.h"
+#include <algorithm>
+
+bool EV_Analysis::readsLocal(int id) const { return std::binary_search(locals.begin(), locals.end(), id); }
+
+bool EV_Analysis::calls(std::string_view functionName) const {
+    return std::any_of(functions.begin(), functions.end(),
+                       [&](const EV_FUNCTION* function) { return function->name == functionName; });
+}
+
+EV_EXPRESSION::EV_EXPRESSION(std::string_view text, int components)
+    : myComponents(components) {
+    change(text, nullptr, 0);
+}
+
+EV_EXPRESSION::~EV_EXPRESSION() = default;
+EV_EXPRESSION::EV_EXPRESSION(EV_EXPRESSION&&) noexcept = default;
+EV_EXPRESSION& EV_EXPRESSION::operator=(EV_EXPRESSION&&) noexcept = default;
+
+void EV_EXPRESSION::change(std::string_view text) {
+    if (text != myText || myWhole) change(text, nullptr, 0);
+}
+
+void EV_EXPRESSION::change(std::string_view text, std::shared_ptr<const std::string> whole, size_t offset) {
+    myText = text;
+    myWhole = std::move(whole);
+    myOffset = offset;
+    mySyntaxError = compile(nullptr, &myVariableNames);
+    myResultType = myCode->resultType;
+    myScope = nullptr;
+    myBindError = mySyntaxError;
+}
+
+EV_Error EV_EXPRESSION::compile(const EV_Scope* scope, std::vector<std::string>* names) {
+    auto code = std::make_unique<EV_Code>();
+    EV_CompileResult result = EV_compile(myText, whole(), myOffset, scope, *code);
+    if (names) *names = std::move(result.variableNames);
+    code->analysis.canFail = code->analysis.canFail || result.error;
+    setCode(std::move(code));
+    return result.error;
+}
+
+void EV_EXPRESSION::setCode(std::unique_ptr<EV_Code> code) {
+    if (myNumRunning > 0) myRetired.push_back(std::move(myCode));
+    myCode = std::move(code);
+}
+
+bool EV_EXPRESSION::bind(const EV_Scope& scope) {
+    if (mySyntaxError) return false;
+    if (myVariableNames.empty()) return true;
+    const unsigned serial = scope.variableSerial();
+    if (myScope != &scope || mySerial != serial) {
+        myBindError = compile(&scope, nullptr);
+        myScope = &scope;
+        mySerial = serial;
+    }
+    return !myBindError;
+}
+
+const EV_Analysis& EV_EXPRESSION::analysis(const EV_Scope& scope) {
+    bind(scope);
+    return myCode->analysis;
+}
+
+EV_EXPRESSION* ev_AllocExpr(int components) { return new EV_EXPRESSION({}, components); }
+
+void ev_ChangeExpr(EV_EXPRESSION* expression, const char* text) { expression->change(text ? text : ""); }
+
+void ev_FreeExpr(EV_EXPRESSION* expression) { delete expression; }
