@@ -27,7 +27,7 @@ public:
     Menu CLASS{this, {"class", "Class"}, 0, &classMenu};
     Menu TYPE{this, {"type", "Type"}, 0, &attribTypeMenu};
     Int SIZE{this, {"size", "Size"}, 1, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, 1, 16}};
-    Floats<3> VALUE{this, {"value", "Value"}, {0, 0, 0}};
+    Floats<3> VALUE{this, {"value", "Value"}, {0.0, 0.0, 0.0}};
 
 protected:
     UT_ErrorSeverity cookSop(OP_Context& context, GU_Detail& gdp) override {

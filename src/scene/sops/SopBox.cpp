@@ -53,7 +53,7 @@ public:
         : SOP_Node(parent, name, op) {}
 
     Floats<3> SIZE{this, {"size", "Size"}, {1, 1, 1}};
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Floats<3> DIVS{this, {"divs", "Divisions"}, {1, 1, 1}, PRMhardMin(1, 20)};
 
 protected:

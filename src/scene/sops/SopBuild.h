@@ -1,6 +1,8 @@
 #pragma once
 
 #include "host/geo/GU_Detail.h"
+#include "host/node/OP_Operator.h"
+#include "host/node/PRM_SharedNames.h"
 #include "host/node/SOP_Node.h"
 #include "host/ut/UT_ErrorTable.h"
 

@@ -67,10 +67,10 @@ public:
     SopXform(OP_Network* parent, const char* name, OP_Operator* op)
         : SOP_Node(parent, name, op) {}
 
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
-    Floats<3> R{this, PRMrotateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
+    Floats<3> R{this, PRMrotateName, {0.0, 0.0, 0.0}};
     Floats<3> S{this, PRMscaleName, {1, 1, 1}};
-    Floats<3> P{this, PRMpivotName, {0, 0, 0}};
+    Floats<3> P{this, PRMpivotName, {0.0, 0.0, 0.0}};
 
 protected:
     UT_ErrorSeverity cookSop(OP_Context& context, GU_Detail& gdp) override {

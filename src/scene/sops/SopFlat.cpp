@@ -14,7 +14,7 @@ public:
 
     Menu TYPE{this, {"type", "Type"}, POLY, &polyMeshMenu};
     Floats<2> SIZE{this, {"size", "Size"}, {10, 10}};
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Int ROWS{this, {"rows", "Rows"}, 10, PRMhardMin(2, 50)};
     Int COLS{this, {"cols", "Columns"}, 10, PRMhardMin(2, 50)};
 
@@ -41,8 +41,8 @@ public:
     SopLine(OP_Network* parent, const char* name, OP_Operator* op)
         : SOP_Node(parent, name, op) {}
 
-    Floats<3> ORIGIN{this, {"origin", "Origin"}, {0, 0, 0}};
-    Floats<3> DIR{this, {"dir", "Direction"}, {0, 1, 0}};
+    Floats<3> ORIGIN{this, {"origin", "Origin"}, {0.0, 0.0, 0.0}};
+    Floats<3> DIR{this, {"dir", "Direction"}, {0.0, 1, 0.0}};
     Float DIST{this, {"dist", "Length"}, 1};
     Int POINTS{this, {"points", "Points"}, 2, PRMhardMin(2, 50)};
 
@@ -79,7 +79,7 @@ public:
     SopMetaball(OP_Network* parent, const char* name, OP_Operator* op)
         : SOP_Node(parent, name, op) {}
 
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Floats<3> RAD{this, {"rad", "Radius"}, {1, 1, 1}};
     Float WEIGHT{this, {"weight", "Weight"}, 1};
     Menu KERNEL{this, {"kernel", "Kernel"}, TS_KernelList::DEFAULT, kernelMenu()};

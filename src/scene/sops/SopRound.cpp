@@ -37,7 +37,7 @@ public:
 
     Menu TYPE{this, typeName, POLY, &polyMeshPrimMenu};
     Floats<3> RAD{this, radName, {1, 1, 1}};
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Int ROWS{this, rowsName, 13, PRMhardMin(3, 50)};
     Int COLS{this, colsName, 24, PRMhardMin(3, 50)};
 
@@ -79,7 +79,7 @@ public:
     Menu TYPE{this, typeName, POLY, &polyMeshPrimMenu};
     Floats<2> RAD{this, radName, {1, 1}};
     Float HEIGHT{this, {"height", "Height"}, 2};
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Int ROWS{this, rowsName, 2, PRMhardMin(2, 50)};
     Int COLS{this, colsName, 24, PRMhardMin(3, 50)};
     Toggle CAPS{this, {"caps", "End Caps"}, true};
@@ -134,7 +134,7 @@ public:
 
     Menu TYPE{this, typeName, POLY, &polyMeshMenu};
     Floats<2> RAD{this, radName, {1, 0.25}};
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Int ROWS{this, rowsName, 12, PRMhardMin(3, 50)};
     Int COLS{this, colsName, 24, PRMhardMin(3, 50)};
 
@@ -163,7 +163,7 @@ public:
 
     Menu TYPE{this, typeName, 0, &circleMenu};
     Floats<2> RAD{this, radName, {1, 1}};
-    Floats<3> T{this, PRMtranslateName, {0, 0, 0}};
+    Floats<3> T{this, PRMtranslateName, {0.0, 0.0, 0.0}};
     Int DIVS{this, {"divs", "Divisions"}, 24, PRMhardMin(3, 100)};
 
 protected:
