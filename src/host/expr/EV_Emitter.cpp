@@ -19,7 +19,9 @@ void EV_Emitter::failTypes(size_t offset, std::string_view sign, const EV_Term& 
 std::string EV_Emitter::quote(size_t offset, size_t length) const {
     constexpr size_t LONGEST = 40;
     const std::string_view piece = myWhole.substr(myBase + offset, length);
-    return "'" + std::string(piece.size() > LONGEST ? "..." : piece) + "'";
+    std::string out(1, '\'');
+    out.append(piece.size() > LONGEST ? "..." : piece);
+    return out += '\'';
 }
 
 // ---- numbers
@@ -91,7 +93,7 @@ EV_Term EV_Emitter::component(const EV_Term& vector, int index, size_t offset) {
     static constexpr std::string_view theNames = "xyzw";
     if (!vector.isVector())
         fail(EV_ERR_TYPE, offset,
-             "." + std::string(theNames.substr(size_t(index), 1)) + " needs a vector, not " + EV_typeName(vector.type) +
+             std::string(".").append(theNames.substr(size_t(index), 1)) + " needs a vector, not " + EV_typeName(vector.type) +
                  ",");
     if (index >= vector.size()) fail(EV_ERR_TYPE, offset, ".w needs a vector of four, not a vector,");
     return term({vector.c[index]}, vector.offset);

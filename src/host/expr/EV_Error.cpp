@@ -26,7 +26,8 @@ std::string quoted(std::string_view text) {
     if (length > LONGEST)
         for (length = LONGEST - 3; length > 0 && continuesCharacter(text[length]); --length) {
         }
-    std::string out = "\"" + std::string(text.substr(0, length)) + (length < text.size() ? "...\"" : "\"");
+    std::string out(1, '"');
+    out.append(text.substr(0, length)).append(length < text.size() ? "...\"" : "\"");
     std::replace_if(
         out.begin(), out.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
     return out;

@@ -42,7 +42,7 @@ EV_Token& EV_Lexer::string(EV_Token& token) {
         token.text += plain ? plain : c;
         if (plain) ++i;
     }
-    return bad(token, "string without its closing " + std::string(1, quote));
+    return bad(token, std::string("string without its closing ").append(1, quote));
 }
 
 EV_Token& EV_Lexer::variable(EV_Token& token) {
@@ -62,7 +62,7 @@ EV_Token& EV_Lexer::op(EV_Token& token) {
     for (std::string_view candidate : theDoubles)
         if (two == candidate) {
             token.kind = EV_Token::Operator;
-            token.text = two;
+            token.text = std::string(candidate);
             return cut(token, myAt + 2);
         }
     if (std::string_view("+-*/%^<>!?:()[],.").find(at(myAt)) == std::string_view::npos) {
@@ -72,7 +72,7 @@ EV_Token& EV_Lexer::op(EV_Token& token) {
         return cut(token, end);
     }
     token.kind = EV_Token::Operator;
-    token.text = myText.substr(myAt, 1);
+    token.text.assign(1, at(myAt));
     return cut(token, myAt + 1);
 }
 

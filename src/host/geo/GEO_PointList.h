@@ -40,7 +40,7 @@ public:
         return firstFrom(size_t{number(point)} + 1, group);
     }
     /// Calls fn(GEO_Point*) for the members of the group (all points when null) in point order. fn may birth points,
-    /// which are not visited, but must not remove points or append attributes.
+    /// which are not visited, but must not remove points, append attributes or add to the group.
     template <class Fn> void forEach(const GB_Group* group, Fn&& fn) const {
         const size_t end = entries();
         size_t left = group ? group->entries() : end;

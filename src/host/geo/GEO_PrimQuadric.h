@@ -64,6 +64,10 @@ public:
         : GEO_PrimQuadric(detail, GEOPRIMSPHERE) {}
     bool isClosed() const override { return true; }
 
+protected:
+    GEO_PrimSphere(GEO_Detail* detail, unsigned typeId)
+        : GEO_PrimQuadric(detail, typeId) {}
+
 private:
     std::unique_ptr<GEO_Primitive> clone() const override {
         return std::unique_ptr<GEO_Primitive>(new GEO_PrimSphere(*this));

@@ -2,7 +2,8 @@
 
 class CH_Collection;
 
-/// Per thread: the time and the channel collection that evaluations without a time of their own use.
+/// Per thread: the time and the channel collection that evaluations without a time of their own use. `thread` is the
+/// calling thread's number, or 0.
 class CH_Manager {
 public:
     static float getEvaluateTime(int thread);

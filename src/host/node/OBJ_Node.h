@@ -26,6 +26,9 @@ public:
     OP_OpTypeId getOpTypeID() const override { return OBJ_OPTYPE_ID; }
     OBJ_Node* castToOBJNode() override { return this; }
 
+private:
+    void noteParentReads(const OBJ_Node& parent);
+
 protected:
     UT_ErrorSeverity cookMe(OP_Context&) override;
     UT_ErrorSeverity bypassMe(OP_Context&, int&) override;

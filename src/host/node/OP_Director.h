@@ -19,8 +19,9 @@ public:
     int startFrame = 1;
     int endFrame = 240;
     /// The scene's global variables, by name without '$'.
-    std::map<std::string, double> variables;
-    void variablesChanged() { ++myVariableSerial; }
+    std::map<std::string, double, std::less<>> variables;
+    /// To be called after changing them.
+    void variablesChanged();
     unsigned variableSerial() const { return myVariableSerial; }
 
     OP_Network* objManager() const { return myObj; }
@@ -41,10 +42,10 @@ protected:
 private:
     OP_Network* myObj = nullptr;
     OP_Network* myShop = nullptr;
-    unsigned myVariableSerial = 1;
+    unsigned myVariableSerial = 0;
 };
 
-/// The current director, created when there is none.
+/// The current director, created when there is none. Its first call adds the expression functions of nodes.
 OP_Director* OPgetDirector();
 /// Destroys the current director and all its nodes; the next OPgetDirector() starts afresh.
 void OPresetDirector();

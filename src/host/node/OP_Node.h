@@ -9,8 +9,10 @@
 
 class FLX_Node;
 class OBJ_Node;
+class OP_Node;
 class OP_Network;
 class OP_Operator;
+class OP_PreDefRules;
 class SHOP_Node;
 class SOP_Node;
 
@@ -27,9 +29,17 @@ enum OP_EventType {
     OP_NODE_DELETED = 24,
 };
 
-/// Travels with a modification through the dependents; a node is visited once per data.
+/// Travels with a modification through the dependents; a node is visited once per data. A visited node appends its own
+/// dependents to `pending`, so that long chains do not nest calls.
 struct OP_PropagateData {
+    struct Visit {
+        OP_Node* node;
+        OP_Node* by;
+    };
     unsigned serial = 0;
+    OP_EventType event = OP_OUTPUT_CHANGED;
+    int index = -1; ///< of the input, for OP_INPUT_CHANGED
+    std::vector<Visit> pending{};
 };
 
 /// The kind of dependency an extra input stands for.
@@ -44,6 +54,7 @@ struct OP_NodeFlags {
     bool recook = false;
     bool changed = true;        ///< modified since it last cooked
     bool timeDependent = false; ///< its last cook read the time
+    bool impure = false;        ///< its last cook read what may change without notice
 };
 
 /// A node: parameters, inputs, flags, a place in a network, and the cook protocol.
@@ -70,8 +81,10 @@ public:
     // ---- inputs. An indirect input stands for whatever its network's own input is wired to.
     void setInput(int i, OP_Node* node);
     void setIndirectInput(int i, int networkInput);
-    int nInputs() const { return int(myInputs.size()); } ///< highest wired input + 1
-    OP_Node* getInput(int i) const;                      ///< resolved through networks; null when nothing is wired
+    int nInputs() const;            ///< highest input that getInput finds + 1
+    OP_Node* getInput(int i) const; ///< resolved through networks; null when nothing is wired
+    /// Inputs beyond this many are not wired.
+    static constexpr int maxInputs = 9999;
     virtual UT_String inputLabel(int i) const;
     virtual bool isRefInput(unsigned i) const;
 
@@ -86,8 +99,12 @@ public:
     void setTemplate(bool on);
 
     // ---- cooking
-    /// Cooks the node once per pass (or, outside a pass, when it is out of date). True when it ended below abort.
+    /// Cooks the node once per pass (or, outside a pass, when it is out of date). True when it ended below abort. A node
+    /// that is cooking already, or cooks nested deeper than maxCookDepth, fail with an error.
     bool cook(OP_Context& context);
+    static constexpr int maxCookDepth = 1000;
+    /// True when the node was modified since it cooked, read the time and cooked at another one, or read something
+    /// whose changes nobody announces. What its inputs and extra inputs read counts as read by the node.
     virtual bool needToCook(OP_Context& context, bool query = false);
     /// Cooks every input (one input); the worst of their severities. A failed input is posted as an error of this node.
     UT_ErrorSeverity lockInputs(OP_Context& context);
@@ -100,10 +117,15 @@ public:
     // ---- change
     /// Raised whenever the node's result would change.
     uint32_t getChangeSerial() const { return myChangeSerial; }
+    /// Raises the serial, marks the node and everything that depends on it. Error events only concern interfaces, flag
+    /// events only those who asked for flags: they change no result.
     void opChanged(int event, void* data = nullptr);
-    virtual void propagateModification(OP_Node* by, OP_EventType event, int index, OP_PropagateData& data);
+    virtual void propagateModification(OP_Node* by, OP_PropagateData& data);
     void parmChanged(PRM_Parm& parm) override;
-    /// Makes this node depend on another beside its inputs; the same node twice is one dependency.
+    void noteTimeRead() override { myFlags.timeDependent = true; }
+    void noteImpureRead() override { myFlags.impure = true; }
+    /// Makes this node depend on another beside its inputs; the same node twice is one dependency. What a cook does
+    /// not add again goes when it succeeds.
     void addExtraInput(OP_Node* node, OP_InterestType interest);
     void clearExtraInputs();
     const std::vector<OP_Node*>& extraInputs() const { return myExtraInputs; }
@@ -136,6 +158,9 @@ public:
     /// Fills a menu with the children of `parent` that pass the filter (null: all); returns the entries written, the
     /// terminator is the caller's.
     static int buildOpMenu(OP_Network* parent, PRM_Name* names, int size, bool (*filter)(OP_Node*));
+    /// Fills a menu with the rules of a set and ends it; token and label are the rule's name. The set must outlive the
+    /// menu.
+    static void buildPreDefRulesMenu(PRM_Name* names, int size, const OP_PreDefRules& rules);
 
     const OP_VariablePair* variablePair() const override;
     std::string messagePath() const override { return getFullPath(); }
@@ -144,29 +169,54 @@ protected:
     virtual UT_ErrorSeverity cookMe(OP_Context& context) = 0;
     virtual UT_ErrorSeverity bypassMe(OP_Context& context, int& copiedInput) = 0;
 
+    bool ownsGlobalErrors() const override;
+
 private:
+    friend class OP_Director;
     friend class OP_Network;
     struct Input {
         OP_Node* node = nullptr;
         int indirect = -1;
     };
+    struct Interest {
+        int type = OP_INTEREST_NONE;
+        bool renewed = true;
+    };
+
+    void wire(int i, Input input);
+    /// Cuts every wire and dependency from and to this node and tells those who depended on it.
+    void disconnect();
     void dropReferencesTo(OP_Node* node);
-    void runCook(OP_Context& context);
+    void eraseExtraInput(size_t i);
+    void modified(OP_EventType event, int index = -1);
+    void flagChanged(OP_EventType event);
+    void pushDependents(OP_PropagateData& data, bool flag);
+
+    void runCook(OP_Context& context, unsigned request);
+    void beginCook();
+    void endCook(OP_Context& context, unsigned request, UT_ErrorSeverity result);
+    void inheritReads(const OP_Node& from);
+    UT_ErrorSeverity cookSeverity() const;
+
+    inline static bool ourTearDown = false; // a whole scene goes: nobody is left to be told
 
     std::string myName;
-    OP_Network* myParent;
-    OP_Operator* myOperator;
-    int myUniqueId;
+    OP_Network* myParent = nullptr;
+    OP_Operator* myOperator = nullptr;
+    int myUniqueId = 0; // 0: a prototype
     std::vector<Input> myInputs;
     std::vector<OP_Node*> myOutputs; // nodes wired to this one, with repeats
     std::vector<OP_Node*> myExtraInputs;
+    std::vector<Interest> myInterests; // one per extra input
     std::vector<OP_Node*> myExtraOutputs;
     OP_NodeFlags myFlags;
     uint32_t myChangeSerial = 1;
     unsigned myVisitSerial = 0;
     unsigned myPass = 0;
+    unsigned myRequest = 0;
     void* myPassData = nullptr;
     float myCookTime = 0;
     unsigned myCookCount = 0;
+    UT_ErrorSeverity myCookResult = UT_ERROR_NONE;
     bool myCooking = false;
 };

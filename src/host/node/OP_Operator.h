@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "host/node/OP_VariablePair.h"
@@ -15,7 +16,8 @@ using OP_Constructor = OP_Node* (*)(OP_Network* parent, const char* name, OP_Ope
 /// An operator type: what a table lists and a network creates nodes from.
 class OP_Operator {
 public:
-    /// The parameter rows are recorded from a prototype made by `constructor` (no parent, no id), at the first demand.
+    /// The parameter rows are recorded from a prototype made by `constructor` (no parent, no name, no id), at the first
+    /// demand.
     OP_Operator(const char* name, const char* label, OP_Constructor constructor, int minInputs, int maxInputs,
                 const OP_VariablePair* variables, unsigned flags = 0);
     virtual ~OP_Operator();
@@ -36,13 +38,18 @@ public:
     void setIconName(const char* icon) { myIcon = icon; }
     const std::string& iconName() const { return myIcon; }
 
+    /// Constructs a node; it is no child of `parent` yet.
     virtual OP_Node* createNode(OP_Network* parent, const char* name);
+    /// Gives a new child of a network what its type holds from the start; false with a message when it cannot.
+    virtual bool buildNode(OP_Node& node, std::string& error);
 
 protected:
-    mutable PRM_TemplateTable myTemplates;
-    mutable bool myRecorded = false;
+    /// Adds rows that are not the class's own.
+    virtual void appendTemplates(PRM_TemplateTable& table) const;
 
 private:
+    mutable PRM_TemplateTable myTemplates;
+    mutable std::once_flag myRecorded;
     std::string myName;
     std::string myLabel;
     std::string myClassName;

@@ -30,12 +30,16 @@ public:
     PRM_Recorder& operator=(const PRM_Recorder&) = delete;
 
     static PRM_Recorder* current();
-    PRM_Template& append();
-    int entries() const;
+    /// The first node constructed after the recorder is the prototype; nodes it makes in turn are ordinary ones.
+    void claim(const OP_Parameters* node);
+    bool records(const OP_Parameters* node) const { return myPrototype == node; }
+    /// The new row and its index.
+    PRM_Template& append(int& index);
 
 private:
     PRM_TemplateTable& myTable;
     PRM_Recorder* myOuter;
+    const OP_Parameters* myPrototype = nullptr;
 };
 
 /// The parameters, local variables and messages of a node.
@@ -77,6 +81,10 @@ public:
     /// The same with full precision, for `ch`.
     double evalNumber(PRM_Parm& parm, int component, double t, int thread);
 
+    /// Tell the node that what is evaluated depends on the time, or on something whose changes nobody announces.
+    virtual void noteTimeRead() {}
+    virtual void noteImpureRead() {}
+
     bool hasParm(const char* name) const { return myParms.find(name) != nullptr; }
     PRM_ParmList& parms() { return myParms; }
     const PRM_ParmList& parms() const { return myParms; }
@@ -86,6 +94,7 @@ public:
     void setFloat(const char* name, int component, double value);
     void setInt(const char* name, int component, int value) { setFloat(name, component, value); }
     void setExpression(const char* name, int component, const char* text);
+    void setKeys(const char* name, int component, CH_Channel channel);
     void setString(const char* name, const UT_String& text, StringMeaning meaning = Expand);
     /// Raises the change serial and tells dependents; the setters call it.
     virtual void parmChanged(PRM_Parm& parm);
@@ -122,7 +131,8 @@ public:
     UT_ErrorList& setupErrors() { return mySetupErrors; }
     const UT_ErrorList& setupErrors() const { return mySetupErrors; }
     UT_String getErrorMessages() const;
-    /// Posts the thread's pending expression error as an error of this node.
+    /// Posts the thread's pending expression error as an error of this node: `<token>: <what went wrong>`. `text` is the
+    /// expression, for errors that were raised without a message.
     void evaluationError(const char* token, const char* text, int thread);
 
     /// Full path for messages; "" for a prototype.
@@ -132,9 +142,23 @@ public:
 protected:
     /// Called by the node's constructor: values start at the defaults of `table`. Null while a prototype records.
     void initParms(const PRM_TemplateTable* table);
+    /// True for the object whose construction fills a recorder's table.
+    bool isPrototype() const;
+
+    /// True when messages in the thread's global list are this object's own.
+    virtual bool ownsGlobalErrors() const { return true; }
 
 private:
+    friend class OP_NodeScope;
+    friend class OP_UndoManager;
+
+    PRM_Parm* parmAt(int index) {
+        return unsigned(index) < unsigned(myParms.entries()) ? &myParms.parm(index) : nullptr;
+    }
     double evaluateComponent(PRM_Parm& parm, int component, double t, int thread);
+    UT_String evaluateText(PRM_Parm& parm, int component, double t, int thread);
+    void noteAnalysis(const EV_Analysis& analysis);
+    template <class Change> void changeParm(const char* name, const Change& change);
 
     PRM_ParmList myParms;
     int myDeclared = 0;

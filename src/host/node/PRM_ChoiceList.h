@@ -18,9 +18,9 @@ public:
     constexpr PRM_ChoiceList(PRM_ChoiceListType type, const PRM_Name* names)
         : myType(type)
         , myNames(names) {}
-    constexpr PRM_ChoiceList(PRM_ChoiceListType type, PRM_MenuBuilder builder)
+    constexpr PRM_ChoiceList(PRM_ChoiceListType type, PRM_MenuBuilder build)
         : myType(type)
-        , myBuilder(builder) {}
+        , myBuilder(build) {}
 
     PRM_ChoiceListType type() const { return myType; }
     /// The static entries, or null for a built menu.

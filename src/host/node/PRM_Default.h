@@ -9,6 +9,8 @@ struct PRM_Default {
     constexpr PRM_Default() = default;
     constexpr PRM_Default(double number)
         : value(number) {}
+    constexpr PRM_Default(int number) // so that a plain 0 is no null text
+        : value(number) {}
     constexpr PRM_Default(const char* expression)
         : text(expression) {}
 };

@@ -19,6 +19,15 @@
 struct PRM_StaticTag {};
 inline constexpr PRM_StaticTag PRM_Static{};
 
+/// Options that the folder and multi-instance handles below pass.
+struct PRM_FolderSet {
+    std::vector<std::pair<std::string, int>> folders;
+    bool hasValue;
+};
+struct PRM_InstanceRows {
+    std::vector<PRM_Template> rows;
+};
+
 class PRM_Handle {
 public:
     PRM_Handle(const PRM_Handle&) = delete;
@@ -55,6 +64,10 @@ private:
     static void apply(PRM_Template& row, PRM_StringKind kind) { row.stringKind = kind; }
     static void apply(PRM_Template& row, PRM_Callback callback) { row.callback = callback; }
     static void apply(PRM_Template& row, PRM_StaticTag) { row.animated = false; }
+    static void apply(PRM_Template& row, const PRM_FolderSet& set) {
+        row.folders = set.folders, row.folderValue = set.hasValue;
+    }
+    static void apply(PRM_Template& row, const PRM_InstanceRows& instance) { row.instance = instance.rows; }
 };
 
 /// A number evaluated as float. `P(t)` evaluates it at time t.
@@ -163,9 +176,14 @@ public:
     PRM_Multi(OP_Parameters* owner, const PRM_Name& name, int def, std::vector<PRM_Template> instance);
 
     int operator()() const { return myOwner->evalInt(myIndex, 0, 0); }
+
+private:
+    PRM_Multi(OP_Parameters* owner, const PRM_Name& name, PRM_Default def, const PRM_InstanceRows& instance)
+        : PRM_Handle(owner, PRM_Type::Multi, 1, name, &def, instance) {}
 };
 
+/// A button, or with a menu a list of actions: the callback gets the entry's ordinal as its index.
 class PRM_Button : public PRM_Handle {
 public:
-    PRM_Button(OP_Parameters* owner, const PRM_Name& name, PRM_Callback callback);
+    PRM_Button(OP_Parameters* owner, const PRM_Name& name, PRM_Callback callback, const PRM_ChoiceList* menu = nullptr);
 };

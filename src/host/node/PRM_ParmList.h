@@ -28,7 +28,6 @@ public:
     std::vector<std::string> tokens() const;
 
 private:
-    const PRM_TemplateTable* myTable = nullptr;
     int myTableRows = 0;
     std::vector<std::unique_ptr<PRM_Parm>> myParms;
     std::vector<std::unique_ptr<PRM_Template>> mySpareRows;

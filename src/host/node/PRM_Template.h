@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -11,6 +12,10 @@
 #include "host/node/PRM_Range.h"
 
 class OP_Node;
+
+/// A copy of `text` that lives as long as the process, for rows whose texts are no literals. The same text gives the same
+/// pointer.
+const char* PRMpermanentText(std::string_view text);
 
 enum class PRM_Type { Float, Int, Toggle, Menu, String, Button, Folder, Multi };
 

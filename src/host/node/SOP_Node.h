@@ -7,7 +7,7 @@
 
 /// A geometry node: cooks a detail from its inputs and parameters and keeps it until something it read changes. A node
 /// whose cook read the time is cooked again at another time; one whose expressions call impure functions is cooked at
-/// every request.
+/// every request. The detail keeps its data id; its change count rises with every cook and with nothing else.
 class SOP_Node : public OP_Network {
 public:
     SOP_Node(OP_Network* parent, const char* name, OP_Operator* op);
@@ -25,7 +25,7 @@ public:
     SOP_Node* castToSOPNode() override { return this; }
 
 protected:
-    /// Fills `gdp` (empty on entry) at the context's time.
+    /// Fills `gdp` (empty on entry) at the context's time. When it fails, the detail is emptied.
     virtual UT_ErrorSeverity cookSop(OP_Context& context, GU_Detail& gdp) = 0;
     /// The cooked detail of an input, or null. Its errors have been posted.
     const GU_Detail* inputDetail(int i, OP_Context& context);
@@ -34,5 +34,11 @@ protected:
     UT_ErrorSeverity bypassMe(OP_Context& context, int& copiedInput) override;
 
 private:
-    GU_DetailHandle myHandle;
+    void markFresh(const OP_Context& context);
+
+    GU_DetailHandle myOwn;    // what this node fills, one detail for its life
+    GU_DetailHandle myHandle; // the result: its own, or with bypass its input's
+    // Cooked and not asked for since: served once even when the node has to cook at every request.
+    bool myFresh = false;
+    float myFreshTime = 0;
 };

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-/// The name most like a mistyped word, for "did you mean ...?": fewest edits (insert, delete, change, swap neighbours;
-/// case alone counts half), the first of equals. Empty when nothing comes within a third of the word's length or one
+/// The name most like a mistyped word, for "did you mean ...?": fewest edits (insert, delete, change, swap neighbours),
+/// then fewest differences in case, then the first. Empty when nothing comes within a third of the word's length or one
 /// edit.
 std::string nearestName(std::string_view word, const std::vector<std::string>& names);

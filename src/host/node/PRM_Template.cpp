@@ -1,0 +1,20 @@
+#include "host/node/PRM_Template.h"
+
+#include <set>
+
+#include "host/ut/UT_Lock.h"
+
+int PRM_TemplateTable::find(const std::string& token) const {
+    for (size_t i = 0; i < rows.size(); ++i)
+        if (rows[i].token == token) return int(i);
+    return -1;
+}
+
+const char* PRMpermanentText(std::string_view text) {
+    static UT_Lock theLock;
+    static std::set<std::string, std::less<>> theTexts;
+    UT_AutoLock lock(theLock);
+    auto found = theTexts.find(text);
+    if (found == theTexts.end()) found = theTexts.emplace(text).first;
+    return found->c_str();
+}

@@ -1,0 +1,194 @@
+#include "host/ut/UT_Noise.h"
+
+#include <cfloat>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "host/ut/UT_CRC.h"
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Columns {
+    std::vector<float> x, y, z;
+    size_t size() const { return x.size(); }
+    UT_Vector3 operator[](size_t i) const { return {x[i], y[i], z[i]}; }
+    void add(float a, float b, float c) { x.push_back(a), y.push_back(b), z.push_back(c); }
+};
+
+/// Scattered points, points on the lattices and in hopeless places.
+Columns places(int n = 3001) {
+    Columns out;
+    uint32_t state = 7;
+    const auto draw = [&] { return float((state = state * 1664525u + 1013904223u) >> 8) * 0x1p-24f; };
+    for (int i = 0; i < n; ++i) {
+        const float a = draw(), b = draw(), c = draw(), size = i % 5 == 0 ? 1e5f : 20.0f;
+        out.add((a - 0.5f) * size, (b - 0.5f) * size, (c - 0.5f) * size);
+    }
+    for (int i = -3; i <= 3; ++i) out.add(float(i), float(i) - 0.0f, -float(i));
+    for (float v : {NAN, INFINITY, -INFINITY, FLT_MAX, -FLT_MAX, 3e9f, -3e9f, 268435456.0f, 1e-40f, -0.0f}) {
+        out.add(v, 0.3f, 0.7f);
+        out.add(0.1f, v, v);
+        out.add(v, v, v);
+    }
+    return out;
+}
+
+uint32_t bitsOf(float v) {
+    uint32_t b;
+    std::memcpy(&b, &v, sizeof b);
+    return b;
+}
+
+} // namespace
+
+TEST(UT_Noise, ColumnsGiveTheBitsOfSinglePoints) {
+    const Columns at = places();
+    for (int type = 0; type < 4; ++type)
+        for (const float atten : {1.0f, 1.7f}) {
+            const UT_Noise noise(11, type);
+            Columns out = at; // in place
+            noise.turbulence(out.x.data(), out.y.data(), out.z.data(), int(at.size()), 2, out.x.data(), out.y.data(),
+                             out.z.data(), 0.6f, atten);
+            for (size_t i = 0; i < at.size(); ++i) {
+                UT_Vector3 one;
+                noise.turbulence(at[i], 2, one, 0.6f, atten);
+                for (int c = 0; c < 3; ++c)
+                    ASSERT_EQ(bitsOf(one[c]), bitsOf(out[i][c])) << "type " << type << ", point " << i << ", " << c;
+                ASSERT_EQ(bitsOf(noise.turbulence(at[i], 2, 0.6f, atten)), bitsOf(one.x())) << "type " << type;
+            }
+        }
+}
+
+TEST(UT_Noise, BoundedEverywhereAndCentred) {
+    const Columns at = places(20000);
+    for (int type = 0; type < 4; ++type) {
+        const UT_Noise noise(5, type);
+        double sum = 0, squares = 0;
+        for (size_t i = 0; i < at.size(); ++i) {
+            UT_Vector3 v;
+            noise.turbulence(at[i], 0, v, 0.5f, 1);
+            for (int c = 0; c < 3; ++c) {
+                ASSERT_LE(std::fabs(v[c]), 1.1f) << "type " << type; // false for NaN
+                sum += double(v[c]), squares += double(v[c]) * double(v[c]);
+            }
+        }
+        const double n = 3 * double(at.size());
+        EXPECT_NEAR(sum / n, 0, 0.02) << "type " << type;
+        EXPECT_GT(squares / n, 0.03) << "type " << type;
+    }
+}
+
+TEST(UT_Noise, ContinuousAcrossCells) {
+    // Small steps along lines through many cells; the steepest slope of each field is far below these.
+    const float step = 0x1p-12f;
+    for (int type = 0; type < 4; ++type) {
+        const UT_Noise noise(3, type);
+        const float steepest = type == 3 ? 8.0f : 6.0f;
+        for (const UT_Vector3& direction :
+             {UT_Vector3(1, 0, 0), UT_Vector3(0, 1, 0), UT_Vector3(0.6f, -0.64f, 0.48f)}) {
+            UT_Vector3 before, now;
+            noise.turbulence(UT_Vector3(-5, 0.2f, 1.1f), 0, before, 0.5f, 1);
+            for (int i = 1; i < 40000; ++i, before = now) {
+                noise.turbulence(UT_Vector3(-5, 0.2f, 1.1f) + direction * (step * float(i)), 0, now, 0.5f, 1);
+                ASSERT_LT((now - before).length(), steepest * step * 1.8f) << "type " << type << ", step " << i;
+            }
+        }
+    }
+}
+
+TEST(UT_Noise, ChannelsSeedsTypesAndNeighboursAreUnrelated) {
+    const Columns at = places(20000);
+    const auto correlation = [&](auto f, auto g) {
+        double fg = 0, ff = 0, gg = 0;
+        for (size_t i = 0; i < 20000; ++i) {
+            const double a = f(at[i]), b = g(at[i]);
+            fg += a * b, ff += a * a, gg += b * b;
+        }
+        return fg / std::sqrt(ff * gg);
+    };
+    const auto channel = [](int seed, int type, int c, UT_Vector3 shift = UT_Vector3(0, 0, 0)) {
+        return [=](UT_Vector3 p) {
+            UT_Vector3 v;
+            UT_Noise(seed, type).turbulence(p + shift, 0, v, 0.5f, 1);
+            return double(v[c]);
+        };
+    };
+    for (int type = 0; type < 4; ++type) {
+        EXPECT_NEAR(correlation(channel(1, type, 0), channel(1, type, 1)), 0, 0.04) << "type " << type;
+        EXPECT_NEAR(correlation(channel(1, type, 1), channel(1, type, 2)), 0, 0.04) << "type " << type;
+        EXPECT_NEAR(correlation(channel(1, type, 0), channel(2, type, 0)), 0, 0.04) << "type " << type;
+        EXPECT_NEAR(correlation(channel(1, type, 0), channel(1, (type + 1) % 4, 0)), 0, 0.04) << "type " << type;
+        // No short period along an axis.
+        for (int k = 3; k < 20; ++k) {
+            EXPECT_NEAR(correlation(channel(1, type, 0), channel(1, type, 0, UT_Vector3(float(k), 0, 0))), 0, 0.04);
+            EXPECT_NEAR(correlation(channel(1, type, 2), channel(1, type, 2, UT_Vector3(0, 0, float(k)))), 0, 0.04);
+        }
+    }
+}
+
+TEST(UT_Noise, OctavesAddHalvedAndRoughened) {
+    for (int type = 0; type < 4; ++type) {
+        const UT_Noise noise(9, type);
+        const UT_Vector3 p(0.31f, 4.2f, -7.7f);
+        UT_Vector3 one, two, zeroRough, many, clamped;
+        noise.turbulence(p, 0, one, 0.5f, 1);
+        noise.turbulence(p, 1, two, 0.5f, 1);
+        noise.turbulence(p, 9, zeroRough, 0, 1);
+        EXPECT_EQ(one, zeroRough);
+        EXPECT_NE(one, two);
+        // The second octave's share is proportional to the roughness.
+        UT_Vector3 rougher;
+        noise.turbulence(p, 1, rougher, 1, 1);
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(rougher[c] - one[c], 2 * (two[c] - one[c]), 1e-5f);
+        noise.turbulence(p, 15, many, 0.9f, 1);
+        noise.turbulence(p, 1000000000, clamped, 0.9f, 1);
+        EXPECT_EQ(many, clamped);
+        noise.turbulence(p, -5, clamped, 0.9f, 1);
+        EXPECT_EQ(one, clamped);
+    }
+}
+
+TEST(UT_Noise, AttenuationKeepsTheSign) {
+    const UT_Noise noise(2);
+    int negative = 0;
+    for (int i = 0; i < 50; ++i) {
+        UT_Vector3 plain, squared;
+        const UT_Vector3 p(float(i) * 0.37f, 1, 2);
+        noise.turbulence(p, 1, plain, 0.5f, 1);
+        noise.turbulence(p, 1, squared, 0.5f, 2);
+        for (int c = 0; c < 3; ++c) {
+            EXPECT_NEAR(squared[c], plain[c] * std::fabs(plain[c]), 1e-6f);
+            negative += squared[c] < 0;
+        }
+    }
+    EXPECT_GT(negative, 20);
+}
+
+TEST(UT_Noise, UnknownTypeLeavesTheType) {
+    UT_Noise noise(0, 2);
+    noise.setType(4);
+    EXPECT_EQ(noise.type(), 2);
+    noise.setType(-1);
+    EXPECT_EQ(noise.type(), 2);
+    EXPECT_EQ(UT_Noise(0, 77).type(), 0);
+}
+
+// The fields are part of what scenes look like: they never change. All bits of 3001 points, on any compiler and CPU.
+TEST(UT_Noise, GoldenValues) {
+    const Columns at = places();
+    unsigned sums[4] = {};
+    for (int type = 0; type < 4; ++type)
+        for (size_t i = 0; i < at.size(); ++i) {
+            UT_Vector3 v;
+            UT_Noise(42, type).turbulence(at[i], 3, v, 0.5f, 1);
+            v += UT_Vector3(0, 0, 0); // -0 to 0
+            UT_CRC::updateCRC(sums[type], v.data(), sizeof v);
+        }
+    EXPECT_EQ(sums[0], 2027525686u);
+    EXPECT_EQ(sums[1], 3057030208u);
+    EXPECT_EQ(sums[2], 303934588u);
+    EXPECT_EQ(sums[3], 634563890u);
+}

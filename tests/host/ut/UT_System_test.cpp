@@ -1,0 +1,244 @@
+// Messages, interrupts, threads, environment, checksums and files.
+#include "host/ut/UT_CRC.h"
+#include "host/ut/UT_EnvControl.h"
+#include "host/ut/UT_ErrorTable.h"
+#include "host/ut/UT_Interrupt.h"
+#include "host/ut/UT_Lock.h"
+#include "host/ut/UT_PathSearch.h"
+#include "host/ut/UT_RandomSequence.h"
+#include "host/ut/UT_Thread.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+UT_Interrupt& freshInterrupt() {
+    UTgetInterrupt()->clear();
+    return *UTgetInterrupt();
+}
+
+int indexOnNewThread() {
+    int index = 0;
+    std::thread([&] { index = UT_Thread::getMySequentialThreadIndex(); }).join();
+    return index;
+}
+
+} // namespace
+
+TEST(UT_ErrorList, KeepsEachMessageOnceInOrder) {
+    UT_ErrorList list;
+    EXPECT_EQ(list.severity(), UT_ERROR_NONE);
+    for (int round = 0; round < 3; ++round) {
+        list.add({"FLX", 4, UT_ERROR_WARNING, "a"});
+        list.add({"FLX", 4, UT_ERROR_ABORT, "a"});
+        list.add({"OP", 4, UT_ERROR_WARNING, "a"});
+        list.add({"FLX", 5, UT_ERROR_WARNING, "a"});
+        list.add({"FLX", 4, UT_ERROR_WARNING, "b"});
+    }
+    ASSERT_EQ(list.size(), 5u);
+    EXPECT_EQ(list[0].severity, UT_ERROR_WARNING);
+    EXPECT_EQ(list[1].severity, UT_ERROR_ABORT);
+    EXPECT_EQ(list[4].text, "b");
+    EXPECT_EQ(list.severity(), UT_ERROR_ABORT);
+
+    UT_ErrorList other;
+    other.add({"FLX", 9, UT_ERROR_FATAL, ""});
+    other.add(list[4]);
+    list.steal(other);
+    EXPECT_TRUE(other.empty() && other.severity() == UT_ERROR_NONE);
+    EXPECT_EQ(list.size(), 6u);
+    EXPECT_EQ(list.severity(), UT_ERROR_FATAL);
+    list.steal(list);
+    EXPECT_EQ(list.size(), 6u);
+    list.clear();
+    list.add({"FLX", 4, UT_ERROR_MESSAGE, "a"}); // what was cleared may be posted again
+    EXPECT_EQ(list.severity(), UT_ERROR_MESSAGE);
+}
+
+TEST(UT_ErrorList, EachThreadPostsToItsOwn) {
+    UTglobalErrors().clear();
+    UTaddWarning("FLX", 8, nullptr);
+    std::thread([] {
+        UTaddFatal("OP", 1, "elsewhere");
+        EXPECT_EQ(UTglobalErrors().size(), 1u);
+    }).join();
+    ASSERT_EQ(UTglobalErrors().size(), 1u);
+    EXPECT_EQ(UTglobalErrors()[0], (UT_Error{"FLX", 8, UT_ERROR_WARNING, ""}));
+    UTaddMessage("FLX", 1, "$MASS = 1");
+    UTaddError("FLX", 11, "/obj/nothing");
+    EXPECT_EQ(UTglobalErrors().severity(), UT_ERROR_ABORT);
+    EXPECT_EQ(UTerrorBrief(UTglobalErrors()[2]), "error FLX 11: /obj/nothing");
+    EXPECT_EQ(UTerrorText(UTglobalErrors()[2]), "error FLX 11: No object or geometry has this path: /obj/nothing");
+    EXPECT_EQ(UTerrorBrief(UTglobalErrors()[0]), UTerrorText(UTglobalErrors()[0]));
+    UTglobalErrors().clear();
+}
+
+TEST(UT_ErrorTable, EveryNumberInUseHasItsOwnWording) {
+    std::set<std::string> wordings;
+    const int flx[] = {1, 2, 3, 4, 6, 8, 9, 10, 11, 12, 13, 14, 16, 18, 19, 20, 21, 22, 23, 24, 25};
+    for (int code : flx) EXPECT_TRUE(wordings.insert(UTerrorWording("FLX", code)).second) << code;
+    for (int code : {OP_ERR_EXPRESSION, OP_ERR_RECURSION, OP_ERR_CHILD_FAILED})
+        EXPECT_TRUE(wordings.insert(UTerrorWording("OP", code)).second) << code;
+    EXPECT_TRUE(wordings.insert(UTerrorWording("FLX", 5)).second);
+    EXPECT_STREQ(UTerrorWording("FLX", 5), UTerrorWording("XYZ", -1));
+}
+
+TEST(UT_Interrupt, FiresAtTheNthPoll) {
+    UT_Interrupt& interrupt = freshInterrupt();
+    interrupt.opInterrupt();
+    interrupt.fireAtPoll(3);
+    EXPECT_EQ(interrupt.opInterrupt(), 0);
+    EXPECT_EQ(interrupt.opInterrupt(50), 0);
+    EXPECT_EQ(interrupt.opInterrupt(), 1);
+    EXPECT_EQ(interrupt.opInterrupt(), 1); // stands until cleared
+    EXPECT_EQ(interrupt.pollCount(), 5);
+    interrupt.clear();
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(interrupt.opInterrupt(), 0);
+}
+
+TEST(UT_Interrupt, ScopesNestAndAreRefused) {
+    UT_Interrupt& interrupt = freshInterrupt();
+    {
+        UT_ProgressScope outer("Cooking"), inner("Birthing particles");
+        EXPECT_TRUE(outer && inner && !inner.stopped(130));
+        EXPECT_EQ(interrupt.percent(), 100);
+        EXPECT_STREQ(interrupt.label(), "Birthing particles");
+        interrupt.refuseStart(true);
+        const UT_ProgressScope refused("More");
+        EXPECT_FALSE(refused);
+        EXPECT_EQ(interrupt.depth(), 2);
+    }
+    EXPECT_EQ(interrupt.depth(), 0);
+    EXPECT_EQ(interrupt.label(), nullptr);
+    interrupt.clear();
+    interrupt.interrupt();
+    EXPECT_EQ(interrupt.opStart("late"), 0);
+    interrupt.clear();
+}
+
+TEST(UT_Interrupt, ASignalHandlerMayAsk) {
+    UT_Interrupt& interrupt = freshInterrupt();
+    const auto before = std::signal(SIGINT, [](int) { UTgetInterrupt()->interrupt(); });
+    std::raise(SIGINT);
+    std::signal(SIGINT, before);
+    int seen = 0;
+    std::thread([&] { seen = interrupt.opInterrupt(); }).join();
+    EXPECT_EQ(seen, 1);
+    interrupt.clear();
+}
+
+TEST(UT_Thread, IndicesAreSmallAndComeBack) {
+    const int mine = UT_Thread::getMySequentialThreadIndex();
+    EXPECT_GE(mine, 1);
+    const int other = indexOnNewThread();
+    EXPECT_NE(other, mine);
+    EXPECT_EQ(indexOnNewThread(), other);
+    std::set<int> together;
+    UT_Lock lock;
+    std::atomic<int> arrived{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 20; ++i)
+        threads.emplace_back([&] {
+            const int index = UT_Thread::getMySequentialThreadIndex();
+            {
+                UT_AutoLock held(lock);
+                EXPECT_TRUE(together.insert(index).second);
+            }
+            for (++arrived; arrived < 20;) std::this_thread::yield(); // all alive at once
+            EXPECT_EQ(UT_Thread::getMySequentialThreadIndex(), index);
+        });
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(together.count(mine), 0u);
+    EXPECT_EQ(*together.rbegin(), 21); // with this thread's, 1 to 21 without a gap
+    EXPECT_EQ(UT_Thread::getMySequentialThreadIndex(), mine);
+}
+
+TEST(UT_EnvControl, ReadsSwitchFlags) {
+    const struct {
+        const char* text;
+        int value;
+    } cases[] = {{"5", 5}, {"-3", -3}, {"", 0}, {"5x", 0}, {"x", 0}, {" 5", 0}, {"99999999999", 0}};
+    for (const auto& c : cases) {
+        setenv("FLX_SWITCH_FLAGS", c.text, 1);
+        EXPECT_EQ(UT_EnvControl::getInt(113), c.value) << "\"" << c.text << "\"";
+    }
+    unsetenv("FLX_SWITCH_FLAGS");
+    EXPECT_EQ(UT_EnvControl::getInt(113), 0);
+    UT_EnvControl::setInt(113, 2);
+    EXPECT_EQ(UT_EnvControl::getInt(113), 2);
+    EXPECT_EQ(UT_EnvControl::getInt(112), 0);
+    UT_EnvControl::resetInt(113);
+    EXPECT_EQ(UT_EnvControl::getInt(113), 0);
+}
+
+TEST(UT_CRC, KnownChecksums) {
+    const std::string text = "123456789", longer = "The quick brown fox jumps over the lazy dog";
+    unsigned crc = 0;
+    UT_CRC::updateCRC(crc, text.data(), text.size());
+    EXPECT_EQ(crc, 0xcbf43926u); // the check value of the standard
+    for (size_t cut = 0; cut <= longer.size(); ++cut) {
+        crc = 0;
+        UT_CRC::updateCRC(crc, longer.data(), cut);
+        UT_CRC::updateCRC(crc, longer.data() + cut, longer.size() - cut);
+        EXPECT_EQ(crc, 0x414fa339u) << "cut at " << cut;
+    }
+}
+
+TEST(UT_RandomSequence, EvenRepeatableAndInRange) {
+    UT_RandomSequence a(17, 7), b(17, 7), c(18, 7);
+    int counts[7] = {}, differs = 0;
+    for (int i = 0; i < 70000; ++i) {
+        const int v = a.next();
+        ASSERT_TRUE(v >= 0 && v < 7);
+        ++counts[v];
+        ASSERT_EQ(v, b.next());
+        differs += v != c.next();
+    }
+    for (int n : counts) EXPECT_NEAR(n, 10000, 500);
+    EXPECT_NEAR(differs, 60000, 500);
+    a.construct(17, 1);
+    EXPECT_EQ(a.next(), 0);
+    a.construct(17, 0);
+    EXPECT_EQ(a.next(), -1);
+    // The published first outputs of this generator from state 0, upper halves, over the full range.
+    UT_RandomSequence full(0, 1 << 30);
+    EXPECT_EQ(full.next(), int(0xe220a839u >> 2));
+    EXPECT_EQ(full.next(), int(0x6e789e6au >> 2));
+    EXPECT_EQ(full.next(), int(0x06c45d18u >> 2));
+}
+
+TEST(UT_PathSearch, FirstDirectoryWins) {
+    namespace fs = std::filesystem;
+    const fs::path root = fs::path(testing::TempDir()) / "ut_path_search";
+    fs::remove_all(root);
+    fs::create_directories(root / "a" / "folder");
+    fs::create_directories(root / "b" / "folder2");
+    std::ofstream(root / "b" / "x.lst") << "b";
+    std::ofstream(root / "b" / "folder") << "a file by that name";
+    setenv("FLX_PATH", ((root / "a").string() + "::" + (root / "b").string()).c_str(), 1);
+    UT_String found("untouched");
+    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, "nowhere.lst"));
+    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, ""));
+    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, nullptr));
+    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, "folder2")); // no file
+    EXPECT_EQ(found, "untouched");
+    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, "x.lst"));
+    EXPECT_EQ(found, (root / "b" / "x.lst").c_str());
+    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, "folder")); // the directory of that name is passed over
+    EXPECT_EQ(found, (root / "b" / "folder").c_str());
+    std::ofstream(root / "a" / "x.lst") << "a";
+    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, "x.lst"));
+    EXPECT_EQ(found, (root / "a" / "x.lst").c_str());
+    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, (root / "b" / "x.lst").c_str()));
+    unsetenv("FLX_PATH");
+    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, "x.lst"));
+    fs::remove_all(root);
+}
