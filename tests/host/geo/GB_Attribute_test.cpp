@@ -1,0 +1,171 @@
+#include "host/geo/GB_RecordPool.h"
+#include "host/geo/GU_Detail.h"
+#include "host/ut/UT_BitSet.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <map>
+#include <random>
+
+TEST(Attribute, StringTableKeepsOrderAndShiftsOnRemoval) {
+    GB_Attribute a("instance", 4, GB_ATTRIB_INDEX, 0, nullptr);
+    for (const char* text : {"a", "b", "c", "b"}) a.addIndex(text);
+    EXPECT_EQ(a.entries(), 3);
+    a.destroyIndex(0);
+    EXPECT_STREQ(a.getIndex(0), "b");
+    EXPECT_EQ(a.findIndex("c"), 1);
+    EXPECT_EQ(a.findIndex("a"), -1);
+    EXPECT_EQ(a.addIndex("a"), 2);
+    a.destroyIndex(3);
+    a.destroyIndex(-1);
+    EXPECT_EQ(a.entries(), 3);
+    EXPECT_EQ(a.getIndex(3), nullptr);
+    EXPECT_EQ(a.getIndex(-1), nullptr);
+    GB_Attribute b("x", 4, GB_ATTRIB_INDEX, 0, nullptr);
+    b.addIndex("c");
+    b.addIndex("new");
+    a.mergeIndexByAppending(b);
+    EXPECT_EQ(a.indexStrings(), (std::vector<std::string>{"b", "c", "a", "c", "new"}));
+    EXPECT_EQ(a.findIndex("c"), 1) << "the first of equal strings counts";
+    a.destroyIndex(1);
+    EXPECT_EQ(a.findIndex("c"), 2);
+    a.mergeIndexByAppending(a);
+    EXPECT_EQ(a.entries(), 8);
+    a.clearIndex();
+    EXPECT_EQ(a.findIndex("b"), -1);
+    EXPECT_EQ(a.addIndex("b"), 0);
+}
+
+TEST(Attribute, AppendGivesExistingOffsetOrRefuses) {
+    GU_Detail d;
+    auto& dict = d.pointAttribs();
+    const float one = 1;
+    EXPECT_EQ(dict.append("mass", 4, GB_ATTRIB_FLOAT, &one), 0);
+    EXPECT_EQ(dict.append("blob", 5, GB_ATTRIB_RAW), 4);
+    EXPECT_EQ(dict.append("v", 12, GB_ATTRIB_VECTOR), 12) << "offsets are multiples of 4";
+    EXPECT_EQ(dict.append("mass", 4, GB_ATTRIB_FLOAT), 0);
+    EXPECT_EQ(dict.append("mass", 8, GB_ATTRIB_FLOAT), -1);
+    EXPECT_EQ(dict.append("mass", 4, GB_ATTRIB_INT), -1);
+    const struct {
+        const char* name;
+        int size;
+        GB_AttribType type;
+    } bad[] = {{"", 4, GB_ATTRIB_INT},        {"x", 0, GB_ATTRIB_RAW},   {"x", -4, GB_ATTRIB_INT},
+               {"x", 6, GB_ATTRIB_FLOAT},     {"x", 8, GB_ATTRIB_INDEX}, {"x", 16, GB_ATTRIB_VECTOR},
+               {"x", 1 << 20, GB_ATTRIB_RAW}, {"x", 4, GB_AttribType(2)}};
+    for (const auto& b : bad) EXPECT_EQ(dict.append(b.name, b.size, b.type), -1) << b.name << b.size;
+    EXPECT_EQ(dict.entries(), 3u);
+    EXPECT_EQ(dict.getOffset("v", 12, GB_ATTRIB_VECTOR), 12);
+    EXPECT_EQ(dict.getOffset("v", 12, GB_ATTRIB_FLOAT), -1);
+    EXPECT_EQ(d.validate(), "");
+}
+
+TEST(Attribute, AppendKeepsValuesAcrossSlabsAndFillsDefaults) {
+    GU_Detail d;
+    const int id = d.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    const int n = 5000; // more than two slabs
+    for (int i = 0; i < n; ++i) *d.appendPoint()->castAttribData<int>(id) = i;
+    const float standard[2] = {-1, 2.5f};
+    const int limit = d.pointAttribs().append("speedlimit", 8, GB_ATTRIB_FLOAT, standard);
+    const int name = d.pointAttribs().append("instance", 4, GB_ATTRIB_INDEX);
+    for (int i = 0; i < n; ++i) {
+        const GEO_Point* p = d.points()(static_cast<size_t>(i));
+        ASSERT_EQ(*p->castAttribData<int>(id), i);
+        ASSERT_EQ(p->castAttribData<float>(limit)[1], 2.5f);
+        ASSERT_EQ(*p->castAttribData<int>(name), -1);
+        ASSERT_EQ(d.points().number(p), static_cast<uint32_t>(i));
+    }
+    EXPECT_EQ(d.validate(), "");
+}
+
+TEST(Attribute, DetailTable) {
+    GU_Detail d;
+    const int one = 1;
+    const int next = d.attribs().append("nextid", 4, GB_ATTRIB_INT, nullptr, &one);
+    EXPECT_EQ(*d.attribs().castAttribData<int>(next), 1);
+    *d.attribs().castAttribData<int>(next) = 9;
+    d.attribs().append("event", 4, GB_ATTRIB_INDEX);
+    EXPECT_EQ(*d.attribs().castAttribData<int>(next), 9);
+    GU_Detail copy;
+    copy.duplicate(d, 1);
+    EXPECT_EQ(*copy.attribs().castAttribData<int>(next), 9);
+}
+
+TEST(Attribute, CleanIndexDropsUnusedStringsAndRenumbers) {
+    GU_Detail d;
+    const int offset = d.pointAttribs().append("instance", 4, GB_ATTRIB_INDEX);
+    GB_Attribute* attrib = d.pointAttribs().find("instance");
+    for (const char* text : {"a", "b", "c", "d"}) attrib->addIndex(text);
+    for (int value : {3, -1, 1, 17}) *d.appendPoint()->castAttribData<int>(offset) = value;
+    d.pointAttribs().cleanIndex("instance");
+    EXPECT_EQ(attrib->indexStrings(), (std::vector<std::string>{"b", "d"}));
+    const int expected[] = {1, -1, 0, 17};
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(*d.points()(i)->castAttribData<int>(offset), expected[i]);
+    EXPECT_EQ(attrib->findIndex("d"), 1);
+}
+
+TEST(RecordPool, ReusesTheLowestSlotAndGivesSlabsBack) {
+    GB_RecordPool pool(8);
+    for (uint32_t i = 0; i < 3 * 2048; ++i) ASSERT_EQ(pool.allocate(), i);
+    const size_t full = pool.slabBytes();
+    for (uint32_t slot : {5000u, 3u, 2047u, 100u}) pool.release(slot);
+    for (uint32_t slot : {3u, 100u, 2047u, 5000u, 6144u}) EXPECT_EQ(pool.allocate(), slot);
+    pool.release(6144);
+    EXPECT_EQ(pool.slabBytes(), full);
+    UT_BitSet middle(4096);
+    for (size_t i = 2048; i < 4096; ++i) middle.set(i);
+    pool.release(middle);
+    EXPECT_EQ(pool.slabBytes(), full / 3 * 2);
+    EXPECT_EQ(pool.live(), 4096u);
+    EXPECT_EQ(pool.allocate(), 2048u);
+}
+
+TEST(RecordPool, RandomUseAgainstASet) {
+    std::mt19937 random(5);
+    GB_RecordPool pool(4);
+    std::map<uint32_t, uint32_t> live; // slot to stamp
+    uint32_t stamp = 0;
+    for (int k = 0; k < 60000; ++k) {
+        const bool growing = (k / 12000) % 2 == 0;
+        if (live.empty() || random() % 10 < (growing ? 8u : 2u)) {
+            uint32_t lowest = 0;
+            const uint32_t slot = pool.allocate();
+            if (k % 97 == 0) { // the slow check, now and then
+                for (const auto& [used, s] : live) lowest += used == lowest;
+                ASSERT_EQ(slot, lowest);
+            }
+            ASSERT_TRUE(live.emplace(slot, ++stamp).second);
+            std::memcpy(pool.record(slot), &stamp, 4);
+        } else {
+            auto it = live.lower_bound(static_cast<uint32_t>(random() % 8192));
+            if (it == live.end()) it = live.begin();
+            pool.release(it->first);
+            live.erase(it);
+        }
+        if (k % 20000 == 7777) {
+            const float bytes[2] = {1, static_cast<float>(k)};
+            pool.grow(reinterpret_cast<const char*>(bytes), 8);
+        }
+    }
+    size_t seen = 0;
+    pool.forEachLive([&](uint32_t slot) {
+        ++seen;
+        uint32_t value;
+        std::memcpy(&value, pool.record(slot), 4);
+        ASSERT_EQ(value, live.at(slot));
+        float last;
+        std::memcpy(&last, pool.attribData(slot) + pool.stride() - 8, 4);
+        ASSERT_EQ(last, 47777.0f);
+    });
+    EXPECT_EQ(seen, live.size());
+}
+
+TEST(RecordPool, ViewsOutliveBirths) {
+    GB_RecordPool pool(4);
+    const uint32_t slot = pool.allocate();
+    const GB_RecordView view = pool.view();
+    char* const address = view(slot);
+    for (int i = 0; i < 100000; ++i) pool.allocate();
+    EXPECT_EQ(view(slot), address);
+    EXPECT_EQ(pool.record(slot), address);
+}

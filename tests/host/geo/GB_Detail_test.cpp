@@ -1,0 +1,287 @@
+#include "GeoModel.h"
+
+#include <random>
+
+namespace {
+
+// Random operations on a detail and on its model, compared after each.
+class RandomWalk {
+public:
+    explicit RandomWalk(unsigned seed)
+        : myRandom(seed) {}
+
+    void step() {
+        switch (pick(16)) {
+        case 0: model.appendPoint(); break;
+        case 1: model.insert(pick(2) ? GEOPRIMPART : GEOPRIMPOLY); break;
+        case 2:
+        case 3:
+        case 4: births(); break;
+        case 5: shareParticle(); break;
+        case 6: corners(); break;
+        case 7: die(); break;
+        case 8: compact(); break;
+        case 9:
+        case 10: removeUnused(); break;
+        case 11: deletePrim(); break;
+        case 12: destroyPoints(); break;
+        case 13: group(); break;
+        case 14: primGroup(); break;
+        case 15: attribute(); break;
+        }
+        model.check();
+    }
+    GeoModel model;
+
+private:
+    size_t pick(size_t n) { return n ? myRandom() % n : 0; }
+    bool choose(unsigned type, size_t& n) {
+        std::vector<size_t> fit;
+        for (size_t i = 0; i < model.prims.size(); ++i)
+            if (model.prims[i].type == type) fit.push_back(i);
+        if (fit.empty()) return false;
+        n = fit[pick(fit.size())];
+        return true;
+    }
+    void births() {
+        size_t n;
+        if (!choose(GEOPRIMPART, n)) return;
+        for (size_t k = pick(8); k > 0; --k) {
+            model.prims[n].points.push_back(model.nextId);
+            model.dress(model.particles(n)->giveBirth().getPt());
+        }
+    }
+    void shareParticle() {
+        size_t n;
+        if (pick(4) || model.points.empty() || !choose(GEOPRIMPART, n)) return;
+        const int id = model.points[pick(model.points.size())];
+        model.particles(n)->appendParticle(model.byId(id));
+        model.prims[n].points.push_back(id);
+    }
+    void corners() {
+        size_t n;
+        if (model.points.empty() || !choose(GEOPRIMPOLY, n)) return;
+        for (size_t k = pick(4); k > 0; --k) model.addCorner(n, model.points[pick(model.points.size())]);
+    }
+    void die() {
+        size_t n;
+        if (!choose(GEOPRIMPART, n)) return;
+        std::vector<int>& list = model.prims[n].points;
+        std::vector<int> kept;
+        for (size_t i = 0; i < list.size(); ++i)
+            if (pick(3) == 0)
+                model.particles(n)->deadParticle(i);
+            else
+                kept.push_back(list[i]);
+        EXPECT_EQ(model.particles(n)->deleteDead(), list.size() - kept.size());
+        list = kept;
+    }
+    void compact() {
+        size_t n;
+        if (!choose(GEOPRIMPART, n)) return;
+        const auto keep = [](int id) { return id % 5 != 0; };
+        model.particles(n)->compact([&](uint32_t slot) { return keep(model.id(model.detail.points().bySlot(slot))); });
+        std::erase_if(model.prims[n].points, [&](int id) { return !keep(id); });
+    }
+    void removeUnused() {
+        const std::set<int> gone = model.unusedPoints();
+        EXPECT_EQ(model.detail.removeUnusedPoints(), gone.size());
+        model.forgetPoints(gone);
+    }
+    void deletePrim() {
+        if (pick(3) || model.prims.empty()) return;
+        const size_t n = pick(model.prims.size());
+        const bool andPoints = pick(2);
+        const std::vector<int> its = model.prims[n].points;
+        model.detail.deletePrimitive(model.detail.primitives()[n], andPoints);
+        model.forgetPrim(n);
+        if (!andPoints) return;
+        const std::set<int> unused = model.unusedPoints();
+        std::set<int> gone;
+        for (int p : its)
+            if (unused.count(p)) gone.insert(p);
+        model.forgetPoints(gone);
+    }
+    void destroyPoints() {
+        if (pick(3) || model.points.empty()) return;
+        UT_BitSet slots(model.detail.points().slotEnd());
+        std::set<int> gone;
+        for (size_t k = 1 + pick(5); k > 0; --k) {
+            const int id = model.points[pick(model.points.size())];
+            gone.insert(id);
+            slots.set(model.byId(id)->slot());
+        }
+        EXPECT_EQ(model.detail.destroyPoints(slots), gone.size());
+        for (size_t n = model.prims.size(); n-- > 0;) {
+            GeoModel::Prim& prim = model.prims[n];
+            const size_t before = prim.points.size();
+            for (size_t i = before; i-- > 0;) {
+                if (!gone.count(prim.points[i])) continue;
+                prim.points.erase(prim.points.begin() + static_cast<std::ptrdiff_t>(i));
+                if (prim.type == GEOPRIMPOLY) prim.corners.erase(prim.corners.begin() + static_cast<std::ptrdiff_t>(i));
+            }
+            if (prim.type == GEOPRIMPOLY && prim.points.empty() && before) model.forgetPrim(n);
+        }
+        model.forgetPoints(gone);
+    }
+    static constexpr const char* NAMES[] = {"g0", "g1", "g2"};
+    void group() {
+        const std::string name = NAMES[pick(3)];
+        auto& groups = model.detail.pointGroups();
+        if (!groups.find(name) || pick(8) == 0) {
+            groups.newGroup(name, 0); // an existing one is emptied
+            model.groups[name].clear();
+        }
+        if (pick(20) == 0) {
+            groups.destroy(groups.find(name));
+            model.groups.erase(name);
+            return;
+        }
+        for (size_t k = pick(6); k > 0 && !model.points.empty(); --k) {
+            const int id = model.points[pick(model.points.size())];
+            const bool add = pick(3) != 0;
+            const bool changed =
+                add ? groups.find(name)->add(model.byId(id)) : groups.find(name)->remove(model.byId(id));
+            EXPECT_EQ(changed, add ? model.groups[name].insert(id).second : model.groups[name].erase(id) == 1);
+        }
+    }
+    void primGroup() {
+        if (model.prims.empty()) return;
+        auto& groups = model.detail.primitiveGroups();
+        if (!groups.find("p")) groups.newGroup("p", 0);
+        const size_t n = pick(model.prims.size());
+        groups.find("p")->add(model.detail.primitives()[n]);
+        model.primGroups["p"].insert(model.prims[n].tag);
+    }
+    void attribute() {
+        if (pick(4)) return;
+        const std::string name = std::to_string(model.detail.pointAttribs().entries());
+        const float value[3] = {1, 2, 3};
+        const int offset = model.detail.pointAttribs().append(name, 12, GB_ATTRIB_VECTOR, value);
+        for (size_t i = 0; i < model.points.size(); ++i)
+            ASSERT_EQ(model.detail.points()(i)->castAttribData<float>(offset)[2], 3.0f);
+        model.detail.vertexAttribs().append(name, 4, GB_ATTRIB_FLOAT);
+        model.detail.primitiveAttribs().append(name, 3, GB_ATTRIB_RAW);
+    }
+    std::mt19937 myRandom;
+};
+
+} // namespace
+
+TEST(Detail, RandomOperationsAgreeWithTheModel) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        RandomWalk walk(seed);
+        for (int k = 0; k < 300 && !testing::Test::HasFailure(); ++k) walk.step();
+    }
+}
+
+TEST(Detail, DuplicateIsIndependentAndEqual) {
+    RandomWalk walk(77);
+    for (int k = 0; k < 250; ++k) walk.step();
+    GeoModel& model = walk.model;
+    GU_Detail copy;
+    copy.insertPrimitive(GEOPRIMSPHERE);
+    copy.duplicate(model.detail, 1);
+    EXPECT_EQ(copy.validate(), "");
+    ASSERT_EQ(copy.points().entries(), model.points.size());
+    // Wreck the original; the copy keeps everything.
+    const auto before = model.points;
+    std::vector<int> vertexCounts;
+    for (size_t i = 0; i < model.prims.size(); ++i)
+        vertexCounts.push_back(model.detail.primitives()[i]->getVertexCount());
+    model.detail.stashAll();
+    EXPECT_EQ(model.detail.validate(), "");
+    EXPECT_EQ(model.detail.pointAttribs().entries(), 0u);
+    EXPECT_EQ(model.detail.pointGroups().entries(), 0u);
+    EXPECT_EQ(copy.validate(), "");
+    const int id = copy.pointAttribs().getOffset("id", 4, GB_ATTRIB_INT);
+    for (size_t i = 0; i < before.size(); ++i) EXPECT_EQ(*copy.points()(i)->castAttribData<int>(id), before[i]);
+    for (size_t i = 0; i < vertexCounts.size(); ++i) EXPECT_EQ(copy.primitives()[i]->getVertexCount(), vertexCounts[i]);
+    for (const auto& [name, members] : model.groups)
+        EXPECT_EQ(copy.pointGroups().find(name)->entries(), members.size());
+    copy.duplicate(copy, 1);
+    EXPECT_EQ(copy.points().entries(), before.size());
+}
+
+TEST(Detail, CountersTellOfChange) {
+    GU_Detail a, b;
+    EXPECT_NE(a.dataId(), b.dataId());
+    uint64_t count = a.getChangeCount(), layout = a.layoutSerial();
+    const auto changed = [&] { return std::exchange(count, a.getChangeCount()) != count; };
+    const auto relaid = [&] { return std::exchange(layout, a.layoutSerial()) != layout; };
+    a.cube({0, 0, 0}, {1, 1, 1});
+    EXPECT_TRUE(changed());
+    EXPECT_FALSE(relaid());
+    a.transform(UT_Matrix4(2.0f));
+    EXPECT_TRUE(changed());
+    a.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
+    EXPECT_TRUE(relaid());
+    a.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
+    EXPECT_FALSE(relaid());
+    a.deletePrimitive(a.primitives()[2]);
+    EXPECT_TRUE(changed());
+    a.notifyCache(7);
+    EXPECT_TRUE(changed());
+    a.stashAll();
+    EXPECT_TRUE(changed());
+    EXPECT_TRUE(relaid());
+    a.merge(b);
+    EXPECT_TRUE(changed());
+}
+
+TEST(Detail, TransformMovesPointsVectorsAndNormals) {
+    GU_Detail d;
+    const int v = d.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR),
+              n = d.pointAttribs().append("N", 12, GB_ATTRIB_VECTOR),
+              c = d.pointAttribs().append("Cd", 12, GB_ATTRIB_FLOAT);
+    GEO_Point* p = d.appendPoint();
+    p->setPos({1, 2, 3, 0.5f});
+    for (int offset : {v, n, c}) *p->castAttribData<UT_Vector3>(offset) = {1, 1, 0};
+    UT_Matrix4 m(1.0f);
+    m(0, 0) = 2;
+    m.setTranslation({10, 0, 0});
+    d.transform(m);
+    EXPECT_EQ(p->getPos(), UT_Vector4(12, 2, 3, 0.5f));
+    EXPECT_EQ(*p->castAttribData<UT_Vector3>(v), UT_Vector3(2, 1, 0));
+    EXPECT_EQ(*p->castAttribData<UT_Vector3>(n), UT_Vector3(0.5f, 1, 0));
+    EXPECT_EQ(*p->castAttribData<UT_Vector3>(c), UT_Vector3(1, 1, 0));
+}
+
+TEST(Detail, BoundingBoxes) {
+    GU_Detail d;
+    UT_BoundingBox box;
+    EXPECT_EQ(d.getBBox(box), 0);
+    EXPECT_FALSE(box.isValid());
+    UT_Matrix4 m(1.0f);
+    m(0, 0) = 3; // a sphere three wide
+    m.setTranslation({5, 0, 0});
+    GU_PrimSphere::build(&d, m);
+    ASSERT_EQ(d.getBBox(box), 1);
+    EXPECT_EQ(box.vmin(), UT_Vector3(2, -1, -1));
+    EXPECT_EQ(box.vmax(), UT_Vector3(8, 1, 1));
+    GB_PointGroup* group = d.pointGroups().newGroup("p");
+    EXPECT_EQ(d.getBBox(box, group), 0);
+    group->add(d.points()(0));
+    ASSERT_EQ(d.getBBox(box, group), 1);
+    EXPECT_EQ(box.size(), UT_Vector3(0, 0, 0));
+    d.cube({-4, -5, -6}, {-3, -3, -3});
+    GB_PrimitiveGroup* prims = d.primitiveGroups().newGroup("q");
+    prims->add(d.primitives()[1]);
+    ASSERT_EQ(d.getBBox(box, prims), 1);
+    EXPECT_EQ(box.vmax(), UT_Vector3(-4, -3, -3)); // the cube's first face is its low x side
+}
+
+TEST(Detail, CubeFacesLookOutward) {
+    GU_Detail d;
+    d.cube({-1, -2, -3}, {1, 2, 3});
+    ASSERT_EQ(d.primitives().entries(), 6u);
+    ASSERT_EQ(d.points().entries(), 8u);
+    UT_Vector3 sum(0, 0, 0);
+    for (size_t i = 0; i < 6; ++i) {
+        const GEO_Primitive* face = d.primitives()[i];
+        EXPECT_GT(dot(face->computeNormal(), face->baryCenter()), 0.9f);
+        sum += face->computeNormal();
+    }
+    EXPECT_EQ(sum, UT_Vector3(0, 0, 0));
+}

@@ -1,0 +1,215 @@
+#include "host/geo/GB_AttributeData.h"
+#include "host/geo/GEO_AttributeHandle.h"
+#include "host/geo/GEO_WorkVertexBuffer.h"
+#include "host/geo/GU_Detail.h"
+#include "host/geo/GU_DetailHandle.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string text(const GU_Detail& d, size_t point, const char* name) {
+    const GB_Attribute* attrib = d.pointAttribs().find(name);
+    const char* s = attrib->getIndex(*d.points()(point)->castAttribData<int>(attrib->getOffset()));
+    return s ? s : "(none)";
+}
+
+void setText(GU_Detail& d, GEO_Point* p, const char* name, const char* value) {
+    GB_Attribute* attrib = d.pointAttribs().find(name);
+    *p->castAttribData<int>(attrib->getOffset()) = attrib->addIndex(value);
+}
+
+} // namespace
+
+TEST(Merge, StringsConflictsDefaultsAndGroups) {
+    GU_Detail a, b;
+    const float one = 1;
+    a.pointAttribs().append("mass", 4, GB_ATTRIB_FLOAT, &one);
+    a.pointAttribs().append("kind", 4, GB_ATTRIB_INT);
+    a.pointAttribs().append("instance", 4, GB_ATTRIB_INDEX);
+    setText(a, a.appendPoint(), "instance", "rock");
+    a.pointGroups().newGroup("hit")->add(a.points()(0));
+
+    b.pointAttribs().append("instance", 4, GB_ATTRIB_INDEX);
+    const int kindB = b.pointAttribs().append("kind", 4, GB_ATTRIB_FLOAT); // means something else in a
+    const float two = 2;
+    const int life = b.pointAttribs().append("life", 8, GB_ATTRIB_FLOAT),
+              drag = b.pointAttribs().append("drag", 4, GB_ATTRIB_FLOAT, &two);
+    for (const char* s : {"tree", "rock", "tree"}) {
+        GEO_Point* p = b.appendPoint();
+        setText(b, p, "instance", s);
+        *p->castAttribData<float>(kindB) = 9;
+        p->castAttribData<float>(life)[1] = 4;
+        *p->castAttribData<float>(drag) = 7;
+    }
+    *b.points()(2)->castAttribData<int>(0) = 55; // a number without string
+    b.pointGroups().newGroup("hit")->add(b.points()(1));
+    b.pointGroups().newGroup("__new")->add(b.points()(0));
+
+    a.merge(b);
+    EXPECT_EQ(a.validate(), "");
+    ASSERT_EQ(a.points().entries(), 4u);
+    EXPECT_EQ(a.pointAttribs().find("instance")->indexStrings(), (std::vector<std::string>{"rock", "tree"}));
+    EXPECT_EQ(text(a, 0, "instance"), "rock");
+    EXPECT_EQ(text(a, 1, "instance"), "tree");
+    EXPECT_EQ(text(a, 2, "instance"), "rock");
+    EXPECT_EQ(*a.points()(3)->castAttribData<int>(a.pointAttribs().find("instance")->getOffset()), -1);
+    EXPECT_EQ(a.pointAttribs().find("kind")->getType(), GB_ATTRIB_INT);
+    EXPECT_EQ(*a.points()(1)->castAttribData<int>(a.pointAttribs().find("kind")->getOffset()), 0);
+    EXPECT_EQ(*a.points()(1)->castAttribData<float>(a.pointAttribs().find("mass")->getOffset()), 1);
+    const int lifeA = a.pointAttribs().getOffset("life", 8, GB_ATTRIB_FLOAT),
+              dragA = a.pointAttribs().getOffset("drag", 4, GB_ATTRIB_FLOAT);
+    EXPECT_EQ(a.points()(2)->castAttribData<float>(lifeA)[1], 4);
+    EXPECT_EQ(a.points()(0)->castAttribData<float>(lifeA)[1], 0);
+    EXPECT_EQ(*a.points()(2)->castAttribData<float>(dragA), 7);
+    EXPECT_EQ(*a.points()(0)->castAttribData<float>(dragA), 2) << "older points get the new attribute's default";
+    const GB_PointGroup* hit = a.pointGroups().find("hit");
+    EXPECT_EQ(hit->entries(), 2u);
+    EXPECT_TRUE(hit->contains(a.points()(2)));
+    EXPECT_TRUE(a.pointGroups().find("__new")->getInternal());
+    EXPECT_TRUE(a.pointGroups().find("__new")->contains(a.points()(1)));
+}
+
+TEST(Merge, PrimitivesComeWithVerticesAndShapes) {
+    GU_Detail a, b;
+    const int uv = b.vertexAttribs().append("uv", 4, GB_ATTRIB_FLOAT),
+              area = b.primitiveAttribs().append("area", 4, GB_ATTRIB_FLOAT);
+    b.cube({0, 0, 0}, {1, 1, 1});
+    for (size_t i = 0; i < 6; ++i) {
+        *b.primitives()[i]->castAttribData<float>(area) = static_cast<float>(i);
+        for (int k = 0; k < 4; ++k) *b.primitives()[i]->getVertex(k)->castAttribData<float>(uv) = static_cast<float>(k);
+    }
+    UT_Matrix4 m(2.0f);
+    m.setTranslation({5, 5, 5});
+    GU_PrimTube::build(&b, m, 0.5f);
+    GU_PrimMetaball::build(&b, m, 3, 2);
+    GEO_PrimMesh::build(&b, 2, 3, true, false);
+    auto* particles = static_cast<GEO_PrimParticle*>(b.insertPrimitive(GEOPRIMPART));
+    particles->giveBirth();
+    particles->appendParticle(b.points()(3));
+    b.primitiveGroups().newGroup("some")->add(b.primitives()[2]);
+    static_cast<GEO_PrimPoly*>(b.primitives()[1])->open();
+
+    a.cube({-1, -1, -1}, {0, 0, 0});
+    a.merge(b);
+    EXPECT_EQ(a.validate(), "");
+    ASSERT_EQ(a.primitives().entries(), 16u);
+    const int areaA = a.primitiveAttribs().getOffset("area", 4, GB_ATTRIB_FLOAT),
+              uvA = a.vertexAttribs().getOffset("uv", 4, GB_ATTRIB_FLOAT);
+    EXPECT_EQ(*a.primitives()[11]->castAttribData<float>(areaA), 5);
+    EXPECT_EQ(*a.primitives()[0]->castAttribData<float>(areaA), 0);
+    EXPECT_EQ(*a.primitives()[7]->getVertex(3)->castAttribData<float>(uvA), 3);
+    EXPECT_FALSE(a.primitives()[7]->isClosed());
+    EXPECT_TRUE(a.primitives()[8]->isClosed());
+    EXPECT_EQ(a.primitives()[8]->getVertexPoint(0)->getPos(), b.primitives()[2]->getVertexPoint(0)->getPos());
+    EXPECT_EQ(static_cast<GEO_PrimTube*>(a.primitives()[12])->getTaper(), 0.5f);
+    EXPECT_EQ(static_cast<GEO_PrimMetaball*>(a.primitives()[13])->density({5, 5, 5}), 3);
+    EXPECT_TRUE(static_cast<GEO_PrimMesh*>(a.primitives()[14])->isWrappedU());
+    EXPECT_EQ(a.primitives()[15]->getVertexPoint(1), a.points()(8 + 3));
+    EXPECT_TRUE(a.primitiveGroups().find("some")->contains(a.primitives()[8]));
+    EXPECT_EQ(a.primitives().head(GEOPRIMMETA), a.primitives()[13]);
+    EXPECT_EQ(a.primitives().next(a.primitives()[13], GEOPRIMPART), a.primitives()[15]);
+
+    // Only a group's members and the points they use.
+    GU_Detail part;
+    part.merge(b, b.primitiveGroups().find("some"));
+    EXPECT_EQ(part.validate(), "");
+    EXPECT_EQ(part.primitives().entries(), 1u);
+    EXPECT_EQ(part.points().entries(), 4u);
+    EXPECT_EQ(*part.primitives()[0]->castAttribData<float>(part.primitiveAttribs().find("area")->getOffset()), 2);
+
+    part.merge(part);
+    EXPECT_EQ(part.validate(), "");
+    EXPECT_EQ(part.primitives().entries(), 2u);
+    EXPECT_EQ(part.primitiveGroups().find("some")->entries(), 2u);
+    EXPECT_NE(part.primitives()[0]->getVertexPoint(0), part.primitives()[1]->getVertexPoint(0));
+}
+
+TEST(Merge, DetailAttributesOnlyWhenMissing) {
+    GU_Detail a, b;
+    const int one = 1;
+    const int ida = a.attribs().append("nextid", 4, GB_ATTRIB_INT, &one);
+    b.attribs().append("event", 4, GB_ATTRIB_INDEX);
+    *b.attribs().castAttribData<int>(0) = b.attribs().find("event")->addIndex("bang");
+    const int idb = b.attribs().append("nextid", 4, GB_ATTRIB_INT, &one);
+    *b.attribs().castAttribData<int>(idb) = 50;
+    a.merge(b);
+    EXPECT_EQ(*a.attribs().castAttribData<int>(ida), 1);
+    const GB_Attribute* event = a.attribs().find("event");
+    EXPECT_STREQ(event->getIndex(*a.attribs().castAttribData<int>(event->getOffset())), "bang");
+}
+
+TEST(Scratch, HandlesWorkPointsAndRecords) {
+    GU_Detail d;
+    const float standard[3] = {1, 2, 3};
+    d.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    const int cd = d.pointAttribs().append("Cd", 12, GB_ATTRIB_FLOAT, standard);
+    const int v = d.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
+    GEO_AttributeHandleList handles;
+    handles.bind(&d);
+    handles.addAllFloat();
+    ASSERT_EQ(handles.entries(), 3u);
+    EXPECT_EQ(handles.find("id"), nullptr);
+    EXPECT_EQ(handles.find("v")->getOffset(), v);
+    const GEO_AttributeHandleList copy = handles;
+    EXPECT_NE(copy.find("v"), handles.find("v"));
+
+    GEO_WorkVertexBuffer buffer(&d, 0, 11);
+    ASSERT_EQ(buffer.entries(), 11);
+    GEO_Point* last = buffer.getVertex(10)->getPt();
+    EXPECT_EQ(last->getPos(), UT_Vector4(0, 0, 0, 1));
+    EXPECT_EQ(handles.find("Cd")->getF(last, 2), 3);
+    last->setPos({4, 5, 6, 7});
+    EXPECT_EQ(handles.find("P")->getF(last, 3), 7);
+    EXPECT_EQ(buffer.getVertex(9)->getPt()->getPos().x(), 0);
+
+    GB_AttributeData sum(d.pointAttribs().recordSize());
+    GB_FloatOffsets offsets;
+    for (int k = 0; k < 3; ++k) offsets.append(cd + 4 * k);
+    *sum.castAttribData<int>(0) = 42;
+    sum.addScaleData(offsets, last->data(), 2);
+    sum.addScaleData(offsets, sum, 1);
+    sum.mulf(offsets, 0.25f);
+    EXPECT_EQ(sum.castAttribData<float>(cd)[1], 2);
+    EXPECT_EQ(*sum.castAttribData<int>(0), 42) << "only the listed floats change";
+}
+
+TEST(Handles, ShareAndDelete) {
+    GU_DetailHandle a;
+    EXPECT_FALSE(a.isValid());
+    a.allocateAndSet(new GOP_Guide, 1);
+    a.peekDetail()->appendPoint();
+    GU_DetailHandle b = a;
+    a.clear();
+    EXPECT_EQ(b.peekDetail()->points().entries(), 1u);
+    GU_Detail own;
+    own.appendPoint();
+    a.allocateAndSet(&own, 0);
+    a.clear();
+    EXPECT_EQ(own.points().entries(), 1u) << "not owned, not deleted";
+    a = b;
+    a.deleteGdp();
+    EXPECT_FALSE(a.isValid());
+    EXPECT_EQ(b.peekDetail()->points().entries(), 0u);
+}
+
+TEST(Load, GoesThroughTheInstalledReader) {
+    GU_Detail d;
+    std::string error;
+    d.appendPoint();
+    GU_Detail::setLoader(nullptr);
+    EXPECT_FALSE(d.load("x.flx", nullptr, &error));
+    EXPECT_NE(error, "");
+    EXPECT_EQ(d.points().entries(), 0u);
+    GU_Detail::setLoader([](GU_Detail& into, const char* file, std::string& why) {
+        into.appendPoint();
+        why = file;
+        return std::string_view(file) == "good";
+    });
+    EXPECT_TRUE(d.load("good"));
+    EXPECT_EQ(d.points().entries(), 1u);
+    EXPECT_FALSE(d.load("bad", nullptr, &error));
+    EXPECT_EQ(error, "bad");
+    EXPECT_EQ(d.points().entries(), 0u) << "nothing is half loaded";
+    GU_Detail::setLoader(nullptr);
+}

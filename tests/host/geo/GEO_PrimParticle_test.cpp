@@ -1,0 +1,101 @@
+#include "host/geo/GU_Detail.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+struct Swarm {
+    GU_Detail detail;
+    GEO_PrimParticle* prim = static_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+    int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    std::vector<int> ids() const {
+        std::vector<int> out;
+        for (GEO_ParticleVertex v = prim->head(); v; v = v.next()) out.push_back(*v.getPt()->castAttribData<int>(id));
+        return out;
+    }
+};
+
+} // namespace
+
+TEST(Particles, TurnoverKeepsOrderAndReusesRecords) {
+    Swarm s;
+    std::mt19937 random(3);
+    std::vector<int> model;
+    int next = 1;
+    for (int step = 0; step < 40; ++step) {
+        for (int k = 0; k < 5000; ++k) {
+            *s.prim->birthPoint()->castAttribData<int>(s.id) = next;
+            model.push_back(next++);
+        }
+        const auto salt = static_cast<uint32_t>(random());
+        const auto keep = [&](int id) { return (static_cast<uint32_t>(id) * 2654435761u ^ salt) % 3 != 0; };
+        const GEO_PointAccess point = s.detail.points().access();
+        size_t ahead = 0;
+        const size_t before = model.size();
+        const size_t dropped = s.prim->compact(
+            [&](uint32_t slot) { return keep(*point(slot)->castAttribData<int>(s.id)); }, [&](uint32_t) { ++ahead; });
+        EXPECT_EQ(ahead, before) << "every particle is announced once";
+        std::erase_if(model, [&](int id) { return !keep(id); });
+        ASSERT_EQ(dropped, before - model.size());
+        ASSERT_EQ(s.detail.removeUnusedPoints(), dropped);
+        ASSERT_EQ(s.detail.points().entries(), model.size());
+        ASSERT_EQ(s.detail.validate(), "");
+    }
+    EXPECT_EQ(next, 200001);
+    EXPECT_EQ(s.ids(), model);
+    // Reused slots: the table never outgrows the largest population (about 15000) by more than a slab.
+    EXPECT_LE(s.detail.points().slotEnd(), 18432u);
+    std::vector<int> bySpan;
+    s.prim->forEachSpan([&](const uint32_t* slots, size_t n) {
+        for (size_t i = 0; i < n; ++i) bySpan.push_back(*s.detail.points().bySlot(slots[i])->castAttribData<int>(s.id));
+    });
+    EXPECT_EQ(bySpan, model);
+}
+
+TEST(Particles, MarkedOnesGoTogether) {
+    Swarm s;
+    for (int i = 0; i < 6; ++i) *s.prim->giveBirth().getPt()->castAttribData<int>(s.id) = i;
+    s.prim->deadParticle(1);
+    s.prim->deadParticle(4);
+    s.prim->deadParticle(GEO_ParticleVertex(s.prim, 4));
+    EXPECT_EQ(s.prim->getVertexCount(), 6) << "marking removes nothing";
+    s.prim->giveBirth();
+    EXPECT_EQ(s.prim->deleteDead(), 2u);
+    EXPECT_EQ(s.ids(), (std::vector<int>{0, 2, 3, 5, 0}));
+    EXPECT_EQ(s.detail.points().entries(), 7u) << "points stay until unused points are removed";
+    EXPECT_EQ(s.prim->deleteDead(), 0u) << "marks are gone with the dead";
+    EXPECT_EQ(s.detail.removeUnusedPoints(), 2u);
+    const GEO_ParticleVertex last = s.prim->tail();
+    EXPECT_FALSE(last.next());
+    EXPECT_FALSE(s.prim->head().prev());
+    EXPECT_EQ(last.prev().index(), 3u);
+    s.prim->deleteLists();
+    EXPECT_FALSE(s.prim->head());
+    EXPECT_FALSE(s.prim->tail());
+    EXPECT_EQ(s.detail.removeUnusedPoints(), 5u);
+    EXPECT_EQ(s.detail.validate(), "");
+}
+
+TEST(Particles, SharedPointsSurviveOneDeath) {
+    Swarm s;
+    GEO_PrimParticle* other = static_cast<GEO_PrimParticle*>(s.detail.insertPrimitive(GEOPRIMPART));
+    GEO_Point* shared = s.prim->birthPoint();
+    s.prim->giveBirth();
+    other->appendParticle(shared);
+    s.prim->compact([](uint32_t) { return false; });
+    EXPECT_EQ(s.detail.removeUnusedPoints(), 1u);
+    EXPECT_EQ(other->particle(0), shared);
+    EXPECT_EQ(s.detail.validate(), "");
+    other->deleteLists();
+    EXPECT_EQ(s.detail.removeUnusedPoints(), 1u);
+}
+
+TEST(Particles, LoosePointsGoWithTheFirstReap) {
+    Swarm s;
+    s.detail.appendPoint();
+    s.prim->giveBirth();
+    EXPECT_EQ(s.detail.removeUnusedPoints(), 1u);
+    EXPECT_EQ(s.detail.points().number(s.prim->particle(0)), 0u);
+    EXPECT_EQ(s.detail.removeUnusedPoints(), 0u);
+}

@@ -1,0 +1,330 @@
+#include "host/geo/GB_AttributeData.h"
+#include "host/geo/GU_Detail.h"
+
+#include <array>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+
+namespace {
+
+GEO_PrimPoly* polygon(GU_Detail& d, const std::vector<UT_Vector3>& corners, bool open = false) {
+    GEO_PrimPoly* poly = GU_PrimPoly::build(&d, static_cast<int>(corners.size()), open);
+    for (size_t i = 0; i < corners.size(); ++i)
+        poly->getVertexPoint(static_cast<int>(i))->setPos(UT_Vector4(corners[i]));
+    return poly;
+}
+
+UT_Vector3 at(const GEO_Primitive* prim, float u, float v) {
+    UT_Vector4 p(0, 0, 0, 0);
+    EXPECT_EQ(prim->evaluatePosition(u, v, p), 1);
+    return p;
+}
+
+void expectNear(const UT_Vector3& a, const UT_Vector3& b, float tolerance = 1e-5f) {
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(a[i], b[i], tolerance) << "component " << i;
+}
+
+float uniform(std::mt19937& random) { return static_cast<float>(random() >> 8) * 0x1p-24f; }
+
+// Largest relative deviation of the bins from their mean.
+template <size_t N> double unevenness(const std::array<int, N>& bins) {
+    double total = 0, worst = 0;
+    for (int n : bins) total += n;
+    for (int n : bins) worst = std::max(worst, std::fabs(n * static_cast<double>(N) / total - 1));
+    return worst;
+}
+
+// A round trip through position and back must give the same place.
+void expectInverse(const GEO_Primitive* prim, std::mt19937& random, float tolerance = 1e-4f) {
+    for (int k = 0; k < 200; ++k) {
+        const float u = uniform(random), v = uniform(random);
+        const UT_Vector3 p = at(prim, u, v);
+        float iu = -1, iv = -1;
+        ASSERT_TRUE(prim->parametric(p, iu, iv));
+        EXPECT_TRUE(iu >= 0 && iu <= 1 && iv >= 0 && iv <= 1);
+        expectNear(at(prim, iu, iv), p, tolerance);
+    }
+}
+
+const std::vector<UT_Vector3> TRIANGLE = {{0, 0, 0}, {4, 0, 0}, {1, 3, 0}};
+const std::vector<UT_Vector3> QUAD = {{0, 0, 1}, {2, 0, 1}, {2, 2, 1}, {0, 2, 1}};
+
+} // namespace
+
+TEST(Polygon, PerimeterAndCentre) {
+    GU_Detail d;
+    const GEO_PrimPoly* quad = polygon(d, QUAD);
+    expectNear(at(quad, 0, 0), {0, 0, 1});
+    expectNear(at(quad, 0.125f, 0), {1, 0, 1}); // middle of the first of four edges
+    expectNear(at(quad, 0.875f, 0), {0, 1, 1});
+    expectNear(at(quad, 1, 0), {0, 0, 1});
+    expectNear(at(quad, 0.3f, 1), {1, 1, 1});
+    expectNear(at(quad, 0.125f, 0.75f), {1, 0.5f, 1}); // sqrt(1/4) of the way out
+    expectNear(quad->computeNormal(), {0, 0, 1});
+    EXPECT_FLOAT_EQ(quad->calcArea(), 4);
+    EXPECT_FLOAT_EQ(quad->calcPerimeter(), 8);
+    for (float bad : {-5.0f, std::numeric_limits<float>::quiet_NaN()}) expectNear(at(quad, bad, bad), {0, 0, 1});
+    expectNear(at(quad, 7, 7), {1, 1, 1});
+
+    std::vector<UT_Vector3> hexagon;
+    for (const auto& [x, y] : {std::pair{2.f, 0.f}, {1.f, 2.f}, {-1.f, 2.f}, {-2.f, 0.f}, {-1.f, -2.f}, {1.f, -2.f}})
+        hexagon.push_back({x, y, 0});
+    const GEO_PrimPoly* six = polygon(d, hexagon);
+    expectNear(at(six, 0, 0.75f), {0.5f, 0, 0}); // linear from five vertices on
+    EXPECT_EQ(d.validate(), "");
+}
+
+TEST(Polygon, UniformSamplesCoverTrianglesAndQuadsEvenly) {
+    GU_Detail d;
+    std::mt19937 random(11);
+    const GEO_PrimPoly* quad = polygon(d, QUAD);
+    std::array<int, 16> cells{};
+    for (int k = 0; k < 64000; ++k) {
+        const float u = uniform(random), v = uniform(random);
+        const UT_Vector3 p = at(quad, u, v);
+        const int x = std::min(3, static_cast<int>(p.x() * 2)), y = std::min(3, static_cast<int>(p.y() * 2));
+        ++cells[static_cast<size_t>(y * 4 + x)];
+    }
+    EXPECT_LT(unevenness(cells), 0.07); // 4 sigma of 4000 per bin
+
+    // Barycentric halves and quarters of a triangle: the four midpoint triangles have equal areas.
+    const GEO_PrimPoly* triangle = polygon(d, TRIANGLE);
+    std::array<int, 4> quarters{};
+    for (int k = 0; k < 64000; ++k) {
+        const float u = uniform(random), v = uniform(random);
+        const UT_Vector3 p = at(triangle, u, v);
+        const float c = p.y() / 3, b = (p.x() - c) / 4, a = 1 - b - c;
+        ++quarters[a > 0.5f ? 0 : b > 0.5f ? 1 : c > 0.5f ? 2 : 3];
+    }
+    EXPECT_LT(unevenness(quarters), 0.03);
+}
+
+TEST(Polygon, FoldedSamplesCoverARegularPolygonEvenly) {
+    GU_Detail d;
+    std::mt19937 random(12);
+    std::vector<UT_Vector3> corners;
+    for (int i = 0; i < 8; ++i)
+        corners.push_back(
+            {static_cast<float>(std::cos(i * 0.785398163)), static_cast<float>(std::sin(i * 0.785398163)), 0});
+    const GEO_PrimPoly* octagon = polygon(d, corners);
+    // Inner ring, outer ring of equal areas: the radius of the perimeter shrinks by 1 / sqrt 2.
+    std::array<int, 2> rings{};
+    for (int k = 0; k < 40000; ++k) {
+        float u = uniform(random), v = uniform(random);
+        if (v < u) std::swap(u, v);
+        u = v != 0 ? u / v : u;
+        v = 1 - v;
+        float iu, iv;
+        const UT_Vector3 p = at(octagon, u, v);
+        ASSERT_TRUE(octagon->parametric(p, iu, iv));
+        ++rings[1 - iv < 0.70710678f ? 0 : 1];
+    }
+    EXPECT_LT(unevenness(rings), 0.03);
+}
+
+TEST(Polygon, ParametricIsTheInverse) {
+    GU_Detail d;
+    std::mt19937 random(13);
+    expectInverse(polygon(d, TRIANGLE), random);
+    expectInverse(polygon(d, QUAD), random);
+    expectInverse(polygon(d, {{0, 0, 0}, {5, 0, 1}, {6, 4, 2}, {2, 7, 1}, {-1, 3, 0.5f}}), random);
+    expectInverse(polygon(d, {{0, 0, 0}, {4, 0, 0}, {4, 1, 0}, {1, 1, 0}, {1, 4, 0}, {0, 4, 0}}), random); // L-shaped
+    expectInverse(polygon(d, {{0, 0, 0}, {1, 2, 3}, {4, 4, 4}}, true), random);
+    expectInverse(polygon(d, {{1, 2, 3}}), random);
+    expectInverse(polygon(d, {{1, 2, 3}, {2, 2, 2}}), random);
+    expectInverse(polygon(d, {{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}), random);
+    // Off the surface: the nearest place.
+    const GEO_PrimPoly* quad = polygon(d, QUAD);
+    float u, v;
+    ASSERT_TRUE(quad->parametric({1, -3, 9}, u, v));
+    expectNear(at(quad, u, v), {1, 0, 1});
+    ASSERT_TRUE(quad->parametric({1.5f, 0.25f, -4}, u, v));
+    expectNear(at(quad, u, v), {1.5f, 0.25f, 1});
+    EXPECT_FALSE(GU_PrimPoly::build(&d, 0)->parametric({0, 0, 0}, u, v));
+}
+
+TEST(Polygon, NormalsAndDegenerateFaces) {
+    GU_Detail d;
+    GEO_PrimPoly* triangle = polygon(d, TRIANGLE);
+    UT_Vector3 n;
+    EXPECT_EQ(triangle->evaluateNormal(0.2f, 0.3f, n), 1);
+    expectNear(n, {0, 0, 1});
+    triangle->reverse();
+    expectNear(triangle->computeNormal(), {0, 0, -1});
+    EXPECT_EQ(polygon(d, {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}})->computeNormal(), UT_Vector3(0, 0, 0));
+    EXPECT_EQ(polygon(d, {{0, 0, 0}, {1, 1, 1}})->computeNormal(), UT_Vector3(0, 0, 0));
+    EXPECT_EQ(polygon(d, TRIANGLE, true)->computeNormal(), UT_Vector3(0, 0, 0));
+    // Far from the origin the digits of a small face survive.
+    expectNear(polygon(d, {{1e5f, 1e5f, 0}, {1e5f + 1, 1e5f, 0}, {1e5f, 1e5f + 1, 0}})->computeNormal(), {0, 0, 1});
+    UT_Vector4 p;
+    EXPECT_EQ(GU_PrimPoly::build(&d, 0)->evaluatePosition(0, 0, p), 0);
+    const GEO_PrimPoly* line = polygon(d, {{0, 0, 0}, {1, 0, 0}, {1, 9, 0}}, true);
+    expectNear(at(line, 0.25f, 0.9f), {0.5f, 0, 0}); // by index, whatever the lengths
+    expectNear(at(line, 1, 0), {1, 9, 0});
+}
+
+TEST(Polygon, AttributesFollowTheWeights) {
+    GU_Detail d;
+    const int f = d.pointAttribs().append("f", 8, GB_ATTRIB_FLOAT), i = d.pointAttribs().append("i", 4, GB_ATTRIB_INT),
+              uv = d.vertexAttribs().append("uv", 4, GB_ATTRIB_FLOAT);
+    const GEO_PrimPoly* quad = polygon(d, QUAD);
+    for (int k = 0; k < 4; ++k) {
+        quad->getVertexPoint(k)->castAttribData<float>(f)[1] = static_cast<float>(k);
+        *quad->getVertexPoint(k)->castAttribData<int>(i) = 10 * k;
+        *quad->getVertex(k)->castAttribData<float>(uv) = static_cast<float>(100 * k);
+    }
+    GB_AttributeData out;
+    ASSERT_EQ(quad->evaluateAttribs(out, 0.25f + 0.25f * 0.75f, 0), 1);
+    EXPECT_FLOAT_EQ(out.castAttribData<float>(f)[1], 1.75f);
+    EXPECT_EQ(*out.castAttribData<int>(i), 20) << "ints come from the nearer vertex";
+    ASSERT_EQ(quad->evaluateAttribs(out, 0.6f, 1), 1);
+    EXPECT_FLOAT_EQ(out.castAttribData<float>(f)[1], 1.5f) << "the centre has the mean";
+    ASSERT_EQ(quad->evaluateVertexAttribs(out, 0.375f, 0), 1);
+    EXPECT_FLOAT_EQ(*out.castAttribData<float>(uv), 150);
+    GB_AttributeData none;
+    EXPECT_EQ(static_cast<GEO_PrimParticle*>(d.insertPrimitive(GEOPRIMPART))->evaluateAttribs(none, 0, 0), 0);
+}
+
+TEST(Mesh, BilinearCellsWrapAndInverse) {
+    GU_Detail d;
+    std::mt19937 random(14);
+    GEO_PrimMesh* grid = GEO_PrimMesh::build(&d, 3, 4, false, false);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 4; ++c)
+            grid->getVertexPoint(grid->vertexIndex(r, c))
+                ->setPos({static_cast<float>(c), static_cast<float>(r), c == 3 && r == 2 ? 1.0f : 0.0f});
+    expectNear(at(grid, 0.5f, 0.25f), {1.5f, 0.5f, 0});
+    expectNear(at(grid, 1, 1), {3, 2, 1});
+    expectNear(at(grid, 5.0f / 6, 0.75f), {2.5f, 1.5f, 0.25f});
+    UT_Vector3 n;
+    grid->evaluateNormal(0.1f, 0.1f, n);
+    expectNear(n, {0, 0, 1});
+    expectInverse(grid, random);
+    float u, v;
+    ASSERT_TRUE(grid->parametricInCell(1, 2, {2.5f, 1.5f, 0.25f}, u, v));
+    expectNear({u, v, 0}, {5.0f / 6, 0.75f, 0});
+    EXPECT_FALSE(grid->parametricInCell(2, 0, {0, 0, 0}, u, v));
+    EXPECT_NEAR(grid->calcArea(), 5 + 1.41421356, 1e-5); // the bent cell: two triangles of sqrt(2) / 2
+    grid->reverse();
+    grid->evaluateNormal(0.9f, 0.1f, n);
+    expectNear(n, {0, 0, -1});
+
+    // A ring: four columns around, wrapped.
+    GEO_PrimMesh* ring = GEO_PrimMesh::build(&d, 2, 4, true, false);
+    for (int k = 0; k < 8; ++k) {
+        constexpr float X[] = {1, 0, -1, 0}, Y[] = {0, 1, 0, -1};
+        ring->getVertexPoint(k)->setPos({X[k % 4], Y[k % 4], static_cast<float>(k / 4)});
+    }
+    expectNear(at(ring, 0.875f, 0.5f), {0.5f, -0.5f, 0.5f});
+    expectNear(at(ring, 1, 0), {1, 0, 0});
+    expectInverse(ring, random);
+    UT_Vector4 p;
+    EXPECT_EQ(GEO_PrimMesh::build(&d, 1, 4, false, false)->evaluatePosition(0.5f, 0.5f, p), 0);
+    EXPECT_EQ(GEO_PrimMesh::build(&d, 0, 4, false, false), nullptr);
+    EXPECT_EQ(d.validate(), "");
+}
+
+TEST(Quadrics, SurfacesNormalsAndBoxes) {
+    GU_Detail d;
+    std::mt19937 random(15);
+    const UT_Matrix4 m = UT_Matrix4::fromXform({2, 3, 4}, {20, 30, 40}, {1, 2, 3}, {0, 0, 0});
+    GEO_PrimTube* cone = GU_PrimTube::build(&d, m, 0.25f);
+    GEO_Primitive* prims[] = {GU_PrimSphere::build(&d, m), cone, GU_PrimCircle::build(&d, m), GU_PrimTube::build(&d, m),
+                              GU_PrimMetaball::build(&d, m)};
+    for (const GEO_Primitive* prim : prims) {
+        SCOPED_TRACE(prim->getPrimitiveId());
+        expectInverse(prim, random);
+        UT_BoundingBox box, sampled;
+        ASSERT_TRUE(prim->getBBox(box));
+        for (int k = 0; k < 20000; ++k) {
+            const float u = uniform(random), v = uniform(random);
+            sampled.enlargeBounds(at(prim, u, v));
+            // The normal is across the surface: two nearby places differ by a tangent.
+            if (k % 100) continue;
+            UT_Vector3 n;
+            ASSERT_EQ(prim->evaluateNormal(u, 0.5f, n), 1);
+            const UT_Vector3 along = at(prim, u, 0.502f) - at(prim, u, 0.498f);
+            const UT_Vector3 around = at(prim, u + 0.001f, 0.5f) - at(prim, u - 0.001f, 0.5f);
+            EXPECT_NEAR(n.length(), 1, 1e-5f);
+            if (u > 0.01f && u < 0.99f) {
+                EXPECT_NEAR(dot(n, around.normalized()), 0, 0.01);
+            }
+            EXPECT_NEAR(dot(n, along.normalized()), 0, 0.01);
+        }
+        for (int i = 0; i < 3; ++i) { // tight: samples come close to every face and never pass it
+            EXPECT_NEAR(box.vmin()[i], sampled.vmin()[i], 0.15f);
+            EXPECT_NEAR(box.vmax()[i], sampled.vmax()[i], 0.15f);
+            EXPECT_LE(box.vmin()[i], sampled.vmin()[i] + 1e-5f);
+            EXPECT_GE(box.vmax()[i], sampled.vmax()[i] - 1e-5f);
+        }
+    }
+    EXPECT_EQ(d.validate(), "");
+}
+
+TEST(Quadrics, ParametersAsPromised) {
+    GU_Detail d;
+    const UT_Matrix4 one(1.0f);
+    const GEO_PrimSphere* sphere = GU_PrimSphere::build(&d, one);
+    expectNear(at(sphere, 0.3f, 0), {0, -1, 0});
+    expectNear(at(sphere, 0.3f, 1), {0, 1, 0});
+    expectNear(at(sphere, 0, 0.5f), {1, 0, 0});
+    expectNear(at(sphere, 0.25f, 0.5f), {0, 0, -1}); // counter-clockwise seen from +y
+    const GEO_PrimTube* tube = GU_PrimTube::build(&d, one, 0.5f);
+    expectNear(at(tube, 0, 0), {1, -0.5f, 0});
+    expectNear(at(tube, 0.5f, 1), {-0.5f, 0.5f, 0});
+    const GEO_PrimCircle* circle = GU_PrimCircle::build(&d, one);
+    expectNear(at(circle, 0.25f, 0), {0, 1, 0});
+    expectNear(at(circle, 0.25f, 1), {0, 0, 0});
+    // Uniform samples: equal counts in equal slices of height (Archimedes) and in discs of half the area.
+    std::mt19937 random(16);
+    std::array<int, 8> slices{};
+    std::array<int, 2> discs{};
+    for (int k = 0; k < 40000; ++k) {
+        const float u = uniform(random), v = uniform(random);
+        ++slices[static_cast<size_t>(std::min(7.0f, (at(sphere, u, v).y() + 1) * 4))];
+        ++discs[at(circle, u, v).length2() < 0.5f ? 0 : 1];
+    }
+    EXPECT_LT(unevenness(slices), 0.06);
+    EXPECT_LT(unevenness(discs), 0.03);
+    // A flattened frame has no normal and no inverse, but positions.
+    UT_Matrix4 flat(1.0f);
+    flat(1, 1) = 0;
+    const GEO_PrimSphere* pancake = GU_PrimSphere::build(&d, flat);
+    UT_Vector3 n(9, 9, 9);
+    float u, v;
+    EXPECT_EQ(pancake->evaluateNormal(0, 0.5f, n), 1);
+    EXPECT_EQ(n, UT_Vector3(0, 0, 0));
+    EXPECT_FALSE(pancake->parametric({0, 0, 0}, u, v));
+    expectNear(at(pancake, 0, 0.5f), {1, 0, 0});
+}
+
+TEST(Metaball, DensityFallsToZeroAtTheRadii) {
+    GU_Detail d;
+    UT_Matrix4 m(1.0f);
+    m(0, 0) = 2;
+    m.setTranslation({1, 0, 0});
+    const GEO_PrimMetaball* ball = GU_PrimMetaball::build(&d, m, 3);
+    EXPECT_FLOAT_EQ(ball->density({1, 0, 0}), 3);
+    EXPECT_FLOAT_EQ(ball->density({2, 0, 0}), 3 * 0.75f * 0.75f * 0.75f); // half the radius: r2 = 1/4
+    EXPECT_EQ(ball->density({3, 0, 0}), 0);
+    EXPECT_EQ(ball->density({1, 1.01f, 0}), 0);
+    EXPECT_GT(ball->density({2.9f, 0, 0}), 0);
+    for (int k = 0; k < TS_KernelList::entries(); ++k) {
+        const TS_MetaKernel& kernel = TS_KernelList::kernel(k);
+        SCOPED_TRACE(kernel.token);
+        EXPECT_EQ(TS_KernelList::find(kernel.token), k);
+        EXPECT_FLOAT_EQ(kernel(0), 1);
+        EXPECT_EQ(kernel(1), 0);
+        EXPECT_EQ(kernel(-1), 1);
+        float last = 1;
+        for (float r2 = 0.05f; r2 < 1; r2 += 0.05f) {
+            EXPECT_LT(kernel(r2), last);
+            last = kernel(r2);
+            EXPECT_GE(last, 0);
+        }
+        EXPECT_LT(kernel(0.9999f), 0.001f) << "no jump at the rim";
+    }
+    EXPECT_EQ(TS_KernelList::find("none"), -1);
+}
