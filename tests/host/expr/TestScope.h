@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-// A place for expressions to stand in: named local variables, constant values and globals that grow with time. Counts what it is asked.
+// A place for expressions to stand in: named local variables, constant values and globals that grow with time. Counts
+// what it is asked.
 class TestScope : public EV_Scope {
 public:
     std::map<std::string, float> locals; // ids 100, 101, ... in the order of their names
@@ -15,8 +16,7 @@ public:
     unsigned serial = 1;
     std::vector<std::string> asked;
 
-    bool findVariable(std::string_view name, EV_Variable& out) const override
-    {
+    bool findVariable(std::string_view name, EV_Variable& out) const override {
         if (const int i = numberOf(locals, name); i >= 0) return out = {EV_Variable::Local, 100 + i, 0}, true;
         if (const auto at = values.find(std::string(name)); at != values.end())
             return out = {EV_Variable::Value, 0, at->second}, true;
@@ -24,16 +24,14 @@ public:
         return false;
     }
     unsigned variableSerial() const override { return serial; }
-    float localValue(int id, int thread) override
-    {
+    float localValue(int id, int thread) override {
         const auto at = std::next(locals.begin(), id - 100);
         asked.push_back(at->first);
         if (at->first == failing) EV_errNo(thread) = EV_ERR_VARIABLE;
         return at->second;
     }
     double globalValue(int id, double t) override { return std::next(globals.begin(), id)->second * t; }
-    void variableNames(std::vector<std::string>& out) const override
-    {
+    void variableNames(std::vector<std::string>& out) const override {
         for (const auto& [name, value] : locals) out.push_back(name);
         for (const auto& [name, value] : values) out.push_back(name);
         for (const auto& [name, value] : globals) out.push_back(name);
@@ -41,9 +39,7 @@ public:
     OP_Parameters* node() override { return nullptr; }
 
 private:
-    template <class Map>
-    static int numberOf(const Map& map, std::string_view name)
-    {
+    template <class Map> static int numberOf(const Map& map, std::string_view name) {
         const auto at = map.find(std::string(name));
         return at == map.end() ? -1 : int(std::distance(map.begin(), at));
     }
@@ -57,15 +53,13 @@ struct Outcome {
     std::string error;
 };
 
-inline void takeError(Outcome& out)
-{
+inline void takeError(Outcome& out) {
     out.errNo = EV_errNo(0);
     out.error = EV_errText(0);
     EV_clearError(0);
 }
 
-inline Outcome evaluate(const std::string& text, EV_Scope& scope, double t = 0)
-{
+inline Outcome evaluate(const std::string& text, EV_Scope& scope, double t = 0) {
     EV_EXPRESSION expression(text);
     Outcome out;
     out.number = ev_EvaluateFloat(expression, scope, t, 0);
@@ -73,8 +67,7 @@ inline Outcome evaluate(const std::string& text, EV_Scope& scope, double t = 0)
     return out;
 }
 
-inline Outcome evaluateString(const std::string& text, EV_Scope& scope, double t = 0)
-{
+inline Outcome evaluateString(const std::string& text, EV_Scope& scope, double t = 0) {
     EV_EXPRESSION expression(text);
     Outcome out;
     out.text = ev_EvaluateString(expression, scope, t, 0);

@@ -1,0 +1,250 @@
+#include "TestScope.h"
+#include "host/expr/EV_Function.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Expression : public testing::Test {
+protected:
+    TestScope scope;
+    void SetUp() override {
+        scope.locals = {{"VX", 3}, {"TY", 2}, {"A", 0}};
+        scope.values = {{"GUST", 2.5}};
+        scope.globals = {{"T", 1}};
+    }
+};
+
+TEST_F(Expression, bindsAgainWhenTheSerialChanges) {
+    EV_EXPRESSION expression("$HEAT + $GUST");
+    EXPECT_EQ(ev_EvaluateFloat(expression, scope, 0, 0), 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    EV_clearError(0);
+    scope.locals["HEAT"] = 8; // shifts the ids of the others, too
+    ++scope.serial;
+    EXPECT_EQ(ev_EvaluateFloat(expression, scope, 0, 0), 10.5);
+    scope.values["GUST"] = 1;
+    ++scope.serial;
+    EXPECT_EQ(ev_EvaluateFloat(expression, scope, 0, 0), 9);
+    TestScope other; // the same serial in another place is another binding
+    other.serial = scope.serial;
+    other.values = {{"HEAT", 100}, {"GUST", 1}};
+    EXPECT_EQ(ev_EvaluateFloat(expression, other, 0, 0), 101);
+    scope.locals.erase("HEAT");
+    ++scope.serial;
+    ev_EvaluateFloat(expression, scope, 0, 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    EV_clearError(0);
+}
+
+TEST_F(Expression, takesAnotherText) {
+    const std::unique_ptr<EV_EXPRESSION, void (*)(EV_EXPRESSION*)> expression(ev_AllocExpr(3), ev_FreeExpr);
+    EXPECT_EQ(expression->components(), 3);
+    ev_ChangeExpr(expression.get(), "$VX");
+    EXPECT_EQ(ev_EvaluateFloat(*expression, scope, 0, 0), 3);
+    ev_ChangeExpr(expression.get(), "$VX + 'a'");
+    EXPECT_TRUE(expression->syntaxError());
+    EXPECT_EQ(expression->syntaxError().column, 5);
+    EXPECT_FALSE(expression->bind(scope));
+    ev_ChangeExpr(expression.get(), "$TY * 2");
+    EXPECT_FALSE(expression->syntaxError());
+    EXPECT_EQ(ev_EvaluateFloat(*expression, scope, 0, 0), 4);
+    EXPECT_EQ(EV_errNo(0), 0);
+}
+
+TEST_F(Expression, vectorEvaluation) {
+    const auto vectorOf = [&](const char* text) {
+        EV_EXPRESSION expression(text, 3);
+        ev_Vector v(1);
+        const bool done = ev_EvaluateVector(expression, v, scope, 4, 0);
+        EXPECT_EQ(done, EV_errNo(0) == 0) << text;
+        EV_clearError(0);
+        std::vector<double> out;
+        for (int i = 0; i < v.size(); ++i) out.push_back(v[i]);
+        return out;
+    };
+    EXPECT_THAT(vectorOf("vector3($VX, 1, $T)"), ElementsAre(3, 1, 4));
+    EXPECT_THAT(vectorOf("vector4(1, 2, 3, $VX) * 2"), ElementsAre(2, 4, 6, 6));
+    EXPECT_THAT(vectorOf("$VX"), ElementsAre(3, 3, 3));
+    EXPECT_THAT(vectorOf("vector3(1, 2, 3)"), ElementsAre(1, 2, 3));
+    EXPECT_THAT(vectorOf("'a'"), ElementsAre(0, 0, 0));
+    EXPECT_THAT(vectorOf("vector3($NOPE, 1, 2)"), ElementsAre(0, 0, 0));
+}
+
+TEST_F(Expression, analysisTellsWhatIsRead) {
+    const auto of = [&](const char* text) {
+        EV_EXPRESSION expression(text);
+        return expression.analysis(scope);
+    };
+    const EV_Analysis locals = of("$VX + $TY * $VX + $T"); // ids: A 100, TY 101, VX 102
+    EXPECT_THAT(locals.locals, ElementsAre(101, 102));
+    EXPECT_THAT(locals.globals, ElementsAre(0));
+    EXPECT_TRUE(locals.readsLocal(102));
+    EXPECT_FALSE(locals.readsLocal(100));
+    EXPECT_FALSE(locals.constant || locals.conditional || locals.canFail || locals.impure || locals.strings);
+
+    EXPECT_TRUE(of("sin(1) + $GUST * 2").constant);
+    EXPECT_TRUE(of("'a' + strcat(1, 2)").constant);
+    EXPECT_FALSE(of("$T").constant);
+    EXPECT_TRUE(of("$VX && $TY").conditional);
+    EXPECT_TRUE(of("if($VX, 1, 2)").conditional);
+    EXPECT_FALSE(of("$GUST ? $VX : $TY").conditional); // the value is known
+    EXPECT_THAT(of("$GUST ? $VX : $TY").locals, ElementsAre(102));
+    EXPECT_THAT(of("0 && $TY || $VX").locals, ElementsAre(102));
+    EXPECT_TRUE(of("vector3(1, 2, 3)[$VX]").canFail);
+    EXPECT_TRUE(of("strcat($VX) + 'a'").strings);
+    EXPECT_TRUE(of("strcat($VX)").calls("strcat"));
+    EXPECT_FALSE(of("strcat($VX)").impure);
+    EXPECT_TRUE(of("$NOPE").canFail);
+    EXPECT_TRUE(of("1 +").canFail);
+    EXPECT_THAT(EV_EXPRESSION("$B + ($C ? $B : $D)").variableNames(), ElementsAre("B", "C", "D"));
+}
+
+// ---- functions of the application
+
+int theCalls = 0;
+EV_EXPRESSION* theInner = nullptr;
+
+bool scaled(EV_CallContext& context, const EV_Value* args, int count, EV_Value& result) {
+    ++theCalls;
+    if (args[0].s == "bad") return context.fail("no such thing bad");
+    result = args[1].number() * (count > 2 ? args[2].number() : 10) + context.time;
+    return true;
+}
+
+bool swapped(EV_CallContext&, const EV_Value* args, int, EV_Value& result) {
+    result = EV_Value(args[0].v[2], args[0].v[1], args[0].v[0]);
+    return true;
+}
+
+// Evaluates another expression, after the set of names has changed under way.
+bool nested(EV_CallContext& context, const EV_Value* args, int, EV_Value& result) {
+    ++static_cast<TestScope*>(context.scope)->serial;
+    if (args[0].number() <= 0) return result = 1, true;
+    static_cast<TestScope*>(context.scope)->locals["VX"] -= 1;
+    result = 2 * ev_EvaluateFloat(*theInner, *context.scope, context.time, context.thread);
+    return true;
+}
+
+bool lied(EV_CallContext&, const EV_Value*, int, EV_Value& result) {
+    result = std::string("no number");
+    return true;
+}
+
+bool longText(EV_CallContext&, const EV_Value* args, int, EV_Value& result) {
+    result = std::string(size_t(args[0].number()), 'x');
+    return true;
+}
+
+const EV_Type SFF[] = {EV_STRING, EV_FLOAT, EV_FLOAT};
+const EV_Type V[] = {EV_VECTOR};
+const EV_Type F[] = {EV_FLOAT};
+const EV_FUNCTION theFunctions[] = {
+    {0, "t_scaled", 3, EV_FLOAT, SFF, scaled, "help", "name, x, factor", 2},
+    {EV_PURE, "t_pure", 3, EV_FLOAT, SFF, scaled, "help", "name, x, factor", 2},
+    {EV_PURE | EV_NOFAIL, "t_swapped", 1, EV_VECTOR, V, swapped, "help", "v"},
+    {0, "t_nested", 1, EV_FLOAT, F, nested, "help", "x"},
+    {0, "t_lied", 0, EV_FLOAT, nullptr, lied, "help", ""},
+    {0, "t_long", 1, EV_STRING, F, longText, "help", "n"},
+};
+
+class Function : public Expression {
+protected:
+    void SetUp() override {
+        Expression::SetUp();
+        for (const EV_FUNCTION& function : theFunctions) EXPECT_EQ(ev_AddFunction(&function), 1) << function.name;
+    }
+};
+
+TEST_F(Function, areCalledWithCheckedArguments) {
+    EXPECT_EQ(evaluate("t_scaled('a', $VX) + 1", scope, 0.5).number, 31.5);
+    EXPECT_EQ(evaluate("t_scaled('a', $VX, 2) + t_scaled(strcat($VX), 1, $TY)", scope).number, 8);
+    EXPECT_EQ(evaluate("t_scaled('a')", scope).error,
+              "\"t_scaled('a')\": t_scaled takes 2 to 3 arguments, 1 given, at column 1");
+    EXPECT_EQ(evaluate("t_scaled('a', 'b')", scope).error,
+              "\"t_scaled('a', 'b')\": argument 2 of t_scaled must be a number, not a string, at column 15");
+    const Outcome bad = evaluate("1 + t_scaled('bad', 1)", scope);
+    EXPECT_EQ(bad.errNo, EV_ERR_EVALUATION);
+    EXPECT_EQ(bad.error, "\"1 + t_scaled('bad', 1)\": t_scaled: no such thing bad at column 5");
+    EXPECT_EQ(evaluate("t_swapped(vector3(1, 2, $VX)).x - t_swapped(vector3(1, 2, 7)).z", scope).number, 2);
+    EXPECT_EQ(evaluate("t_lied()", scope).error, "\"t_lied()\": t_lied: gave a string instead of a number at column 1");
+}
+
+TEST_F(Function, pureOnesAreFolded) {
+    EV_EXPRESSION pure("t_pure('a', 2)"), impure("t_scaled('a', 2)"), failing("t_pure('bad', 1)");
+    EXPECT_TRUE(pure.analysis(scope).constant);
+    EXPECT_TRUE(impure.analysis(scope).impure);
+    EXPECT_TRUE(impure.analysis(scope).calls("t_scaled"));
+    theCalls = 0;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(ev_EvaluateFloat(pure, scope, 0, 0), 20);
+    EXPECT_EQ(theCalls, 0);
+    for (int i = 0; i < 3; ++i) ev_EvaluateFloat(impure, scope, 0, 0);
+    EXPECT_EQ(theCalls, 3);
+    EXPECT_FALSE(failing.syntaxError()); // it fails when it is reached
+    EXPECT_EQ(ev_EvaluateFloat(failing, scope, 0, 0), 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_EVALUATION);
+    EV_clearError(0);
+}
+
+TEST_F(Function, mayEvaluateTheirOwnExpressionAgain) {
+    EV_EXPRESSION expression("$VX + t_nested($VX)");
+    theInner = &expression;
+    // VX = 3: 3 + 2 * (2 + 2 * (1 + 2 * (0 + 1)))
+    EXPECT_EQ(ev_EvaluateFloat(expression, scope, 0, 0), 3 + 2 * (2 + 2 * (1 + 2 * (0 + 1))));
+    EXPECT_EQ(EV_errNo(0), 0);
+}
+
+TEST_F(Function, anInnerErrorIsTheOuterOne) {
+    EV_EXPRESSION inner("$VX + $NOPE"), outer("1 + t_nested(5)");
+    theInner = &inner;
+    EXPECT_EQ(ev_EvaluateFloat(outer, scope, 0, 0), 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    EXPECT_EQ(EV_errText(0), "\"$VX + $NOPE\": unknown variable $NOPE at column 7");
+    EV_clearError(0);
+}
+
+TEST_F(Function, stringsGrowOnlyToTheLimit) {
+    EXPECT_EQ(evaluateString("t_long(1048576)", scope).text.size(), EV_MAX_STRING);
+    for (const char* text : {"t_long(1048577)", "t_long(1048576) + 'a'", "strcat(t_long(600000), t_long(600000))"}) {
+        const Outcome out = evaluateString(text, scope);
+        EXPECT_NE(out.errNo, 0) << text;
+        EXPECT_THAT(out.error, testing::HasSubstr("string longer than 1 MiB"));
+    }
+    EXPECT_NE(evaluate("strmatch(strcat('*a', t_long(100000)), t_long(1000000))", scope).errNo, 0);
+}
+
+TEST_F(Function, namesAreTakenOnce) {
+    static const EV_FUNCTION again{0, "t_scaled", 0, EV_FLOAT, nullptr, lied};
+    static const EV_FUNCTION builtin{0, "sin", 0, EV_FLOAT, nullptr, lied};
+    static const EV_FUNCTION badName{0, "no name", 0, EV_FLOAT, nullptr, lied};
+    static const EV_FUNCTION noCallback{0, "t_none", 0, EV_FLOAT, nullptr, nullptr};
+    for (const EV_FUNCTION* function : {&again, &builtin, &badName, &noCallback})
+        EXPECT_EQ(ev_AddFunction(function), 0) << function->name;
+    EXPECT_EQ(ev_AddFunction(&theFunctions[0]), 1);
+    EXPECT_EQ(EV_findFunction("t_scaled"), &theFunctions[0]);
+    EXPECT_EQ(EV_findFunction("t_none"), nullptr);
+}
+
+TEST_F(Function, allHaveHelpAndAreListedInOrder) {
+    const std::vector<const EV_FUNCTION*> all = EV_listFunctions();
+    std::string before;
+    for (const EV_FUNCTION* function : all) {
+        EXPECT_LE(before, function->name);
+        EXPECT_STRNE(function->help, "") << function->name;
+        EXPECT_NE(EV_findFunction(function->name), nullptr) << function->name;
+        before = function->name;
+    }
+    for (const char* name :
+         {"abs",   "acos",  "asin",    "atan",   "atan2",     "ceil",   "clamp",    "cos",     "cosh",
+          "deg",   "exp",   "fit",     "floor",  "frac",      "if",     "int",      "length",  "log",
+          "log10", "max",   "min",     "noise",  "normalize", "dot",    "cross",    "pow",     "rad",
+          "rand",  "round", "sign",    "sin",    "sinh",      "smooth", "sqrt",     "tan",     "tanh",
+          "trunc", "turb",  "vector3", "strlen", "strcat",    "substr", "strmatch", "t_scaled"})
+        EXPECT_NE(EV_findFunction(name), nullptr) << name;
+}
+
+} // namespace

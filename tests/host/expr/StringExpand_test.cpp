@@ -1,0 +1,150 @@
+#include "TestScope.h"
+#include "host/expr/EV_Number.h"
+#include "host/expr/EV_StringExpand.h"
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+class StringExpand : public testing::Test {
+protected:
+    TestScope scope;
+    void SetUp() override {
+        scope.locals = {{"ID", 7}, {"HALF", 0.5f}, {"TENTH", 0.1f}};
+        scope.globals = {{"F", 24}};
+    }
+    std::string expand(const std::string& text) {
+        EV_StringExpand expansion(text);
+        std::string out = "old";
+        const bool done = expansion.expand(scope, 2, 0, out);
+        error = EV_errText(0);
+        EXPECT_EQ(done, EV_errNo(0) == 0) << text;
+        EV_clearError(0);
+        return out;
+    }
+    std::string error;
+};
+
+TEST_F(StringExpand, computesItsParts) {
+    const std::pair<const char*, const char*> texts[] = {
+        {"", ""},
+        {"/obj/ground", "/obj/ground"},
+        {"rock$ID", "rock7"},
+        {"rock${ID}b.$F", "rock7b.48"},
+        {"a`$ID + 1`b`'c' + \"`\"`", "a8bc`"},
+        {"$HALF $TENTH", "0.5 0.1"},
+        {"`$TENTH + 1`", "1.1000000014901161"},
+        {"`1e20`", "1e+20"},
+        {"\\$ID \\`1\\` \\n \\", "$ID `1` \\n \\"},
+        {"5 $ and $, $$ID", "5 $ and $, $7"},
+        {"$ID$ID", "77"},
+        {"`strcat('\\'', $ID)`", "'7"},
+    };
+    for (const auto& [text, wanted] : texts) {
+        EXPECT_EQ(expand(text), wanted);
+        EXPECT_EQ(error, "") << text;
+    }
+    EXPECT_TRUE(EV_StringExpand("a \\$ID").isPlain());
+    EXPECT_EQ(EV_StringExpand("a \\$ID").plain(), "a $ID");
+    EXPECT_FALSE(EV_StringExpand("a $ID").isPlain());
+}
+
+TEST_F(StringExpand, errorsKeepTheText) {
+    EXPECT_EQ(expand("x $IDD y $ID"), "x $IDD y 7");
+    EXPECT_EQ(error, "\"x $IDD y $ID\": unknown variable $IDD at column 3; did you mean $ID?");
+    EXPECT_EQ(expand("a`1 +`b$ID"), "a`1 +`b7");
+    EXPECT_EQ(error, "\"a`1 +`b$ID\": unexpected end of expression at column 6");
+    EXPECT_EQ(expand("$ID`1 + 2"), "7`1 + 2");
+    EXPECT_EQ(error, "\"$ID`1 + 2\": ` without its closing ` at column 4");
+    EXPECT_EQ(expand("$ID ${ID"), "7 ${ID");
+    EXPECT_EQ(error, "\"$ID ${ID\": ${ without its closing } at column 5");
+    EXPECT_EQ(expand("`vector3(1,2,3)`"), "`vector3(1,2,3)`");
+    scope.failing = "ID";
+    EXPECT_EQ(expand("$HALF$ID"), "0.5$ID");
+    EXPECT_EQ(error, "\"$HALF$ID\": variable $ID has no value here at column 6");
+}
+
+TEST_F(StringExpand, limits) {
+    std::string parts;
+    for (int i = 0; i < 1000; ++i) parts += "$ID";
+    EXPECT_EQ(expand(parts), std::string(1000, '7'));
+    EXPECT_EQ(expand(parts + "$ID"), std::string(1000, '7') + "$ID");
+    EXPECT_NE(error, "");
+    EXPECT_EQ(expand(std::string(EV_MAX_STRING, 'x')), std::string(EV_MAX_STRING, 'x'));
+    EXPECT_EQ(expand(std::string(EV_MAX_STRING - 2, 'x') + "$F$F"), std::string(EV_MAX_STRING - 2, 'x') + "$F$F");
+    EXPECT_NE(error, "");
+}
+
+TEST_F(StringExpand, analysis) {
+    EV_StringExpand text("$ID `$F > 1 ? $HALF : $ID`");
+    const EV_Analysis all = text.analysis(scope);
+    EXPECT_EQ(all.locals, (std::vector<int>{100, 101})); // HALF, ID
+    EXPECT_EQ(all.globals, std::vector<int>{0});
+    EXPECT_TRUE(all.conditional);
+    EXPECT_FALSE(all.constant || all.canFail);
+    EXPECT_TRUE(EV_StringExpand("a`1 + 2`").analysis(scope).constant);
+    EXPECT_TRUE(EV_StringExpand("a`1 + `").analysis(scope).canFail);
+}
+
+TEST(Number, toInt) {
+    const std::pair<double, int> cases[] = {{1.9, 1},
+                                            {-1.9, -1},
+                                            {2147483647.5, 2147483647},
+                                            {1e300, 2147483647},
+                                            {-1e300, INT32_MIN},
+                                            {-2147483648.5, INT32_MIN},
+                                            {-0.5, 0}};
+    for (const auto& [value, wanted] : cases) EXPECT_EQ(EV_toInt(value), wanted);
+    EXPECT_EQ(EV_toInt(std::nan("")), 0);
+    EXPECT_EQ(EV_toInt(std::numeric_limits<double>::infinity()), 2147483647);
+}
+
+TEST(Number, text) {
+    const std::pair<double, const char*> cases[] = {{3, "3"},
+                                                    {-0.0, "0"},
+                                                    {-12, "-12"},
+                                                    {123456789012345, "123456789012345"},
+                                                    {0.1, "0.1"},
+                                                    {double(0.1f), "0.1"},
+                                                    {1.0 / 3, "0.3333333333333333"},
+                                                    {1e300, "1e+300"},
+                                                    {-2.5, "-2.5"}};
+    for (const auto& [value, wanted] : cases) EXPECT_EQ(EV_numberText(value), wanted);
+    const double infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(EV_numberText(infinity), "inf");
+    EXPECT_EQ(EV_numberText(-infinity), "-inf");
+    EXPECT_EQ(EV_numberText(-std::nan("")), "nan");
+}
+
+TEST(Number, parse) {
+    struct Case {
+        const char* text;
+        size_t length;
+        double value;
+    };
+    const double infinity = std::numeric_limits<double>::infinity();
+    const Case cases[] = {{"12abc", 2, 12},
+                          {"1e", 1, 1},
+                          {"1e+", 1, 1},
+                          {".5.", 2, 0.5},
+                          {"inf", 0, 0},
+                          {"nan", 0, 0},
+                          {"-1", 0, 0},
+                          {".", 0, 0},
+                          {"", 0, 0},
+                          {"1e999", 5, infinity},
+                          {"1e-999", 6, 0},
+                          {"0e999", 5, 0},
+                          {"0.0001e-999", 11, 0},
+                          {"0x10", 1, 0},
+                          {"1e99999999999999999999", 22, infinity},
+                          {"1e-99999999999999999999", 23, 0}};
+    for (const Case& c : cases) {
+        double value = 0;
+        EXPECT_EQ(EV_parseNumber(c.text, value), c.length) << c.text;
+        EXPECT_EQ(value, c.value) << c.text;
+    }
+}
+
+} // namespace

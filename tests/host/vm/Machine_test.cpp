@@ -1,0 +1,211 @@
+#include "host/vm/VM_Builder.h"
+#include "host/vm/VM_Machine.h"
+#include "host/vm/VM_RegisterFrame.h"
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using Value = VM_Builder::Value;
+
+// Site 0 gives `input` of the lane, site 1 twice what it reads.
+class Host : public VM_Host {
+public:
+    std::vector<double> input;
+    const VM_Program* program = nullptr;
+    size_t firstLane = 0;
+    int calls = 0;
+    bool stop = false;
+
+    bool callSite(unsigned site, double* registers, int lanes) override {
+        ++calls;
+        const VM_Site& at = program->sites[site];
+        for (int i = 0; i < lanes; ++i) {
+            const double x = at.reads.empty() ? input[firstLane + size_t(i)] : 2 * registers[at.reads[0] * lanes + i];
+            for (size_t w = 0; w < at.writes.size(); ++w) registers[at.writes[w] * lanes + i] = x + double(w);
+        }
+        return !stop;
+    }
+};
+
+// The results of all lanes: in columns, or lane after lane.
+std::vector<double> runAll(const VM_Program& program, Host& host, bool columns) {
+    const int lanes = columns ? VM_LANES : 1;
+    std::vector<double> registers(size_t(program.numRegisters * lanes), 1e99), out;
+    VM_loadConstants(program, registers.data(), lanes);
+    host.program = &program;
+    for (host.firstLane = 0; host.firstLane < host.input.size(); host.firstLane += size_t(lanes)) {
+        EXPECT_TRUE((columns ? VM_runColumns : VM_run)(program, registers.data(), host));
+        const double* result = registers.data() + size_t(program.results[0] * lanes);
+        out.insert(out.end(), result, result + lanes);
+    }
+    return out;
+}
+
+bool same(double a, double b) {
+    return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b) || (std::isnan(a) && std::isnan(b));
+}
+
+std::vector<double> awkwardInputs() {
+    std::mt19937_64 random(5);
+    std::vector<double> out{0.0, -0.0, 1, -1, 0.5, -0.5, 2.5, 1e-310, 1e300, -1e300, INFINITY, -INFINITY, NAN, 1e17};
+    while (out.size() < size_t(VM_LANES)) out.push_back((double(random() >> 11) * 0x1p-53 - 0.5) * 40);
+    return out;
+}
+
+TEST(Machine, everyOperationIsTheSameInColumns) {
+    for (int number = int(VM_Op::Neg); number < int(VM_Op::NumOps); ++number) {
+        const VM_Op op = VM_Op(number);
+        VM_Builder builder;
+        std::vector<Value> x;
+        builder.emitHost({}, 4, x);
+        const Value operands[] = {x[0], builder.constant(0.75), builder.constant(3), builder.constant(2)};
+        const Value swapped[] = {builder.constant(0.75), x[0], x[1], x[2]};
+        for (const Value* v : {operands, swapped}) {
+            VM_Builder one = builder;
+            VM_Program program;
+            ASSERT_TRUE(one.finish({one.emit(op, {v[0], v[1], v[2], v[3]})}, program));
+            Host host;
+            host.input = awkwardInputs();
+            const std::vector<double> rows = runAll(program, host, false), columns = runAll(program, host, true);
+            for (size_t i = 0; i < rows.size(); ++i)
+                EXPECT_TRUE(same(rows[i], columns[i]))
+                    << number << " of " << host.input[i] << ": " << rows[i] << " and " << columns[i];
+        }
+    }
+}
+
+// max(x, 0) ? (x * x + 1) : (twice x, asked of the host), plus x
+VM_Program conditionalProgram() {
+    VM_Builder b;
+    std::vector<Value> x, twice;
+    b.emitHost({}, 1, x);
+    const Value condition = b.emit(VM_Op::Gt, {x[0], b.constant(0)});
+    const size_t toElse = b.emitJump(VM_Op::JumpNone, condition);
+    const Value square = b.emit(VM_Op::Mul, {x[0], x[0]});
+    const Value yes = b.emit(VM_Op::Add, {square, b.constant(1)});
+    const size_t toEnd = b.emitJump(VM_Op::JumpAll, condition);
+    b.aimHere(toElse);
+    b.emitHost({x[0]}, 1, twice);
+    b.aimHere(toEnd);
+    const Value chosen = b.emit(VM_Op::Select, {condition, yes, twice[0]});
+    VM_Program program;
+    EXPECT_TRUE(b.finish({b.emit(VM_Op::Add, {chosen, x[0]})}, program));
+    return program;
+}
+
+TEST(Machine, conditionsSkipWhatNoLaneNeeds) {
+    const VM_Program program = conditionalProgram();
+    const auto callsFor = [&](double even, double odd) {
+        Host host;
+        for (int i = 0; i < VM_LANES; ++i) host.input.push_back(i % 2 ? odd : even);
+        const std::vector<double> out = runAll(program, host, true);
+        for (int i = 0; i < VM_LANES; ++i) {
+            const double x = host.input[size_t(i)];
+            EXPECT_EQ(out[size_t(i)], x > 0 ? x * x + 1 + x : 3 * x);
+        }
+        return host.calls;
+    };
+    EXPECT_EQ(callsFor(3, 5), 1);   // no lane asks the host a second time
+    EXPECT_EQ(callsFor(-3, -5), 2); // every lane does
+    EXPECT_EQ(callsFor(-3, 5), 2);
+    Host host;
+    host.input = {3, -5};
+    EXPECT_EQ(runAll(program, host, false), (std::vector<double>{13, -15}));
+    EXPECT_EQ(host.calls, 3);
+}
+
+TEST(Machine, theHostMayStopIt) {
+    const VM_Program program = conditionalProgram();
+    Host host;
+    host.input = {1};
+    host.program = &program;
+    host.stop = true;
+    std::vector<double> registers(size_t(program.numRegisters));
+    EXPECT_FALSE(VM_run(program, registers.data(), host));
+    EXPECT_EQ(host.calls, 1);
+}
+
+TEST(Builder, registersAreReusedAndConstantsShared) {
+    VM_Builder b;
+    std::vector<Value> x;
+    b.emitHost({}, 1, x);
+    Value sum = x[0];
+    for (int i = 0; i < 1000; ++i) sum = b.emit(VM_Op::Add, {sum, b.constant(double(i % 3))});
+    b.constant(77); // in use nowhere
+    VM_Program program;
+    ASSERT_TRUE(b.finish({sum}, program));
+    EXPECT_EQ(program.constants.size(), 3u);
+    EXPECT_EQ(program.numRegisters, 4);
+    EXPECT_EQ(b.constant(0.0), b.constant(0.0));
+    EXPECT_NE(b.constant(0.0), b.constant(-0.0));
+}
+
+TEST(Builder, valuesThatLiveTogetherHaveTheirOwnRegisters) {
+    constexpr int COUNT = 300;
+    VM_Builder b;
+    std::vector<Value> x, squares;
+    b.emitHost({}, 1, x);
+    for (int i = 0; i < COUNT; ++i) squares.push_back(b.emit(VM_Op::Mul, {x[0], b.constant(double(i))}));
+    Value sum = b.constant(0);
+    for (int i = COUNT; i-- > 0;)
+        sum = b.emit(VM_Op::Add, {sum, b.emit(VM_Op::Mul, {squares[size_t(i)], squares[size_t(i)]})});
+    VM_Program program;
+    ASSERT_TRUE(b.finish({sum}, program));
+    Host host;
+    host.input = {2};
+    EXPECT_EQ(runAll(program, host, false)[0], 4.0 * (COUNT - 1) * COUNT * (2 * COUNT - 1) / 6);
+    EXPECT_LE(program.numRegisters, 2 * COUNT + 4);
+}
+
+TEST(Builder, tooManyRegistersAreRefused) {
+    VM_Builder b;
+    std::vector<Value> x;
+    b.emitHost({}, 1, x);
+    std::vector<Value> values;
+    for (int i = 0; i < 70000; ++i) values.push_back(b.emit(VM_Op::Neg, {x[0]}));
+    VM_Program program;
+    EXPECT_FALSE(b.finish(values, program));
+}
+
+TEST(Builder, takesBackWhatWasWritten) {
+    VM_Builder b;
+    std::vector<Value> x, y;
+    b.emitHost({}, 1, x);
+    const Value before = b.emit(VM_Op::Neg, {x[0]});
+    const VM_Builder::Mark mark = b.mark();
+    b.emitHost({before}, 3, y);
+    b.emit(VM_Op::Sin, {y[2]});
+    b.rewind(mark);
+    VM_Program program;
+    ASSERT_TRUE(b.finish({b.emit(VM_Op::Add, {before, b.constant(1)})}, program));
+    EXPECT_EQ(program.sites.size(), 1u);
+    Host host;
+    host.input = {5};
+    EXPECT_EQ(runAll(program, host, false)[0], -4);
+}
+
+TEST(RegisterFrame, framesDoNotOverlapHoweverDeepOrLarge) {
+    const auto fill = [](VM_RegisterFrame& frame, size_t count, double value) {
+        std::fill_n(frame.data(), count, value);
+    };
+    VM_RegisterFrame a(10);
+    fill(a, 10, 1);
+    for (int round = 0; round < 3; ++round) {
+        VM_RegisterFrame b(5000), c(5000), d(100000), e(7);
+        fill(b, 5000, 2);
+        fill(c, 5000, 3);
+        fill(d, 100000, 4);
+        fill(e, 7, 5);
+        EXPECT_EQ(std::count(b.data(), b.data() + 5000, 2), 5000);
+        EXPECT_EQ(std::count(c.data(), c.data() + 5000, 3), 5000);
+        EXPECT_EQ(std::count(d.data(), d.data() + 100000, 4), 100000);
+        EXPECT_EQ(std::count(e.data(), e.data() + 7, 5), 7);
+    }
+    EXPECT_EQ(std::count(a.data(), a.data() + 10, 1), 10);
+}
+
+} // namespace
