@@ -18,3 +18,16 @@ const char* PRMpermanentText(std::string_view text) {
     if (found == theTexts.end()) found = theTexts.emplace(text).first;
     return found->c_str();
 }
+
+PRM_TemplateTable PRMstringTable(std::initializer_list<PRM_Name> names) {
+    PRM_TemplateTable table;
+    for (const PRM_Name& name : names) {
+        PRM_Template& row = table.rows.emplace_back();
+        row.type = PRM_Type::String;
+        row.token = name.token;
+        row.label = name.label;
+        row.defaults.assign(1, PRM_Default(""));
+        row.animated = false;
+    }
+    return table;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,3 +58,6 @@ struct PRM_TemplateTable {
     /// Row of a token, or -1. `#` instances are not rows of the table.
     int find(const std::string& token) const;
 };
+
+/// A table of plain string parameters with empty defaults: what most obsolete lists are.
+PRM_TemplateTable PRMstringTable(std::initializer_list<PRM_Name> names);

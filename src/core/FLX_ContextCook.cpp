@@ -1,0 +1,93 @@
+// One step of a simulation: the time step for the interval just passed, then the network.
+#include <utility>
+
+#include "core/FLX_ContextData.h"
+#include "core/FLX_ExpressionStack.h"
+#include "core/FLX_Node.h"
+
+namespace {
+
+// Codes by which a display detail tells its viewers what came.
+constexpr int NOTIFY_PARTICLES = 4;
+constexpr int NOTIFY_PARTICLES_AND_GUIDES = 7;
+
+} // namespace
+
+FLX_ContextData* FLX_ContextData::getExpressionData(int thread) { return FLX_ExpressionStack::top(thread); }
+
+void FLX_ContextData::runStep(OP_Context& context) {
+    if (cookNode)
+        cookNode->timestep(context);
+    else
+        FLX_Node::timestepStatic(context);
+}
+
+void FLX_ContextData::clearCookState() {
+    guideHandles.clear();
+    guideOwners.clear();
+    pointList.clear();
+    instanceGuideOwner = -1;
+    instanceGuide.clear();
+    guideChanged = 0;
+    mySelectionChanged = false;
+}
+
+void FLX_ContextData::cook(OP_Context& context) {
+    context.setData(this);
+    context.setPass(OP_Context::newPass());
+    {
+        const FLX_ExpressionScope scope(context.getThread(), this);
+        const float coming = timeStep;
+        myGuideOnly = false;
+        if (myResetPending)
+            myParticleList.merge(&myCarriedList);
+        else
+            timeStep = myPreviousTimeStep;   // the rules integrate over the interval that has just passed
+        if (myDoCookFirst)
+            FLX_Node::prepParticles(context);
+        else
+            runStep(context);
+        timeStep = coming;
+
+        myParticleList.clear();
+        myDisplayDetail = nullptr;
+        clearCookState();
+        if (cookNode && myDoCook) {
+            cookNode->preCook(context);
+            cookNode->cook(context);
+            cookNode->postCook(context);
+        }
+        myPreviousTimeStep = timeStep;
+        myResetPending = false;
+    }
+    myParticleList.merge(&myCarriedList);
+
+    if (myDisplayDetail) {
+        myDisplayDetail->notifyCache(guideChanged ? NOTIFY_PARTICLES_AND_GUIDES : NOTIFY_PARTICLES);
+        myDisplayDetail->bumpChange();
+    } else if (cookNode && cookNode->getParent()) {
+        OP_Node* display = cookNode->getParent()->getDisplayNodePtr();
+        if (FLX_Node* node = display ? display->castToFLXNode() : nullptr) node->warnDisplayFlag();
+    }
+
+    if (myDoCookFirst) {
+        const bool prep = std::exchange(myDoPrep, false);
+        runStep(context);
+        myDoPrep = prep;
+    }
+}
+
+void FLX_ContextData::cookGuide(OP_Context& context) {
+    if (!cookNode) return;
+    context.setData(this);
+    context.setPass(OP_Context::newPass());
+    {
+        const FLX_ExpressionScope scope(context.getThread(), this);
+        myGuideOnly = true;
+        clearCookState();
+        cookNode->preCook(context);
+        cookNode->cook(context);
+        cookNode->postCook(context);
+    }
+    if (myDisplayDetail) myDisplayDetail->bumpChange();
+}

@@ -1,0 +1,171 @@
+// The step between two cooks: reap the dead, apply the default rules, prepare for the next cook.
+#include "core/FLX_Node.h"
+#include "core/FLX_Rules.h"
+#include "core/FLX_SlideRules.h"
+#include "core/FLX_SurfaceCache.h"
+
+namespace {
+
+struct Phases {
+    bool reap, rules, prep;
+};
+
+constexpr size_t AHEAD = 24;   // records between the fetch and the use of a particle
+
+inline void fetch(GEO_Point* p) {
+    __builtin_prefetch(p, 1);
+    __builtin_prefetch(reinterpret_cast<char*>(p) + 64, 1);
+}
+
+bool isReapable(int bits) { return (bits & FLX_DEAD) && !(bits & FLX_SUPPRESS_REAP); }
+
+/// Calls work(point, index) for every particle in order.
+template <class Work> void forEachParticle(const GEO_PrimParticle& prim, GEO_PointAccess access, Work&& work) {
+    size_t index = 0;
+    prim.forEachSpan([&](const uint32_t* slots, size_t n) {
+        for (size_t i = 0; i < n; ++i) {
+            if (i + AHEAD < n) fetch(access(slots[i + AHEAD]));
+            work(access(slots[i]), index++);
+        }
+    });
+}
+
+// A dead particle leaves the count once, also when it stays in its primitive because the dead are kept.
+void countDeath(FLX_ContextData& context, GEO_PrimParticle& prim, size_t index) {
+    if (prim.isDead(index)) return;
+    context.bumpNumParticles(-1);
+    prim.deadParticle(index);
+}
+
+/// Visits every particle in order, drops those that can be reaped and calls work(point) for the others. The number dropped.
+template <class Work> size_t reapAnd(FLX_ContextData& context, GEO_PrimParticle& prim, Work&& work) {
+    const GEO_PointAccess access = context.getDetail()->points().access();
+    const int state = context.core().state;
+    if (!context.deleteDead) {
+        forEachParticle(prim, access, [&](GEO_Point* p, size_t index) {
+            if (isReapable(*p->castAttribData<int>(state))) countDeath(context, prim, index);
+            work(p);
+        });
+        return 0;
+    }
+    size_t index = 0, counted = 0;
+    const size_t dropped = prim.compact(
+        [&](uint32_t slot) {
+            GEO_Point* p = access(slot);
+            const size_t i = index++;
+            if (isReapable(*p->castAttribData<int>(state))) {
+                counted += !prim.isDead(i);
+                return false;
+            }
+            work(p);
+            return true;
+        },
+        [&](uint32_t slot) { fetch(access(slot)); });
+    context.bumpNumParticles(-int(counted));
+    return dropped;
+}
+
+/// Rules and preparation of one particle that neither sticks nor slides on geometry.
+template <bool Plain> inline void stepParticle(GEO_Point* p, const FLX_Rules& rules, bool doRules, bool doPrep) {
+    if (doRules) {
+        const int bits = rules.state(p);
+        const int flags = bits | rules.suppression;
+        FLX_Rules::floats(p, rules.core.backtrack)[3] = 0;
+        // A stuck particle without geometry to stick to stays; a sliding one obeys only its own suppression bits.
+        const int motion = bits & FLX_SLIDING ? bits : flags;
+        if (!(motion & (FLX_SUPPRESS_POS | FLX_STUCK))) rules.applyDefaultPosRules(p, bits);
+        if (!(motion & FLX_SUPPRESS_VEL)) rules.applyDefaultVelRules<Plain>(p, bits);
+        rules.applyOtherRules<Plain>(p, flags, bits);
+    }
+    if (doPrep) rules.prepare<Plain>(p);
+}
+
+template <bool Plain> size_t fusedStep(FLX_ContextData& context, GEO_PrimParticle& prim, const Phases& phases) {
+    const FLX_Rules rules(context);
+    const auto step = [&](auto doRules, auto doPrep) -> size_t {
+        const auto work = [rules](GEO_Point* p) { stepParticle<Plain>(p, rules, doRules(), doPrep()); };
+        if (phases.reap) return reapAnd(context, prim, work);
+        forEachParticle(prim, context.getDetail()->points().access(), [&](GEO_Point* p, size_t) { work(p); });
+        return 0;
+    };
+    if (phases.rules && phases.prep) return step(std::true_type{}, std::true_type{});
+    if (phases.rules) return step(std::true_type{}, std::false_type{});
+    if (phases.prep) return step(std::false_type{}, std::true_type{});
+    return step(std::false_type{}, std::false_type{});
+}
+
+// Removes the points of what was reaped.
+void removeReaped(FLX_ContextData& context, size_t dropped) {
+    if (dropped) context.getDetail()->removeUnusedPoints();
+}
+
+void runFused(FLX_ContextData& context, FLX_ParticleList& list, const Phases& phases) {
+    if (!context.getDetail()) return;
+    const bool plain = FLX_Rules(context).plain();
+    size_t dropped = 0;
+    for (int i = 0; i < list.entries(); ++i) {
+        GEO_PrimParticle& prim = *list.entry(i).prim;
+        dropped += plain ? fusedStep<true>(context, prim, phases) : fusedStep<false>(context, prim, phases);
+    }
+    removeReaped(context, dropped);
+}
+
+FLX_ContextData& contextOf(OP_Context& context) { return *static_cast<FLX_ContextData*>(context.getData()); }
+
+// Particles bound to geometry fetch it in mid-step, and a point that two particles share must see every rule before any
+// preparation: then the phases run one after the other.
+bool canFuse(const FLX_ContextData& context) { return context.getPosPathOffset() < 0 && !context.pointsShared(); }
+
+} // namespace
+
+void FLX_Node::timestepStatic(OP_Context& opContext) {
+    FLX_ContextData& context = contextOf(opContext);
+    if (context.isGuideOnly() || !context.getDetail()) return;
+    if (context.cookNode && context.cookNode->error() >= UT_ERROR_ABORT) return;
+    if (canFuse(context)) {
+        runFused(context, *context.getParticleList(),
+                 {context.shouldDoReap(), context.shouldDoApplyRules(), context.shouldDoPrep()});
+        return;
+    }
+    reapParticles(opContext);
+    applyRulesToList(context.getParticleList(), &context);
+    prepParticles(opContext);
+}
+
+void FLX_Node::reapParticles(OP_Context& opContext) {
+    FLX_ContextData& context = contextOf(opContext);
+    if (context.shouldDoReap()) runFused(context, *context.getParticleList(), {true, false, false});
+}
+
+void FLX_Node::prepParticles(OP_Context& opContext) {
+    FLX_ContextData& context = contextOf(opContext);
+    if (context.shouldDoPrep()) runFused(context, *context.getParticleList(), {false, false, true});
+}
+
+void FLX_Node::applyRulesToList(FLX_ParticleList* list, FLX_ContextData* context) {
+    if (!context->shouldDoApplyRules()) return;
+    if (context->getPosPathOffset() < 0) {
+        runFused(*context, *list, {false, true, false});
+        return;
+    }
+    const FLX_Rules rules(*context);
+    FLX_SurfaceCache surfaces(*context);
+    for (int i = 0; i < list->entries(); ++i) {
+        forEachParticle(*list->entry(i).prim, context->getDetail()->points().access(), [&](GEO_Point* p, size_t) {
+            const int bits = rules.state(p);
+            if (!(bits & (FLX_SLIDING | FLX_STUCK))) {
+                stepParticle<false>(p, rules, true, false);
+                return;
+            }
+            const int flags = bits | rules.suppression;
+            FLX_Rules::floats(p, rules.core.backtrack)[3] = 0;
+            if (bits & FLX_SLIDING) {
+                FLXapplyDefaultSlideRules(p, rules, surfaces, *context);
+            } else {
+                if (!(flags & FLX_SUPPRESS_POS)) FLXsetPosFromSop(p->getPos(), p, surfaces);
+                if (!(flags & FLX_SUPPRESS_VEL)) rules.applyDefaultVelRules<false>(p, bits);
+            }
+            rules.applyOtherRules<false>(p, flags, bits);
+        });
+    }
+}

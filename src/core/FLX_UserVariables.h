@@ -1,0 +1,53 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/geo/GB_AttributeDict.h"
+#include "host/geo/GEO_Point.h"
+#include "host/node/CH_LocalVariable.h"
+
+/// Point attributes that expressions read under names of their own. Ids count from 600 in one table that all contexts share,
+/// so a name means the same id everywhere.
+class FLX_UserVariables {
+public:
+    static constexpr int FIRST_ID = 600;
+
+    FLX_UserVariables() = default;
+    FLX_UserVariables(const FLX_UserVariables& src) { *this = src; }
+    FLX_UserVariables& operator=(const FLX_UserVariables& src);
+
+    /// See FLX_ContextData::addUserVariable; appends the attribute to `attribs`.
+    int add(GB_AttributeDict& attribs, const char* name, int size, GB_AttribType type, const void* def,
+            const char* varname);
+    /// Looks every record's offset up again.
+    void recache(const GB_AttributeDict& attribs);
+    void clear();
+
+    /// The names and ids, ended by a null name; null while there are none. Replaced when a variable is added.
+    CH_LocalVariable* table() const { return myTable.empty() ? nullptr : const_cast<CH_LocalVariable*>(myTable.data()); }
+    /// False when no record has the id.
+    bool value(const GEO_Point* point, int id, float& out) const;
+
+private:
+    struct Record {
+        std::string attrib;
+        int size = 0;
+        GB_AttribType type = GB_ATTRIB_FLOAT;
+        int offset = -1;
+    };
+    struct Component {
+        const Record* record;
+        int index;
+    };
+
+    void registerName(const std::string& name, const Record& record, int component);
+    static int idOf(const std::string& name);
+
+    std::map<std::string, std::unique_ptr<Record>> myRecords;   // by upper-case variable name
+    std::vector<Component> myComponents;                        // by id - FIRST_ID; null record: not ours
+    std::vector<std::unique_ptr<std::string>> myNames;
+    std::vector<CH_LocalVariable> myTable;
+};

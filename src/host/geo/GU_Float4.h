@@ -1,0 +1,59 @@
+#pragma once
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+/// Four floats side by side with plain IEEE arithmetic. max(a, b) and min(a, b) give b when a is NaN; comparisons give
+/// one bit per lane, 0 with NaN.
+#if defined(__SSE2__)
+struct GU_Float4 {
+    __m128 v;
+    static GU_Float4 splat(float x) { return {_mm_set1_ps(x)}; }
+    static GU_Float4 load(const float* p) { return {_mm_load_ps(p)}; } ///< p aligned to 16 bytes
+    void store(float* p) const { _mm_storeu_ps(p, v); }
+    friend GU_Float4 operator+(GU_Float4 a, GU_Float4 b) { return {_mm_add_ps(a.v, b.v)}; }
+    friend GU_Float4 operator-(GU_Float4 a, GU_Float4 b) { return {_mm_sub_ps(a.v, b.v)}; }
+    friend GU_Float4 operator*(GU_Float4 a, GU_Float4 b) { return {_mm_mul_ps(a.v, b.v)}; }
+    friend GU_Float4 max(GU_Float4 a, GU_Float4 b) { return {_mm_max_ps(a.v, b.v)}; }
+    friend GU_Float4 min(GU_Float4 a, GU_Float4 b) { return {_mm_min_ps(a.v, b.v)}; }
+    friend GU_Float4 abs(GU_Float4 a) { return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.v)}; }
+    friend int less(GU_Float4 a, GU_Float4 b) { return _mm_movemask_ps(_mm_cmplt_ps(a.v, b.v)); }
+    friend int lessEqual(GU_Float4 a, GU_Float4 b) { return _mm_movemask_ps(_mm_cmple_ps(a.v, b.v)); }
+};
+#else
+struct GU_Float4 {
+    float v[4];
+    template <class F> static GU_Float4 each(F f) { return {{f(0), f(1), f(2), f(3)}}; }
+    template <class F> static int bits(F f) { return f(0) | f(1) << 1 | f(2) << 2 | f(3) << 3; }
+    static GU_Float4 splat(float x) { return {{x, x, x, x}}; }
+    static GU_Float4 load(const float* p) { return {{p[0], p[1], p[2], p[3]}}; }
+    void store(float* p) const {
+        for (int i = 0; i < 4; ++i) p[i] = v[i];
+    }
+    friend GU_Float4 operator+(GU_Float4 a, GU_Float4 b) {
+        return each([&](int i) { return a.v[i] + b.v[i]; });
+    }
+    friend GU_Float4 operator-(GU_Float4 a, GU_Float4 b) {
+        return each([&](int i) { return a.v[i] - b.v[i]; });
+    }
+    friend GU_Float4 operator*(GU_Float4 a, GU_Float4 b) {
+        return each([&](int i) { return a.v[i] * b.v[i]; });
+    }
+    friend GU_Float4 max(GU_Float4 a, GU_Float4 b) {
+        return each([&](int i) { return a.v[i] > b.v[i] ? a.v[i] : b.v[i]; });
+    }
+    friend GU_Float4 min(GU_Float4 a, GU_Float4 b) {
+        return each([&](int i) { return a.v[i] < b.v[i] ? a.v[i] : b.v[i]; });
+    }
+    friend GU_Float4 abs(GU_Float4 a) {
+        return each([&](int i) { return a.v[i] < 0 ? -a.v[i] : a.v[i]; });
+    }
+    friend int less(GU_Float4 a, GU_Float4 b) {
+        return bits([&](int i) { return int(a.v[i] < b.v[i]); });
+    }
+    friend int lessEqual(GU_Float4 a, GU_Float4 b) {
+        return bits([&](int i) { return int(a.v[i] <= b.v[i]); });
+    }
+};
+#endif

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "host/geo/GU_Bvh.h"
+#include "host/geo/GU_RayInfo.h"
+#include "host/geo/GU_RayShapes.h"
+#include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_Vector3.h"
+
+#include <cstdint>
+#include <memory>
+
+class GB_PrimitiveGroup;
+class GU_Detail;
+
+/// Rays against, and nearest points on, the surfaces of a detail: closed polygons of any vertex count, meshes, spheres,
+/// tubes and circles. Curves, particles and metaballs have no surface and are never hit; neither is anything with a
+/// position that is not finite.
+///
+/// The structure is a picture of the detail at construction. Ask validForDetail before use once the detail may have
+/// changed; the primitives in results are those of the detail, which has to live on. Queries are const and may run on
+/// several threads, each with its own GU_RayInfo.
+///
+/// Results are the same bits everywhere and never depend on the order in which the structure is walked. A surface is
+/// what evaluatePosition covers: polygons are split into a fan about their vertex mean (a concave one is hit only
+/// inside its outline), bent mesh cells into four triangles about their centre. A primitive counts once per crossing
+/// however many pieces meet there; an edge shared by two primitives counts for each. Rays through shared edges and
+/// vertices never slip between the pieces.
+class GU_RayIntersect {
+public:
+    /// Over all primitives, or over the members of the group. A null detail gives an empty structure.
+    explicit GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGroup* group = nullptr);
+    GU_RayIntersect(const GU_RayIntersect&) = delete;
+    GU_RayIntersect& operator=(const GU_RayIntersect&) = delete;
+
+    /// A structure for the detail as it is now, from a small process-wide cache when the detail and the members of the
+    /// group are unchanged since it was built.
+    static std::shared_ptr<const GU_RayIntersect> shared(const GU_Detail* detail,
+                                                         const GB_PrimitiveGroup* group = nullptr);
+
+    /// Finds what `info` asks for on org + distance * dir; dir need not have length 1. Non-zero on a hit, which is in
+    /// `info`. A zero or non-finite direction, or a non-finite origin, hits nothing.
+    int sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const;
+
+    /// Non-zero when p lies inside the closed surfaces. When every edge of the geometry is used equally often in both
+    /// directions (closed and consistently wound), inside is where the winding number is not 0, so overlapping solids
+    /// act as their union. Anything else is judged by the parity of crossings, by the majority of three directions when
+    /// `thorough` is non-zero, by one direction when it is 0. Points on the surface may fall either way.
+    int isInside(const UT_Vector3& p, int thorough = 1) const;
+
+    /// The place on the surface nearest to p, no further than maxDistance; equal distances go to the lower primitive
+    /// number. Non-zero when there is one. On quadrics the location that `parametric` gives is taken: exact for
+    /// uniform frames, an upper bound for others.
+    int minimumPoint(const UT_Vector3& p, GU_RayHit& hit, float maxDistance = 1e18f) const;
+
+    /// Non-zero when the structure was built from this detail and it has not changed since.
+    int validForDetail(const GU_Detail* detail) const;
+
+    /// Box of everything that can be hit; empty (not valid) when there is nothing.
+    const UT_BoundingBox& getBBox() const { return myBox; }
+    /// Number of primitives that can be hit.
+    size_t entries() const { return myShapes.shapes().size(); }
+
+private:
+    /// Four items as the search visits them: corners[vertex][axis][lane]. Lanes of items that are no triangles hold
+    /// NaN.
+    struct alignas(16) Leaf {
+        float corners[3][3][4];
+        uint32_t item[4];
+    };
+    struct Query;
+    void build();
+    void fillLeaf(const uint32_t* items, Leaf& leaf) const;
+    template <bool Furthest> void search(Query& query) const;
+    void visitLeaf(const Leaf& leaf, Query& query) const;
+    bool outlineHolds(const GU_RayShape& shape, const Query& query) const;
+    void collectDistinct(std::vector<GU_RayCandidate>& candidates, GU_RayInfo& info, const Query& query) const;
+    GU_RayHit finish(const GU_RayCandidate& candidate, const UT_Vector3D& position) const;
+    int winding(const UT_Vector3& p, const UT_Vector3& dir, int& crossings) const;
+
+    uint64_t myDataId = 0;
+    uint64_t myChangeCount = 0;
+    uint64_t myLayoutSerial = 0;
+    GU_RayShapes myShapes;
+    GU_Bvh myBvh;
+    std::vector<Leaf> myLeaves;
+    UT_BoundingBox myBox;
+};

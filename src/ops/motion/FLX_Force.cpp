@@ -1,0 +1,76 @@
+#include "ops/motion/FLX_Force.h"
+
+#include "host/node/OBJ_Node.h"
+
+FLX_Force::FLX_Force(OP_Network* parent, const char* name, OP_Operator* op) : FLX_ParticleOperator(parent, name, op) {
+    auto* guide = new GOP_Guide;
+    myGuide = guide;
+    myGuideHandle.allocateAndSet(guide, 1);
+}
+
+const PRM_TemplateTable& FLX_Force::obsoleteTemplates() {
+    static const PRM_TemplateTable table = PRMstringTable({{"forceobj", "Force Object"}});
+    return table;
+}
+
+void FLX_Force::resolveObsoleteParms(PRM_ParmList* obsolete) {
+    applyBackwardsPathCompatibility(obsolete, "forceobj", "", "forcepath", 1);
+}
+
+namespace {
+
+/// Where the object's negative z axis points, in the space of the network's object; its scale counts.
+UT_Vector3 facingOf(OBJ_Node& object, OBJ_Node* space, float t) {
+    OP_Context context(t);
+    UT_DMatrix4 transform = object.getWorldTransform(context);
+    if (space) transform = transform * space->getIWorldTransform(context);
+    return rowVecMult3(UT_Vector3(0, 0, -1), transform);
+}
+
+} // namespace
+
+UT_ErrorSeverity FLX_Force::cookFlx(OP_Context& context) {
+    return cookParticles(context, [&](FLX_ParticleCook& cook) {
+        const UT_String path = FORCEPATH();
+        OBJ_Node* object = path.isstring() ? findOBJNode(path.c_str()) : nullptr;
+        if (object) addExtraInput(object, OP_INTEREST_DATA);
+        const FLX_ChosenVector force = cook.choose(FORCE);
+        if (object)
+            push(cook, FLX_Constant(facingOf(*object, cook.context().objectNode, cook.time())));
+        else
+            push(cook, force);
+    });
+}
+
+// f = (noise * amp + force) * scale / mass, added to the acceleration.
+template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const ForceSource& force) {
+    const auto scale = cook.choose(SCALE);
+    const FLX_NoiseSources noise = NOISE.choose(cook);
+    const FLX_MassSource mass = MASSES.choose(cook);
+    if (!mayRun()) return;
+
+    constexpr int UNMOVED = FLX_DEAD | FLX_STOPPED | FLX_STUCK;
+    const int accelOffset = cook.context().getAccelOffset(), massOffset = mass.offset;
+    const bool draw = cook.showGuide(), change = !cook.guideOnly();
+    const float span = cook.context().timeStep;
+    const auto apply = [=, this](GEO_Point* p, const UT_Vector3& total, float s, float m) {
+        const UT_Vector3 f = total * (s / FLX_MassSource::of(p, massOffset, m));
+        if (change) *p->castAttribData<UT_Vector3>(accelOffset) += f;
+        if (draw) addAccelGuide(p, f.x(), f.y(), f.z(), span, 0);
+    };
+    if (noise.absent()) {
+        cook.each(UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
+                  scale);
+        return;
+    }
+    cook.each(
+        UNMOVED,
+        [=, this](GEO_Point* p, int type, int seed, float m, const UT_Vector3& f, const UT_Vector3& amp,
+                  const UT_Vector3& freq, const UT_Vector3& offset, float s, auto&& turb, auto&& rough, auto&& atten) {
+            NOISE.setNoise(seed, type);
+            const UT_Vector3 n = NOISE.at(p->getPos(), amp, freq, offset, turb, rough, atten);
+            apply(p, n * amp + f, s, m);
+        },
+        noise.type, noise.seed, mass.parm, force, noise.amp, noise.freq, noise.offset, scale, late(noise.turb),
+        late(noise.rough), late(noise.atten));
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <array>
+
+#include "core/FLX_Node.h"
+#include "vars/FLX_BoundingBox.h"
+#include "vars/FLX_ParticleVariables.h"
+#include "vars/FLX_VariableTest.h"
+
+/// Base of the operators whose parameters may read the particle variables. The variables read the current point; each parameter
+/// is found per cook to depend on them or not, and is evaluated per particle only when it does.
+class FLX_LocalVar : public FLX_Node {
+public:
+    FLX_LocalVar(OP_Network* parent, const char* name, OP_Operator* op);
+
+    static const OP_VariablePair myVariablePair;
+
+    // ---- once per cook
+    /// Takes the attribute offsets, counts and time step for the variables.
+    void setupVars(FLX_ContextData* context, const GB_PointGroup* group);
+    /// Lets this node's expressions see the context's user variables until cleanupDynamicVars.
+    void setupDynamicVars(FLX_ContextData* context);
+    void cleanupDynamicVars();
+
+    // ---- per particle
+    void setCurPoint(const GEO_Point* point) { myCurPoint = point; }
+    void setIteration(int iteration) { myIteration = iteration; }
+    /// Reading it makes a parameter under test per-particle.
+    const GEO_Point* curPoint() {
+        myTest.setDependent();
+        return myCurPoint;
+    }
+    GU_Detail* curGdp() const;
+
+    float getVariableValue(int index, int thread) override;
+    int isVarDependent(GU_Detail* detail, EV_EXPRESSION* expression, int thread) override;
+    int isVarDependent(GU_Detail* detail, const FLX_ParmRef& parm, float t, int thread) override;
+    void allowVar(int on) override { myTest.allow(on); }
+    bool isTestingVariables() const override { return myTest.running(); }
+    const CH_LocalVariable* resolveExtraVariableForSyntaxHighlight(const char* name) override;
+
+private:
+    float testValue(int index, int thread);
+    float particleValue(const FLX_ParticleVariable& variable, int thread);
+    bool isPresent(const FLX_ParticleVariable& variable) const;
+    void beginTest(GU_Detail* detail);
+
+    int offset(FLX_Attrib attrib) const { return myOffsets[size_t(attrib)]; }
+    float component(int offset, int i) const { return myCurPoint->castAttribData<float>(offset)[i]; }
+
+    const GEO_Point* myCurPoint = nullptr;
+    int myIteration = 0;
+    FLX_VariableTest myTest;
+    int myPointCount = 0;
+    int myGroupCount = 0;
+    FLX_BoundingBox myBox;
+    float myTimeIncrement = 0;
+    std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
+    FLX_CoreOffsets myCore;
+    GU_Detail* myVarDetail = nullptr;
+    FLX_ContextData* myVarContext = nullptr;
+};

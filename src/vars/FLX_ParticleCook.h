@@ -1,0 +1,128 @@
+#pragma once
+
+#include "host/node/CH_Manager.h"
+#include "host/ut/UT_Interrupt.h"
+#include "vars/FLX_Chosen.h"
+#include "vars/FLX_LocalVar.h"
+
+/// One cook of an operator that works on particles: what `cookParticles` found, handed to the operator's own steps.
+class FLX_ParticleCook {
+public:
+    FLX_ParticleCook(FLX_LocalVar& op, FLX_ContextData& context, const GB_PointGroup* group, float t, int thread,
+                     bool showGuide)
+        : myOperator(op), myContext(context), myGroup(group), myTime(t), myThread(thread), myShowGuide(showGuide) {}
+
+    FLX_ContextData& context() const { return myContext; }
+    GU_Detail& detail() const { return *myContext.getDetail(); }
+    /// The source group; null for all particles of the operator's list.
+    const GB_PointGroup* group() const { return myGroup; }
+    float time() const { return myTime; }
+    int thread() const { return myThread; }
+    bool showGuide() const { return myShowGuide; }
+    bool guideOnly() const { return myContext.isGuideOnly(); }
+
+    /// Tests once whether a parameter depends on particle variables; a constant one is evaluated now.
+    FLX_Chosen<PRM_Float> choose(const PRM_Float& p) const { return {p, myTime, depends(p)}; }
+    FLX_Chosen<PRM_Int> choose(const PRM_Int& p) const { return {p, myTime, depends(p)}; }
+    FLX_ChosenVector choose(const PRM_Floats<3>& p) const {
+        FLX_ChosenVector chosen(p, myTime);
+        for (int i = 0; i < 3; ++i) chosen.decide(i, depends(p[i]));
+        return chosen;
+    }
+
+    /// Calls formula(point, values...) for every particle whose state has none of the bits in `skip`, in order. The values come
+    /// from `sources` (what `choose` returned, or `late` of it), evaluated from left to right before the call; for a skipped
+    /// particle nothing is evaluated. When nothing varies the loop is compiled for plain values in registers.
+    template <class Formula, class... Sources> void each(int skip, Formula&& formula, const Sources&... sources) const;
+
+private:
+    bool depends(const FLX_ParmRef& parm) const {
+        return myOperator.isVarDependent(&detail(), parm, myTime, myThread) != 0;
+    }
+    template <class Work> void forEachPoint(Work&& work) const;
+
+    FLX_LocalVar& myOperator;
+    FLX_ContextData& myContext;
+    const GB_PointGroup* myGroup;
+    float myTime;
+    int myThread;
+    bool myShowGuide;
+};
+
+// The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per primitive.
+template <class Work> void FLX_ParticleCook::forEachPoint(Work&& work) const {
+    if (myGroup) {
+        detail().points().forEach(myGroup, work);
+        return;
+    }
+    constexpr size_t AHEAD = 24;
+    const FLX_ParticleList& list = *myOperator.getParticleList();
+    for (int i = 0; i < list.entries(); ++i) {
+        if (UTgetInterrupt()->opInterrupt(-1)) return;
+        const GEO_PointAccess access = detail().points().access();
+        list.entry(i).prim->forEachSpan([&](const uint32_t* slots, size_t n) {
+            for (size_t k = 0; k < n; ++k) {
+                if (k + AHEAD < n) __builtin_prefetch(access(slots[k + AHEAD]), 1);
+                work(access(slots[k]));
+            }
+        });
+    }
+}
+
+template <class Formula, class... Sources>
+void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sources) const {
+    const int stateOffset = myContext.getStateOffset();
+    const auto skipped = [=](const GEO_Point* p) { return (*p->castAttribData<int>(stateOffset) & skip) != 0; };
+    if (!(sources.varies() || ...)) {
+        const auto values = std::tuple{flx_detail::constantArgument(sources)...};
+        forEachPoint([&, values](GEO_Point* p) {
+            if (!skipped(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
+        });
+        return;
+    }
+    int iteration = 0;
+    FLX_LocalVar& op = myOperator;
+    forEachPoint([&](GEO_Point* p) {
+        op.setCurPoint(p);
+        op.setIteration(iteration++);
+        if (skipped(p)) return;
+        // Braces fix the order of the evaluations.
+        const std::tuple values{flx_detail::varyingArgument(sources)...};
+        std::apply([&](const auto&... value) { formula(p, value...); }, values);
+    });
+}
+
+/// The cook that every operator on particles shares: guide, inputs, particle list, activation, source group, variables; then the
+/// operator's `steps(FLX_ParticleCook&)`; then clean-up, on every path. Declares the two parameters it reads.
+class FLX_ParticleOperator : public FLX_LocalVar {
+public:
+    FLX_ParticleOperator(OP_Network* parent, const char* name, OP_Operator* op);
+
+    Float ACTIVATE{this, PRMactivateName, 1, PRMunitRange};
+    Text SOURCE{this, PRMsourceName, "", &FLX_Node::pointGroupMenu, PRM_StringKind::PointGroup};
+
+protected:
+    template <class Steps> UT_ErrorSeverity cookParticles(OP_Context& opContext, Steps&& steps) {
+        FLX_ContextData* context = contextOf(opContext);
+        const bool showGuide = doUpdateViewport(context) != 0;
+        if (showGuide) context->appendGuide(this, guideHandle());
+        if (lockInputs(opContext) >= UT_ERROR_ABORT) return error();
+        setupDynamicVars(context);
+        const GB_PointGroup* group = nullptr;
+        if (gather(opContext, *context, group)) {
+            const CH_EvaluateScope scope(opContext.getThread(), opContext.getTime(), getCollection());
+            FLX_ParticleCook cook(*this, *context, group, opContext.getTime(), opContext.getThread(), showGuide);
+            steps(cook);
+        }
+        cleanupDynamicVars();
+        unlockInputs();
+        setCurPoint(nullptr);
+        return error();
+    }
+    /// To be asked by the steps once everything is chosen, before the loop: false stops the cook.
+    bool mayRun() { return !UTgetInterrupt()->opInterrupt(-1) && error() < UT_ERROR_ABORT; }
+
+private:
+    /// Particle list, activation and source group; false when there is nothing to do.
+    bool gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group);
+};
