@@ -101,8 +101,8 @@ void FLX_ContextData::setupInitialState() {
 
     myGeneratorPaths = std::make_unique<std::map<std::string, int>>();
     const GEO_PrimList& prims = myDetail->primitives();
-    for (int i = 0; i < prims.entries(); ++i) {
-        GEO_Primitive* prim = prims(i);
+    for (int i = 0; i < int(prims.entries()); ++i) {
+        GEO_Primitive* prim = prims(size_t(i));
         const char* path = generator->getIndex(*prim->castAttribData<int>(myCore.generator));
         if (path) (*myGeneratorPaths)[path] = i;
         if (auto* particles = dynamic_cast<GEO_PrimParticle*>(prim)) myCarriedList.add(particles, nullptr);

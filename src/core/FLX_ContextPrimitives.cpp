@@ -3,8 +3,8 @@
 #include "core/FLX_Node.h"
 
 GEO_PrimParticle* FLX_ContextData::particlePrim(int number) const {
-    if (number < 0 || number >= myDetail->primitives().entries()) return nullptr;
-    return dynamic_cast<GEO_PrimParticle*>(myDetail->primitives()(number));
+    if (number < 0 || size_t(number) >= myDetail->primitives().entries()) return nullptr;
+    return dynamic_cast<GEO_PrimParticle*>(myDetail->primitives()(size_t(number)));
 }
 
 GEO_PrimParticle* FLX_ContextData::getPrimPart(FLX_Node* node) { return primPart(node, true); }

@@ -1,6 +1,7 @@
 #include "core/FLX_Node.h"
 
 #include "host/expr/EV_Error.h"
+#include "host/node/CH_Manager.h"
 #include "host/node/OP_Director.h"
 #include "host/node/OP_Operator.h"
 #include "host/ut/UT_CRC.h"

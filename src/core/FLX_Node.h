@@ -203,6 +203,8 @@ protected:
     void applyBackwardsPathCompatibility(PRM_ParmList* obsolete, const char* objParm = nullptr,
                                          const char* sopParm = nullptr, const char* newParm = nullptr,
                                          int makeRelative = 1);
+    /// A menu of the detail's visible point or primitive groups; empty without a detail.
+    static void buildGroupMenuOf(const GU_Detail* detail, bool primitives, PRM_Name* names, int size);
     static void buildGenericGroupMenu(const std::vector<std::string>& groupNames, PRM_Name* names, int size, int& count);
 
     FLX_ParticleList myParticleList;

@@ -129,21 +129,14 @@ void FLX_Node::buildGenericGroupMenu(const std::vector<std::string>& groupNames,
     }
 }
 
-namespace {
-
-template <class NamesOf>
-void fillMenu(PRM_Name* names, int size, const GU_Detail* detail, NamesOf namesOf,
-              void (*build)(const std::vector<std::string>&, PRM_Name*, int, int&)) {
+void FLX_Node::buildGroupMenuOf(const GU_Detail* detail, bool primitives, PRM_Name* names, int size) {
     if (size < 1) return;
     int count = 0;
-    if (detail) {
-        menuTexts() = namesOf(*detail);
-        build(menuTexts(), names, size, count);
-    }
+    menuTexts().clear();
+    if (detail) menuTexts() = primitives ? visibleNames(detail->primitiveGroups()) : visibleNames(detail->pointGroups());
+    buildGenericGroupMenu(menuTexts(), names, size, count);
     names[count] = {nullptr, nullptr};
 }
-
-} // namespace
 
 void FLX_Node::buildPointGroupMenu(void* data, PRM_Name* names, int size, const PRM_SpareData*, PRM_Parm*) {
     FLX_Node* node = flxNode(data);
@@ -152,13 +145,12 @@ void FLX_Node::buildPointGroupMenu(void* data, PRM_Name* names, int size, const 
         FLX_Node* input = node->getInput(0) ? node->getInput(0)->castToFLXNode() : nullptr;
         detail = node->myDetail ? node->myDetail : input ? input->myDetail : nullptr;
     }
-    fillMenu(names, size, detail, [](const GU_Detail& d) { return visibleNames(d.pointGroups()); }, buildGenericGroupMenu);
+    buildGroupMenuOf(detail, false, names, size);
 }
 
 void FLX_Node::buildPrimitiveGroupMenu(void* data, PRM_Name* names, int size, const PRM_SpareData*, PRM_Parm*) {
     FLX_Node* node = flxNode(data);
-    fillMenu(names, size, node ? node->myDetail : nullptr,
-             [](const GU_Detail& d) { return visibleNames(d.primitiveGroups()); }, buildGenericGroupMenu);
+    buildGroupMenuOf(node ? node->myDetail : nullptr, true, names, size);
 }
 
 void FLX_Node::buildGeneratorMenu(void* data, PRM_Name* names, int size, const PRM_SpareData*, PRM_Parm*) {

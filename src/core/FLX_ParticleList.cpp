@@ -49,7 +49,7 @@ void FLX_ParticleList::merge(const FLX_ParticleList* other) {
 void FLX_ParticleList::copyNewGdp(const FLX_ParticleList& src, const GEO_Detail* detail) {
     for (int i = 0; i < src.entries(); ++i) {
         const FLX_ParticleNode& node = src.entry(i);
-        const int number = node.prim->getNum();
+        const auto number = size_t(node.prim->getNum());
         if (number >= detail->primitives().entries()) continue;
         add(dynamic_cast<GEO_PrimParticle*>(detail->primitives()(number)), node.owner);
     }

@@ -41,7 +41,11 @@ int columnOf(std::string_view text, size_t offset) {
 } // namespace
 
 EV_ThreadError& EV_threadError(int thread) {
-    if (thread <= 0) thread = UT_Thread::getMySequentialThreadIndex();
+    static thread_local EV_ThreadError* theMine = nullptr;
+    if (thread <= 0) {
+        if (!theMine) theMine = &EV_threadError(UT_Thread::getMySequentialThreadIndex());
+        return *theMine;
+    }
     return thread <= NUM_FIXED ? theFixed[thread - 1] : lockedSlot(thread);
 }
 

@@ -18,11 +18,11 @@ EV_Evaluation::EV_Evaluation(EV_EXPRESSION& expression, EV_Scope& scope, double 
     , myTime(t)
     , myThread(thread)
     , myError(EV_threadError(thread))
-    , mySaved(std::move(myError))
     , myIsBound(expression.bind(scope))
     , myCode(&expression.code())
     , myRegisters(size_t(myCode->program.numRegisters))
     , myStrings(size_t(myCode->numStringRegisters)) {
+    if (myError.number != EV_ERR_NONE) mySaved = std::make_unique<EV_ThreadError>(std::move(myError));
     myError.number = EV_ERR_NONE;
     myError.text.clear();
     ++expression.myNumRunning;
@@ -30,7 +30,7 @@ EV_Evaluation::EV_Evaluation(EV_EXPRESSION& expression, EV_Scope& scope, double 
 
 EV_Evaluation::~EV_Evaluation() {
     for (std::string& text : myStrings) trim(text);
-    if (mySaved.number != EV_ERR_NONE) myError = std::move(mySaved);
+    if (mySaved) myError = std::move(*mySaved);
     if (--myExpression.myNumRunning == 0) myExpression.myRetired.clear();
 }
 
@@ -56,22 +56,22 @@ bool EV_Evaluation::failAt(const EV_Site& site, int number, const std::string& w
     return false;
 }
 
-bool EV_Evaluation::callSite(unsigned number, double* r, int) {
-    const EV_Site& site = myCode->sites[number];
-    const VM_Site& at = myCode->program.sites[number];
+bool EV_Evaluation::callSite(const VM_Instruction& call, double* r, int) {
+    const EV_Site& site = myCode->sites[call.target];
+    const VM_Site& at = myCode->program.sites[call.target];
     switch (site.kind) {
     case EV_Site::Local:
-        r[at.writes[0]] = double(myScope.localValue(site.id, myThread));
+        r[call.dst] = double(myScope.localValue(site.id, myThread));
         return myError.number == EV_ERR_NONE || failVariable(site);
     case EV_Site::Global:
-        r[at.writes[0]] = myScope.globalValue(site.id, myTime);
+        r[call.dst] = myScope.globalValue(site.id, myTime);
         return myError.number == EV_ERR_NONE || failVariable(site);
     case EV_Site::Call: return callFunction(site, at, r);
     case EV_Site::Index: return index(site, at, r);
     case EV_Site::Concat: return concat(site);
     case EV_Site::Choose: choose(site, r[at.reads[0]] != 0); return true;
     case EV_Site::Compare:
-        r[at.writes[0]] = EV_compareStrings(VM_Op(site.id), text(site.strings[0]), text(site.strings[1]));
+        r[call.dst] = EV_compareStrings(VM_Op(site.id), text(site.strings[0]), text(site.strings[1]));
         return true;
     }
     return false;
@@ -158,6 +158,8 @@ bool EV_Evaluation::failCall(const EV_Site& site, const std::string& message) {
 }
 
 double ev_EvaluateFloat(EV_EXPRESSION& expression, EV_Scope& scope, double t, int thread) {
+    if (expression.bind(scope) && expression.code().analysis.constant && expression.resultType() == EV_FLOAT)
+        return expression.code().constant.number();
     EV_Evaluation evaluation(expression, scope, t, thread);
     if (!evaluation.run()) return 0;
     if (evaluation.resultType() == EV_FLOAT) return evaluation.result(0);

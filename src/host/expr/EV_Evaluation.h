@@ -23,7 +23,7 @@ public:
     // Raises an error about the expression as a whole.
     void fail(int number, std::string_view what);
 
-    bool callSite(unsigned site, double* registers, int lanes) override;
+    bool callSite(const VM_Instruction& call, double* registers, int lanes) override;
 
 private:
     bool callFunction(const EV_Site& site, const VM_Site& at, double* r);
@@ -42,7 +42,7 @@ private:
     double myTime;
     int myThread;
     EV_ThreadError& myError;
-    EV_ThreadError mySaved; // what stood there before
+    std::unique_ptr<EV_ThreadError> mySaved; // what stood there before, when that was an error
     bool myIsBound;
     const EV_Code* myCode;
     VM_RegisterFrame myRegisters;

@@ -126,7 +126,8 @@ uint32_t GU_Bvh::Binary::divide(uint32_t first, uint32_t count, int depth, const
     const Split best = depth < DEEPEST_SEARCH ? cheapest(first, count, centerBox) : Split();
     if (best.axis < 0) return first + count / 2;
     const auto begin = order.begin() + first;
-    const auto mid = std::partition(begin, begin + count, [&](uint32_t i) { return best.binOf(centers[i]) <= best.bin; });
+    const auto mid =
+        std::partition(begin, begin + count, [&](uint32_t i) { return best.binOf(centers[i]) <= best.bin; });
     return first + static_cast<uint32_t>(mid - begin);
 }
 
@@ -182,7 +183,8 @@ int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
     const size_t me = myNodes.size();
     myNodes.emplace_back();
     for (int i = 0; i < 4; ++i) {
-        const UT_BoundingBox box = i < count ? at(children[i]).box : UT_BoundingBox(UT_Vector3(0, 0, 0), UT_Vector3(0, 0, 0));
+        const UT_BoundingBox box =
+            i < count ? at(children[i]).box : UT_BoundingBox(UT_Vector3(0, 0, 0), UT_Vector3(0, 0, 0));
         for (int k = 0; k < 3; ++k) {
             myNodes[me].low[k][i] = box.vmin()[k];
             myNodes[me].high[k][i] = box.vmax()[k];

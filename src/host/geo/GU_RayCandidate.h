@@ -8,5 +8,6 @@ struct GU_RayCandidate {
     float slack;    ///< crossings of one shape closer than this are the same crossing
     uint32_t shape; ///< in order of primitive number
     uint32_t item;  ///< which piece
+    uint32_t place; ///< of the piece in the search structure
     float b[3];     ///< barycentric weights of a triangle's corners
 };

@@ -36,7 +36,8 @@ public:
     double shearX() const { return myShearX; }
     double shearY() const { return myShearY; }
 
-    /// Twice the area of (origin, a, b) in the xy plane, positive when counter-clockwise; antisymmetric, its sign exact.
+    /// Twice the area of (origin, a, b) in the xy plane, positive when counter-clockwise; antisymmetric, its sign
+    /// exact.
     static double edge(const UT_Vector3D& a, const UT_Vector3D& b) {
         const double p = a.x() * b.y(), q = a.y() * b.x(), r = p - q;
         if (std::fabs(r) > 4e-16 * (std::fabs(p) + std::fabs(q))) return r;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/geo/GU_Bvh.h"
+#include "host/geo/GU_RayFrame.h"
 #include "host/geo/GU_RayInfo.h"
 #include "host/geo/GU_RayShapes.h"
 #include "host/ut/UT_BoundingBox.h"
@@ -8,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 class GB_PrimitiveGroup;
 class GU_Detail;
@@ -68,14 +70,20 @@ private:
         uint32_t item[4];
     };
     struct Query;
+    using Corners = GU_RayShapes::Triangle;
     void build();
-    void fillLeaf(const uint32_t* items, Leaf& leaf) const;
-    template <bool Furthest> void search(Query& query) const;
-    void visitLeaf(const Leaf& leaf, Query& query) const;
-    bool outlineHolds(const GU_RayShape& shape, const Query& query) const;
-    void collectDistinct(std::vector<GU_RayCandidate>& candidates, GU_RayInfo& info, const Query& query) const;
-    GU_RayHit finish(const GU_RayCandidate& candidate, const UT_Vector3D& position) const;
-    int winding(const UT_Vector3& p, const UT_Vector3& dir, int& crossings) const;
+    Corners corners(uint32_t place) const;
+    void visitLeaf(uint32_t leaf, Query& query) const;
+    void testTriangle(uint32_t place, Query& query) const;
+    void testQuadric(uint32_t place, Query& query) const;
+    void keepDistinct(std::vector<GU_RayCandidate>& candidates) const;
+    /// The hit of a candidate; `position` is only looked at for quadrics.
+    GU_RayHit finish(const GU_RayCandidate& candidate, const UT_Vector3& position) const;
+    void finishAll(GU_RayInfo& info, const Query& query) const;
+    /// Crossings of the half line from p: how many, and leaving minus entering ones.
+    void countCrossings(const UT_Vector3& p, const UT_Vector3& dir, int& crossings, int& winding) const;
+    bool nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& candidate, UT_Vector3& position) const;
+    bool outlineHolds(const GU_RayShape& shape, const GU_RayFrame& frame) const;
 
     uint64_t myDataId = 0;
     uint64_t myChangeCount = 0;

@@ -46,7 +46,8 @@ int GU_RayQuadric::tube(const UT_Vector3D& o, const UT_Vector3D& d, double (&t)[
     const double roots[2] = {q / a, c / q};
     int count = 0;
     for (double root : roots)
-        if (std::isfinite(root) && std::fabs(o.y() + root * d.y()) <= 0.5 && !(count && root == t[0])) t[count++] = root;
+        if (std::isfinite(root) && std::fabs(o.y() + root * d.y()) <= 0.5 && !(count && root == t[0]))
+            t[count++] = root;
     if (count == 2 && t[1] < t[0]) std::swap(t[0], t[1]);
     return count;
 }

@@ -49,7 +49,7 @@ public:
     const std::vector<GU_RayShape>& shapes() const { return myShapes; }
     const std::vector<GU_RayItem>& items() const { return myItems; }
     const std::vector<UT_BoundingBox>& boxes() const { return myBoxes; }
-    const std::vector<Triangle>& triangles() const { return myTriangles; } ///< by item; unused for quadrics
+    const std::vector<Triangle>& triangles() const { return myTriangles; } ///< by item; NaN for quadrics
     const GU_RayQuadric& quadric(const GU_RayShape& shape) const { return myQuadrics[shape.first]; }
     const UT_Vector3* outline(const GU_RayShape& shape) const { return &myOutlines[shape.first]; }
     bool isQuadric(uint32_t item) const { return myShapes[myItems[item].shape].kind == GU_RayShape::QUADRIC; }
@@ -60,12 +60,10 @@ private:
     void addPolygon(const GEO_PrimPoly& poly);
     void addMesh(const GEO_PrimMesh& mesh);
     void addQuadric(const GEO_Primitive& prim);
-    void addFan(uint32_t part, uint32_t partStep, const std::vector<UT_Vector3>& p);
+    void addCell(uint32_t part);
     void addTriangle(uint32_t part, const UT_Vector3& a, const UT_Vector3& b, const UT_Vector3& c);
     void addEdge(const UT_Vector3& a, const UT_Vector3& b);
-    void beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind, uint32_t vertices);
-    /// Takes back a shape that turned out to have no pieces.
-    void endShape(size_t itemsBefore);
+    void beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind, uint32_t first, int vertices);
 
     std::vector<GU_RayShape> myShapes;
     std::vector<GU_RayItem> myItems;

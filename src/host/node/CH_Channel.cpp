@@ -8,8 +8,8 @@ CH_Channel::CH_Channel(std::vector<std::pair<double, double>> keys)
     std::erase_if(myKeys, [](const auto& key) { return !std::isfinite(key.first); });
     std::stable_sort(myKeys.begin(), myKeys.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     // Of equal times the last given stays: unique keeps the first of a run, so run backwards.
-    const auto first = std::unique(myKeys.rbegin(), myKeys.rend(),
-                                   [](const auto& a, const auto& b) { return a.first == b.first; });
+    const auto first =
+        std::unique(myKeys.rbegin(), myKeys.rend(), [](const auto& a, const auto& b) { return a.first == b.first; });
     myKeys.erase(myKeys.begin(), first.base());
 }
 

@@ -68,7 +68,8 @@ void OP_Network::addChild(std::unique_ptr<OP_Node> child) {
 }
 
 std::unique_ptr<OP_Node> OP_Network::takeChild(OP_Node* child) {
-    const auto found = std::find_if(myChildren.begin(), myChildren.end(), [=](const auto& c) { return c.get() == child; });
+    const auto found =
+        std::find_if(myChildren.begin(), myChildren.end(), [=](const auto& c) { return c.get() == child; });
     if (found == myChildren.end()) return nullptr;
     std::unique_ptr<OP_Node> out = std::move(*found);
     myChildren.erase(found);
@@ -101,12 +102,13 @@ void OP_Network::childFlagChange(OP_Node*) { modified(OP_CHILD_CHANGED); }
 
 void OP_Network::propagateModification(OP_Node* by, OP_PropagateData& data) {
     const bool rewired = by == this && data.event == OP_INPUT_CHANGED;
-    const bool fromInput =
-        by != this && std::any_of(myInputs.begin(), myInputs.end(), [](const Input& i) { return i.node || i.indirect >= 0; });
+    const bool fromInput = by != this && std::any_of(myInputs.begin(), myInputs.end(),
+                                                     [](const Input& i) { return i.node || i.indirect >= 0; });
     if (rewired || fromInput) {
         for (const auto& child : myChildren) {
             const bool stands = std::any_of(child->myInputs.begin(), child->myInputs.end(), [&](const Input& i) {
-                return i.indirect >= 0 && (rewired ? data.index < 0 || i.indirect == data.index : getInput(i.indirect) == by);
+                return i.indirect >= 0 &&
+                       (rewired ? data.index < 0 || i.indirect == data.index : getInput(i.indirect) == by);
             });
             if (stands) data.pending.push_back({child.get(), by});
         }

@@ -99,8 +99,8 @@ public:
     void setTemplate(bool on);
 
     // ---- cooking
-    /// Cooks the node once per pass (or, outside a pass, when it is out of date). True when it ended below abort. A node
-    /// that is cooking already, or cooks nested deeper than maxCookDepth, fail with an error.
+    /// Cooks the node once per pass (or, outside a pass, when it is out of date). True when it ended below abort. A
+    /// node that is cooking already, or cooks nested deeper than maxCookDepth, fail with an error.
     bool cook(OP_Context& context);
     static constexpr int maxCookDepth = 1000;
     /// True when the node was modified since it cooked, read the time and cooked at another one, or read something

@@ -12,7 +12,8 @@ namespace {
 std::string soundness(const OP_OTLDefinition& d) {
     if (!UT_NodePath::isValidName(d.name)) return "\"" + d.name + "\" is no operator name";
     if (d.minInputs < 0 || d.maxInputs < d.minInputs)
-        return d.name + ": inputs " + std::to_string(d.minInputs) + " to " + std::to_string(d.maxInputs) + " are no range";
+        return d.name + ": inputs " + std::to_string(d.minInputs) + " to " + std::to_string(d.maxInputs) +
+               " are no range";
     return {};
 }
 

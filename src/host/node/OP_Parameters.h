@@ -131,8 +131,8 @@ public:
     UT_ErrorList& setupErrors() { return mySetupErrors; }
     const UT_ErrorList& setupErrors() const { return mySetupErrors; }
     UT_String getErrorMessages() const;
-    /// Posts the thread's pending expression error as an error of this node: `<token>: <what went wrong>`. `text` is the
-    /// expression, for errors that were raised without a message.
+    /// Posts the thread's pending expression error as an error of this node: `<token>: <what went wrong>`. `text` is
+    /// the expression, for errors that were raised without a message.
     void evaluationError(const char* token, const char* text, int thread);
 
     /// Full path for messages; "" for a prototype.

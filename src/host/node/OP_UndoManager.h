@@ -21,8 +21,8 @@ public:
     void begin(const char* name);
     void end();
 
-    /// Takes back the last step (does the next one again). False when there is none or a block is open. Changes of nodes
-    /// and parameters that no longer exist are skipped.
+    /// Takes back the last step (does the next one again). False when there is none or a block is open. Changes of
+    /// nodes and parameters that no longer exist are skipped.
     bool undo();
     bool redo();
     int undoSteps() const { return myPosition; }

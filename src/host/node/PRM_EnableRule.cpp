@@ -51,12 +51,16 @@ PRM_EnableRule isNot(const char* menu, std::initializer_list<int> values) { retu
 
 PRM_EnableRule operator&&(PRM_EnableRule a, PRM_EnableRule b) {
     std::vector<std::string> tokens = both(std::move(a.tokens), b.tokens);
-    auto test = [a = std::move(a.test), b = std::move(b.test)](const OP_Parameters& node) { return a(node) && b(node); };
+    auto test = [a = std::move(a.test), b = std::move(b.test)](const OP_Parameters& node) {
+        return a(node) && b(node);
+    };
     return {std::move(test), std::move(tokens)};
 }
 
 PRM_EnableRule operator||(PRM_EnableRule a, PRM_EnableRule b) {
     std::vector<std::string> tokens = both(std::move(a.tokens), b.tokens);
-    auto test = [a = std::move(a.test), b = std::move(b.test)](const OP_Parameters& node) { return a(node) || b(node); };
+    auto test = [a = std::move(a.test), b = std::move(b.test)](const OP_Parameters& node) {
+        return a(node) || b(node);
+    };
     return {std::move(test), std::move(tokens)};
 }

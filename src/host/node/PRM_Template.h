@@ -14,8 +14,8 @@
 
 class OP_Node;
 
-/// A copy of `text` that lives as long as the process, for rows whose texts are no literals. The same text gives the same
-/// pointer.
+/// A copy of `text` that lives as long as the process, for rows whose texts are no literals. The same text gives the
+/// same pointer.
 const char* PRMpermanentText(std::string_view text);
 
 enum class PRM_Type { Float, Int, Toggle, Menu, String, Button, Folder, Multi };

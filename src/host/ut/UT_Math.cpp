@@ -8,16 +8,19 @@
 #if defined(__x86_64__)
 #include <immintrin.h>
 
+// Functions for AVX are called from code that is compiled for it, chosen at run time. Clang passes 256-bit arguments in
+// memory unless the whole file is compiled for AVX, so there the narrower functions do all.
+#if !defined(__clang__) || defined(__AVX__)
 #define UT_AVX __attribute__((target("avx")))
 
-// sleef.h declares these only when the whole file is compiled for AVX.
+#if !defined(__AVX__) // then sleef.h leaves these out
 extern "C" {
 // clang-format off
 #define UT_DECLARE_UNARY(NAME)                                                                                         \
-    UT_AVX __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d);                                                                     \
+    UT_AVX __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d);                                                              \
     UT_AVX __m256 Sleef_cinz_##NAME##f8_u10avx(__m256);
 #define UT_DECLARE_BINARY(NAME)                                                                                        \
-    UT_AVX __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d, __m256d);                                                            \
+    UT_AVX __m256d Sleef_cinz_##NAME##d4_u10avx(__m256d, __m256d);                                                     \
     UT_AVX __m256 Sleef_cinz_##NAME##f8_u10avx(__m256, __m256);
 UT_DECLARE_UNARY(sin) UT_DECLARE_UNARY(cos) UT_DECLARE_UNARY(tan)
 UT_DECLARE_UNARY(asin) UT_DECLARE_UNARY(acos) UT_DECLARE_UNARY(atan)
@@ -26,15 +29,21 @@ UT_DECLARE_UNARY(exp) UT_DECLARE_UNARY(log) UT_DECLARE_UNARY(log10)
 UT_DECLARE_BINARY(atan2) UT_DECLARE_BINARY(pow)
 // clang-format on
 }
+#endif
 
-namespace {
-
-bool hasAvx() {
+static bool hasAvx() {
     static const bool yes = __builtin_cpu_supports("avx");
     return yes;
 }
 
-} // namespace
+#define UT_AVX_LOOPS(KIND, NAME)                                                                                       \
+    KIND(NAME##Avx, UT_AVX, double, 4, Sleef_cinz_##NAME##d4_u10avx, _mm256_loadu_pd, _mm256_storeu_pd)                \
+    KIND(NAME##Avx, UT_AVX, float, 8, Sleef_cinz_##NAME##f8_u10avx, _mm256_loadu_ps, _mm256_storeu_ps)
+#define UT_WHOLE_VECTORS(NAME, ...) (hasAvx() ? NAME##Avx(__VA_ARGS__) : NAME##Sse(__VA_ARGS__))
+#else
+#define UT_AVX_LOOPS(KIND, NAME)
+#define UT_WHOLE_VECTORS(NAME, ...) NAME##Sse(__VA_ARGS__)
+#endif
 
 // Each vector loop does whole vectors and returns how many values that was; the one-value form does the rest.
 #define UT_LOOP_UNARY(FUNCTION, TARGET, T, WIDTH, CALL, LOAD, STORE)                                                   \
@@ -50,11 +59,9 @@ bool hasAvx() {
         return i;                                                                                                      \
     }
 #define UT_LOOPS(KIND, NAME)                                                                                           \
-    KIND(NAME##Avx, UT_AVX, double, 4, Sleef_cinz_##NAME##d4_u10avx, _mm256_loadu_pd, _mm256_storeu_pd)                \
-    KIND(NAME##Avx, UT_AVX, float, 8, Sleef_cinz_##NAME##f8_u10avx, _mm256_loadu_ps, _mm256_storeu_ps)                 \
+    UT_AVX_LOOPS(KIND, NAME)                                                                                           \
     KIND(NAME##Sse, , double, 2, Sleef_cinz_##NAME##d2_u10sse2, _mm_loadu_pd, _mm_storeu_pd)                           \
     KIND(NAME##Sse, , float, 4, Sleef_cinz_##NAME##f4_u10sse2, _mm_loadu_ps, _mm_storeu_ps)
-#define UT_WHOLE_VECTORS(NAME, ...) (hasAvx() ? NAME##Avx(__VA_ARGS__) : NAME##Sse(__VA_ARGS__))
 #else
 #define UT_LOOPS(KIND, NAME)
 #define UT_WHOLE_VECTORS(NAME, ...) 0

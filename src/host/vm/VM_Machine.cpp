@@ -128,17 +128,13 @@ template <int L> bool run(const VM_Program& program, double* registers, VM_Host&
     const VM_Instruction* const code = program.code.data();
     for (const VM_Instruction* at = code; at->op != VM_Op::End;) {
         const VM_Instruction& i = *at++;
-        switch (i.op) {
-        case VM_Op::Host:
-            if (!host.callSite(i.target, registers, L)) return false;
-            break;
-        case VM_Op::JumpNone:
-            if (!Columns<L>{registers, i}.any()) at = code + i.target;
-            break;
-        case VM_Op::JumpAll:
-            if (Columns<L>{registers, i}.all()) at = code + i.target;
-            break;
-        default: compute<L>(i, registers); break;
+        if (i.op > VM_Op::Host) {
+            compute<L>(i, registers);
+        } else if (i.op == VM_Op::Host) {
+            if (!host.callSite(i, registers, L)) return false;
+        } else {
+            const Columns<L> condition{registers, i};
+            if (i.op == VM_Op::JumpNone ? !condition.any() : condition.all()) at = code + i.target;
         }
     }
     return true;

@@ -9,9 +9,9 @@ class VM_Host {
 public:
     virtual ~VM_Host();
 
-    // Reads and writes the registers of `site`; lane i of register r is registers[r * lanes + i]. False stops the
-    // program.
-    virtual bool callSite(unsigned site, double* registers, int lanes) = 0;
+    // Reads and writes the registers of site call.target; call.dst is the first that it writes. Lane i of register r is
+    // registers[r * lanes + i]. False stops the program.
+    virtual bool callSite(const VM_Instruction& call, double* registers, int lanes) = 0;
 };
 
 // Writes the constants into a register file of numRegisters * lanes doubles. Needed once for any number of runs.

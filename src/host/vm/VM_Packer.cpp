@@ -76,7 +76,8 @@ void VM_Packer::packHost(size_t at, VM_Program& out) {
     eachWrite(raw, [&](Value value) { take(value); }); // before the operands are freed: a host may write early
     eachWrite(raw, [&](Value value) { site.writes.push_back(registerOf(value)); });
     freeOperands(raw, at);
-    out.code.push_back({VM_Op::Host, 0, {}, raw.target});
+    const uint16_t first = site.writes.empty() ? uint16_t(0) : site.writes[0];
+    out.code.push_back({VM_Op::Host, first, {}, raw.target});
 }
 
 void VM_Packer::packOperation(size_t at, VM_Program& out) {

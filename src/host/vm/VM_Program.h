@@ -8,7 +8,8 @@ struct VM_Instruction {
     VM_Op op = VM_Op::End;
     uint16_t dst = 0;
     uint16_t src[4] = {0, 0, 0, 0};
-    uint32_t target = 0; // jumps: an index into the code, always forward; Host: the site
+    uint32_t target =
+        0; // jumps: an index into the code, always forward; Host: the site; dst is the first register it writes
 };
 
 // The registers that a call to the host reads and writes, in the host's own order.

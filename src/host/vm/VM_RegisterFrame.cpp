@@ -1,13 +1,13 @@
 #include "host/vm/VM_RegisterFrame.h"
 
 struct VM_RegisterFrame::Stack {
-    static constexpr size_t SIZE = 8192;
-    std::unique_ptr<double[]> memory = std::make_unique<double[]>(SIZE);
+    static constexpr size_t SIZE = 4096;
     size_t used = 0;
+    double memory[SIZE] = {}; // without a constructor to run, reaching it is cheap
 };
 
 VM_RegisterFrame::Stack& VM_RegisterFrame::stack() {
-    static thread_local Stack theStack;
+    static constinit thread_local Stack theStack;
     return theStack;
 }
 
@@ -15,7 +15,7 @@ VM_RegisterFrame::VM_RegisterFrame(size_t count)
     : myStack(stack())
     , myCount(count <= Stack::SIZE - myStack.used ? count : 0) {
     if (myCount < count) myOwn = std::make_unique<double[]>(count);
-    myData = myOwn ? myOwn.get() : myStack.memory.get() + myStack.used;
+    myData = myOwn ? myOwn.get() : myStack.memory + myStack.used;
     myStack.used += myCount;
 }
 

@@ -20,9 +20,9 @@ public:
     int calls = 0;
     bool stop = false;
 
-    bool callSite(unsigned site, double* registers, int lanes) override {
+    bool callSite(const VM_Instruction& call, double* registers, int lanes) override {
         ++calls;
-        const VM_Site& at = program->sites[site];
+        const VM_Site& at = program->sites[call.target];
         for (int i = 0; i < lanes; ++i) {
             const double x = at.reads.empty() ? input[firstLane + size_t(i)] : 2 * registers[at.reads[0] * lanes + i];
             for (size_t w = 0; w < at.writes.size(); ++w) registers[at.writes[w] * lanes + i] = x + double(w);
@@ -195,13 +195,13 @@ TEST(RegisterFrame, framesDoNotOverlapHoweverDeepOrLarge) {
     VM_RegisterFrame a(10);
     fill(a, 10, 1);
     for (int round = 0; round < 3; ++round) {
-        VM_RegisterFrame b(5000), c(5000), d(100000), e(7);
-        fill(b, 5000, 2);
-        fill(c, 5000, 3);
+        VM_RegisterFrame b(3000), c(3000), d(100000), e(7);
+        fill(b, 3000, 2);
+        fill(c, 3000, 3);
         fill(d, 100000, 4);
         fill(e, 7, 5);
-        EXPECT_EQ(std::count(b.data(), b.data() + 5000, 2), 5000);
-        EXPECT_EQ(std::count(c.data(), c.data() + 5000, 3), 5000);
+        EXPECT_EQ(std::count(b.data(), b.data() + 3000, 2), 3000);
+        EXPECT_EQ(std::count(c.data(), c.data() + 3000, 3), 3000);
         EXPECT_EQ(std::count(d.data(), d.data() + 100000, 4), 100000);
         EXPECT_EQ(std::count(e.data(), e.data() + 7, 5), 7);
     }

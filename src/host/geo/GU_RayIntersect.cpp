@@ -1,0 +1,297 @@
+#include "host/geo/GU_RayIntersect.h"
+
+#include "host/geo/GEO_PrimMesh.h"
+#include "host/geo/GU_Detail.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+bool isFinite(const UT_Vector3& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
+
+double largest(const UT_Vector3& d) { return std::max({std::fabs(d.x()), std::fabs(d.y()), std::fabs(d.z())}); }
+
+bool nearer(const GU_RayCandidate& a, const GU_RayCandidate& b) {
+    const float s = std::fabs(a.t), t = std::fabs(b.t);
+    if (s != t) return s < t;
+    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
+}
+
+bool further(const GU_RayCandidate& a, const GU_RayCandidate& b) {
+    const float s = std::fabs(a.t), t = std::fabs(b.t);
+    if (s != t) return s > t;
+    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
+}
+
+bool before(const GU_RayCandidate& a, const GU_RayCandidate& b) {
+    if (a.t != b.t) return a.t < b.t;
+    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
+}
+
+// (u, v) in the fan about the vertex mean, from the weights of edge i's ends.
+void fanParameters(uint32_t i, uint32_t n, double a, double b, GU_RayHit& hit) {
+    const double rim = a + b;
+    hit.u = static_cast<float>((i + (rim > 0 ? b / rim : 0)) / n);
+    hit.v = static_cast<float>(std::max(0.0, n < 5 ? 1 - rim * rim : 1 - rim));
+}
+
+void triangleParameters(const float (&b)[3], GU_RayHit& hit) {
+    const uint32_t least = b[0] <= b[1] ? (b[0] <= b[2] ? 0 : 2) : (b[1] <= b[2] ? 1 : 2);
+    const uint32_t i = (least + 1) % 3, j = (least + 2) % 3;
+    fanParameters(i, 3, double(b[i]) - b[least], double(b[j]) - b[least], hit);
+}
+
+} // namespace
+
+/// One ray on its way through the structure.
+struct GU_RayIntersect::Query {
+    Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, const UT_BoundingBox& scene,
+          std::vector<GU_RayCandidate>& list)
+        : org(o)
+        , dir(d)
+        , frame(o, d)
+        , low(info.getMin())
+        , high(info.getMax())
+        , find(info.getFindType())
+        , scale(largest(d))
+        , line(o, UT_Vector3D(d) / scale, bound(low, -1e-6), bound(high, 1e-6), scene)
+        , candidates(list) {}
+
+    UT_Vector3 org, dir;
+    GU_RayFrame frame;
+    float low, high;
+    int find;
+    double scale; ///< from lengths of dir to the units of `line`
+    GU_BvhLine line;
+    GU_RayCandidate best{};
+    bool found = false;
+    std::vector<GU_RayCandidate>& candidates;
+
+    UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }
+
+    void add(const GU_RayCandidate& c) {
+        if (!(c.t >= low && c.t <= high) || !std::isfinite(c.t)) return;
+        if (find == GU_FIND_ALL)
+            candidates.push_back(c);
+        else if (find == GU_FIND_FURTHEST)
+            keepFurthest(c);
+        else
+            keepNearest(c);
+    }
+
+private:
+    // A range end in the units of `line`, moved outward by rounding.
+    float bound(double end, double outward) const {
+        const double most = std::numeric_limits<float>::max();
+        const double x = end * scale + std::fabs(end * scale) * outward;
+        return static_cast<float>(std::clamp(x, -most, most));
+    }
+    void keepNearest(const GU_RayCandidate& c) {
+        if (found && !nearer(c, best)) return;
+        best = c;
+        found = true;
+        const float limit = bound(std::fabs(double(c.t)), 1e-6);
+        line.high = std::min(line.high, limit);
+        line.low = std::max(line.low, -limit);
+    }
+    void keepFurthest(const GU_RayCandidate& c) {
+        if (found && !further(c, best)) return;
+        best = c;
+        found = true;
+        line.reach = bound(std::fabs(double(c.t)), -1e-6);
+    }
+};
+
+GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGroup* group) {
+    if (!detail) return;
+    myDataId = detail->dataId();
+    myChangeCount = detail->getChangeCount();
+    myLayoutSerial = detail->layoutSerial();
+    myShapes.collect(*detail, group);
+    build();
+}
+
+void GU_RayIntersect::build() {
+    for (const UT_BoundingBox& box : myShapes.boxes()) myBox.enlargeBounds(box);
+    myBvh.build(myShapes.boxes());
+    myLeaves.resize(myBvh.leafCount());
+    for (size_t l = 0; l < myLeaves.size(); ++l) {
+        const uint32_t* items = myBvh.leafItems(l);
+        Leaf& leaf = myLeaves[l];
+        for (int i = 0; i < 4; ++i) {
+            leaf.item[i] = items[i];
+            for (size_t v = 0; v < 3; ++v)
+                for (int k = 0; k < 3; ++k)
+                    leaf.corners[v][k][i] = items[i] == GU_Bvh::NO_ITEM ? 0 : myShapes.triangles()[items[i]][v][k];
+        }
+    }
+    myShapes.dropBuildData();
+}
+
+int GU_RayIntersect::validForDetail(const GU_Detail* detail) const {
+    return detail && detail->dataId() == myDataId && detail->getChangeCount() == myChangeCount &&
+           detail->layoutSerial() == myLayoutSerial;
+}
+
+GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
+    const Leaf& leaf = myLeaves[place / 4];
+    const auto at = [&](int v) {
+        const auto& c = leaf.corners[v];
+        return UT_Vector3(c[0][place % 4], c[1][place % 4], c[2][place % 4]);
+    };
+    return {at(0), at(1), at(2)};
+}
+
+int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+    info.reset();
+    info.myCandidates.clear();
+    if (!isFinite(org) || !isFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
+    Query query(org, dir, info, myBox, info.myCandidates);
+    const auto visit = [&](uint32_t leaf) { visitLeaf(leaf, query); };
+    if (query.find == GU_FIND_FURTHEST)
+        myBvh.along<true>(query.line, visit);
+    else
+        myBvh.along<false>(query.line, visit);
+    if (query.find == GU_FIND_ALL)
+        finishAll(info, query);
+    else if (query.found)
+        info.myHit = finish(query.best, query.at(query.best.t));
+    return info.myHit.prim != nullptr;
+}
+
+// Four triangles at once in float, to sort out those that the ray misses for sure. With m the largest coordinate
+// relative to the origin, images err by at most 6 m 2^-24 and edge functions by 64 m^2 2^-24.
+void GU_RayIntersect::visitLeaf(uint32_t number, Query& query) const {
+    const Leaf& leaf = myLeaves[number];
+    const GU_RayFrame& f = query.frame;
+    const int axes[3] = {f.x(), f.y(), f.z()};
+    const GU_Float4 shearX = GU_Float4::splat(static_cast<float>(f.shearX())),
+                    shearY = GU_Float4::splat(static_cast<float>(f.shearY()));
+    GU_Float4 x[3], y[3], m = GU_Float4::splat(0);
+    for (int v = 0; v < 3; ++v) {
+        GU_Float4 p[3];
+        for (int k = 0; k < 3; ++k) {
+            p[k] = GU_Float4::load(leaf.corners[v][axes[k]]) - GU_Float4::splat(query.org[axes[k]]);
+            m = max(abs(p[k]), m);
+        }
+        x[v] = p[0] - shearX * p[2];
+        y[v] = p[1] - shearY * p[2];
+    }
+    const GU_Float4 a = x[2] * y[1] - y[2] * x[1], b = x[0] * y[2] - y[0] * x[2], c = x[1] * y[0] - y[1] * x[0];
+    const GU_Float4 error = m * m * GU_Float4::splat(0x1p-17f) + GU_Float4::splat(1e-36f);
+    const int missed = less(min(min(a, b), c), GU_Float4::splat(0) - error) & less(error, max(max(a, b), c));
+    for (uint32_t i = 0; i < 4; ++i) {
+        if (missed >> i & 1 || leaf.item[i] == GU_Bvh::NO_ITEM) continue;
+        if (myShapes.isQuadric(leaf.item[i]))
+            testQuadric(number * 4 + i, query);
+        else
+            testTriangle(number * 4 + i, query);
+    }
+}
+
+void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
+    const Corners p = corners(place);
+    const UT_Vector3D a = query.frame.project(p[0]), b = query.frame.project(p[1]), c = query.frame.project(p[2]);
+    const double u = GU_RayFrame::edge(c, b), v = GU_RayFrame::edge(a, c), w = GU_RayFrame::edge(b, a);
+    if ((u < 0 || v < 0 || w < 0) && (u > 0 || v > 0 || w > 0)) return;
+    const double area = u + v + w;
+    if (area == 0) return; // seen from the side, or without area: the triangles next to it are hit
+    const double t = (u * a.z() + v * b.z() + w * c.z()) / area;
+    const uint32_t item = myLeaves[place / 4].item[place % 4];
+    const GU_RayItem& piece = myShapes.items()[item];
+    const double depth = std::max({std::fabs(a.z()), std::fabs(b.z()), std::fabs(c.z())});
+    const GU_RayCandidate candidate{
+        static_cast<float>(t),
+        static_cast<float>(1e-12 * depth + 2.4e-7 * std::fabs(t)),
+        piece.shape,
+        item,
+        place,
+        {static_cast<float>(u / area), static_cast<float>(v / area), static_cast<float>(w / area)}};
+    const GU_RayShape& shape = myShapes.shapes()[piece.shape];
+    if (shape.kind == GU_RayShape::FOLDED && !outlineHolds(shape, query.frame)) return;
+    query.add(candidate);
+}
+
+void GU_RayIntersect::testQuadric(uint32_t place, Query& query) const {
+    const uint32_t item = myLeaves[place / 4].item[place % 4], number = myShapes.items()[item].shape;
+    double t[2];
+    int sides[2];
+    const int count =
+        myShapes.quadric(myShapes.shapes()[number]).intersect(UT_Vector3D(query.org), UT_Vector3D(query.dir), t, sides);
+    for (int i = 0; i < count; ++i) query.add({static_cast<float>(t[i]), 0, number, item, place, {0, 0, 0}});
+}
+
+// Winding number of the outline about the ray, as seen along it; on the outline counts as inside.
+bool GU_RayIntersect::outlineHolds(const GU_RayShape& shape, const GU_RayFrame& frame) const {
+    const UT_Vector3* outline = myShapes.outline(shape);
+    UT_Vector3D p = frame.project(outline[shape.vertices - 1]);
+    int winding = 0;
+    for (uint32_t i = 0; i < shape.vertices; ++i) {
+        const UT_Vector3D q = frame.project(outline[i]);
+        const bool below = p.y() <= 0, nextBelow = q.y() <= 0;
+        if (below != nextBelow) {
+            const double edge = GU_RayFrame::edge(p, q);
+            if (edge == 0) return true;
+            if (below == (edge > 0)) winding += below ? 1 : -1;
+        } else if (p.y() == 0 && q.y() == 0 && p.x() * q.x() <= 0) {
+            return true;
+        } else if (q.x() == 0 && q.y() == 0) {
+            return true;
+        }
+        p = q;
+    }
+    return winding != 0;
+}
+
+// Leaves one candidate per crossing of a shape, in order along the ray.
+void GU_RayIntersect::keepDistinct(std::vector<GU_RayCandidate>& list) const {
+    std::sort(list.begin(), list.end(), [](const GU_RayCandidate& a, const GU_RayCandidate& b) {
+        return a.shape != b.shape ? a.shape < b.shape : before(a, b);
+    });
+    const auto same = [&](const GU_RayCandidate& a, const GU_RayCandidate& b) {
+        return a.shape == b.shape && a.item != b.item && double(b.t) - a.t <= double(a.slack) + b.slack;
+    };
+    list.erase(std::unique(list.begin(), list.end(), same), list.end());
+    std::sort(list.begin(), list.end(), before);
+}
+
+void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
+    keepDistinct(info.myCandidates);
+    const GU_RayCandidate* nearest = nullptr;
+    for (const GU_RayCandidate& c : info.myCandidates) {
+        info.myHits.push_back(finish(c, query.at(c.t)));
+        if (nearest && !nearer(c, *nearest)) continue;
+        nearest = &c;
+        info.myHit = info.myHits.back();
+    }
+}
+
+GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& position) const {
+    const GU_RayShape& shape = myShapes.shapes()[c.shape];
+    const uint32_t part = myShapes.items()[c.item].part;
+    GU_RayHit hit;
+    hit.prim = shape.prim;
+    hit.distance = c.t;
+    hit.normal = shape.normal;
+    UT_Vector3 at = position;
+    if (shape.kind != GU_RayShape::QUADRIC) {
+        const Corners p = corners(c.place);
+        at = UT_Vector3(UT_Vector3D(p[0]) * c.b[0] + UT_Vector3D(p[1]) * c.b[1] + UT_Vector3D(p[2]) * c.b[2]);
+    }
+    switch (shape.kind) {
+    case GU_RayShape::TRIANGLE: triangleParameters(c.b, hit); return hit;
+    case GU_RayShape::FAN:
+    case GU_RayShape::FOLDED: fanParameters(part, shape.vertices, c.b[0], c.b[1], hit); return hit;
+    case GU_RayShape::QUAD: shape.prim->parametric(at, hit.u, hit.v); return hit;
+    case GU_RayShape::MESH: {
+        const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);
+        const int cell = static_cast<int>(part);
+        mesh.parametricInCell(cell / mesh.cellCols(), cell % mesh.cellCols(), at, hit.u, hit.v);
+        break;
+    }
+    case GU_RayShape::QUADRIC: shape.prim->parametric(at, hit.u, hit.v); break;
+    }
+    shape.prim->evaluateNormal(hit.u, hit.v, hit.normal);
+    return hit;
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "ops/birth/FLX_BirthParms.h"
+
+/// What the operators that own a particle primitive and fill it do alike.
+class FLX_BirthOperator : public FLX_GenVar {
+public:
+    using FLX_GenVar::FLX_GenVar;
+
+protected:
+    /// Adds this cook's births to the running count of the primitive.
+    void addBirths(FLX_ContextData* context, GEO_PrimParticle* prim, const FLX_BirthRateParms& rates, float t);
+    /// "id" and "parent", "origin", "gen", "speed", as the toggles say.
+    void addIdentityAttribs(FLX_ContextData* context, bool doid, bool doorigin, bool dogen, bool dospeed);
+};

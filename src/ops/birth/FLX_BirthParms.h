@@ -1,0 +1,105 @@
+#pragma once
+
+#include "vars/FLX_GenVar.h"
+
+/// Blocks of parameters that the birth operators share, with what they mean.
+
+inline constexpr PRM_Range FLXrateRange = PRMhardMin(0, 100);
+inline constexpr PRM_Range FLXlifeRange = PRMhardMin(0, 100);
+inline constexpr PRM_Range FLXlifevarRange = PRMhardMin(0, 5);
+inline constexpr PRM_Range FLXprobRange = PRMhardMin(0, 5);
+inline constexpr PRM_Range FLXsamplethresholdRange = PRMhardMin(100, 100000);
+
+/// How many particles a cook adds to the running count: so many per second, and so many per cook.
+struct FLX_BirthRateParms {
+    explicit FLX_BirthRateParms(OP_Parameters* owner)
+        : IMPULSEACTIVATE(owner, {"impulseactivate", "Impulse Activation"}, 1, PRMunitRange)
+        , IMPULSERATE(owner, {"impulserate", "Impulse Birth Rate"}, 0, FLXrateRange)
+        , CONSTANTACTIVATE(owner, {"constantactivate", "Const. Activation"}, 1, PRMunitRange)
+        , CONSTANTRATE(owner, {"constantrate", "Const. Birth Rate"}, 100, FLXrateRange) {}
+
+    PRM_Float IMPULSEACTIVATE;
+    PRM_Float IMPULSERATE;
+    PRM_Float CONSTANTACTIVATE;
+    PRM_Float CONSTANTRATE;
+};
+
+/// The group that newborn particles join.
+struct FLX_BirthGroupParms {
+    explicit FLX_BirthGroupParms(OP_Parameters* owner)
+        : GROUP(owner, {"group", "Birth Group"}, "")
+        , PRESERVEGROUP(owner, {"preservegroup", "Preserve Group"}, false) {}
+
+    /// Made, or emptied unless preserved, once per cook; null without a name or for a name no group may have.
+    GB_PointGroup* make(GU_Detail& detail) const {
+        const UT_String name = GROUP();
+        if (!name.isstring()) return nullptr;
+        GB_PointGroup* existing = PRESERVEGROUP() ? detail.pointGroups().find(name.str()) : nullptr;
+        return existing ? existing : detail.pointGroups().newGroup(name.str(), 0);
+    }
+
+    PRM_Text GROUP;
+    PRM_Toggle PRESERVEGROUP;
+};
+
+/// Life spans: the mean plus or minus up to the variance, in seconds.
+struct FLX_LifeParms {
+    explicit FLX_LifeParms(OP_Parameters* owner)
+        : LIFE(owner, {"life", "Life Expectancy"}, 100, FLXlifeRange)
+        , LIFEVAR(owner, {"lifevar", "Life Variance"}, 0, FLXlifevarRange) {}
+
+    struct Sources {
+        FLX_Chosen<PRM_Float> life, lifevar;
+
+        float draw(FLX_ContextData& context) const {
+            const float spread = lifevar();
+            const float mean = life();
+            return mean + spread * (2 * context.random() - 1);
+        }
+    };
+
+    PRM_Float LIFE;
+    PRM_Float LIFEVAR;
+};
+
+/// Velocities: the mean plus a random vector scaled by the variance, from the unit cube or, redrawn, from the unit ball.
+struct FLX_SpreadParms {
+    explicit FLX_SpreadParms(OP_Parameters* owner, const PRM_EnableRule& rule = {})
+        : VEL(owner, {"vel", "Velocity"}, {0, 0, 0}, rule)
+        , VAR(owner, {"var", "Variance"}, {1, 1, 1}, rule)
+        , DOELLIPSE(owner, {"doellipse", "Ellipsoid Distribution"}, true) {}
+
+    struct Sources {
+        FLX_ChosenVector vel, var;
+        const PRM_Toggle* doellipse;
+
+        UT_Vector3 draw(FLX_ContextData& context) const {
+            const UT_Vector3 d = drawUnit(context);
+            UT_Vector3 result;
+            for (int i = 0; i < 3; ++i) {
+                const float spread = var.component(i);
+                const float mean = vel.component(i);
+                result[i] = mean + spread * d[i];
+            }
+            return result;
+        }
+
+    private:
+        UT_Vector3 drawUnit(FLX_ContextData& context) const {
+            UT_Vector3 d;
+            do {
+                for (int i = 0; i < 3; ++i) d[i] = 2 * (0.5f - context.randomSample());
+            } while ((*doellipse)() && d.length2() >= 1);
+            return d;
+        }
+    };
+
+    PRM_Floats<3> VEL;
+    PRM_Floats<3> VAR;
+    PRM_Toggle DOELLIPSE;
+};
+
+/// Stores the length of a newborn's velocity where the context keeps speeds.
+inline void FLXstoreSpeed(const FLX_ContextData& context, GEO_Point* point, const UT_Vector3& v) {
+    if (const int offset = context.getSpeedOffset(); offset >= 0) *point->castAttribData<float>(offset) = v.length();
+}

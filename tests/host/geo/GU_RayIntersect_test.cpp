@@ -1,0 +1,460 @@
+#include "RayModel.h"
+
+#include "host/geo/GU_RayIntersect.h"
+
+#include <algorithm>
+#include <array>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+struct Reference {
+    double t;
+    int prim;
+};
+
+// Moeller and Trumbore's test in double over fans about the mean, apart from everything the structure does.
+void crossTriangle(const UT_Vector3D (&p)[3], const UT_Vector3D& o, const UT_Vector3D& d, int prim,
+                   std::vector<Reference>& out) {
+    const UT_Vector3D e1 = p[1] - p[0], e2 = p[2] - p[0], h = cross(d, e2), s = o - p[0], q = cross(s, e1);
+    const double det = dot(e1, h);
+    if (det == 0) return;
+    const double u = dot(s, h) / det, v = dot(d, q) / det;
+    if (u < 0 || v < 0 || u + v > 1) return;
+    out.push_back({dot(e2, q) / det, prim});
+}
+
+std::vector<Reference> everyHit(const GU_Detail& detail, const UT_Vector3& org, const UT_Vector3& dir, double low,
+                                double high) {
+    std::vector<Reference> all;
+    const UT_Vector3D o(org), d(dir);
+    for (size_t n = 0; n < detail.primitives().entries(); ++n) {
+        const GEO_Primitive& prim = *detail.primitives()[n];
+        const int count = prim.getVertexCount();
+        UT_Vector3D mean(0, 0, 0);
+        std::vector<UT_Vector3D> p;
+        for (int i = 0; i < count; ++i) p.emplace_back(UT_Vector3(prim.getVertexPoint(i)->getPos()));
+        for (const UT_Vector3D& q : p) mean += q / count;
+        for (size_t i = 0; i < p.size(); ++i) {
+            const UT_Vector3D corners[3] = {p[i], p[(i + 1) % p.size()], mean};
+            crossTriangle(corners, o, d, prim.getNum(), all);
+        }
+    }
+    std::erase_if(all, [&](const Reference& r) { return r.t < low || r.t > high; });
+    std::sort(all.begin(), all.end(),
+              [](const Reference& a, const Reference& b) { return a.t != b.t ? a.t < b.t : a.prim < b.prim; });
+    return all;
+}
+
+// Polygons of three to nine vertices, flat and bent, all star-shaped about their mean.
+void scatterPolygons(GU_Detail& detail, int count, RayRandom& random) {
+    for (int i = 0; i < count; ++i) {
+        const int n = 3 + i % 7;
+        const UT_Vector3 center = random.vector(-4, 4), x = random.direction();
+        const UT_Vector3 y = cross(x, random.direction()).normalized(), z = cross(x, y);
+        std::vector<UT_Vector3> p;
+        for (int k = 0; k < n; ++k) {
+            const double a = 2 * M_PI * k / n;
+            const float bend = static_cast<float>(i % 2 ? random(-0.2, 0.2) : 0);
+            p.push_back(center + x * static_cast<float>(std::cos(a)) + y * static_cast<float>(1.3 * std::sin(a)) +
+                        z * bend);
+        }
+        addPolygon(detail, p);
+    }
+}
+
+void expectOnSurface(const GU_RayHit& hit, const UT_Vector3& org, const UT_Vector3& dir, double slack = 2e-5) {
+    EXPECT_LT((surfacePosition(hit) - hitPosition(org, dir, hit.distance)).length(), slack)
+        << "primitive " << hit.prim->getNum() << " u " << hit.u << " v " << hit.v;
+}
+
+} // namespace
+
+TEST(GU_RayIntersect, findsWhatTestingEveryPolygonFinds) {
+    RayRandom random(11);
+    GU_Detail detail;
+    scatterPolygons(detail, 300, random);
+    const GU_RayIntersect rays(&detail);
+    GU_RayInfo closest, furthest, all;
+    furthest.setFindType(GU_FIND_FURTHEST);
+    all.setFindType(GU_FIND_ALL);
+    size_t hits = 0, ordered = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const UT_Vector3 org = random.vector(-6, 6);
+        const UT_Vector3 dir = random.direction() * static_cast<float>(random(0.2, 5));
+        const float low = i % 3 ? 0 : static_cast<float>(random(-20, 0)), high = static_cast<float>(random(0, 20));
+        const std::vector<Reference> expected = everyHit(detail, org, dir, low, high);
+        for (GU_RayInfo* info : {&closest, &furthest, &all}) {
+            info->setRange(low, high);
+            EXPECT_EQ(rays.sendRay(org, dir, *info) != 0, !expected.empty());
+        }
+        ASSERT_EQ(all.getHits().size(), expected.size()) << "ray " << i;
+        hits += expected.size();
+        if (expected.empty()) continue;
+        const auto size = [](const Reference& a, const Reference& b) { return std::fabs(a.t) < std::fabs(b.t); };
+        const Reference first = *std::min_element(expected.begin(), expected.end(), size);
+        const Reference last = *std::max_element(expected.begin(), expected.end(), size);
+        EXPECT_NEAR(closest.getDistance(), first.t, 1e-4);
+        EXPECT_EQ(closest.getPrim()->getNum(), first.prim);
+        EXPECT_EQ(all.getPrim(), closest.getPrim());
+        EXPECT_EQ(all.getDistance(), closest.getDistance());
+        EXPECT_NEAR(furthest.getDistance(), last.t, 1e-4);
+        EXPECT_EQ(furthest.getPrim()->getNum(), last.prim);
+        expectOnSurface(closest.getHit(), org, dir);
+        expectOnSurface(furthest.getHit(), org, dir);
+        for (size_t k = 0; k < expected.size(); ++k) {
+            EXPECT_NEAR(all.getHits()[k].distance, expected[k].t, 1e-4);
+            expectOnSurface(all.getHits()[k], org, dir);
+            ordered += all.getHits()[k].prim->getNum() == expected[k].prim;
+        }
+    }
+    EXPECT_GT(hits, 5000u);
+    EXPECT_EQ(ordered, hits);
+}
+
+// A ray from inside a closed mesh gets out through some polygon, wherever it goes; here it goes through an edge or a
+// vertex, from anywhere, from tidy places, or parallel to an axis.
+TEST(GU_RayIntersect, raysThroughEdgesAndVerticesOfAClosedMeshNeverMiss) {
+    RayRandom random(5);
+    GU_Detail detail;
+    addSphere(detail, 20, 32, 2, {0, 0, 0});
+    for (size_t i = 0; i < detail.points().entries(); ++i) {
+        const UT_Vector3 p(detail.points()[i]->getPos());
+        detail.points()[i]->setPos(UT_Vector4(p + random.vector(-0.03, 0.03)));
+    }
+    const GU_RayIntersect rays(&detail);
+    const GEO_PrimList& prims = detail.primitives();
+    GU_RayInfo info;
+    int missed = 0, elsewhere = 0, axial = 0;
+    for (int i = 0; i < 100000; ++i) {
+        const GEO_Primitive& prim = *prims[static_cast<size_t>(random(0, double(prims.entries())))];
+        const int k = static_cast<int>(random(0, prim.getVertexCount()));
+        const UT_Vector3 a(prim.getVertexPoint(k)->getPos());
+        const UT_Vector3 b(prim.getVertexPoint((k + 1) % prim.getVertexCount())->getPos());
+        const float s = i % 4 == 0 ? 0 : i % 4 == 1 ? 0.5f : static_cast<float>(random(0, 1));
+        const UT_Vector3 target = a + (b - a) * s;
+        UT_Vector3 org = random.vector(-0.5, 0.5);
+        if (i % 3 == 1) org = {std::round(org.x() * 4) / 4, std::round(org.y() * 4) / 4, std::round(org.z() * 4) / 4};
+        if (i % 3 == 2 && std::fabs(target.z()) > 0.7f) {
+            org = {target.x(), target.y(), 0};
+            ++axial;
+        }
+        if (!rays.sendRay(org, target - org, info))
+            ++missed;
+        else
+            elsewhere += std::fabs(info.getDistance() - 1) > 1e-4f;
+    }
+    EXPECT_EQ(missed, 0);
+    EXPECT_EQ(elsewhere, 0);
+    EXPECT_GT(axial, 10000);
+}
+
+TEST(GU_RayIntersect, flatGridsHaveNoCracksAlongAxisParallelRays) {
+    GU_Detail detail;
+    const int n = 20;
+    std::vector<uint32_t> slots;
+    for (int r = 0; r < n; ++r)
+        for (int c = 0; c < n; ++c)
+            slots.push_back(addPoint(detail, {static_cast<float>(c) * 0.1f, 3, static_cast<float>(r) * 0.1f})->slot());
+    for (int r = 0; r + 1 < n; ++r)
+        for (int c = 0; c + 1 < n; ++c) {
+            GEO_PrimPoly* quad = GU_PrimPoly::build(&detail, 0, 0, 0);
+            for (int k : {r * n + c, (r + 1) * n + c, (r + 1) * n + c + 1, r * n + c + 1})
+                quad->appendVertex(detail.points().bySlot(slots[static_cast<size_t>(k)]));
+        }
+    const GU_RayIntersect rays(&detail);
+    GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
+    for (uint32_t slot : slots) {
+        UT_Vector3 org(detail.points().bySlot(slot)->getPos());
+        org.y() = 10;
+        ASSERT_TRUE(rays.sendRay(org, {0, -1, 0}, info));
+        const bool rimX = org.x() == 0 || org.x() == 1.9f, rimZ = org.z() == 0 || org.z() == 1.9f;
+        // A shared corner counts for every quad that has it, once each.
+        EXPECT_EQ(info.getHitCount(), (rimX ? 1 : 2) * (rimZ ? 1 : 2));
+        for (size_t k = 0; k < info.getHits().size(); ++k) {
+            EXPECT_EQ(info.getHits()[k].distance, 7);
+            EXPECT_EQ(info.getHits()[k].normal, UT_Vector3(0, 1, 0));
+            if (k) {
+                EXPECT_LT(info.getHits()[k - 1].prim->getNum(), info.getHits()[k].prim->getNum());
+            }
+        }
+        EXPECT_EQ(info.getPrim(), info.getHits()[0].prim);
+    }
+}
+
+TEST(GU_RayIntersect, aPolygonCountsOnceHoweverItIsSplit) {
+    GU_Detail detail;
+    std::vector<UT_Vector3> ring;
+    const int n = 20000;
+    for (int i = 0; i < n; ++i) {
+        const double a = 2 * M_PI * i / n;
+        ring.push_back(UT_Vector3(UT_Vector3D(std::cos(a), std::sin(a), 0)));
+    }
+    addPolygon(detail, ring);
+    const GU_RayIntersect rays(&detail);
+    GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
+    // All 20000 pieces meet at the mean.
+    ASSERT_TRUE(rays.sendRay({0, 0, 4}, {0, 0, -2}, info));
+    EXPECT_EQ(info.getHitCount(), 1);
+    EXPECT_FLOAT_EQ(info.getDistance(), 2);
+    RayRandom random(3);
+    for (int i = 0; i < 2000; ++i) {
+        const UT_Vector3 target(static_cast<float>(random(-1.2, 1.2)), static_cast<float>(random(-1.2, 1.2)), 0);
+        const UT_Vector3 org = random.vector(1, 3);
+        const bool inside = target.length() < 1;
+        if (std::fabs(target.length() - 1) < 1e-4f) continue;
+        EXPECT_EQ(rays.sendRay(org, target - org, info) != 0, inside);
+        EXPECT_EQ(info.getHitCount(), inside ? 1 : 0);
+        if (inside) expectOnSurface(info.getHit(), org, target - org);
+    }
+}
+
+TEST(GU_RayIntersect, concavePolygonsAreHitInsideTheirOutlineOnly) {
+    // A comb: the mean lies outside, between its teeth.
+    const std::vector<UT_Vector3> comb = {{0, 0, 0}, {5, 0, 0}, {5, 4, 0}, {4, 4, 0}, {4, 1, 0}, {3, 1, 0},
+                                          {3, 4, 0}, {2, 4, 0}, {2, 1, 0}, {1, 1, 0}, {1, 4, 0}, {0, 4, 0}};
+    GU_Detail detail;
+    addPolygon(detail, comb);
+    const GU_RayIntersect rays(&detail);
+    const auto inComb = [](double x, double y) {
+        if (x < 0 || x > 5 || y < 0 || y > 4) return false;
+        return y <= 1 || static_cast<int>(x) % 2 == 0;
+    };
+    RayRandom random(8);
+    GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
+    for (int i = 0; i < 4000; ++i) {
+        const UT_Vector3 target(static_cast<float>(random(-1, 6)), static_cast<float>(random(-1, 5)), 0);
+        const UT_Vector3 org(static_cast<float>(random(0, 5)), 2, i % 2 ? 3.0f : -3.0f);
+        const bool inside = inComb(target.x(), target.y());
+        EXPECT_EQ(rays.sendRay(org, target - org, info) != 0, inside) << target.x() << " " << target.y();
+        EXPECT_EQ(info.getHitCount(), inside ? 1 : 0);
+        if (inside) expectOnSurface(info.getHit(), org, target - org);
+        // The point of the comb nearest to somewhere above the plane.
+        GU_RayHit near;
+        ASSERT_TRUE(rays.minimumPoint({target.x(), target.y(), 0.5f}, near));
+        if (inside) {
+            EXPECT_FLOAT_EQ(near.distance, 0.5f);
+        }
+        const UT_Vector3D at = surfacePosition(near);
+        EXPECT_TRUE(inComb(at.x(), at.y()) || inComb(at.x() - 1e-5, at.y()) || inComb(at.x() + 1e-5, at.y()) ||
+                    inComb(at.x(), at.y() - 1e-5) || inComb(at.x(), at.y() + 1e-5))
+            << at.x() << " " << at.y();
+    }
+    for (const UT_Vector3& p : comb) EXPECT_TRUE(rays.sendRay(p + UT_Vector3(0, 0, 1), {0, 0, -1}, info));
+}
+
+TEST(GU_RayIntersect, quadricsAndMeshesAreHitWhereTheyAre) {
+    GU_Detail detail;
+    UT_Matrix4 place(UT_Matrix3::rotationMat({1, 2, 3}, 0.7f) * UT_Matrix3({1, 0, 0}, {0.4f, 2, 0}, {0, 0, 0.5f}),
+                     UT_Vector3(1, -2, 3));
+    const auto put = [&](float x) {
+        UT_Matrix4 m = place;
+        m.setTranslation(UT_Vector3(x, -2, 3));
+        return m;
+    };
+    GU_PrimSphere::build(&detail, put(0));
+    GU_PrimTube::build(&detail, put(6), 0.3f);
+    GU_PrimCircle::build(&detail, put(12));
+    GEO_PrimMesh* mesh = GEO_PrimMesh::build(&detail, 9, 14, true, true);
+    for (int r = 0; r < 9; ++r)
+        for (int c = 0; c < 14; ++c)
+            mesh->getVertexPoint(mesh->vertexIndex(r, c))
+                ->setPos(UT_Vector4(onTorus(c / 14.0, r / 9.0, 2, 0.8) + UT_Vector3(18, -2, 3)));
+    const GU_RayIntersect rays(&detail);
+    EXPECT_EQ(rays.entries(), 4u);
+
+    // Rays aimed at random places on each surface: the place itself is among the hits.
+    RayRandom random(21);
+    GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
+    for (int i = 0; i < 4000; ++i) {
+        const GEO_Primitive& prim = *detail.primitives()[static_cast<size_t>(i % 4)];
+        const float u = static_cast<float>(random(0, 1)), v = static_cast<float>(random(0.01, 0.99));
+        UT_Vector4 on;
+        ASSERT_TRUE(prim.evaluatePosition(u, v, on));
+        const UT_Vector3 target(on), org = target + random.direction() * 5.0f;
+        UT_Vector3 normal;
+        prim.evaluateNormal(u, v, normal);
+        if (std::fabs(dot(normal, target - org)) < 0.5f) continue; // grazing
+        ASSERT_TRUE(rays.sendRay(org, target - org, info)) << i % 4;
+        double best = 1;
+        for (const GU_RayHit& hit : info.getHits()) {
+            if (hit.prim == &prim) best = std::min(best, std::fabs(double(hit.distance) - 1));
+            // A bent cell is four triangles: they differ from the bilinear patch by less than its sagitta.
+            expectOnSurface(hit, org, target - org, i % 4 == 3 || hit.prim->getNum() == 3 ? 0.03 : 1e-4);
+            EXPECT_NEAR(hit.normal.length(), 1, 1e-5);
+        }
+        EXPECT_LT(best, i % 4 == 3 ? 0.03 : 1e-5) << "kind " << i % 4;
+    }
+    // Straight through the unturned directions: one axis of the sphere's frame.
+    const UT_Vector3 axis = place.upper3().row(1);
+    ASSERT_TRUE(rays.sendRay(UT_Vector3(0, -2, 3) - axis * 3.0f, axis, info));
+    ASSERT_EQ(info.getHitCount(), 2);
+    EXPECT_NEAR(info.getHits()[0].distance, 2, 1e-5);
+    EXPECT_NEAR(info.getHits()[1].distance, 4, 1e-5);
+    EXPECT_LT(dot(info.getHits()[0].normal, axis), 0);
+}
+
+TEST(GU_RayIntersect, rangesReachBehindTheOriginAndIncludeTheirEnds) {
+    GU_Detail detail;
+    for (float z : {-2.0f, -0.5f, 1.0f, 3.0f}) addPolygon(detail, {{-1, -1, z}, {1, -1, z}, {1, 1, z}, {-1, 1, z}});
+    const GU_RayIntersect rays(&detail);
+    const auto ask = [&](int find, float low, float high) {
+        GU_RayInfo info(high, low, find);
+        const int hit = rays.sendRay({0.2f, 0.1f, 0}, {0, 0, 1}, info);
+        EXPECT_EQ(hit != 0, info.getPrim() != nullptr);
+        return hit ? info.getPrim()->getNum() : -1;
+    };
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, 0, 1e18f), 2);
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, -1, 1), 1);
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, -5, -0.6f), 0);
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, 1, 1), 2);
+    EXPECT_EQ(ask(GU_FIND_FURTHEST, -2, 2.9f), 0);
+    EXPECT_EQ(ask(GU_FIND_FURTHEST, 0, 1e18f), 3);
+    EXPECT_EQ(ask(GU_FIND_FURTHEST, 0, 0.9f), -1);
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, 2, 1), -1);
+    const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, -inf, inf), 1);
+    EXPECT_EQ(ask(GU_FIND_FURTHEST, -inf, inf), 3);
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, nan, 1), -1);
+    EXPECT_EQ(ask(GU_FIND_CLOSEST, 0, nan), -1);
+    GU_RayInfo all(inf, -inf, GU_FIND_ALL);
+    ASSERT_TRUE(rays.sendRay({0.2f, 0.1f, 0}, {0, 0, 1}, all));
+    ASSERT_EQ(all.getHitCount(), 4);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(all.getHits()[static_cast<size_t>(i)].prim->getNum(), i);
+    EXPECT_EQ(all.getPrim()->getNum(), 1);
+}
+
+TEST(GU_RayIntersect, degenerateInputHitsNothingAndNeverHangs) {
+    const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    GU_Detail detail;
+    const GU_RayIntersect none(nullptr), empty(&detail);
+    GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
+    GU_RayHit near;
+    for (const GU_RayIntersect* rays : {&none, &empty}) {
+        EXPECT_FALSE(rays->sendRay({0, 0, 1}, {0, 0, -1}, info));
+        EXPECT_FALSE(rays->isInside({0, 0, 0}, 1));
+        EXPECT_FALSE(rays->minimumPoint({0, 0, 0}, near));
+        EXPECT_FALSE(rays->getBBox().isValid());
+    }
+    addPolygon(detail, {{0, 0, 0}, {nan, 0, 0}, {0, 1, 0}});
+    addPolygon(detail, {{-1, -1, 0}, {inf, -1, 0}, {0, 1, 0}});
+    addPolygon(detail, {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}});
+    addPolygon(detail, {{-1, 0, 0}, {0, 0, 0}, {1, 0, 0}}); // no area
+    addPolygon(detail, {{-1, 0, 0}, {1, 0, 0}});
+    addPolygon(detail, {{-1, -1, 0}, {1, -1, 0}, {0, 1, 0}})->open();
+    for (int i = 0; i < 500; ++i) addPolygon(detail, {{-2, -2, -1}, {2, -2, -1}, {0, 2, -1}}); // one place
+    GU_PrimSphere::build(&detail, UT_Matrix4(0.0f));
+    detail.insertPrimitive(GEOPRIMSPHERE);
+    detail.insertPrimitive(GEOPRIMPOLY);
+    detail.insertPrimitive(GEOPRIMMESH);
+    const GU_RayIntersect rays(&detail);
+    ASSERT_TRUE(rays.sendRay({0, 0.1f, 1}, {0, 0, -1}, info));
+    EXPECT_EQ(info.getHitCount(), 500);
+    EXPECT_EQ(info.getPrim()->getNum(), 6);
+    EXPECT_EQ(info.getDistance(), 2);
+    for (const UT_Vector3& bad : {UT_Vector3(0, 0, 0), UT_Vector3(nan, 0, 1), UT_Vector3(0, inf, 0)})
+        EXPECT_FALSE(rays.sendRay({0, 0, 1}, bad, info));
+    EXPECT_FALSE(rays.sendRay({nan, 0, 1}, {0, 0, -1}, info));
+    EXPECT_FALSE(rays.isInside({nan, 0, 0}));
+    EXPECT_FALSE(rays.minimumPoint({0, inf, 0}, near));
+    // Very short and very long directions count in their own lengths.
+    info.setRange(0, inf);
+    ASSERT_TRUE(rays.sendRay({0, 0, 1}, {0, 0, -1e-30f}, info));
+    EXPECT_FLOAT_EQ(info.getDistance(), 2e30f);
+    ASSERT_TRUE(rays.sendRay({0, 0, 1}, {0, 0, -1e30f}, info));
+    EXPECT_FLOAT_EQ(info.getDistance(), 2e-30f);
+    // A direction so short that the distance overflows a float.
+    EXPECT_FALSE(rays.sendRay({0, 0, 1}, {0, 0, -1e-42f}, info));
+}
+
+TEST(GU_RayIntersect, hugeAndTinyCoordinatesStillMeet) {
+    for (float size : {1e-15f, 1e-6f, 1e5f, 1e15f}) {
+        RayRandom random(2);
+        GU_Detail detail;
+        addSphere(detail, 12, 16, 1, {0, 0, 0});
+        for (size_t i = 0; i < detail.points().entries(); ++i) {
+            const UT_Vector3 p(detail.points()[i]->getPos());
+            detail.points()[i]->setPos(UT_Vector4(p * size));
+        }
+        const GU_RayIntersect rays(&detail);
+        GU_RayInfo info(std::numeric_limits<float>::infinity(), 0, GU_FIND_ALL);
+        for (int i = 0; i < 500; ++i) {
+            const UT_Vector3 org = random.direction() * (3 * size), target = random.direction() * (0.5f * size);
+            ASSERT_TRUE(rays.sendRay(org, target - org, info)) << size;
+            EXPECT_GE(info.getHitCount(), 2);
+            EXPECT_TRUE(rays.isInside(target)) << size;
+            EXPECT_FALSE(rays.isInside(org)) << size;
+        }
+    }
+}
+
+TEST(GU_RayIntersect, theNearestPointIsTheNearestOfAll) {
+    RayRandom random(77);
+    GU_Detail detail;
+    scatterPolygons(detail, 200, random);
+    const GU_RayIntersect rays(&detail);
+    for (int i = 0; i < 300; ++i) {
+        const UT_Vector3 p = random.vector(-8, 8);
+        GU_RayHit hit;
+        ASSERT_TRUE(rays.minimumPoint(p, hit));
+        const double claimed = (surfacePosition(hit) - UT_Vector3D(p)).length();
+        EXPECT_NEAR(claimed, hit.distance, 2e-5);
+        double best = 1e30;
+        for (size_t n = 0; n < detail.primitives().entries(); ++n) {
+            float u, v;
+            UT_Vector4 at;
+            const GEO_Primitive& prim = *detail.primitives()[n];
+            ASSERT_TRUE(prim.parametric(p, u, v) && prim.evaluatePosition(u, v, at));
+            best = std::min(best, (UT_Vector3D(UT_Vector3(at)) - UT_Vector3D(p)).length());
+        }
+        EXPECT_NEAR(hit.distance, best, 2e-5);
+        EXPECT_TRUE(rays.minimumPoint(p, hit, static_cast<float>(best + 1e-3)));
+        EXPECT_FALSE(rays.minimumPoint(p, hit, static_cast<float>(best - 1e-3)));
+    }
+}
+
+TEST(GU_RayIntersect, aGroupRestrictsAndChangesInvalidate) {
+    GU_Detail detail, other;
+    for (float z : {1.0f, 2.0f, 3.0f}) addPolygon(detail, {{-1, -1, z}, {1, -1, z}, {0, 1, z}});
+    GB_PrimitiveGroup group("far", false);
+    group.add(detail.primitives()[1]);
+    group.add(detail.primitives()[2]);
+    GU_RayInfo info;
+    const auto firstHit = [&](const GU_RayIntersect& rays) {
+        return rays.sendRay({0, 0, 0}, {0, 0, 1}, info) ? info.getDistance() : -1;
+    };
+    const GU_RayIntersect some(&detail, &group);
+    EXPECT_EQ(firstHit(some), 2);
+    EXPECT_EQ(some.getBBox().zmin(), 2);
+
+    auto all = GU_RayIntersect::shared(&detail);
+    EXPECT_EQ(firstHit(*all), 1);
+    EXPECT_EQ(GU_RayIntersect::shared(&detail), all);
+    EXPECT_TRUE(all->validForDetail(&detail));
+    EXPECT_FALSE(all->validForDetail(&other));
+    EXPECT_FALSE(all->validForDetail(nullptr));
+    auto grouped = GU_RayIntersect::shared(&detail, &group);
+    EXPECT_EQ(firstHit(*grouped), 2);
+    EXPECT_EQ(GU_RayIntersect::shared(&detail, &group), grouped);
+    EXPECT_EQ(GU_RayIntersect::shared(&detail), all);
+    group.remove(detail.primitives()[1]); // same group, other members
+    EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&detail, &group)), 3);
+
+    detail.primitives()[0]->getVertexPoint(0)->setPos(UT_Vector4(9, 9, 9, 1));
+    detail.primitives()[0]->getVertexPoint(1)->setPos(UT_Vector4(9, 8, 9, 1));
+    detail.bumpChange();
+    EXPECT_FALSE(all->validForDetail(&detail));
+    EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&detail)), 2);
+    EXPECT_EQ(firstHit(*all), 1); // who still holds the old one keeps it
+    // More details than the cache keeps: answers stay right.
+    std::vector<std::unique_ptr<GU_Detail>> many;
+    for (int i = 0; i < 40; ++i) {
+        many.push_back(std::make_unique<GU_Detail>());
+        const float z = static_cast<float>(i + 1);
+        addPolygon(*many.back(), {{-1, -1, z}, {1, -1, z}, {0, 1, z}});
+    }
+    for (int round = 0; round < 2; ++round)
+        for (size_t i = 0; i < many.size(); ++i)
+            EXPECT_EQ(firstHit(*GU_RayIntersect::shared(many[i].get())), static_cast<float>(i + 1));
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "host/geo/GU_Detail.h"
+#include "host/geo/GU_RayIntersect.h"
+
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+/// Random numbers of the tests, the same everywhere.
+struct RayRandom {
+    uint64_t state;
+    explicit RayRandom(uint64_t seed)
+        : state(seed) {}
+    double operator()(double low, double high) {
+        state = state * 6364136223846793005u + 1442695040888963407u;
+        return low + (high - low) * static_cast<double>(state >> 11) * 0x1p-53;
+    }
+    UT_Vector3 vector(double low, double high) {
+        const double x = (*this)(low, high), y = (*this)(low, high), z = (*this)(low, high);
+        return UT_Vector3(UT_Vector3D(x, y, z));
+    }
+    UT_Vector3 direction() {
+        for (;;) {
+            const UT_Vector3 d = vector(-1, 1);
+            if (d.length2() > 0.01f && d.length2() < 1) return d.normalized();
+        }
+    }
+};
+
+inline GEO_Point* addPoint(GU_Detail& detail, const UT_Vector3& p) {
+    GEO_Point* point = detail.appendPoint();
+    point->setPos(UT_Vector4(p));
+    return point;
+}
+
+inline GEO_PrimPoly* addPolygon(GU_Detail& detail, const std::vector<UT_Vector3>& positions) {
+    GEO_PrimPoly* poly = GU_PrimPoly::build(&detail, 0, GU_PrimPoly::GU_POLY_CLOSED, 0);
+    for (const UT_Vector3& p : positions) poly->appendVertex(addPoint(detail, p));
+    return poly;
+}
+
+/// Closed, consistently wound surface over a wrapped grid of points: f(u, v) with u and v in [0, 1). Quads, or the
+/// triangles of both halves.
+inline void addTorusLike(GU_Detail& detail, int rows, int cols, bool triangles,
+                         const std::function<UT_Vector3(double, double)>& f) {
+    std::vector<GEO_Point*> points;
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c) points.push_back(addPoint(detail, f(double(c) / cols, double(r) / rows)));
+    const auto at = [&](int r, int c) { return points[static_cast<size_t>(r % rows * cols + c % cols)]; };
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c) {
+            GEO_Point* q[4] = {at(r, c), at(r, c + 1), at(r + 1, c + 1), at(r + 1, c)};
+            if (!triangles) {
+                GU_PrimPoly::build(&detail, q);
+                continue;
+            }
+            GEO_Point* low[3] = {q[0], q[1], q[2]};
+            GEO_Point* high[3] = {q[0], q[2], q[3]};
+            GU_PrimPoly::build(&detail, low);
+            GU_PrimPoly::build(&detail, high);
+        }
+}
+
+inline UT_Vector3 onTorus(double u, double v, double R, double r) {
+    const double a = 2 * M_PI * u, b = 2 * M_PI * v;
+    return UT_Vector3(
+        UT_Vector3D((R + r * std::cos(b)) * std::cos(a), (R + r * std::cos(b)) * std::sin(a), r * std::sin(b)));
+}
+
+/// Triangles about both poles and quads between: a closed, consistently wound sphere.
+inline void addSphere(GU_Detail& detail, int rows, int cols, double radius, const UT_Vector3& center) {
+    std::vector<std::vector<GEO_Point*>> ring;
+    const auto at = [&](double a, double b) {
+        return center + UT_Vector3(UT_Vector3D(radius * std::sin(b) * std::cos(a), radius * std::sin(b) * std::sin(a),
+                                               radius * std::cos(b)));
+    };
+    GEO_Point* north = addPoint(detail, at(0, 0));
+    GEO_Point* south = addPoint(detail, at(0, M_PI));
+    for (int r = 1; r < rows; ++r) {
+        ring.emplace_back();
+        for (int c = 0; c < cols; ++c)
+            ring.back().push_back(addPoint(detail, at(2 * M_PI * c / cols, M_PI * r / rows)));
+    }
+    for (size_t c = 0; c < ring[0].size(); ++c) {
+        const size_t d = (c + 1) % ring[0].size();
+        GEO_Point* cap[3] = {north, ring[0][c], ring[0][d]};
+        GU_PrimPoly::build(&detail, cap);
+        for (size_t r = 0; r + 1 < ring.size(); ++r) {
+            GEO_Point* quad[4] = {ring[r][c], ring[r + 1][c], ring[r + 1][d], ring[r][d]};
+            GU_PrimPoly::build(&detail, quad);
+        }
+        GEO_Point* base[3] = {ring.back()[c], south, ring.back()[d]};
+        GU_PrimPoly::build(&detail, base);
+    }
+}
+
+inline UT_Vector3D hitPosition(const UT_Vector3& org, const UT_Vector3& dir, double t) {
+    return UT_Vector3D(org) + UT_Vector3D(dir) * t;
+}
+
+/// Where the primitive itself says the hit's (u, v) lies.
+inline UT_Vector3D surfacePosition(const GU_RayHit& hit) {
+    UT_Vector4 p(0, 0, 0, 0);
+    if (!hit.prim->evaluatePosition(hit.u, hit.v, p)) return {1e30, 1e30, 1e30};
+    return UT_Vector3D(UT_Vector3(p));
+}
