@@ -89,14 +89,13 @@ void ObjParser::statement(const Words& words) {
     else if (key == "o")
         setGroups(words, myObject);
     else if (!isKeyword(key))
-        fail(fmt::format("{} is no OBJ statement", quoted(key)));
+        fail(fmt::format("{} is no OBJ statement", excerpt(key)));
 }
 
 void ObjParser::position(const Words& words) {
     // A fourth number is the weight of rational curves and means nothing for points and faces.
     const size_t n = words.size() - 1;
-    if (n != 3 && n != 4 && n != 6 && n != 7)
-        fail(fmt::format("v with {} numbers; it takes 3, or 6 with a colour", n));
+    if (n != 3 && n != 4 && n != 6 && n != 7) fail(fmt::format("v with {} numbers; it takes 3, or 6 with a colour", n));
     myData.points.push_back(triple(words, 3));
     if (n < 6) {
         if (!myData.colours.empty()) myData.colours.emplace_back(1.0f, 1.0f, 1.0f);
@@ -129,7 +128,7 @@ ObjCorner ObjParser::corner(std::string_view word) const {
 /// Negative numbers count back from the latest line of that kind.
 int64_t ObjParser::reference(std::string_view word, size_t count, const char* what) const {
     int64_t n = 0;
-    if (!parseInteger(word, n)) fail(fmt::format("{} is no number of a {} line", quoted(word), what));
+    if (!parseInteger(word, n)) fail(fmt::format("{} is no number of a {} line", excerpt(word), what));
     if (n == 0) fail(fmt::format("{} number 0; they start at 1", what));
     if (n > 0) return n - 1;
     if (n < -static_cast<int64_t>(count)) fail(fmt::format("{} number {}, but only {} come before it", what, n, count));
@@ -138,7 +137,7 @@ int64_t ObjParser::reference(std::string_view word, size_t count, const char* wh
 
 float ObjParser::number(std::string_view word) const {
     float value = 0;
-    if (!parseFloat(word, value)) fail(fmt::format("{} is no number", quoted(word)));
+    if (!parseFloat(word, value)) fail(fmt::format("{} is no number", excerpt(word)));
     return value;
 }
 

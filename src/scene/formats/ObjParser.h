@@ -32,13 +32,13 @@ private:
 
     std::string_view myText;
     size_t myAt = 0;
-    size_t myLine = 0;     ///< of the statement at hand, 1-based
+    size_t myLine = 0; ///< of the statement at hand, 1-based
     size_t myLinesRead = 0;
     std::string myJoined; ///< a statement that was continued over several lines
     ObjData myData;
     std::unordered_map<std::string, size_t> myGroupNumbers; ///< only asked, never walked
-    std::vector<size_t> myNamed;  ///< groups that g named last
-    std::vector<size_t> myObject; ///< group that o named last
+    std::vector<size_t> myNamed;                            ///< groups that g named last
+    std::vector<size_t> myObject;                           ///< group that o named last
     bool myGroupsChanged = false;
 };
 

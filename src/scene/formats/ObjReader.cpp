@@ -13,7 +13,7 @@ namespace {
 /// Texture coordinates or normals on their way to a point attribute and, where corners disagree, a vertex attribute.
 class CornerValues {
 public:
-    CornerValues(const std::vector<UT_Vector3>& values, int64_t ObjCorner::* number, size_t points)
+    CornerValues(const std::vector<UT_Vector3>& values, int64_t ObjCorner::*number, size_t points)
         : myValues(values)
         , myNumber(number)
         , myOfPoint(points, -1) {}
@@ -49,7 +49,7 @@ private:
     const UT_Vector3& value(int64_t number) const { return myValues[static_cast<size_t>(number)]; }
 
     const std::vector<UT_Vector3>& myValues;
-    int64_t ObjCorner::* myNumber;
+    int64_t ObjCorner::*myNumber;
     std::vector<int64_t> myOfPoint; ///< number of the first value seen, -1 for none
     bool myUsed = false;
     bool myDisagree = false;
@@ -59,7 +59,8 @@ private:
 
 void checkNumber(int64_t number, size_t count, const char* what, size_t line) {
     if (number >= static_cast<int64_t>(count))
-        throw FormatError(fmt::format("line {}: {} number {}, but the file has only {}", line, what, number + 1, count));
+        throw FormatError(
+            fmt::format("line {}: {} number {}, but the file has only {}", line, what, number + 1, count));
 }
 
 void checkReferences(const ObjData& data) {
@@ -108,8 +109,7 @@ void addGroups(GU_Detail& detail, const ObjData& data, size_t fileBytes) {
     std::vector<GB_PrimitiveGroup*> groups;
     for (const std::string& name : data.groups) groups.push_back(detail.primitiveGroups().find(name));
     for (size_t i = 0; i < data.elements.size(); ++i)
-        for (const size_t group : data.groupSets[data.elements[i].groupSet])
-            groups[group]->add(detail.primitives()(i));
+        for (const size_t group : data.groupSets[data.elements[i].groupSet]) groups[group]->add(detail.primitives()(i));
 }
 
 } // namespace

@@ -45,7 +45,7 @@ public:
             else if (words[0] == "property")
                 property(words);
             else if (words[0] != "obj_info")
-                fail(fmt::format("{} is no header line of a PLY file", quoted(words[0])));
+                fail(fmt::format("{} is no header line of a PLY file", excerpt(words[0])));
         }
         if (!formatSeen) fail("the header has no format line");
         myHeader.dataOffset = myAt;
@@ -54,7 +54,9 @@ public:
     }
 
 private:
-    [[noreturn]] void fail(const std::string& text) const { throw FormatError(fmt::format("line {}: {}", myLine, text)); }
+    [[noreturn]] void fail(const std::string& text) const {
+        throw FormatError(fmt::format("line {}: {}", myLine, text));
+    }
 
     std::string_view nextLine() {
         ++myLine;
@@ -83,19 +85,19 @@ private:
         if (words[1] == "ascii")
             myHeader.encoding = PlyEncoding::ASCII;
         else if (words[1] == "binary_little_endian")
-            myHeader.encoding = PlyEncoding::LITTLE_ENDIAN;
+            myHeader.encoding = PlyEncoding::LITTLE;
         else if (words[1] == "binary_big_endian")
-            myHeader.encoding = PlyEncoding::BIG_ENDIAN;
+            myHeader.encoding = PlyEncoding::BIG;
         else
             fail(fmt::format("unknown encoding {}; known are ascii, binary_little_endian and binary_big_endian",
-                             quoted(words[1])));
+                             excerpt(words[1])));
     }
 
     void element(const std::vector<std::string_view>& words) {
         int64_t count = -1;
         if (words.size() != 3 || !parseInteger(words[2], count) || count < 0)
             fail("expected \"element NAME COUNT\" with a count from 0");
-        if (myHeader.find(words[1])) fail(fmt::format("element {} stands there twice", quoted(words[1])));
+        if (myHeader.find(words[1])) fail(fmt::format("element {} stands there twice", excerpt(words[1])));
         if (myHeader.elements.size() == MAX_ELEMENTS) fail(fmt::format("more than {} elements", MAX_ELEMENTS));
         myHeader.elements.push_back({std::string(words[1]), static_cast<uint64_t>(count), {}});
     }
@@ -109,7 +111,7 @@ private:
         PlyProperty added{std::string(words.back()), type(words[words.size() - 2]), isList, PlyType::UINT8};
         if (isList) added.countType = type(words[2]);
         if (plyIsReal(added.countType)) fail("the length of a list must be of an integer type");
-        if (element.find(added.name) >= 0) fail(fmt::format("property {} stands there twice", quoted(added.name)));
+        if (element.find(added.name) >= 0) fail(fmt::format("property {} stands there twice", excerpt(added.name)));
         if (element.properties.size() == MAX_PROPERTIES) fail(fmt::format("more than {} properties", MAX_PROPERTIES));
         element.properties.push_back(std::move(added));
     }
@@ -117,7 +119,7 @@ private:
     PlyType type(std::string_view word) const {
         for (const auto& entry : TYPES)
             if (word == entry.name) return entry.type;
-        fail(fmt::format("{} is no type; known are char uchar short ushort int uint float double", quoted(word)));
+        fail(fmt::format("{} is no type; known are char uchar short ushort int uint float double", excerpt(word)));
     }
 
     void checkCounts() const {
@@ -128,7 +130,7 @@ private:
             if (row && e.count > left / row)
                 throw FormatError(fmt::format("the header claims {} of element {}, at least {} bytes each, but only {} "
                                               "bytes follow; the file is truncated or damaged",
-                                              e.count, quoted(e.name), row, left));
+                                              e.count, excerpt(e.name), row, left));
             left -= row * e.count;
         }
     }

@@ -8,7 +8,7 @@
 
 namespace formats {
 
-enum class PlyEncoding { ASCII, LITTLE_ENDIAN, BIG_ENDIAN };
+enum class PlyEncoding { ASCII, LITTLE, BIG };
 enum class PlyType { INT8, UINT8, INT16, UINT16, INT32, UINT32, FLOAT32, FLOAT64 };
 
 size_t plySize(PlyType type); ///< bytes

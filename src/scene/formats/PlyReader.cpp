@@ -19,14 +19,14 @@ struct Faces {
     std::vector<size_t> ends;
 };
 
-int toInt32(double value) {
-    return static_cast<int>(static_cast<uint32_t>(static_cast<int64_t>(value)));
-}
+int toInt32(double value) { return static_cast<int>(static_cast<uint32_t>(static_cast<int64_t>(value))); }
 
 void store(PlyValues& values, const PlyTarget& target, double value, GEO_Point& point) {
     switch (target.kind) {
     case PlyTarget::POSITION: point.getPos()[target.offset] = static_cast<float>(value); break;
-    case PlyTarget::FLOAT: *point.castAttribData<float>(target.offset) = static_cast<float>(value / target.divisor); break;
+    case PlyTarget::FLOAT:
+        *point.castAttribData<float>(target.offset) = static_cast<float>(value / target.divisor);
+        break;
     case PlyTarget::INT: *point.castAttribData<int>(target.offset) = toInt32(value); break;
     case PlyTarget::INDEX:
         if (value >= target.strings)
@@ -38,7 +38,8 @@ void store(PlyValues& values, const PlyTarget& target, double value, GEO_Point& 
 }
 
 void readVertices(GU_Detail& detail, const PlyHeader& header, const PlyElement& vertex, PlyValues& values) {
-    if (vertex.count > MAX_POINTS) throw FormatError(fmt::format("{} vertices; the limit is {}", vertex.count, MAX_POINTS));
+    if (vertex.count > MAX_POINTS)
+        throw FormatError(fmt::format("{} vertices; the limit is {}", vertex.count, MAX_POINTS));
     const std::vector<PlyTarget> targets = layOutPlyVertex(detail, header, vertex);
     for (uint64_t row = 0; row < vertex.count; ++row) {
         values.startRow(row);

@@ -38,7 +38,8 @@ IntegerRange rangeOf(PlyType type) {
 void PlyValues::fail(const std::string& text) const {
     const bool ascii = myEncoding == PlyEncoding::ASCII;
     throw FormatError(fmt::format("{} {}, element {} {}: {}", ascii ? "line" : "byte",
-                                  ascii ? lineOf(myBytes, myTokenAt) : myTokenAt, quoted(myElement->name), myRow, text));
+                                  ascii ? lineOf(myBytes, myTokenAt) : myTokenAt, excerpt(myElement->name), myRow,
+                                  text));
 }
 
 void PlyValues::failAtEnd() const { fail("the file ends in the middle; it is truncated"); }
@@ -59,16 +60,16 @@ double PlyValues::nextText(PlyType type) {
     if (type == PlyType::FLOAT32) {
         // Not through double: rounding twice can give the neighbour of the nearest float.
         float value = 0;
-        if (!parseFloat(text, value)) fail(fmt::format("{} is no number", quoted(text)));
+        if (!parseFloat(text, value)) fail(fmt::format("{} is no number", excerpt(text)));
         return static_cast<double>(value);
     }
     double value = 0;
-    if (!parseDouble(text, value)) fail(fmt::format("{} is no number", quoted(text)));
+    if (!parseDouble(text, value)) fail(fmt::format("{} is no number", excerpt(text)));
     if (type == PlyType::FLOAT64) return value;
     const IntegerRange range = rangeOf(type);
     if (!(value >= static_cast<double>(range.low) && value <= static_cast<double>(range.high)))
-        fail(fmt::format("{} is no integer from {} to {}", quoted(text), range.low, range.high));
-    if (value != static_cast<double>(static_cast<int64_t>(value))) fail(fmt::format("{} is no integer", quoted(text)));
+        fail(fmt::format("{} is no integer from {} to {}", excerpt(text), range.low, range.high));
+    if (value != static_cast<double>(static_cast<int64_t>(value))) fail(fmt::format("{} is no integer", excerpt(text)));
     return value;
 }
 
@@ -77,7 +78,7 @@ double PlyValues::nextBinary(PlyType type) {
     myTokenAt = myAt;
     if (myBytes.size() - myAt < size) failAtEnd();
     const char* at = myBytes.data() + myAt;
-    const bool swap = (myEncoding == PlyEncoding::BIG_ENDIAN) != (std::endian::native == std::endian::big);
+    const bool swap = (myEncoding == PlyEncoding::BIG) != (std::endian::native == std::endian::big);
     myAt += size;
     switch (type) {
     case PlyType::INT8: return decode<int8_t>(at, swap);
@@ -93,11 +94,11 @@ double PlyValues::nextBinary(PlyType type) {
 
 size_t PlyValues::listLength(const PlyProperty& list) {
     const double length = next(list.countType);
-    if (length < 0) fail(fmt::format("list {} has length {}", quoted(list.name), length));
+    if (length < 0) fail(fmt::format("list {} has length {}", excerpt(list.name), length));
     const size_t count = static_cast<size_t>(length);
     const bool ascii = myEncoding == PlyEncoding::ASCII;
     if (count > (myBytes.size() - myAt) / (ascii ? 2 : plySize(list.type)))
-        fail(fmt::format("list {} claims {} values, more than the rest of the file holds", quoted(list.name), count));
+        fail(fmt::format("list {} claims {} values, more than the rest of the file holds", excerpt(list.name), count));
     return count;
 }
 

@@ -51,7 +51,7 @@ class Layout {
 public:
     Layout(GU_Detail& detail, const PlyHeader& header, const PlyElement& vertex)
         : myDetail(detail)
-        , myHeader(header)
+        , myStrings(header.comments)
         , myVertex(vertex)
         , myTargets(vertex.properties.size())
         , myTaken(vertex.properties.size()) {}
@@ -75,7 +75,8 @@ private:
         for (int c = 0; c < 3; ++c) {
             const int i = scalar(names[c]);
             if (i < 0)
-                throw FormatError(fmt::format("element \"vertex\" has no property \"{}\"; x, y and z are needed", names[c]));
+                throw FormatError(
+                    fmt::format("element \"vertex\" has no property \"{}\"; x, y and z are needed", names[c]));
             take(static_cast<size_t>(i), {PlyTarget::POSITION, c, 1, 0});
         }
     }
@@ -103,11 +104,9 @@ private:
         const PlyProperty& property = myVertex.properties[i];
         std::string name = property.name;
         while (myDetail.pointAttribs().find(name)) name += '_';
-        std::vector<std::string> strings = plyStrings(myHeader.comments, property.name);
+        std::vector<std::string> strings = myStrings.of(property.name);
         const bool index = !strings.empty() && !plyIsReal(property.type);
-        const GB_AttribType type = index                      ? GB_ATTRIB_INDEX
-                                   : plyIsReal(property.type) ? GB_ATTRIB_FLOAT
-                                                              : GB_ATTRIB_INT;
+        const GB_AttribType type = index ? GB_ATTRIB_INDEX : plyIsReal(property.type) ? GB_ATTRIB_FLOAT : GB_ATTRIB_INT;
         const PlyTarget::Kind kind = index                      ? PlyTarget::INDEX
                                      : plyIsReal(property.type) ? PlyTarget::FLOAT
                                                                 : PlyTarget::INT;
@@ -118,7 +117,7 @@ private:
     }
 
     GU_Detail& myDetail;
-    const PlyHeader& myHeader;
+    PlyStrings myStrings;
     const PlyElement& myVertex;
     std::vector<PlyTarget> myTargets;
     std::vector<bool> myTaken;

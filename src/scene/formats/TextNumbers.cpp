@@ -60,7 +60,7 @@ size_t lineOf(std::string_view text, size_t offset) {
     return 1 + static_cast<size_t>(std::count(text.begin(), end, '\n'));
 }
 
-std::string quoted(std::string_view text) {
+std::string excerpt(std::string_view text) {
     constexpr size_t LONGEST = 40;
     std::string out = "\"";
     for (const char c : text.substr(0, LONGEST))

@@ -20,6 +20,6 @@ void appendInteger(std::string& out, int64_t value);
 /// 1-based line that the byte at `offset` lies in.
 size_t lineOf(std::string_view text, size_t offset);
 /// A short piece of foreign text for an error line: cut, quoted, without control characters.
-std::string quoted(std::string_view text);
+std::string excerpt(std::string_view text);
 
 } // namespace formats
