@@ -96,7 +96,8 @@ private:
             myJson.key("type").text(typeName(attribute->getType()));
             myJson.key("size").integer(attribute->components());
             myJson.key("default").beginArray();
-            for (int i = 0; i < attribute->components(); ++i) writeComponent(*attribute, attribute->getDefault() + 4 * i);
+            for (int i = 0; i < attribute->components(); ++i)
+                writeComponent(*attribute, attribute->getDefault() + 4 * i);
             myJson.endArray().endObject();
         }
         myJson.endObject().newline();
@@ -161,7 +162,8 @@ private:
         for (const GB_PointGroup* g = myDetail.pointGroups().head(); g; g = myDetail.pointGroups().next(g)) {
             if (g->getInternal()) continue;
             myJson.key(g->getName()).beginArray();
-            myDetail.points().forEach(g, [&](const GEO_Point* point) { myJson.integer(myDetail.points().number(point)); });
+            myDetail.points().forEach(g,
+                                      [&](const GEO_Point* point) { myJson.integer(myDetail.points().number(point)); });
             myJson.endArray();
         }
         myJson.endObject().newline();

@@ -26,11 +26,21 @@ public:
     JsonStream& endObject() { return end('}'); }
     JsonStream& beginArray() { return begin('['); }
     JsonStream& endArray() { return end(']'); }
-    JsonStream& number(float value) { return item([=](std::string& out) { JsonText::number(out, value); }); }
-    JsonStream& number(double value) { return item([=](std::string& out) { JsonText::number(out, value); }); }
-    JsonStream& integer(long long value) { return item([=](std::string& out) { JsonText::integer(out, value); }); }
-    JsonStream& text(std::string_view value) { return item([=](std::string& out) { JsonText::string(out, value); }); }
-    JsonStream& null() { return item([](std::string& out) { out += "null"; }); }
+    JsonStream& number(float value) {
+        return item([=](std::string& out) { JsonText::number(out, value); });
+    }
+    JsonStream& number(double value) {
+        return item([=](std::string& out) { JsonText::number(out, value); });
+    }
+    JsonStream& integer(long long value) {
+        return item([=](std::string& out) { JsonText::integer(out, value); });
+    }
+    JsonStream& text(std::string_view value) {
+        return item([=](std::string& out) { JsonText::string(out, value); });
+    }
+    JsonStream& null() {
+        return item([](std::string& out) { out += "null"; });
+    }
     /// A line end, for readers of long texts.
     JsonStream& newline();
     void flush();

@@ -14,10 +14,8 @@ struct Family {
     const char* name;
     const char* title;
 };
-constexpr Family families[] = {{"FLX", "Particle operators"},
-                               {"SOP", "Geometry nodes"},
-                               {"OBJ", "Objects"},
-                               {"SHOP", "Shaders"}};
+constexpr Family families[] = {
+    {"FLX", "Particle operators"}, {"SOP", "Geometry nodes"}, {"OBJ", "Objects"}, {"SHOP", "Shaders"}};
 
 const OP_Operator* findType(const std::string& name) {
     registerSceneTypes();
@@ -79,7 +77,11 @@ void writeFolders(JsonStream& json, const PRM_Template& row) {
 void writeRange(JsonStream& json, const PRM_Template& row) {
     if (row.hasRange) {
         json.key("range").beginArray().number(row.range.min).number(row.range.max).endArray();
-        json.key("rangekind").beginArray().text(kindName(row.range.minKind)).text(kindName(row.range.maxKind)).endArray();
+        json.key("rangekind")
+            .beginArray()
+            .text(kindName(row.range.minKind))
+            .text(kindName(row.range.maxKind))
+            .endArray();
     } else {
         json.key("range").null();
         json.key("rangekind").null();
@@ -137,7 +139,9 @@ std::string defaultText(const PRM_Template& row) {
     std::string out;
     for (const PRM_Default& def : row.defaults) {
         if (!out.empty()) out += ' ';
-        out += def.text ? fmt::format("\"{}\"", def.text) : row.type == PRM_Type::String ? "\"\"" : fmt::format("{}", def.value);
+        out += def.text                       ? fmt::format("\"{}\"", def.text)
+               : row.type == PRM_Type::String ? "\"\""
+                                              : fmt::format("{}", def.value);
     }
     return out;
 }

@@ -134,8 +134,7 @@ void ParticleNetwork::resetSimulation() {
     GU_Detail* detail = myContext->getDetail() ? myContext->getDetail() : new GU_Detail;
     const UT_String initial = INITIALSTATE(time);
     myContext->reset(cookNode(), detail, initial.c_str(), false, unsigned(SEED(time)), false);
-    if (!myContext->loadError().empty())
-        setupErrors().add({"OP", OP_ERR_FILE, UT_ERROR_ABORT, myContext->loadError()});
+    if (!myContext->loadError().empty()) setupErrors().add({"OP", OP_ERR_FILE, UT_ERROR_ABORT, myContext->loadError()});
 }
 
 void ParticleNetwork::prepareContext(float time) {

@@ -82,7 +82,8 @@ private:
         if (keys && !row.animated)
             add(false, fmt::format("\"{}\" is animated in vain: it is read at time 0 only", row.token));
         if (EV_EXPRESSION* expression = component.expression()) {
-            if (!expression->bind(myNode->scope())) addExpressionError(expression->syntaxError(), expression->bindError());
+            if (!expression->bind(myNode->scope()))
+                addExpressionError(expression->syntaxError(), expression->bindError());
         } else if (!keys) {
             checkOrdinal(row, component.constant);
         }

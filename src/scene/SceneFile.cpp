@@ -113,7 +113,8 @@ SceneFile::Status SceneFile::loadText(std::string_view text, const std::string& 
     myObsoleteUses.clear();
     SceneJson scene;
     SceneJson::Failure failure;
-    if (!SceneJson::parse(text, scene, failure)) return fail(Status::BAD, describe(name, {"", failure.line, failure.what}));
+    if (!SceneJson::parse(text, scene, failure))
+        return fail(Status::BAD, describe(name, {"", failure.line, failure.what}));
     SceneDirectory::set(std::filesystem::path(name).parent_path().string());
     return build(scene);
 }

@@ -124,7 +124,8 @@ private:
         const size_t dash = what.rfind("; last read");
         const size_t reason = what.find(" - ");
         if (what.find("number overflow") != std::string::npos) return fmt::format("the number {} is too large", token);
-        if (reason == std::string::npos) return what.substr(what.find(": ") == std::string::npos ? 0 : what.find(": ") + 2);
+        if (reason == std::string::npos)
+            return what.substr(what.find(": ") == std::string::npos ? 0 : what.find(": ") + 2);
         std::string text = what.substr(reason + 3, dash == std::string::npos ? dash : dash - reason - 3);
         if (dash != std::string::npos) text += ", found " + what.substr(dash + 12);
         return text;
@@ -276,8 +277,9 @@ bool SceneJson::parse(std::string_view text, SceneJson& out, Failure& failure, c
     unsigned line = 1;
     TreeBuilder builder(out, failure, limits, line);
     const char* begin = text.data();
-    const bool ok = nlohmann::json::sax_parse(CountingIterator(begin, &line), CountingIterator(begin + text.size(), &line),
-                                              &builder, nlohmann::json::input_format_t::json, true, true);
+    const bool ok =
+        nlohmann::json::sax_parse(CountingIterator(begin, &line), CountingIterator(begin + text.size(), &line),
+                                  &builder, nlohmann::json::input_format_t::json, true, true);
     if (!ok) out = SceneJson();
     return ok;
 }

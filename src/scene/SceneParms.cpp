@@ -17,7 +17,8 @@ template <class... Args>
 
 std::vector<std::string> menuTokens(const PRM_ChoiceList* menu) {
     std::vector<std::string> out;
-    for (const PRM_Name* name = menu ? menu->names() : nullptr; name && name->token; ++name) out.emplace_back(name->token);
+    for (const PRM_Name* name = menu ? menu->names() : nullptr; name && name->token; ++name)
+        out.emplace_back(name->token);
     return out;
 }
 
@@ -48,8 +49,8 @@ void checkMenuText(const OP_Node& node, const PRM_Template& row, const std::stri
 
 void setInstances(const OP_Node& node, PRM_Parm& parm, const SceneJson& value) {
     if (!value.isInteger() || value.integer() < 0 || value.integer() > PRM_Parm::maxInstances)
-        refuse(node, "\"{}\" is a number of entries: expects 0 to {}, found {}", parm.row().token, PRM_Parm::maxInstances,
-               value.toText());
+        refuse(node, "\"{}\" is a number of entries: expects 0 to {}, found {}", parm.row().token,
+               PRM_Parm::maxInstances, value.toText());
     parm.setConstant(0, value.number());
 }
 

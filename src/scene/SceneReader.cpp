@@ -153,8 +153,7 @@ void SceneReader::readFlags(OP_Node& node, const SceneJson& flags) {
 void SceneReader::resolveObsolete(const Pending& pending) {
     const auto texts = [&] {
         std::vector<std::string> out;
-        for (int i = 0; i < pending.node->parms().entries(); ++i)
-            out.push_back(pending.node->evalStringRaw(i).str());
+        for (int i = 0; i < pending.node->parms().entries(); ++i) out.push_back(pending.node->evalStringRaw(i).str());
         return out;
     };
     const std::vector<std::string> before = texts();

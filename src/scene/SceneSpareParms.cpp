@@ -119,7 +119,8 @@ private:
         const size_t given = value->isArray() ? value->items().size() : 1;
         if (given > myRow.defaults.size())
             refuse("spare \"{}\" has {} components, its default {}", myRow.token, myRow.size, given);
-        for (size_t i = 0; i < given; ++i) myRow.defaults[i] = readDefault(value->isArray() ? value->items()[i] : *value);
+        for (size_t i = 0; i < given; ++i)
+            myRow.defaults[i] = readDefault(value->isArray() ? value->items()[i] : *value);
     }
     PRM_Default readDefault(const SceneJson& value) const {
         if (value.isText()) return PRM_Default(PRMpermanentText(value.text()));
@@ -142,7 +143,8 @@ void SceneParms::addSpare(OP_Node& node, const SceneJson& rows) {
         const std::string& token = spare.row().token;
         const int index = node.parms().addSpare(spare.row());
         if (index < 0)
-            throw SceneError{node.getFullPath(), 0, fmt::format("spare \"{}\": the node has this parameter already", token)};
+            throw SceneError{node.getFullPath(), 0,
+                             fmt::format("spare \"{}\": the node has this parameter already", token)};
         if (const SceneJson* value = json.find("value")) setValue(node, node.parms().parm(index), *value);
     }
 }

@@ -23,10 +23,11 @@ void checkCount(const OP_Node& node, size_t count) {
     const OP_Operator& type = *node.getOperator();
     const size_t low = size_t(type.minInputs()), high = size_t(type.maxInputs());
     if (count > high)
-        refuse(node, "too many inputs: type \"{}\" takes {}, found {}", type.getName(), high ? fmt::to_string(high) : "none",
-               count);
+        refuse(node, "too many inputs: type \"{}\" takes {}, found {}", type.getName(),
+               high ? fmt::to_string(high) : "none", count);
     if (count < low)
-        refuse(node, "missing inputs: type \"{}\" needs {}, found {}", type.getName(), low, count ? fmt::to_string(count) : "none");
+        refuse(node, "missing inputs: type \"{}\" needs {}, found {}", type.getName(), low,
+               count ? fmt::to_string(count) : "none");
 }
 
 } // namespace
@@ -47,7 +48,8 @@ SceneWiring::Wire SceneWiring::readWire(const OP_Node& node, const SceneJson& js
     }
     if (!json.isInteger()) refuse(node, "\"inputs\" expects names, null or input numbers, found {}", json.toText());
     const int limit = myInSubNetwork ? myNetwork.getOperator()->maxInputs() : 0;
-    if (!myInSubNetwork) refuse(node, "input {}: numbers stand for the inputs of a sub-network, this is none", json.integer());
+    if (!myInSubNetwork)
+        refuse(node, "input {}: numbers stand for the inputs of a sub-network, this is none", json.integer());
     if (json.integer() < 0 || json.integer() >= limit)
         refuse(node, "input {}: the sub-network has inputs 0 to {}", json.integer(), limit - 1);
     return {nullptr, json.integer()};
@@ -78,7 +80,8 @@ void SceneWiring::refuseCycle(const std::vector<int>& waiting) const {
     for (size_t i = walk.size(); i-- > seenAt[at] && shown < 8; ++shown)
         chain += myEntries[walk[i]].node->getName() + " -> ";
     if (walk.size() - seenAt[at] > shown) chain += "... -> ";
-    refuse(*myEntries[walk.back()].node, "the inputs form a cycle: {}{}", chain, myEntries[walk.back()].node->getName());
+    refuse(*myEntries[walk.back()].node, "the inputs form a cycle: {}{}", chain,
+           myEntries[walk.back()].node->getName());
 }
 
 // Kahn, "Topological sorting of large networks", 1962; iterative, because a chain may be as long as the scene allows.

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// Folds 32-bit words; each step is a bijection of the state for a given word (multiply by an odd number, xor-shift), so
-/// no word is lost. Constants from Steele, Lea, Flood, "Fast splittable pseudorandom number generators", 2014.
+/// Folds 32-bit words; each step is a bijection of the state for a given word (multiply by an odd number, xor-shift),
+/// so no word is lost. Constants from Steele, Lea, Flood, "Fast splittable pseudorandom number generators", 2014.
 class Hasher {
 public:
     void word(uint32_t w) {

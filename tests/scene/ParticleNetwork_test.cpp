@@ -77,7 +77,8 @@ TEST_F(ParticleNetworks, BirthsAndDeathsAddUp) {
 
 TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
     loadNet(fountain + std::string(R"(, {"name": "pull", "type": "force", "inputs": ["birth"],
-        "parms": {"force": [0, "-9.8 + $ID % 3", 0]}, "flags": ["display"]})"), R"("seed": 5)");
+        "parms": {"force": [0, "-9.8 + $ID % 3", 0]}, "flags": ["display"]})"),
+            R"("seed": 5)");
     std::vector<uint64_t> hashes;
     for (int frame = 1; frame <= 8; ++frame) {
         ASSERT_TRUE(network().cookFrame(frame));
@@ -108,7 +109,8 @@ TEST_F(ParticleNetworks, SubNetworksSurviveARewind) {
 }
 
 TEST_F(ParticleNetworks, RenderThenDisplayThenLastNodeIsCooked) {
-    const std::string two = R"({"name": "a", "type": "location", "parms": {"impulserate": 1, "constantrate": 0}, "flags": [FA]},
+    const std::string two =
+        R"({"name": "a", "type": "location", "parms": {"impulserate": 1, "constantrate": 0}, "flags": [FA]},
                                {"name": "b", "type": "location", "parms": {"impulserate": 2, "constantrate": 0}, "flags": [FB]})";
     const auto count = [&](const char* a, const char* b) {
         std::string nodes = two;
@@ -186,7 +188,8 @@ TEST_F(ParticleNetworks, DumpTellsOfErrorsAndOfAnEmptyNetwork) {
 
 TEST_F(ParticleNetworks, ParticlesAreGeometryForOthers) {
     ASSERT_EQ(load(R"({"flx": 1, "obj": [
-        {"name": "fx", "type": "flxnet", "nodes": [)" + std::string(fountain) + R"(]},
+        {"name": "fx", "type": "flxnet", "nodes": [)" +
+                   std::string(fountain) + R"(]},
         {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/fx"}},
                                                {"name": "bad", "type": "particles", "parms": {"path": "/obj/g"}}]}]})"),
               "");

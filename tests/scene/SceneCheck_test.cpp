@@ -20,8 +20,11 @@ protected:
 TEST_F(SceneChecks, ASoundSceneHasNoFindings) {
     EXPECT_EQ(check(R"({"name": "ground", "type": "geo", "nodes": [{"name": "grid1", "type": "grid"}]},
         {"name": "fx", "type": "flxnet", "parms": {"input1": "/obj/ground"}, "nodes": [
-            {"name": "birth", "type": "location", "parms": {"life": {"keys": [[0, 1], [2, 3]]}, "vel": ["$TX", "rand($T)", 0]}},
-            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"force": ["$MASS", "$ID", 0]}}]})"),
+            {"name": "birth", "type": "location", "parms": {"life": {"keys": [[0, 1], [2, 3]]}, "vel": ["$TX", "rand($T)", 0]
+}
+},
+            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"force": ["$MASS", "$ID", 0]}}]
+})"),
               std::vector<std::string>{});
 }
 
@@ -42,11 +45,13 @@ TEST_F(SceneChecks, FindsWhatIsWrong) {
     EXPECT_TRUE(has("warning /obj/ground/grid1: \"type\": 7 names no entry of the menu, there are 2"));
     EXPECT_TRUE(has("error /obj/ground/grid1: \"size\": "));
     EXPECT_TRUE(has("error /obj/ground/f: \"file\": there is no file \"gone.ply\""));
-    EXPECT_TRUE(has("error /obj/fx: \"input1\": no geometry at \"/obj/ground/grid\"; did you mean \"/obj/ground/grid1\"?"));
+    EXPECT_TRUE(
+        has("error /obj/fx: \"input1\": no geometry at \"/obj/ground/grid\"; did you mean \"/obj/ground/grid1\"?"));
     EXPECT_TRUE(has("warning /obj/fx: \"startframe\" is animated in vain: it is read at time 0 only"));
     EXPECT_TRUE(has("error /obj/fx/birth: \"life\": "));
     EXPECT_TRUE(has("error /obj/fx/birth: \"group\": "));
-    EXPECT_TRUE(has("error /obj/fx/pull: \"scale\": \"$VXX * 2\": unknown variable $VXX at column 1; did you mean $VX?"));
+    EXPECT_TRUE(
+        has("error /obj/fx/pull: \"scale\": \"$VXX * 2\": unknown variable $VXX at column 1; did you mean $VX?"));
     EXPECT_TRUE(has("warning /obj/ground/f: parameter \"path\" is now called \"file\""));
 }
 

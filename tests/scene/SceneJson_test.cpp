@@ -20,8 +20,8 @@ std::string failure(const std::string& text, const SceneJson::Limits& limits = {
 TEST(SceneJson, ReadsCommentsAndKeepsOrderAndLines) {
     SceneJson json;
     SceneJson::Failure why;
-    ASSERT_TRUE(SceneJson::parse("// head\n{\"b\": [1, -2.5e1, true], /* in\nside */ \"a\": {\"t\": \"x\\u00e9\"},\n\"n\": null}",
-                                 json, why));
+    ASSERT_TRUE(SceneJson::parse(
+        "// head\n{\"b\": [1, -2.5e1, true], /* in\nside */ \"a\": {\"t\": \"x\\u00e9\"},\n\"n\": null}", json, why));
     ASSERT_EQ(json.members().size(), 3u);
     EXPECT_EQ(json.members()[0].first, "b");
     EXPECT_EQ(json.find("b")->items()[1].number(), -25);
@@ -73,7 +73,8 @@ TEST(JsonText, NumbersReadBackToTheSame) {
 }
 
 TEST(JsonText, StringsAreAlwaysValidJson) {
-    const std::string wild = std::string("a\"\\\n\t\x01\x7f\xc3\xa9") + "\xff\xed\xa0\x80\xc0\x80\xf0\x9f\x98\x80\xe2\x82";
+    const std::string wild =
+        std::string("a\"\\\n\t\x01\x7f\xc3\xa9") + "\xff\xed\xa0\x80\xc0\x80\xf0\x9f\x98\x80\xe2\x82";
     std::string text;
     JsonText::string(text, wild);
     SceneJson json;

@@ -26,19 +26,21 @@ TEST_F(SceneRejects, TheSceneAsAWhole) {
         {"no version", "{}", "scene.json: \"flx\" is missing: a scene says its format version, \"flx\": 1"},
         {"later version", R"({"flx": 2})", "scene.json: \"flx\" is 2: this program reads format version 1"},
         {"version no number", R"({"flx": "1"})", "scene.json: \"flx\" is \"1\": this program reads format version 1"},
-        {"unknown key", R"({"flx": 1, "frame": [1, 2]})", "scene.json: unknown key \"frame\"; did you mean \"frames\"?"},
+        {"unknown key", R"({"flx": 1, "frame": [1, 2]})",
+         "scene.json: unknown key \"frame\"; did you mean \"frames\"?"},
         {"reserved key", R"({"flx": 1, "camera": {}})",
          "scene.json: \"camera\" is reserved for a later format version"},
-        {"fps 0", R"({"flx": 1, "fps": 0})",
-         "scene.json: \"fps\" expects a number above 0 and up to 1000000, found 0"},
-        {"frames backward", R"({"flx": 1, "frames": [5, 1]})", "scene.json: \"frames\" expects [first, last], found [5,1]"},
+        {"fps 0", R"({"flx": 1, "fps": 0})", "scene.json: \"fps\" expects a number above 0 and up to 1000000, found 0"},
+        {"frames backward", R"({"flx": 1, "frames": [5, 1]})",
+         "scene.json: \"frames\" expects [first, last], found [5,1]"},
         {"frames broken", R"({"flx": 1, "frames": [1, 2.5]})",
          "scene.json: \"frames\" expects [first, last], found [1,2.5]"},
         {"variable name", R"({"flx": 1, "variables": {"a b": 1}})",
          "scene.json: variable \"a b\": a name has letters, digits and _ only"},
         {"variable value", R"({"flx": 1, "variables": {"A": "1"}})",
          "scene.json: variable \"A\" expects a number, found a text"},
-        {"obj no list", R"({"flx": 1, "obj": {}})", "scene.json: /obj: \"obj\" expects an array of nodes, found an object"},
+        {"obj no list", R"({"flx": 1, "obj": {}})",
+         "scene.json: /obj: \"obj\" expects an array of nodes, found an object"},
         {"key twice", "{\"flx\": 1,\n\"flx\": 1}", "scene.json:2: the key \"flx\" stands here twice"},
     };
     for (const Case& c : cases) EXPECT_EQ(load(c.scene), c.error) << c.what;
@@ -88,8 +90,7 @@ TEST_F(SceneRejects, Inputs) {
          "scene.json: /obj/fx/f: missing inputs: type \"force\" needs 1, found none"},
         {R"({"name": "a", "type": "null", "inputs": ["b"]}, {"name": "b", "type": "null", "inputs": ["a"]})",
          "scene.json: /obj/fx/b: the inputs form a cycle: b -> a -> b"},
-        {R"({"name": "a", "type": "null", "inputs": ["a"]})",
-         "scene.json: /obj/fx/a: the inputs form a cycle: a -> a"},
+        {R"({"name": "a", "type": "null", "inputs": ["a"]})", "scene.json: /obj/fx/a: the inputs form a cycle: a -> a"},
         {R"({"name": "a", "type": "null", "inputs": [0]})",
          "scene.json: /obj/fx/a: input 0: numbers stand for the inputs of a sub-network, this is none"},
         {R"({"name": "s", "type": "subnet", "nodes": [{"name": "a", "type": "null", "inputs": [4]}]})",
@@ -119,9 +120,11 @@ TEST_F(SceneRejects, ParameterValues) {
     EXPECT_EQ(load(birth("\"parms\": []")), "scene.json: /obj/fx/birth: \"parms\" expects an object, found an array");
     const auto grid = [&](const std::string& parms) {
         return load(R"({"flx": 1, "obj": [{"name": "g", "type": "geo", "nodes": [
-            {"name": "n", "type": "grid", "parms": {)" + parms + "}}]}]}");
+            {"name": "n", "type": "grid", "parms": {)" +
+                    parms + "}}]}]}");
     };
-    EXPECT_EQ(grid(R"("type": "mash")"), "scene.json: /obj/g/n: \"type\": unknown menu token \"mash\"; did you mean \"mesh\"?");
+    EXPECT_EQ(grid(R"("type": "mash")"),
+              "scene.json: /obj/g/n: \"type\": unknown menu token \"mash\"; did you mean \"mesh\"?");
     EXPECT_EQ(grid(R"("type": "prim")"), "scene.json: /obj/g/n: \"type\": unknown menu token \"prim\"");
     EXPECT_EQ(grid(R"("size": [1, 2, 3])"), "scene.json: /obj/g/n: \"size\" has 2 components, found 3");
     EXPECT_EQ(load(R"({"flx": 1, "obj": [{"name": "g", "type": "geo", "parms": {"parent": 3}}]})"),
@@ -146,7 +149,9 @@ TEST_F(SceneRejects, SpareParameters) {
 TEST_F(SceneRejects, NothingIsHalfLoaded) {
     ASSERT_EQ(load(net(R"({"name": "birth", "type": "location"})")), "");
     ASSERT_NE(node("/obj/fx/birth"), nullptr);
-    ASSERT_NE(load(R"({"flx": 1, "variables": {"A": 1}, "obj": [{"name": "a", "type": "geo"}, {"name": "b", "type": "x"}]})"), "");
+    ASSERT_NE(
+        load(R"({"flx": 1, "variables": {"A": 1}, "obj": [{"name": "a", "type": "geo"}, {"name": "b", "type": "x"}]})"),
+        "");
     EXPECT_EQ(OPgetDirector()->objManager()->getNchildren(), 0);
     EXPECT_TRUE(OPgetDirector()->variables.empty());
 }
@@ -166,7 +171,8 @@ TEST_F(SceneRejects, LongChainsAreNoProblem) {
     std::string nodes;
     const int count = 20000;
     for (int i = count; i > 0; --i)
-        nodes += R"({"name": "n)" + std::to_string(i) + R"(", "type": "null", "inputs": ["n)" + std::to_string(i - 1) + "\"]},";
+        nodes += R"({"name": "n)" + std::to_string(i) + R"(", "type": "null", "inputs": ["n)" + std::to_string(i - 1) +
+                 "\"]},";
     ASSERT_EQ(load(net(nodes + R"({"name": "n0", "type": "location"})")), "");
     EXPECT_EQ(node("/obj/fx/n20000")->getInput(0), node("/obj/fx/n19999"));
 }

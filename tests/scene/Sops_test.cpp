@@ -207,7 +207,8 @@ TEST_F(Sops, BadPointValuesAreErrorsOfTheNode) {
          "attribs: a: \"values\" has 1 entries, 2 are needed (1 elements of size 2)"},
         {R"("P": [0, 0, 0], "attribs": {"a": {"type": "float", "size": 1e9}})",
          "attribs: a: \"size\" is a number of components from 1 to 1024"},
-        {R"("P": [0, 0, 0], "attribs": {"a": {"type": "string", "values": [1]}})", "attribs: a: \"values\" holds a number"},
+        {R"("P": [0, 0, 0], "attribs": {"a": {"type": "string", "values": [1]}})",
+         "attribs: a: \"values\" holds a number"},
         {R"("attribs": {"a": {"type": "int", "value": 1}})",
          "attribs: a: unknown key \"value\"; known are type, size, default, values"},
     };

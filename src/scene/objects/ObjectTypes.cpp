@@ -33,5 +33,6 @@ template <class Node> OP_Node* make(OP_Network* parent, const char* name, OP_Ope
 void registerObjectTypes(OP_OperatorTable& table) {
     table.addOperator(std::make_unique<OP_Operator>("geo", "Geometry", make<GeometryObject>, 0, 0, nullptr));
     table.addOperator(std::make_unique<OP_Operator>("forceobj", "Force", make<ForceObject>, 0, 0, nullptr));
-    table.addOperator(std::make_unique<OP_Operator>("flxnet", "Particle Network", make<ParticleNetwork>, 0, 0, nullptr));
+    table.addOperator(
+        std::make_unique<OP_Operator>("flxnet", "Particle Network", make<ParticleNetwork>, 0, 0, nullptr));
 }

@@ -12,7 +12,8 @@ using namespace SopBuild;
 constexpr PRM_Name classNames[] = {
     {"point", "Point"}, {"primitive", "Primitive"}, {"vertex", "Vertex"}, {"detail", "Detail"}, {nullptr, nullptr}};
 constexpr PRM_ChoiceList classMenu(PRM_ChoiceListType::Replace, classNames);
-constexpr PRM_Name attribTypeNames[] = {{"float", "Float"}, {"int", "Integer"}, {"vector", "Vector"}, {nullptr, nullptr}};
+constexpr PRM_Name attribTypeNames[] = {
+    {"float", "Float"}, {"int", "Integer"}, {"vector", "Vector"}, {nullptr, nullptr}};
 constexpr PRM_ChoiceList attribTypeMenu(PRM_ChoiceListType::Replace, attribTypeNames);
 constexpr PRM_Name measureNames[] = {{"area", "Area"}, {"length", "Length"}, {nullptr, nullptr}};
 constexpr PRM_ChoiceList measureMenu(PRM_ChoiceListType::Replace, measureNames);
@@ -194,4 +195,6 @@ private:
 OP_Node* makeSopAttribCreate(OP_Network* parent, const char* name, OP_Operator* op) {
     return new SopAttribCreate(parent, name, op);
 }
-OP_Node* makeSopMeasure(OP_Network* parent, const char* name, OP_Operator* op) { return new SopMeasure(parent, name, op); }
+OP_Node* makeSopMeasure(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new SopMeasure(parent, name, op);
+}

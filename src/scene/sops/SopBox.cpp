@@ -30,9 +30,7 @@ public:
 private:
     static float at(int i, int n) { return float(double(i) / n - 0.5); }
     // Inside a middle layer only the two ends of a row are on the surface.
-    int step(int i, int j, int k) const {
-        return j > 0 && j < myNy && k > 0 && k < myNz && i == 0 ? myNx : 1;
-    }
+    int step(int i, int j, int k) const { return j > 0 && j < myNy && k > 0 && k < myNz && i == 0 ? myNx : 1; }
     uint32_t slot(int n) const { return mySlots[size_t(n)]; }
 
     int myNx, myNy, myNz;

@@ -39,7 +39,8 @@ Direction direction(int i, int n) {
 }
 
 void addPolygon(GU_Detail& gdp, const uint32_t* slots, size_t n, bool closed) {
-    GEO_PrimPoly* poly = GU_PrimPoly::build(&gdp, 0, closed ? GU_PrimPoly::GU_POLY_CLOSED : GU_PrimPoly::GU_POLY_OPEN, 0);
+    GEO_PrimPoly* poly =
+        GU_PrimPoly::build(&gdp, 0, closed ? GU_PrimPoly::GU_POLY_CLOSED : GU_PrimPoly::GU_POLY_OPEN, 0);
     for (size_t i = 0; i < n; ++i) poly->appendVertex(gdp.points().bySlot(slots[i]));
 }
 

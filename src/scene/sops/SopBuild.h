@@ -44,9 +44,7 @@ struct Lattice {
     bool wrapV = false;
     std::vector<uint32_t> slots{};
 
-    uint32_t at(int row, int col) const {
-        return slots[size_t(row % rows) * size_t(cols) + size_t(col % cols)];
-    }
+    uint32_t at(int row, int col) const { return slots[size_t(row % rows) * size_t(cols) + size_t(col % cols)]; }
     /// One polygon per cell (POLY) or one mesh primitive (MESH).
     void build(GU_Detail& gdp, Kind kind) const;
 

@@ -40,6 +40,6 @@ constexpr SopRow sopRows[] = {
 
 void registerSops(OP_OperatorTable& table) {
     for (const SopRow& row : sopRows)
-        table.addOperator(std::make_unique<OP_Operator>(row.name, row.label, row.make, row.minInputs, row.maxInputs,
-                                                        row.variables));
+        table.addOperator(
+            std::make_unique<OP_Operator>(row.name, row.label, row.make, row.minInputs, row.maxInputs, row.variables));
 }

@@ -58,8 +58,7 @@ public:
             *reinterpret_cast<int*>(data + offset) = index;
             return;
         }
-        for (int c = 0; c < mySize; ++c)
-            store(data + offset + 4 * c, items[i * size_t(mySize) + size_t(c)].number());
+        for (int c = 0; c < mySize; ++c) store(data + offset + 4 * c, items[i * size_t(mySize) + size_t(c)].number());
     }
 
 private:
@@ -114,7 +113,7 @@ private:
     }
     void store(char* to, double value) const {
         if (myType == GB_ATTRIB_INT)
-            storeInt(to, value >= 2147483647.0 ? std::numeric_limits<int>::max()
+            storeInt(to, value >= 2147483647.0    ? std::numeric_limits<int>::max()
                          : value <= -2147483648.0 ? std::numeric_limits<int>::min()
                                                   : int(value));
         else
@@ -222,7 +221,8 @@ private:
         for (const auto& [name, value] : json.members()) {
             const AttribColumn column(name, value, count);
             const int offset = column.append(dict); // records may move: elements are looked up after it
-            const std::vector<GEO_Vertex*> verts = cls == GB_AttribClass::VERTEX ? vertices(gdp) : std::vector<GEO_Vertex*>();
+            const std::vector<GEO_Vertex*> verts =
+                cls == GB_AttribClass::VERTEX ? vertices(gdp) : std::vector<GEO_Vertex*>();
             for (size_t i = 0; i < count; ++i) {
                 char* data = cls == GB_AttribClass::POINT       ? gdp.points()[i]->data()
                              : cls == GB_AttribClass::PRIMITIVE ? gdp.primitives()[i]->data()
@@ -247,4 +247,6 @@ private:
 
 } // namespace
 
-OP_Node* makeSopPoints(OP_Network* parent, const char* name, OP_Operator* op) { return new SopPoints(parent, name, op); }
+OP_Node* makeSopPoints(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new SopPoints(parent, name, op);
+}

@@ -115,7 +115,8 @@ private:
         for (int r = 0; r < rows; ++r) {
             const double v = double(r) / (rows - 1);
             const double radius = shape.bottom + v * (double(shape.top) - shape.bottom);
-            addRing(gdp, lattice, radius, (v - 0.5) * shape.height, [&](const UT_Vector3& p) { return shape.center + p; });
+            addRing(gdp, lattice, radius, (v - 0.5) * shape.height,
+                    [&](const UT_Vector3& p) { return shape.center + p; });
         }
         lattice.build(gdp, kind);
         if (!caps) return;
@@ -197,7 +198,11 @@ private:
 
 } // namespace
 
-OP_Node* makeSopSphere(OP_Network* parent, const char* name, OP_Operator* op) { return new SopSphere(parent, name, op); }
+OP_Node* makeSopSphere(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new SopSphere(parent, name, op);
+}
 OP_Node* makeSopTube(OP_Network* parent, const char* name, OP_Operator* op) { return new SopTube(parent, name, op); }
 OP_Node* makeSopTorus(OP_Network* parent, const char* name, OP_Operator* op) { return new SopTorus(parent, name, op); }
-OP_Node* makeSopCircle(OP_Network* parent, const char* name, OP_Operator* op) { return new SopCircle(parent, name, op); }
+OP_Node* makeSopCircle(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new SopCircle(parent, name, op);
+}

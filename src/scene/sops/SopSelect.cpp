@@ -85,4 +85,6 @@ protected:
 } // namespace
 
 OP_Node* makeSopGroup(OP_Network* parent, const char* name, OP_Operator* op) { return new SopGroup(parent, name, op); }
-OP_Node* makeSopDeform(OP_Network* parent, const char* name, OP_Operator* op) { return new SopDeform(parent, name, op); }
+OP_Node* makeSopDeform(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new SopDeform(parent, name, op);
+}
