@@ -4,10 +4,12 @@
 #include "core/FLX_Node.h"
 #include "host/node/OP_Director.h"
 #include "host/ut/UT_ErrorTable.h"
+#include "host/ut/UT_Interrupt.h"
 #include "scene/NodeSnapshot.h"
 #include "scene/StateHash.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -74,32 +76,33 @@ bool ParticleNetwork::cookFrame(int frame) {
     return simulateTo(frame);
 }
 
+/// Runs the cooks of one frame and counts the births and deaths they bring.
+template <class Cooks> void ParticleNetwork::cookCounted(int frame, const Cooks& cooks) {
+    const long long before = myContext->getNumParticles();
+    const int firstId = nextId();
+    myFrame = frame;
+    cooks();
+    myBorn = nextId() - firstId;
+    myDied = before + myBorn - myContext->getNumParticles();
+}
+
 bool ParticleNetwork::simulateTo(int frame) {
     if (myRunning && frame == myFrame) return true;
     clearErrors();
     const int startFrame = STARTFRAME(0);
-    if (frame < startFrame || !myRunning || frame < myFrame || startFrame != myStart) {
+    if (!myRunning || frame < myFrame || startFrame != myStart) {
         if (!start()) return false;
         myFrame = frame;
-        myRunning = frame >= startFrame;
-        if (!myRunning) return true;
-        const long long before = myContext->getNumParticles();
-        const int firstId = nextId();
-        cookStep((double(myStart) - 1) / myFps);
-        myFrame = myStart;
-        myBorn = nextId() - firstId;
-        myDied = before + myBorn - myContext->getNumParticles();
+        if (frame < startFrame) return true;
+        cookCounted(myStart, [&] { cookStep((double(myStart) - 1) / myFps); });
+        myRunning = true;
     }
-    while (myFrame < frame) {
-        const long long before = myContext->getNumParticles();
-        const int firstId = nextId();
-        ++myFrame;
-        for (int s = 1; s <= mySubsteps; ++s) cookStep(((double(myFrame) - 2) + double(s) / mySubsteps) / myFps);
-        myBorn = nextId() - firstId;
-        myDied = before + myBorn - myContext->getNumParticles();
-    }
+    while (myFrame < frame && !UTgetInterrupt()->isInterrupted())
+        cookCounted(myFrame + 1, [&] {
+            for (int s = 1; s <= mySubsteps; ++s) cookStep(((double(myFrame) - 2) + double(s) / mySubsteps) / myFps);
+        });
     error(); // takes what was posted outside of any operator
-    return true;
+    return myFrame == frame;
 }
 
 bool ParticleNetwork::start() {

@@ -34,8 +34,8 @@ public:
     Toggle GUIDES;
 
     /// Simulates to the frame: the steps in between for a later one, everything from the start for an earlier one. That
-    /// rewind makes the operators anew (same values, wires and flags), so pointers to them end there. False, with an
-    /// error of this node, when the network is being cooked already.
+    /// rewind makes the operators anew (same values, wires and flags), so pointers to them end there. False when the
+    /// network is being cooked already (an error of this node), or when an interrupt stopped it after some frame.
     bool cookFrame(int frame);
     /// The frame that was cooked last; meaningless before the first.
     int currentFrame() const { return myFrame; }
@@ -70,6 +70,7 @@ public:
 private:
     bool simulateTo(int frame);
     bool start();
+    template <class Cooks> void cookCounted(int frame, const Cooks& cooks);
     void cookStep(double time);
     void prepareContext(float time);
     FLX_Node* cookNode() const;

@@ -176,3 +176,24 @@ TEST_F(SceneRejects, LongChainsAreNoProblem) {
     ASSERT_EQ(load(net(nodes + R"({"name": "n0", "type": "location"})")), "");
     EXPECT_EQ(node("/obj/fx/n20000")->getInput(0), node("/obj/fx/n19999"));
 }
+
+TEST_F(SceneRejects, NoDamageGetsPast) {
+    const std::string sound = R"({"flx": 1, "fps": 24, "frames": [1, 9], "variables": {"A": 1},
+ "obj": [{"name": "g", "type": "geo", "parms": {"t": [0, "$A", {"keys": [[0, 1]]}]}, "nodes": [
+  {"name": "p", "type": "points", "parms": {"P": [0, 0, 0], "groups": {"a": [0]}}, "flags": ["!display"]},
+  {"name": "m", "type": "merge", "inputs": ["p", null], "spare": [{"token": "x", "type": "int", "menu": null}]}]}]})";
+    ASSERT_EQ(load(sound), "");
+    for (size_t i = 0; i < sound.size(); ++i)
+        for (const char c : std::string("\"{}[],:0-e\\ \x01\xff")) {
+            std::string damaged = sound;
+            damaged[i] = c;
+            if (file.loadText(damaged, "scene.json") == SceneFile::Status::LOADED) {
+                EXPECT_EQ(file.error(), "");
+            } else {
+                EXPECT_EQ(file.error().substr(0, 11), "scene.json:") << damaged;
+                EXPECT_EQ(OPgetDirector()->objManager()->getNchildren(), 0);
+            }
+        }
+    for (size_t i = 0; i < sound.size(); ++i)
+        EXPECT_EQ(file.loadText(sound.substr(0, i), "scene.json"), SceneFile::Status::BAD);
+}

@@ -1,4 +1,5 @@
 #include "host/node/OP_Director.h"
+#include "host/ut/UT_Interrupt.h"
 #include "scene/ParticleNetwork.h"
 #include "scene/sops/SopBuild.h"
 #include "scene/sops/SopNodes.h"
@@ -31,7 +32,7 @@ protected:
         addExtraInput(network, OP_INTEREST_DATA);
         const double frame = std::floor(double(t) * OPgetDirector()->fps + 1.5);
         if (!(std::abs(frame) < 1e9) || !network->cookFrame(int(frame)))
-            fail(OP_ERR_RECURSION, network->getFullPath());
+            fail(UTgetInterrupt()->isInterrupted() ? OP_ERR_INPUT : OP_ERR_RECURSION, network->getFullPath());
         else if (const GU_Detail* shown = network->displayDetail())
             gdp.duplicate(*shown);
         return error();
