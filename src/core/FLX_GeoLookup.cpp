@@ -40,15 +40,14 @@ Found cookSop(FLX_Node& node, SOP_Node& sop, OP_Context& context, FLX_GeoLookup&
 Found findSimulationData(const char* path, float t, FLX_Node& node, FLX_GeoLookup& lookup) {
     DOP_FullPathData data;
     Found found;
-    SIM_Data* leaf = DOPfindDataFromPath(path, data, t, &node, 0);
-    if (!leaf) return found;
-    const SIM_Geometry* geometry = leaf->castToGeometry();
+    if (!DOPfindDataFromPath(path, data, t, &node, 0)) return found;
+    const SIM_Geometry* geometry = SIMcast<SIM_Geometry>(data.getData());
     if (!geometry)
-        if (const SIM_Object* object = leaf->castToObject()) geometry = object->getGeometry();
+        if (const SIM_Object* object = SIMcast<SIM_Object>(data.getData())) geometry = object->getGeometry();
     if (!geometry) return found;
     found.detail = geometry->getGeometry().peekDetail();
-    found.creator = data.getObjectNode();
-    lookup.transform = geometry->getTransform();
+    if (OP_Node* object = data.getObjectNode()) found.creator = object->castToOBJNode();
+    geometry->getTransform(lookup.transform);
     if (const SIM_Position* position = data.getBestPosition()) {
         UT_DMatrix4 placed;
         position->getTransform(placed);

@@ -83,7 +83,8 @@ template <bool Plain> inline void stepParticle(GEO_Point* p, const FLX_Rules& ru
 template <bool Plain> size_t fusedStep(FLX_ContextData& context, GEO_PrimParticle& prim, const Phases& phases) {
     const FLX_Rules rules(context);
     const auto step = [&](auto doRules, auto doPrep) -> size_t {
-        const auto work = [rules](GEO_Point* p) { stepParticle<Plain>(p, rules, doRules(), doPrep()); };
+        constexpr bool withRules = decltype(doRules)::value, withPrep = decltype(doPrep)::value;
+        const auto work = [rules](GEO_Point* p) { stepParticle<Plain>(p, rules, withRules, withPrep); };
         if (phases.reap) return reapAnd(context, prim, work);
         forEachParticle(prim, context.getDetail()->points().access(), [&](GEO_Point* p, size_t) { work(p); });
         return 0;
@@ -110,8 +111,6 @@ void runFused(FLX_ContextData& context, FLX_ParticleList& list, const Phases& ph
     removeReaped(context, dropped);
 }
 
-FLX_ContextData& contextOf(OP_Context& context) { return *static_cast<FLX_ContextData*>(context.getData()); }
-
 // Particles bound to geometry fetch it in mid-step, and a point that two particles share must see every rule before any
 // preparation: then the phases run one after the other.
 bool canFuse(const FLX_ContextData& context) { return context.getPosPathOffset() < 0 && !context.pointsShared(); }
@@ -119,7 +118,7 @@ bool canFuse(const FLX_ContextData& context) { return context.getPosPathOffset()
 } // namespace
 
 void FLX_Node::timestepStatic(OP_Context& opContext) {
-    FLX_ContextData& context = contextOf(opContext);
+    FLX_ContextData& context = *contextOf(opContext);
     if (context.isGuideOnly() || !context.getDetail()) return;
     if (context.cookNode && context.cookNode->error() >= UT_ERROR_ABORT) return;
     if (canFuse(context)) {
@@ -133,12 +132,12 @@ void FLX_Node::timestepStatic(OP_Context& opContext) {
 }
 
 void FLX_Node::reapParticles(OP_Context& opContext) {
-    FLX_ContextData& context = contextOf(opContext);
+    FLX_ContextData& context = *contextOf(opContext);
     if (context.shouldDoReap()) runFused(context, *context.getParticleList(), {true, false, false});
 }
 
 void FLX_Node::prepParticles(OP_Context& opContext) {
-    FLX_ContextData& context = contextOf(opContext);
+    FLX_ContextData& context = *contextOf(opContext);
     if (context.shouldDoPrep()) runFused(context, *context.getParticleList(), {false, false, true});
 }
 

@@ -93,8 +93,8 @@ EV_Term EV_Emitter::component(const EV_Term& vector, int index, size_t offset) {
     static constexpr std::string_view theNames = "xyzw";
     if (!vector.isVector())
         fail(EV_ERR_TYPE, offset,
-             std::string(".").append(theNames.substr(size_t(index), 1)) + " needs a vector, not " + EV_typeName(vector.type) +
-                 ",");
+             std::string(".").append(theNames.substr(size_t(index), 1)) + " needs a vector, not " +
+                 EV_typeName(vector.type) + ",");
     if (index >= vector.size()) fail(EV_ERR_TYPE, offset, ".w needs a vector of four, not a vector,");
     return term({vector.c[index]}, vector.offset);
 }

@@ -34,20 +34,21 @@ struct Split {
 
 } // namespace
 
-GU_BvhLine::GU_BvhLine(const UT_Vector3& org, const UT_Vector3D& dir, float rangeLow, float rangeHigh,
+GU_BvhLine::GU_BvhLine(const UT_Vector3& from, const UT_Vector3D& dir, float rangeLow, float rangeHigh,
                        const UT_BoundingBox& scene)
     : low(rangeLow)
     , high(rangeHigh) {
     float most = 0;
     for (int k = 0; k < 3; ++k)
-        most = std::max({most, std::fabs(org[k]), std::fabs(scene.vmin()[k]), std::fabs(scene.vmax()[k])});
+        most = std::max({most, std::fabs(from[k]), std::fabs(scene.vmin()[k]), std::fabs(scene.vmax()[k])});
     const float pad = most * 0x1p-22f;
     for (int k = 0; k < 3; ++k) {
-        lowOrg[k] = clampToFloat(double(org[k]) + pad);
-        highOrg[k] = clampToFloat(double(org[k]) - pad);
+        org[0][k] = clampToFloat(double(from[k]) + pad);
+        org[1][k] = clampToFloat(double(from[k]) - pad);
         parallel[k] = std::fabs(dir[k]) < NO_CROSSING;
         inverse[k] = parallel[k] ? 0 : static_cast<float>(1 / dir[k]);
-        backward[k] = dir[k] < 0;
+        nearSide[k] = dir[k] < 0;
+        anyParallel |= parallel[k];
     }
 }
 
@@ -183,13 +184,12 @@ int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
     const size_t me = myNodes.size();
     myNodes.emplace_back();
     for (int i = 0; i < 4; ++i) {
-        const UT_BoundingBox box =
-            i < count ? at(children[i]).box : UT_BoundingBox(UT_Vector3(0, 0, 0), UT_Vector3(0, 0, 0));
+        const float most = std::numeric_limits<float>::max();
         for (int k = 0; k < 3; ++k) {
-            myNodes[me].low[k][i] = box.vmin()[k];
-            myNodes[me].high[k][i] = box.vmax()[k];
+            myNodes[me].sides[0][k][i] = i < count ? at(children[i]).box.vmin()[k] : most;
+            myNodes[me].sides[1][k][i] = i < count ? at(children[i]).box.vmax()[k] : -most;
         }
-        const int32_t child = i < count ? collapse(tree, children[i]) : EMPTY;
+        const int32_t child = i < count ? collapse(tree, children[i]) : 0;
         myNodes[me].child[i] = child;
     }
     return static_cast<int32_t>(me);

@@ -5,6 +5,7 @@
 #include "host/ut/UT_Vector3.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -16,15 +17,15 @@
 /// Traversal", 2013).
 struct GU_BvhLine {
     /// `dir` has components of at most 1. The range may be infinite.
-    GU_BvhLine(const UT_Vector3& org, const UT_Vector3D& dir, float low, float high, const UT_BoundingBox& scene);
+    GU_BvhLine(const UT_Vector3& from, const UT_Vector3D& dir, float low, float high, const UT_BoundingBox& scene);
 
     float low, high;  ///< range still of interest; a visitor may shrink it
     float reach = 0;  ///< boxes that lie wholly within |distance| < reach are of no interest (furthest hits)
-    float lowOrg[3];  ///< what to take from a box's near sides ...
-    float highOrg[3]; ///< ... and from its far sides
+    float org[2][3];  ///< what to take from a box's low and high sides
     float inverse[3]; ///< 1 / direction
+    int nearSide[3];  ///< 1 where the line meets the high side first
     bool parallel[3]; ///< the line never crosses this pair of sides
-    bool backward[3];
+    bool anyParallel = false;
 };
 
 /// Boxes in a tree with four children per node, built by binned surface areas (Wald, "On fast Construction of SAH-based
@@ -40,16 +41,17 @@ public:
     /// The four items of a leaf, unused places NO_ITEM.
     const uint32_t* leafItems(size_t leaf) const { return &myOrder[leaf * 4]; }
 
-    /// Calls visit(leaf number, line) for every leaf that the line may meet, roughly front to back.
+    /// Calls visit(leaf number) for every leaf that the line may meet, roughly front to back. visit may shrink the
+    /// range.
     template <bool Furthest, class Visit> void along(GU_BvhLine& line, Visit&& visit) const;
     /// Calls visit(leaf number) -> float for leaves that may hold something nearer to p than the square root of
     /// `distance2`, which visit's result replaces, roughly from near to far.
     template <class Visit> void around(const UT_Vector3& p, float distance2, Visit&& visit) const;
 
 private:
-    struct alignas(16) Node {
-        float low[3][4], high[3][4];
-        int32_t child[4]; ///< node, or ~leaf; EMPTY
+    struct alignas(64) Node {
+        float sides[2][3][4]; ///< low and high by axis and child; low above high where there is no child
+        int32_t child[4];     ///< node, or ~leaf
     };
     struct Binary; ///< the tree while it has two children per node
     static constexpr int32_t EMPTY = 0x7fffffff;
@@ -72,26 +74,29 @@ private:
 };
 
 template <bool Furthest> int GU_Bvh::crossed(const Node& node, const GU_BvhLine& line, float (&keys)[4]) {
+    const GU_Float4 zero = GU_Float4::splat(0);
     GU_Float4 t0 = GU_Float4::splat(line.low), t1 = GU_Float4::splat(line.high);
     int mask = 15;
     for (int k = 0; k < 3; ++k) {
-        const GU_Float4 low = GU_Float4::load(node.low[k]) - GU_Float4::splat(line.lowOrg[k]);
-        const GU_Float4 high = GU_Float4::load(node.high[k]) - GU_Float4::splat(line.highOrg[k]);
-        const GU_Float4 inverse = GU_Float4::splat(line.inverse[k]);
-        if (line.parallel[k]) {
-            const GU_Float4 zero = GU_Float4::splat(0);
-            mask &= lessEqual(low, zero) & lessEqual(zero, high);
-        } else if (line.backward[k]) {
-            t0 = max(high * inverse, t0), t1 = min(low * inverse, t1);
-        } else {
-            t0 = max(low * inverse, t0), t1 = min(high * inverse, t1);
+        const int side = line.nearSide[k];
+        const GU_Float4 front = GU_Float4::load(node.sides[side][k]) - GU_Float4::splat(line.org[side][k]);
+        const GU_Float4 back = GU_Float4::load(node.sides[1 - side][k]) - GU_Float4::splat(line.org[1 - side][k]);
+        if (line.anyParallel && line.parallel[k]) {
+            mask &= lessEqual(front, zero) & lessEqual(zero, back);
+            continue;
         }
+        const GU_Float4 inverse = GU_Float4::splat(line.inverse[k]);
+        t0 = max(front * inverse, t0);
+        t1 = min(back * inverse, t1);
     }
     mask &= lessEqual(t0, t1);
-    if constexpr (Furthest) mask &= ~less(max(GU_Float4::splat(0) - t0, t1), GU_Float4::splat(line.reach));
-    // The side of the origin that is nearer decides the order, so that ranges around it shrink fast.
-    const GU_Float4 key = max(max(t0, GU_Float4::splat(0) - t1), GU_Float4::splat(0));
-    (Furthest ? GU_Float4::splat(0) - max(GU_Float4::splat(0) - t0, t1) : key).store(keys);
+    if constexpr (Furthest) {
+        const GU_Float4 most = max(zero - t0, t1);
+        mask &= ~less(most, GU_Float4::splat(line.reach));
+        (zero - most).store(keys);
+    } else { // how near to the origin, on either side, the box comes
+        max(max(t0, zero - t1), zero).store(keys);
+    }
     return mask;
 }
 
@@ -99,8 +104,8 @@ inline int GU_Bvh::near(const Node& node, const UT_Vector3& p, float distance2, 
     GU_Float4 sum = GU_Float4::splat(0);
     for (int k = 0; k < 3; ++k) {
         const GU_Float4 at = GU_Float4::splat(p[k]);
-        const GU_Float4 out =
-            max(max(GU_Float4::load(node.low[k]) - at, at - GU_Float4::load(node.high[k])), GU_Float4::splat(0));
+        const GU_Float4 out = max(max(GU_Float4::load(node.sides[0][k]) - at, at - GU_Float4::load(node.sides[1][k])),
+                                  GU_Float4::splat(0));
         sum = sum + out * out;
     }
     sum = sum * GU_Float4::splat(1 - 4e-7f); // rounding never makes a box look further than its content
@@ -111,8 +116,8 @@ inline int GU_Bvh::near(const Node& node, const UT_Vector3& p, float distance2, 
 inline int GU_Bvh::push(const Node& node, int mask, const float (&keys)[4], Entry* stack, int& top) {
     int leaves = 0;
     const int base = top;
-    for (int i = 0; i < 4; ++i) {
-        if (!(mask >> i & 1) || node.child[i] == EMPTY) continue;
+    for (; mask; mask &= mask - 1) {
+        const int i = std::countr_zero(static_cast<unsigned>(mask));
         if (node.child[i] < 0) {
             leaves |= 1 << i;
             continue;
@@ -135,9 +140,9 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
         const Entry entry = stack[--top];
         if (Furthest ? -entry.key < line.reach : entry.key > std::max(-line.low, line.high)) continue;
         const Node& node = myNodes[static_cast<size_t>(entry.node)];
-        const int leaves = push(node, crossed<Furthest>(node, line, keys), keys, stack, top);
-        for (int i = 0; leaves >> i; ++i)
-            if (leaves >> i & 1) visit(static_cast<uint32_t>(~node.child[i]));
+        int leaves = push(node, crossed<Furthest>(node, line, keys), keys, stack, top);
+        for (; leaves; leaves &= leaves - 1)
+            visit(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]));
     }
 }
 

@@ -5,9 +5,7 @@
 
 VM_Host::~VM_Host() = default;
 
-#if defined(__clang__)
-#define VM_LANE_LOOP _Pragma("clang loop vectorize(assume_safety)")
-#elif defined(__GNUC__)
+#if defined(__GNUC__) && !defined(__clang__)
 #define VM_LANE_LOOP _Pragma("GCC ivdep")
 #else
 #define VM_LANE_LOOP

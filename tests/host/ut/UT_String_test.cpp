@@ -115,6 +115,7 @@ TEST(UT_NodePath, JoinsAndCollapses) {
     EXPECT_EQ(collapse("/"), "/");
     EXPECT_EQ(collapse("/.."), "");
     EXPECT_EQ(collapse("../a/.."), "..");
+    EXPECT_EQ(collapse("../../b"), "../../b");
     EXPECT_EQ(collapse("a/.."), ".");
     EXPECT_EQ(collapse("a/../../b"), "../b");
     EXPECT_EQ(parent("/obj/ground/grid1"), "/obj/ground");
