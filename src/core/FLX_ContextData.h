@@ -166,7 +166,7 @@ public:
 
     // ---- identity and randomness
     int nextID();
-    float random();         ///< in [0, 1)
+    float random();         ///< in [0, 1); lint-ok: this is the source of random numbers
     float randomSample();   ///< in [0, 1), from a scrambled copy of the state
 
     // ---- events
