@@ -183,6 +183,9 @@ TEST_F(FormatFiles, NumpyReadsNpz) {
     write(d, "a.npz");
     empty.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
     empty.pointAttribs().append("instance", 4, GB_ATTRIB_INDEX);
+    empty.pointAttribs().append("odd", 4, GB_ATTRIB_INDEX);
+    for (const char* text : {"caf\xe9", "\xe2\x82", "\xc0\xaf-", "\xed\xa0\x80", "\xe2\x82\xac"})
+        empty.pointAttribs().addIndex("odd", text);
     write(empty, "b.npz");
     EXPECT_EQ(python(R"(
 import numpy, zipfile
@@ -200,6 +203,8 @@ assert list(a['instance']) == [i % 7 - 1 for i in range(30)]
 assert list(a['instance_names']) == ['/obj/rock', '', 'a "quoted", text\nwith \\ and \r', '\u00e4\U0001f388', 'twice', 'twice'], a['instance_names']
 b = numpy.load('b.npz')
 assert b['P'].shape == (0, 3) and b['v'].shape == (0, 3) and b['instance_names'].shape == (0,)
+assert list(b['odd_names']) == [t.decode('utf-8', 'replace') if t != b'\xe2\x82' else '\ufffd\ufffd' for t in
+                                [b'caf\xe9', b'\xe2\x82', b'\xc0\xaf-', b'\xed\xa0\x80', b'\xe2\x82\xac']], b['odd_names']
 )"),
               0);
 }
