@@ -113,7 +113,7 @@ inline void buildEverything(GU_Detail& d) {
         const auto f = static_cast<float>(i);
         p->setPos({f, f / 3, -f * 1e10f, i % 7 == 0 ? 2.5f : 1.0f});
         if (i % 3) *p->castAttribData<UT_Vector3>(velocity) = UT_Vector3(f / 7, 1e-45f, 3.4e38f);
-        *p->castAttribData<int>(id) = -i * 100000000;
+        *p->castAttribData<int>(id) = -i * 70000000;
         *p->castAttribData<int>(path) = i % 7 - 1;
         std::memcpy(p->castAttribData<char>(raw), "\x00\xff\x01z", 4);
         if (i % 2) d.pointGroups().find("odd")->add(p);

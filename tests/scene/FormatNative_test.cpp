@@ -45,10 +45,11 @@ void expectSame(const GU_Detail& a, const GU_Detail& b) {
         EXPECT_EQ(std::memcmp(x.data(), y.data(), static_cast<size_t>(a.primitiveAttribs().recordSize())), 0);
         for (int k = 0; k < x.getVertexCount(); ++k) {
             EXPECT_EQ(a.points().number(x.getVertexPoint(k)), b.points().number(y.getVertexPoint(k)));
-            if (x.getVertex(k))
+            if (x.getVertex(k)) {
                 EXPECT_EQ(std::memcmp(x.getVertex(k)->data(), y.getVertex(k)->data(),
                                       static_cast<size_t>(a.vertexAttribs().recordSize())),
                           0);
+            }
         }
         UT_BoundingBox boxA, boxB;
         EXPECT_EQ(x.getBBox(boxA), y.getBBox(boxB)) << i; // quadrics: their frames
@@ -137,7 +138,7 @@ TEST_P(FormatNative, EveryFloatKeepsItsBits) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Endings, FormatNative, ::testing::Values(".flx", ".bflx"),
-                         [](const auto& info) { return std::string(info.param + 1); });
+                         [](const auto& ending) { return std::string(ending.param + 1); });
 
 TEST_F(FormatNativeText, KeysComeInAnyOrderAndDefaultsMayBeLeftOut) {
     GU_Detail d;
@@ -159,7 +160,7 @@ TEST_F(FormatNativeText, RefusesWithOneClearLine) {
     } cases[] = {
         {"", "is empty"},
         {"{", "line 1, column 2: no valid JSON at \"{\""},
-        {"{\n\"flxgeo\": 1,\n\"P\": [1 2]}", "line 3, column 10: no valid JSON at \"1 2\""},
+        {"{\n\"flxgeo\": 1,\n\"P\": [1 2]}", "line 3, column 9: no valid JSON at \"2\""},
         {"[]", "an object expected"},
         {"3", "an object expected"},
         {"{\"a\": 1}", "has no \"flxgeo\" version; is it a geometry file?"},
@@ -211,7 +212,7 @@ TEST_F(FormatNativeText, RefusesWithOneClearLine) {
          "point group \"g\": member 0, but there are only 0"},
         {R"({"flxgeo": 1, "points": 0, "P": [], "primgroups": [{"name": "a b", "prims": []}]})",
          "primitive group: \"a b\" is no name a group may have"},
-        {"{\"flxgeo\": 1, \"points\": 0, \"P\": [], \"a\xff\": 1}", "line 1, column 41: no valid JSON at \"\"a?\""},
+        {"{\"flxgeo\": 1, \"points\": 0, \"P\": [], \"a\xff\": 1}", "line 1, column 39: no valid JSON at \"\"a?\""},
     };
     for (const auto& c : cases) EXPECT_EQ(refusal(GeometryFormat::FLX, c.text), c.error) << c.text;
 }

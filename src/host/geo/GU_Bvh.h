@@ -41,7 +41,8 @@ public:
     /// The four items of a leaf, unused places NO_ITEM.
     const uint32_t* leafItems(size_t leaf) const { return &myOrder[leaf * 4]; }
 
-    /// Calls visit(leaf number, line) for every leaf that the line may meet, roughly front to back.
+    /// Calls visit(leaf number) for every leaf that the line may meet, roughly front to back. visit may shrink the
+    /// range.
     template <bool Furthest, class Visit> void along(GU_BvhLine& line, Visit&& visit) const;
     /// Calls visit(leaf number) -> float for leaves that may hold something nearer to p than the square root of
     /// `distance2`, which visit's result replaces, roughly from near to far.

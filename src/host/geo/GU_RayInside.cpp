@@ -64,8 +64,8 @@ int GU_RayIntersect::isInside(const UT_Vector3& p, int thorough) const {
     return inside == needed;
 }
 
-bool GU_RayIntersect::nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& c,
-                                    UT_Vector3& position) const {
+bool GU_RayIntersect::nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& c, UT_Vector3& position,
+                                    OutlineAnswer& answer) const {
     const uint32_t item = myLeaves[place / 4].item[place % 4];
     if (item == GU_Bvh::NO_ITEM) return false;
     c.item = item;
@@ -84,11 +84,10 @@ bool GU_RayIntersect::nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayC
     const Corners corner = corners(place);
     const UT_Vector3D a(corner[0]), b(corner[1]), m(corner[2]);
     GEO_TriangleHit near = GEOnearestOnTriangle(q, a, b, m);
-    if (shape.kind == GU_RayShape::FOLDED && near.c > 0 && shape.normal != UT_Vector3(0, 0, 0)) {
-        const UT_Vector3 at(a * near.a + b * near.b + m * near.c);
-        // Where the fan covers more than the polygon, the rim is what is left.
-        if (!outlineHolds(shape, GU_RayFrame(at, shape.normal))) near = GEOnearestOnTriangle(q, a, b, b);
-    }
+    // Over the polygon some piece holds the foot of p; elsewhere, where the fan covers more, only the rim is left.
+    if (shape.kind == GU_RayShape::FOLDED && shape.normal != UT_Vector3(0, 0, 0) &&
+        !outlineHolds(c.shape, GU_RayFrame(p, shape.normal), answer))
+        near = GEOnearestOnTriangle(q, a, b, b);
     c.t = static_cast<float>(std::sqrt(near.distance2));
     c.b[0] = static_cast<float>(near.a);
     c.b[1] = static_cast<float>(near.b);
@@ -104,12 +103,13 @@ int GU_RayIntersect::minimumPoint(const UT_Vector3& p, GU_RayHit& hit, float max
     best.t = maxDistance;
     UT_Vector3 position(0, 0, 0);
     bool found = false;
+    OutlineAnswer answer;
     const auto limit = [&] { return static_cast<float>(std::fmin(double(best.t) * best.t * (1 + 1e-6), 3.4e38)); };
     myBvh.around(p, limit(), [&](uint32_t leaf) {
         for (uint32_t i = 0; i < 4; ++i) {
             GU_RayCandidate c{};
             UT_Vector3 at(0, 0, 0);
-            if (!nearestOnItem(leaf * 4 + i, p, c, at) || !(c.t <= best.t)) continue;
+            if (!nearestOnItem(leaf * 4 + i, p, c, at, answer) || !(c.t <= best.t)) continue;
             if (found && c.t == best.t && (c.shape != best.shape ? c.shape > best.shape : c.item > best.item)) continue;
             best = c;
             position = at;

@@ -66,6 +66,7 @@ struct GU_RayIntersect::Query {
     GU_BvhLine line;
     GU_RayCandidate best{};
     bool found = false;
+    OutlineAnswer outline;
     std::vector<GU_RayCandidate>& candidates;
 
     UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }
@@ -208,8 +209,8 @@ void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
         item,
         place,
         {static_cast<float>(u / area), static_cast<float>(v / area), static_cast<float>(w / area)}};
-    const GU_RayShape& shape = myShapes.shapes()[piece.shape];
-    if (shape.kind == GU_RayShape::FOLDED && !outlineHolds(shape, query.frame)) return;
+    const bool folded = myShapes.shapes()[piece.shape].kind == GU_RayShape::FOLDED;
+    if (folded && !outlineHolds(piece.shape, query.frame, query.outline)) return;
     query.add(candidate);
 }
 
@@ -220,6 +221,11 @@ void GU_RayIntersect::testQuadric(uint32_t place, Query& query) const {
     const int count =
         myShapes.quadric(myShapes.shapes()[number]).intersect(UT_Vector3D(query.org), UT_Vector3D(query.dir), t, sides);
     for (int i = 0; i < count; ++i) query.add({static_cast<float>(t[i]), 0, number, item, place, {0, 0, 0}});
+}
+
+bool GU_RayIntersect::outlineHolds(uint32_t shape, const GU_RayFrame& frame, OutlineAnswer& answer) const {
+    if (answer.shape != shape) answer = {shape, outlineHolds(myShapes.shapes()[shape], frame)};
+    return answer.holds;
 }
 
 // Winding number of the outline about the ray, as seen along it; on the outline counts as inside.

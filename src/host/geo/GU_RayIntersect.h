@@ -82,8 +82,16 @@ private:
     void finishAll(GU_RayInfo& info, const Query& query) const;
     /// Crossings of the half line from p: how many, and leaving minus entering ones.
     void countCrossings(const UT_Vector3& p, const UT_Vector3& dir, int& crossings, int& winding) const;
-    bool nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& candidate, UT_Vector3& position) const;
+    /// Whether a ray passes inside the outline of the shape asked about last: all pieces of a shape get the same
+    /// answer.
+    struct OutlineAnswer {
+        uint32_t shape = GU_Bvh::NO_ITEM;
+        bool holds = false;
+    };
+    bool outlineHolds(uint32_t shape, const GU_RayFrame& frame, OutlineAnswer& answer) const;
     bool outlineHolds(const GU_RayShape& shape, const GU_RayFrame& frame) const;
+    bool nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& candidate, UT_Vector3& position,
+                       OutlineAnswer& answer) const;
 
     uint64_t myDataId = 0;
     uint64_t myChangeCount = 0;

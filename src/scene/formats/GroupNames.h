@@ -14,7 +14,7 @@ std::string groupNameFrom(std::string_view text);
 class GroupBudget {
 public:
     explicit GroupBudget(size_t fileBytes)
-        : myLeft((size_t{64} << 20) + fileBytes * 64) {}
+        : myLeft((size_t{256} << 20) + fileBytes * 64) {}
     void take(size_t lastMember);
 
 private:

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "core/FLX_ContextData.h"
+#include "core/FLX_Node.h"
+#include "host/node/OBJ_Node.h"
+#include "host/node/OP_Director.h"
+
+/// An object that holds particle operators.
+class TestNetworkNode final : public OBJ_Node {
+public:
+    using OBJ_Node::OBJ_Node;
+    const char* getChildType() const override { return "FLX"; }
+    OP_OpTypeId getChildTypeID() const override { return FLX_OPTYPE_ID; }
+    OP_OperatorTable* childTable() const override { return &OP_Director::operatorTable("FLX"); }
+};
+
+/// A host with one particle network, made afresh:
+///
+///     Network net;
+///     FLX_Node& birth = net.add("location", "birth");
+///     FLX_Node& force = net.add("force", "pull", {&birth});
+///     net.start(force);
+///     net.step(10);
+class Network {
+public:
+    explicit Network(double fps = 24);
+    ~Network();
+    Network(const Network&) = delete;
+    Network& operator=(const Network&) = delete;
+
+    /// A node of the network, or of a sub-network in it, wired to its inputs in order (null: left open).
+    FLX_Node& add(const char* type, const char* name, std::initializer_list<OP_Node*> inputs = {},
+                  OP_Network* parent = nullptr);
+
+    /// Resets the simulation with `output` as the cook and display node, and cooks once at time 0.
+    void start(FLX_Node& output, unsigned seed = 0, const char* initialState = "");
+    /// Cooks the next steps, one frame each.
+    void step(int n = 1);
+
+    FLX_ContextData& context() { return *myContext; }
+    GU_Detail& detail() { return *myContext->getDetail(); }
+    OBJ_Node& object() { return *myObject; }
+    int particles() const { return myContext->getNumParticles(); }
+    float time() const { return myContext->time; }
+    float timeStep() const { return myContext->timeStep; }
+
+    /// A point attribute's component of point i.
+    float value(const char* attrib, int point, int component = 0);
+    int intValue(const char* attrib, int point);
+    UT_Vector3 position(int point);
+    /// "error FLX 11: /obj/nothing", one line per message of the node's last cook.
+    static std::string messages(const FLX_Node& node);
+
+    /// A SOP that serves a given detail, as /obj/<name>/out; times it was cooked are counted by the host.
+    std::string addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill);
+
+private:
+    void cook();
+
+    TestNetworkNode* myObject = nullptr;
+    FLX_ContextData* myContext = nullptr;
+    int myFrame = 0;
+    double myFps;
+};
