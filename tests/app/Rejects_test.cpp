@@ -48,7 +48,7 @@ protected:
 } // namespace
 
 TEST_F(Rejects, BadScenesWriteNothing) {
-    expectBad("{\"flx\": 1,\n \"obj\": [,]}", "scene.json:2: unexpected \",\" where a value is expected");
+    expectBad("{\"flx\": 1,\n \"obj\": [,]}", "scene.json:2: unexpected ','; expected '[', '{', or a literal");
     expectBad(R"({"obj": []})", "scene.json: \"flx\" is missing: a scene says its format version, \"flx\": 1");
     expectBad(R"({"flx": 2})", "scene.json: \"flx\" is 2: this program reads format version 1");
     expectBad(R"({"flx": 1, "obj": []})", "scene.json: holds no particle network, an object of type \"flxnet\"");
@@ -56,7 +56,7 @@ TEST_F(Rejects, BadScenesWriteNothing) {
               "scene.json: /obj/fx/a: unknown type \"loaction\"; did you mean \"location\"?");
     expectBad(
         scene(R"({"name": "a", "type": "force", "inputs": ["b"]}, {"name": "b", "type": "force", "inputs": ["a"]})"),
-        "scene.json: /obj/fx/a: the inputs form a cycle: a -> b -> a");
+        "scene.json: /obj/fx/b: the inputs form a cycle: b -> a -> b");
     expectBad(scene(R"({"name": "a", "type": "location", "parms": {"lfie": 3}})"),
               "scene.json: /obj/fx/a: unknown parameter \"lfie\"; did you mean \"life\"?");
     expectBad(scene(R"({"name": "a", "type": "location"}, {"name": "a", "type": "location"})"),
@@ -75,14 +75,17 @@ TEST_F(Rejects, BadMeshesEndTheRunBeforeAFileAppears) {
     const ToolResult missing = run();
     EXPECT_EQ(missing.status, 4);
     EXPECT_EQ(missing.err,
-              "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: cannot be opened: No such file or directory\n"
-              "scene.json: /obj/fx/birth: error FLX 11: /obj/thing/mesh\n");
+              "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: cannot open the file: No such file or directory\n"
+              "scene.json: /obj/fx/birth: error FLX 6: /obj/thing/mesh\n");
     EXPECT_EQ(appeared(), std::vector<std::string>{});
     const std::string points = "0 0 0\n1 0 0\n0 1 0\n";
-    expectBadMesh(ply(3, points, "3 0 1 7"), "line 13: vertex number 7, but the file has only 3 (counted from 0)");
-    expectBadMesh(ply(3, points, "3 0 1 -1"), "line 13: vertex number -1, but the file has only 3 (counted from 0)");
+    expectBadMesh(ply(3, points, "3 0 1 7"),
+                  "line 13, element \"face\" 0: vertex number 7, but the file has only 3 (counted from 0)");
+    expectBadMesh(ply(3, points, "3 0 1 -1"),
+                  "line 13, element \"face\" 0: vertex number -1, but the file has only 3 (counted from 0)");
     expectBadMesh(ply(400000000, points, "3 0 1 2"),
-                  "the header claims 400000000 of element \"vertex\", at least 6 bytes each, but only 27 bytes follow");
+                  "the header claims 400000000 of element \"vertex\", at least 6 bytes each, but only 27 bytes "
+                  "follow; the file is truncated or damaged");
     expectBadMesh("", "is empty");
 }
 

@@ -82,8 +82,11 @@ ToolResult ToolTest::flx(const std::vector<std::string>& arguments, size_t memor
 
 ToolResult ToolTest::interruptWhenThere(const std::string& file, const std::vector<std::string>& arguments) const {
     const int process = start(arguments, 0, "");
-    while (!fs::exists(myFolder / file) && waitpid(process, nullptr, WNOHANG | WNOWAIT) == 0)
+    siginfo_t ended{};
+    while (!fs::exists(myFolder / file) && ended.si_pid == 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        waitid(P_PID, id_t(process), &ended, WEXITED | WNOHANG | WNOWAIT);
+    }
     kill(process, SIGINT);
     return finish(process);
 }

@@ -96,15 +96,15 @@ TEST_F(Usage, AssignmentsReachComponentsTextsExpressionsAndTokens) {
     const ToolResult result = flx({"dump", "scene.json", "--frame", "1", "--set", "/obj/fx/birth.constantrate=24 * 3",
                                    "--set", "/obj/fx/birth.method=polar", "--set", "/obj/fx/birth.loc=[2, 90, 0]",
                                    "--set", "/obj/fx/birth.var=[0,0,0]", "--set", "/obj/fx/birth.vel.y=-3", "--set",
-                                   "/obj/fx/birth.vel.2=$ITER", "--set", "/obj/fx/birth.group=3"});
+                                   "/obj/fx/birth.vel.2=$ITER", "--set", "/obj/fx/birth.group=true"});
     ASSERT_EQ(result.status, 0) << result.err;
     const nlohmann::json dump = nlohmann::json::parse(result.out);
     EXPECT_EQ(dump["particles"], 3);
     EXPECT_EQ(dump["points"]["v"], nlohmann::json::parse("[[0, -3, 0], [0, -3, 1], [0, -3, 2]]"));
     EXPECT_NEAR(dump["points"]["P"][0][1], 2, 1e-6);
     EXPECT_NEAR(dump["points"]["P"][0][0], 0, 1e-6);
-    // The text of a string parameter is not read as the number it looks like.
-    EXPECT_EQ(dump["groups"]["3"], nlohmann::json::parse("[0, 1, 2]"));
+    // The text of a string parameter is not read as the boolean it looks like.
+    EXPECT_EQ(dump["groups"]["true"], nlohmann::json::parse("[0, 1, 2]"));
 }
 
 TEST_F(Usage, HelpAndListsGoToStandardOutput) {
