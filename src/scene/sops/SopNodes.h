@@ -9,8 +9,9 @@ class OP_OperatorTable;
 #define SCENE_SOPS(X)                                                                                                  \
     X(Box)                                                                                                             \
     X(Sphere)                                                                                                          \
-    X(Grid) X(Circle) X(Line) X(Tube) X(Torus) X(Points) X(Metaball) X(File) X(Merge) X(Xform) X(AttribCreate)         \
-        X(Measure) X(Group) X(Deform) X(Particles)
+    X(Grid)                                                                                                            \
+    X(Circle) X(Line) X(Tube) X(Torus) X(Points) X(Metaball) X(File) X(Merge) X(Xform) X(AttribCreate) X(Measure)      \
+        X(Group) X(Deform) X(Particles)
 
 #define SCENE_SOP_MAKER(NAME) OP_Node* makeSop##NAME(OP_Network* parent, const char* name, OP_Operator* op);
 SCENE_SOPS(SCENE_SOP_MAKER)
