@@ -8,7 +8,10 @@
 #include "host/expr/EV_Error.h"
 #include "host/ut/UT_BitSet.h"
 
-FLX_ContextData::FLX_ContextData(const char* name) : myName(name) { myOffsets.fill(-1); }
+FLX_ContextData::FLX_ContextData(const char* name)
+    : myName(name) {
+    myOffsets.fill(-1);
+}
 
 FLX_ContextData::~FLX_ContextData() {
     if (!myHandleRef) return;
@@ -33,6 +36,7 @@ void FLX_ContextData::reset(FLX_Node* node, GU_Detail* detail, const char* initi
     myLoadError.clear();
     if (detail && !keepGeometry) detail->stashAll();
     myNumParticles = 0;
+    myNumBorn = 0;
 
     const bool fromFile = initialStateFile && *initialStateFile;
     if (detail && fromFile && !detail->load(initialStateFile, nullptr, &myLoadError)) detail->stashAll();
@@ -184,6 +188,7 @@ void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
     }
     myDisplayDetail = nullptr;
     myNumParticles = src.myNumParticles;
+    myNumBorn = src.myNumBorn;
     myPointsShared = src.myPointsShared;
     myParticleList.clear();
     myCarriedList.clear();
@@ -209,7 +214,8 @@ void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
             continue;
         }
         const FLX_Node* owner = data->getOwner();
-        std::fprintf(stderr, "Programming Error: %s BlindData duplicate failed\n", owner ? owner->getName().c_str() : "");
+        std::fprintf(stderr, "Programming Error: %s BlindData duplicate failed\n",
+                     owner ? owner->getName().c_str() : "");
     }
 }
 
