@@ -115,7 +115,7 @@ TEST(TimeStep, SpeedLimits) {
         float min, max, speed, limited;
     };
     const Case cases[] = {{-1, -1, 5, 5}, {2, -1, 1, 2}, {2, -1, 3, 3}, {-1, 3, 5, 3}, {-1, 3, 2, 2},
-                          {2, 3, 1, 2},   {2, 3, 9, 3},  {4, 3, 1, 4},  {4, 3, 5, 3},  {-1, 0, 5, 0},
+                          {2, 3, 1, 2},   {2, 3, 9, 3},  {4, 3, 1, 4},  {4, 3, 5, 3},  {-1, 0, 5, 0}, {4, 2, 3, 4},
                           {0, -1, 0, 0},  {1, -1, 0, 0}};   // without a direction there is nothing to lengthen
     Rules r(int(std::size(cases)), {FLX_Attrib::SpeedLimit, FLX_Attrib::Speed});
     int i = 0;

@@ -294,9 +294,12 @@ TEST(ParticleVariables, OncePerCookOrOncePerParticle) {
 TEST(ParticleVariables, AWarningOrAFailureMakesAParameterPerParticle) {
     Recording r(3);
     r.net.start(*r.op);
-    r.values("$DRAG");   // no such attribute
+    // Attributes that nobody added stand at the defaults they would have.
+    EXPECT_EQ(r.values("$DRAG + 10 * $DIST + 100 * $SCALEZ"), (std::vector<float>{91, 91, 91}));
     EXPECT_TRUE(r.op->aVaries);
-    EXPECT_NE(Network::messages(*r.op).find("$DRAG"), std::string::npos) << Network::messages(*r.op);
+    EXPECT_EQ(Network::messages(*r.op), "warning FLX 1: $DRAG = 1\nwarning FLX 1: $DIST = -1\nwarning FLX 1: $SCALEZ = 1")
+        << "once each";
+    EXPECT_EQ(r.values("$PARENT + $ROTA"), (std::vector<float>{-1, -1, -1}));
     r.values("$NOSUCH");
     EXPECT_NE(Network::messages(*r.op).find("unknown variable $NOSUCH"), std::string::npos) << Network::messages(*r.op);
     EXPECT_TRUE(r.op->rows.empty()) << "an expression that means nothing stops the operator";
