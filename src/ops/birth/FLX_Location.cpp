@@ -39,7 +39,8 @@ void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, 
     const auto originIndex = choose(ORIGININDEX, t, thread);
     const FLX_SpreadParms::Sources spread{chooseVector(SPREAD.VEL, t, thread), chooseVector(SPREAD.VAR, t, thread),
                                           &SPREAD.DOELLIPSE};
-    const UT_Vector4 place = position(METHOD(), loc());
+    const UT_Vector3 coordinates = loc();
+    const UT_Vector4 place = position(METHOD(), coordinates);
     if (UTgetInterrupt()->opInterrupt(-1)) return;
 
     clearSample();
