@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/ut/UT_Interrupt.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"
 
@@ -64,6 +65,20 @@ TEST(Location, RefusedBirthsAreOwed) {
     EXPECT_EQ(l.net.particles(), 5);
     EXPECT_EQ(l.born(), 5);
     EXPECT_EQ(Network::messages(l.birth), "");
+}
+
+TEST(Location, CountsBeyondReasonCanBeStopped) {
+    Location l;
+    l.set("impulserate", {1e30});   // no births bring it down
+    l.net.context().maxParticles = 700;
+    UTgetInterrupt()->clear();
+    UTgetInterrupt()->fireAtPoll(2);   // before the births, and after the first 511
+    l.net.start(l.birth);
+    EXPECT_EQ(l.net.particles(), 511);
+    UTgetInterrupt()->clear();
+    l.net.context().maxParticles = 700;
+    l.net.step();
+    EXPECT_EQ(l.net.particles(), 700);
 }
 
 TEST(Location, LifeAndVelocityAreDrawnInOrder) {

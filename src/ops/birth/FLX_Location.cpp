@@ -59,8 +59,10 @@ void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, 
     birth.life = lifeOf;
     birth.velocity = velocityOf;
     // Births round up: what is born too early is made up for by the cooks that follow.
+    constexpr int POLL_INTERVAL = 512;
     float& born = context->born(prim);
-    while (born > 0) {
+    for (int births = 1; born > 0; ++births) {
+        if (births % POLL_INTERVAL == 0 && UTgetInterrupt()->opInterrupt(-1)) break;
         GEO_Point* point = birthParticle(context, birth);
         if (!point) break;
         if (group) group->add(point);
