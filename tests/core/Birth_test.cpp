@@ -19,8 +19,8 @@ struct Births {
         : probe(Probe::add(net, "probe")) {
         if (identity)
             probe.attribs = [](Probe&, FLX_ContextData* context) {
-                for (const FLX_Attrib a : {FLX_Attrib::ID, FLX_Attrib::Parent, FLX_Attrib::Gen, FLX_Attrib::Origin,
-                                           FLX_Attrib::PrevVel})
+                for (const FLX_Attrib a :
+                     {FLX_Attrib::ID, FLX_Attrib::Parent, FLX_Attrib::Gen, FLX_Attrib::Origin, FLX_Attrib::PrevVel})
                     context->addAttrib(a);
             };
         net.start(probe);
@@ -125,7 +125,7 @@ TEST(Birth, AttributesAreInheritedByPattern) {
     src.pointAttribs().append("N", 12, GB_ATTRIB_VECTOR, normal);
     src.pointAttribs().append("heat", 8, GB_ATTRIB_FLOAT, heat);
     src.pointAttribs().append("up", 12, GB_ATTRIB_VECTOR);
-    src.pointAttribs().append("life", 4, GB_ATTRIB_FLOAT);   // not the particles' "life"
+    src.pointAttribs().append("life", 4, GB_ATTRIB_FLOAT); // not the particles' "life"
     GEO_Point* p = src.appendPoint();
     *p->castAttribData<int>(0) = 6;
     *p->castAttribData<float>(4) = 9;
@@ -145,7 +145,8 @@ TEST(Birth, AttributesAreInheritedByPattern) {
     EXPECT_EQ(b.net.detail().pointAttribs().find("rank"), nullptr);
     EXPECT_EQ(b.net.detail().pointAttribs().find("life")->getSize(), 8);
     std::string names;
-    for (const CH_LocalVariable* v = b.net.context().getUserVariables(); v && v->name; ++v) names += std::string(v->name) + " ";
+    for (const CH_LocalVariable* v = b.net.context().getUserVariables(); v && v->name; ++v)
+        names += std::string(v->name) + " ";
     EXPECT_EQ(names, "MASS MASS1 NX NY NZ HEAT1 HEAT2 UPX UPY UPZ ");
 
     const GB_AttributeData record = recordOf(src, 0);
@@ -174,12 +175,12 @@ TEST(Birth, AttributesAreInheritedByPattern) {
 TEST(Birth, StringIndicesAreTranslated) {
     struct Case {
         std::initializer_list<const char*> there, here, after;
-        std::vector<int> mapped;   // of the source's indices -1, 0, 1, …, and one past the end
+        std::vector<int> mapped; // of the source's indices -1, 0, 1, …, and one past the end
     };
     const Case cases[] = {
         {{"a", "b"}, {"b", "a"}, {"b", "a"}, {-1, 1, 0, -1}},
         {{"a", "b", "c"}, {"c", "x"}, {"c", "x", "a", "b"}, {-1, 2, 3, 0, -1}},
-        {{"a", "b"}, {"a", "b", "c"}, {"a", "b", "c"}, {-1, 0, 1, 2}},   // they agree: taken as they are
+        {{"a", "b"}, {"a", "b", "c"}, {"a", "b", "c"}, {-1, 0, 1, 2}}, // they agree: taken as they are
         {{"a"}, {}, {"a"}, {-1, 0, -1}},
     };
     for (const Case& c : cases) {

@@ -217,7 +217,7 @@ TEST(Context, OffsetsFollowTheDetailExceptForThreeThatOnlyTheirAdderKnows) {
     EXPECT_EQ(context.getMassOffset(), -1);
     const float mass = 2;
     net.detail().pointAttribs().append("mass", 4, GB_ATTRIB_FLOAT, &mass);
-    net.detail().pointAttribs().append("drag", 4, GB_ATTRIB_INT);   // not what the catalogue means by it
+    net.detail().pointAttribs().append("drag", 4, GB_ATTRIB_INT); // not what the catalogue means by it
     const int none = -1;
     net.detail().pointAttribs().append("nearest", 4, GB_ATTRIB_INT, &none);
     context.recacheOffset();
@@ -273,7 +273,7 @@ TEST(Context, ACopyGoesOnLikeItsOriginal) {
     net.context().addEvent(event, 1);
     net.context().setRuleSuppression(FLX_SUPPRESS_UP);
     net.context().setInputGeo("/obj/a", 2);
-    net.context().setInputGeo("/obj/b", 7);   // past the fourth: nothing
+    net.context().setInputGeo("/obj/b", 7); // past the fourth: nothing
 
     auto* copy = new FLX_ContextData("copy");
     copy->copyFrom(net.context(), new GU_Detail);
@@ -357,7 +357,8 @@ TEST(Context, HandlesOutliveTheContext) {
 
     auto* later = new FLX_ContextData("later");
     fourth.set(later);
-    fourth = fourth;
+    const FLX_ContextDataHandle& itself = fourth;
+    fourth = itself;
     EXPECT_EQ(fourth.get(), later);
     later->decRef();
 }

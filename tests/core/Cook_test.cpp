@@ -254,7 +254,7 @@ TEST(Cook, ADisplayOperatorThatGaveNothingIsWarnedAboutOnce) {
     net.step();
     EXPECT_EQ(other.errors().size(), 1u);
 
-    net.context().displayNode = &a;   // what is shown is what a saw, not what b makes of it
+    net.context().displayNode = &a; // what is shown is what a saw, not what b makes of it
     b.work = [](Probe& self, OP_Context& context) {
         self.buildParticleList(context, 0);
         Probe::contextOf(context).getDetail()->points()(0)->setPos({5, 5, 5, 1});
@@ -474,7 +474,8 @@ TEST(Cook, MenusListWhatTheInputHolds) {
     EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &net.object(), 10), Names{}) << "no particle operator";
     EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, nullptr, 10), Names{});
     Probe& fresh = Probe::add(net, "fresh", {&a});
-    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &fresh, 10), (Names{"one", "three", "four"})) << "its input's detail";
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &fresh, 10), (Names{"one", "three", "four"}))
+        << "its input's detail";
     EXPECT_EQ(menu(&FLX_Node::buildGeneratorMenu, &all, 10), (Names{"/obj/fx/birth", "/obj/fx/a"}));
     EXPECT_EQ(menu(&FLX_Node::buildGeneratorMenu, &all, 2), (Names{"/obj/fx/birth"}));
     EXPECT_EQ(menu(&FLX_Node::buildGeneratorMenu, &a, 10), Names{});

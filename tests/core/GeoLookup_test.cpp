@@ -180,7 +180,8 @@ TEST(GeoLookup, SimulationDataIsFoundByItsPath) {
     object("stage").setFloat("t", 1, 100);
     ball->setObjectNode(&object("stage"));
     EXPECT_EQ(first(l.get("/sim/ball")), UT_Vector3(2, 102, 10)) << "then placed like its object";
-    EXPECT_EQ(first(l.get("/sim/ball", false, true)), UT_Vector3(2, 2, 10)) << "the object's transform is ignored, its own not";
+    EXPECT_EQ(first(l.get("/sim/ball", false, true)), UT_Vector3(2, 2, 10))
+        << "the object's transform is ignored, its own not";
     EXPECT_EQ(l.get("/sim/ball/Position"), nullptr);
     EXPECT_EQ(l.get("/sim/none"), nullptr);
     auto empty = std::make_shared<SIM_Object>();
@@ -223,8 +224,12 @@ TEST(GeoLookup, OldParametersBecomeOnePath) {
         const char* path;
     };
     const Case cases[] = {
-        {"A", "B", false, "/obj/A/B"},           {"A", "", false, "/obj/A"},   {"A", "B", true, "../../A/B"},
-        {"__no_obj__", "B", false, ""},          {"A", "__no_obj__", true, ""}, {"", "", false, "kept"},
+        {"A", "B", false, "/obj/A/B"},
+        {"A", "", false, "/obj/A"},
+        {"A", "B", true, "../../A/B"},
+        {"__no_obj__", "B", false, ""},
+        {"A", "__no_obj__", true, ""},
+        {"", "", false, "kept"},
         {"with $X", "B", false, "/obj/with $X/B"},
     };
     for (const Case& c : cases) {

@@ -26,7 +26,8 @@ struct Bound {
         auto* object = OPgetDirector()->objManager()->findChild("ground")->castToOBJNode();
         if (place) place(*object);
         probe.attribs = [list = std::vector(more)](Probe&, FLX_ContextData* context) {
-            for (const FLX_Attrib a : {FLX_Attrib::PosPath, FLX_Attrib::PosPrim, FLX_Attrib::PosUV}) context->addAttrib(a);
+            for (const FLX_Attrib a : {FLX_Attrib::PosPath, FLX_Attrib::PosPrim, FLX_Attrib::PosUV})
+                context->addAttrib(a);
             for (const FLX_Attrib a : list) context->addAttrib(a);
         };
         net.start(probe);
@@ -47,7 +48,7 @@ struct Bound {
 TEST(Surface, AStuckParticleGoesWhereItsPrimitiveGoes) {
     const auto rising = [](GU_Detail& detail, float t) { quad(detail, 1, 3 * t, 0); };
     Bound b(rising, FLX_STUCK);
-    b.net.setValue("posuv", 0, {0, 0});   // the first corner
+    b.net.setValue("posuv", 0, {0, 0}); // the first corner
     for (int i = 0; i < 5; ++i) {
         b.net.step();
         EXPECT_EQ(b.net.position(0), UT_Vector3(-1, 3 * b.net.time(), -1));
@@ -69,11 +70,11 @@ TEST(Surface, GeometryOfAnotherObjectIsBroughtIntoTheParticlesSpace) {
     const auto flat = [](GU_Detail& detail, float) { quad(detail, 1, 0, 0); };
     Bound b(flat, FLX_STUCK, {}, {0, 0, 0}, [](OBJ_Node& object) {
         object.setFloat("t", 0, 10);
-        object.setFloat("r", 1, 90);   // x goes to -z
+        object.setFloat("r", 1, 90); // x goes to -z
         object.setFloat("s", 0, 2);
     });
     b.net.object().setFloat("t", 1, 5);
-    b.net.setValue("posuv", 0, {0, 0});   // (-1, 0, -1) of the quad: scaled (-2, 0, -1), turned (-1, 0, 2)
+    b.net.setValue("posuv", 0, {0, 0}); // (-1, 0, -1) of the quad: scaled (-2, 0, -1), turned (-1, 0, 2)
     b.net.step();
     EXPECT_NEAR(b.net.position(0).x(), 9, 1e-5);
     EXPECT_NEAR(b.net.position(0).y(), -5, 1e-5);

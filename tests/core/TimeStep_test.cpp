@@ -27,7 +27,9 @@ struct Rules {
         net.setValue("v", i, {v[0], v[1], v[2]});
         net.setValue("accel", i, {a[0], a[1], a[2]});
     }
-    F3 get(const char* attrib, int i) { return {net.value(attrib, i, 0), net.value(attrib, i, 1), net.value(attrib, i, 2)}; }
+    F3 get(const char* attrib, int i) {
+        return {net.value(attrib, i, 0), net.value(attrib, i, 1), net.value(attrib, i, 2)};
+    }
     int& bits(int i) { return net.context().state(net.point(i)); }
     float dt() const { return net.timeStep(); }
 };
@@ -59,7 +61,7 @@ TEST(TimeStep, EachStateBitStopsItsRulesForOneStep) {
         const char* what;
         int bits, suppression;
         bool moves, accelerates, turnsUp, ages, turns, spins;
-        int left;   // of the bits, after preparation
+        int left; // of the bits, after preparation
     };
     // clang-format off
     const Case cases[] = {
@@ -114,9 +116,10 @@ TEST(TimeStep, SpeedLimits) {
     struct Case {
         float min, max, speed, limited;
     };
-    const Case cases[] = {{-1, -1, 5, 5}, {2, -1, 1, 2}, {2, -1, 3, 3}, {-1, 3, 5, 3}, {-1, 3, 2, 2},
-                          {2, 3, 1, 2},   {2, 3, 9, 3},  {4, 3, 1, 4},  {4, 3, 5, 3},  {-1, 0, 5, 0}, {4, 2, 3, 4},
-                          {0, -1, 0, 0},  {1, -1, 0, 0}};   // without a direction there is nothing to lengthen
+    const Case
+        cases[] = {{-1, -1, 5, 5}, {2, -1, 1, 2}, {2, -1, 3, 3}, {-1, 3, 5, 3}, {-1, 3, 2, 2},
+                   {2, 3, 1, 2},   {2, 3, 9, 3},  {4, 3, 1, 4},  {4, 3, 5, 3},  {-1, 0, 5, 0},
+                   {4, 2, 3, 4},   {0, -1, 0, 0}, {1, -1, 0, 0}}; // without a direction there is nothing to lengthen
     Rules r(int(std::size(cases)), {FLX_Attrib::SpeedLimit, FLX_Attrib::Speed});
     int i = 0;
     for (const Case& c : cases) {
@@ -167,8 +170,7 @@ TEST(TimeStep, OrientationTurnsWithTheAngularVelocityBeforeTheTorqueChangesIt) {
                                c * q[3] + a * q[1] - b * q[0], -a * q[0] - b * q[1] - c * q[2]};
     double length = 0;
     for (size_t i = 0; i < 4; ++i) e[i] = q[i] + dt * e[i], length += e[i] * e[i];
-    for (int i = 0; i < 4; ++i)
-        EXPECT_NEAR(r.net.value("rot", 0, i), e[size_t(i)] / std::sqrt(length), 1e-6) << i;
+    for (int i = 0; i < 4; ++i) EXPECT_NEAR(r.net.value("rot", 0, i), e[size_t(i)] / std::sqrt(length), 1e-6) << i;
     const double inertia = 4.0 * double(std::bit_cast<float>(0x3e2aaa7eu));
     for (int i = 0; i < 3; ++i) {
         EXPECT_NEAR(r.net.value("w", 0, i), w[size_t(i)] + (i + 1) / inertia * dt, 1e-6);
@@ -192,7 +194,7 @@ TEST(TimeStep, TheExpiredDieAtPreparationAndGoAtTheNextStep) {
         for (int i = 0; i < 5; ++i) r.net.setValue("life", i, {0, spans[i]});
         for (int i = 0; i < 5; ++i) r.net.setInt("id", i, i + 1);
         auto* prim = dynamic_cast<GEO_PrimParticle*>(r.net.detail().primitives()(0));
-        r.net.step();   // ages are dt: the third and fifth are marked
+        r.net.step(); // ages are dt: the third and fifth are marked
         EXPECT_EQ(r.net.particles(), 5);
         EXPECT_EQ(r.bits(2) & r.bits(4) & FLX_DEAD, FLX_DEAD);
         EXPECT_EQ((r.bits(0) | r.bits(1) | r.bits(3)) & FLX_DEAD, 0);
@@ -259,8 +261,9 @@ TEST(TimeStep, FusedAndSeparatePhasesGiveTheSameBits) {
     const auto run = [](bool separate) {
         Network net;
         Probe& probe = Probe::add(net, "probe");
-        const auto all = {FLX_Attrib::Up,   FLX_Attrib::PrevVel, FLX_Attrib::Rot,        FLX_Attrib::AngVel, FLX_Attrib::Torque,
-                          FLX_Attrib::Mass, FLX_Attrib::Speed,   FLX_Attrib::SpeedLimit, FLX_Attrib::ID};
+        const auto all = {FLX_Attrib::Up,     FLX_Attrib::PrevVel,    FLX_Attrib::Rot,
+                          FLX_Attrib::AngVel, FLX_Attrib::Torque,     FLX_Attrib::Mass,
+                          FLX_Attrib::Speed,  FLX_Attrib::SpeedLimit, FLX_Attrib::ID};
         probe.attribs = [=](Probe&, FLX_ContextData* context) {
             for (const FLX_Attrib attrib : all) context->addAttrib(attrib);
             if (separate) context->addAttrib(FLX_Attrib::PosPath);
@@ -279,7 +282,8 @@ TEST(TimeStep, FusedAndSeparatePhasesGiveTheSameBits) {
             context.getDetail()->points().forEach(nullptr, [&](GEO_Point* p) {
                 for (float* f : {context.accel(p).data(), p->castAttribData<float>(context.getTorqueOffset())})
                     for (int k = 0; k < 3; ++k) f[k] = context.random() - 0.5f;
-                static constexpr int bits[] = {0, 0, 0x4, 0x100, 0x200, 0x400, 0x800, 0x1002, 0x2000, 0x4000, 0x8000, 0x10, 0};
+                static constexpr int bits[] = {0,      0,      0x4,    0x100,  0x200, 0x400, 0x800,
+                                               0x1002, 0x2000, 0x4000, 0x8000, 0x10,  0};
                 context.state(p) |= bits[int(context.random() * float(std::size(bits)))];
             });
         };
@@ -324,7 +328,8 @@ TEST(TimeStep, PointsThatTwoParticlesShareSeeEveryRuleBeforeAnyPreparation) {
     net.setValue("accel", 0, {24, 0, 0});
     net.step();
     const float dt = net.timeStep();
-    EXPECT_FLOAT_EQ(net.value("v", 0), 1 + 2 * 24 * dt) << "once for each particle, the second time too with the acceleration";
+    EXPECT_FLOAT_EQ(net.value("v", 0), 1 + 2 * 24 * dt)
+        << "once for each particle, the second time too with the acceleration";
     EXPECT_FLOAT_EQ(net.position(0).x(), dt + (1 + 24 * dt) * dt);
     EXPECT_EQ(net.value("life", 0), 0);
 }

@@ -22,7 +22,9 @@ struct Pull {
         int i = 0;
         for (const double value : values) pull.setFloat(parm, i++, value);
     }
-    UT_Vector3 accel(int i = 0) { return {net.value("accel", i, 0), net.value("accel", i, 1), net.value("accel", i, 2)}; }
+    UT_Vector3 accel(int i = 0) {
+        return {net.value("accel", i, 0), net.value("accel", i, 1), net.value("accel", i, 2)};
+    }
     UT_Vector3 step(int i = 0) { return net.step(), accel(i); }
 };
 
@@ -38,10 +40,11 @@ TEST(Force, MassComesFromTheAttributeTheParameterOrNowhere) {
         float divisor;
     };
     const Case cases[] = {
-        {false, 0, false, 3, false, 1},    {true, 2, false, 3, false, 2},    {true, 2, true, 4, false, 4},
-        {false, 0, true, 4, false, 4},     {true, 2, false, 3, true, 1},     {true, 2, true, 4, true, 1},
-        {true, 0, false, 3, false, 0.01f}, {true, -0.00001f, false, 3, false, 0.01f}, {true, -2, false, 3, false, -2},
-        {true, 0.00002f, false, 1, false, 0.00002f},
+        {false, 0, false, 3, false, 1},    {true, 2, false, 3, false, 2},
+        {true, 2, true, 4, false, 4},      {false, 0, true, 4, false, 4},
+        {true, 2, false, 3, true, 1},      {true, 2, true, 4, true, 1},
+        {true, 0, false, 3, false, 0.01f}, {true, -0.00001f, false, 3, false, 0.01f},
+        {true, -2, false, 3, false, -2},   {true, 0.00002f, false, 1, false, 0.00002f},
     };
     for (const Case& c : cases) {
         Pull p(1, c.attribute);
@@ -69,7 +72,7 @@ TEST(Force, AnObjectGivesTheDirectionInTheNetworksSpace) {
     p.set("scale", {3});
     p.pull.setString("forcepath", "/obj/fan");
     EXPECT_EQ(p.step(), UT_Vector3(0, 0, -3));
-    fan.setFloat("r", 0, -90);   // -z turns to -y
+    fan.setFloat("r", 0, -90); // -z turns to -y
     fan.setFloat("t", 0, 7);
     UT_Vector3 a = p.step();
     EXPECT_NEAR(a.x(), 0, 1e-5);
@@ -100,7 +103,7 @@ TEST(Force, NoiseIsSampledAtTheParticle) {
     p.set("seed", {6});
     const UT_Vector3 plain = p.step(1);
     EXPECT_EQ(plain, UT_Vector3(2, 4, 6));
-    p.net.context().setDoApplyRules(false);   // it is to stay where it is
+    p.net.context().setDoApplyRules(false); // it is to stay where it is
     const int types[] = {0, 2, 1, 3};
     for (int menu = 0; menu < 4; ++menu) {
         p.set("ntype", {double(menu)});
@@ -140,7 +143,10 @@ TEST(Force, ReachesLiveParticlesOfItsGroup) {
         const char *group, *message;
         int reached;
     };
-    for (const Case& c : {Case{"some", "", 0b010001}, {"none", "", 0}, {"missing", "error FLX 2: missing", 0}, {"0-1 5", "", 0b100001}}) {
+    for (const Case& c : {Case{"some", "", 0b010001},
+                          {"none", "", 0},
+                          {"missing", "error FLX 2: missing", 0},
+                          {"0-1 5", "", 0b100001}}) {
         p.pull.setString("source", c.group);
         prepare();
         p.net.step();

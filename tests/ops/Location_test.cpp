@@ -30,7 +30,8 @@ TEST(Location, CountsPerCook) {
     struct Case {
         double constant, impulse, constantActive, impulseActive;
     };
-    const Case cases[] = {{0, 10, 1, 1}, {100, 0, 1, 1}, {24, 3, 1, 1}, {100, 10, 0, 0}, {7.2, 0, 1, 0}, {5, 2.5, 0.1, 0}, {0, 0.3, 1, 2}};
+    const Case cases[] = {{0, 10, 1, 1},  {100, 0, 1, 1},   {24, 3, 1, 1}, {100, 10, 0, 0},
+                          {7.2, 0, 1, 0}, {5, 2.5, 0.1, 0}, {0, 0.3, 1, 2}};
     for (const Case& c : cases) {
         Location l;
         l.set("constantrate", {c.constant});
@@ -69,10 +70,10 @@ TEST(Location, RefusedBirthsAreOwed) {
 
 TEST(Location, CountsBeyondReasonCanBeStopped) {
     Location l;
-    l.set("impulserate", {1e30});   // no births bring it down
+    l.set("impulserate", {1e30}); // no births bring it down
     l.net.context().maxParticles = 700;
     UTgetInterrupt()->clear();
-    UTgetInterrupt()->fireAtPoll(2);   // before the births, and after the first 511
+    UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 511
     l.net.start(l.birth);
     EXPECT_EQ(l.net.particles(), 511);
     UTgetInterrupt()->clear();
@@ -115,9 +116,9 @@ TEST(Location, CoordinateSystems) {
         double at[3];
     };
     const double s3 = std::sqrt(3.0) / 2;
-    const Case cases[] = {{0, {1, 2, 3}, {1, 2, 3}},      {1, {2, 90, 5}, {0, 2, 5}},   {1, {2, -30, 5}, {2 * s3, -1, 5}},
-                          {2, {2, 90, 0}, {0, 2, 0}},     {2, {2, 0, 90}, {0, 0, 2}},   {2, {4, 60, 30}, {s3 * 2, 3, 2}},
-                          {7, {1, 2, 3}, {1, 2, 3}},      {-1, {1, 2, 3}, {1, 2, 3}}};
+    const Case cases[] = {{0, {1, 2, 3}, {1, 2, 3}},  {1, {2, 90, 5}, {0, 2, 5}}, {1, {2, -30, 5}, {2 * s3, -1, 5}},
+                          {2, {2, 90, 0}, {0, 2, 0}}, {2, {2, 0, 90}, {0, 0, 2}}, {2, {4, 60, 30}, {s3 * 2, 3, 2}},
+                          {7, {1, 2, 3}, {1, 2, 3}},  {-1, {1, 2, 3}, {1, 2, 3}}};
     for (const Case& c : cases) {
         Location l;
         l.set("impulserate", {1});
@@ -179,7 +180,7 @@ TEST(Location, BirthGroupsAreMadeAnewOrKept) {
         };
         l.net.step();
         EXPECT_EQ(members(), preserve ? (std::vector<int>{0, 1, 2, 3}) : (std::vector<int>{2, 3}));
-        l.net.step(3);   // frame 5: nothing is born
+        l.net.step(3); // frame 5: nothing is born
         EXPECT_EQ(members(), preserve ? (std::vector<int>{0, 1, 2, 3, 4, 5}) : std::vector<int>{});
     }
     Location bad;

@@ -11,7 +11,21 @@
 
 namespace {
 
-enum Type { Point, PointRandom, Center, CenterRandom, CenterAttrib, Edge, EdgeRandom, EdgeAttrib, Surface, SurfaceRandom, SurfaceAttrib, Volume, Metaball };
+enum Type {
+    Point,
+    PointRandom,
+    Center,
+    CenterRandom,
+    CenterAttrib,
+    Edge,
+    EdgeRandom,
+    EdgeAttrib,
+    Surface,
+    SurfaceRandom,
+    SurfaceAttrib,
+    Volume,
+    Metaball
+};
 
 using Fill = std::function<void(GU_Detail&, float)>;
 
@@ -260,11 +274,12 @@ TEST(Source, SurfacesAndEdgesDrawByTheKindOfPrimitive) {
         for (int i = 0; i < 36; ++i) {
             const GEO_Primitive& prim = *geometry.primitives()(size_t(i % 9));
             float u, v;
-            if (i > 0) drawUV(mode, *geometry.primitives()(size_t((i - 1) % 9)), model, u, v);   // the pass that gives nothing
+            if (i > 0)
+                drawUV(mode, *geometry.primitives()(size_t((i - 1) % 9)), model, u, v); // the pass that gives nothing
             drawUV(mode, prim, model, u, v);
-            model.random();   // the probability
-            model.random();   // the decision
-            model.random();   // the life span
+            model.random(); // the probability
+            model.random(); // the decision
+            model.random(); // the life span
             UT_Vector4 expected;
             ASSERT_TRUE(prim.evaluatePosition(u, v, expected));
             ASSERT_EQ(s.net.point(i)->getPos(), expected) << "mode " << mode << " particle " << i;
@@ -362,7 +377,7 @@ TEST(Source, VolumesAreFilledByRejection) {
         float x, y, z;
         do x = 3 + model.sample() * 4, y = -2 + model.sample() * 4, z = -2 + model.sample() * 4;
         while (std::abs(x - 5) + std::abs(y) + std::abs(z) > 2);
-        model.random();   // the life span
+        model.random(); // the life span
         ASSERT_EQ(s.net.position(i), UT_Vector3(x, y, z)) << i;
         ASSERT_EQ(s.net.intValue("origin", i), i);
     }
@@ -401,7 +416,7 @@ TEST(Source, MetaballsSpendTheirDensity) {
         s.set("threshold", {0.8});
         s.set("densitymin", {0.05});
         s.set("usedensity", {double(useDensity)});
-        s.set("prob", {0, 0});   // has no say here
+        s.set("prob", {0, 0}); // has no say here
         s.net.start(s.op, 21);
         ASSERT_EQ(s.net.particles(), 40) << s.messages();
         RandomModel model{21};
@@ -429,7 +444,7 @@ TEST(Source, MetaballsSpendTheirDensity) {
             accumulated += a + b;
             if (!(accumulated > 0.8f && a + b > 0.05f)) continue;
             accumulated -= 0.8f;
-            model.random();   // the life span
+            model.random(); // the life span
             for (int k = 0; k < 3; ++k) ASSERT_NEAR(s.net.position(born)[k], at[k], 1e-6f) << useDensity << " " << born;
             ASSERT_NEAR(s.net.value("heat", born), (10 * a + 20 * b) / (a + b), 1e-4f);
             ++born;
@@ -463,7 +478,7 @@ TEST(Source, AccurateBirthsAreSpreadOverTheStep) {
     for (int cook = 0; cook < 2; ++cook) {
         const float t = cook ? s.net.time() : 0, dt = s.net.timeStep();
         for (int k = 0; k < 5; ++k) {
-            if (k > 0) model.random();   // fetched for the pass that gave nothing
+            if (k > 0) model.random(); // fetched for the pass that gave nothing
             const float when = t + (model.random() + float(k)) * (1.0f / 5) * dt;
             for (int draws = 0; draws < 3; ++draws) model.random();
             const int i = 5 * cook + k;
@@ -505,7 +520,7 @@ TEST(Source, VelocityModes) {
         s.net.start(s.op, 31);
         RandomModel model{31};
         for (int i = 0; i < 8; ++i) {
-            for (int draws = 0; draws < 3; ++draws) model.random();   // probability, decision, life span
+            for (int draws = 0; draws < 3; ++draws) model.random(); // probability, decision, life span
             const auto d = mode ? model.spread(true) : std::array<float, 3>{};
             float v[3];
             for (int k = 0; k < 3; ++k) {
@@ -562,7 +577,11 @@ TEST(Source, GeometryInAnotherObjectAndContextGeometries) {
     s.set("ignorexform", {1});
     s.net.step();
     EXPECT_EQ(s.net.position(3), UT_Vector3(1, 0, 0));
-    s.net.context().setInputGeo(s.net.addGeometry("other", [](GU_Detail& d, float) { d.appendPoint()->setPos({50, 0, 0, 1}); }), 1);
+    s.net.context().setInputGeo(s.net.addGeometry("other",
+                                                  [](GU_Detail& d, float) {
+                                                      d.appendPoint()->setPos({50, 0, 0, 1});
+                                                  }),
+                                1);
     s.set("usecontextgeo", {2});
     s.net.step();
     EXPECT_EQ(s.net.position(4).x(), 50);

@@ -49,8 +49,11 @@ TEST(Stream, SwitchTakesOneInput) {
         int index;
         const char *taken, *message;
     };
-    for (const Case& c : {Case{0, "a", ""}, {1, "b", ""}, {2, "b", "warning FLX 4: Index out of range"},
-                          {5, "b", "warning FLX 4: Index out of range"}, {-1, "a", "warning FLX 4: Index out of range"}}) {
+    for (const Case& c : {Case{0, "a", ""},
+                          {1, "b", ""},
+                          {2, "b", "warning FLX 4: Index out of range"},
+                          {5, "b", "warning FLX 4: Index out of range"},
+                          {-1, "a", "warning FLX 4: Index out of range"}}) {
         one.setInt("input", 0, c.index);
         net.start(one);
         EXPECT_EQ(generators(net, one), Names{c.taken}) << c.index;

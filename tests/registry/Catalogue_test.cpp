@@ -24,19 +24,26 @@ struct Wired {
 
     /// `live`: particles come in; else the inputs hold none.
     Wired(const FLX_CatalogueRow& row, bool live) {
-        const std::string ground = net.addGeometry("ground", [](GU_Detail& detail, float) { detail.cube({-1, -1, -1}, {1, 1, 1}); }, true);
+        const std::string ground = net.addGeometry(
+            "ground",
+            [](GU_Detail& detail, float) {
+                detail.cube({-1, -1, -1}, {1, 1, 1});
+            },
+            true);
         if (row.maxInputs > 0) {
             source = &net.add("location", "upstream");
             source->setFloat("constantrate", 0, live ? 240 : 0);
             source->setFloat("life", 0, 0.2);
             node = &net.add(row.name, "node", {source});
             // A second required input may not carry the same particles.
-            for (int i = 1; i < row.minInputs; ++i) node->setInput(i, &net.add("null", ("more" + std::to_string(i)).c_str()));
+            for (int i = 1; i < row.minInputs; ++i)
+                node->setInput(i, &net.add("null", ("more" + std::to_string(i)).c_str()));
         } else {
             node = &net.add(row.name, "node");
         }
         for (const PRM_Template& parm : typeOf(row).templates().rows)
-            if (parm.stringKind == PRM_StringKind::SopPath && std::string(parm.defaults[0].text ? parm.defaults[0].text : "").empty())
+            if (parm.stringKind == PRM_StringKind::SopPath &&
+                std::string(parm.defaults[0].text ? parm.defaults[0].text : "").empty())
                 node->setString(parm.token.c_str(), ground.c_str());
         if (!live && node->hasParm("constantrate")) node->setFloat("constantrate", 0, 0);
     }
@@ -59,7 +66,8 @@ std::set<std::string> tokensOf(const PRM_TemplateTable& templates) {
     std::set<std::string> tokens;
     for (const PRM_Template& row : templates.rows) {
         tokens.insert(row.token);
-        for (const PRM_Template& inner : row.instance) tokens.insert(inner.token), tokens.insert(instanceToken(inner.token));
+        for (const PRM_Template& inner : row.instance)
+            tokens.insert(inner.token), tokens.insert(instanceToken(inner.token));
     }
     return tokens;
 }
@@ -73,7 +81,7 @@ TEST(Catalogue, EveryTypeIsRegisteredOnceInOrder) {
     for (const FLX_CatalogueRow& row : rows) expected.push_back(row.name);
     std::vector<std::string> names = table().names();
     ASSERT_GE(names.size(), expected.size());
-    names.resize(expected.size());   // other tests may have added types of their own
+    names.resize(expected.size()); // other tests may have added types of their own
     EXPECT_EQ(names, expected);
     EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size());
     const int before = table().entries();
@@ -96,13 +104,16 @@ TEST(Catalogue, NamesInputsFlagsAndVariables) {
         const char *name, *label, *className;
         int min, max;
         unsigned flags;
-        int variables;   // of the chain: 0 none, 132 those of particles, 39 those of births
+        int variables; // of the chain: 0 none, 132 those of particles, 39 those of births
         bool obsolete;
     };
     const Type types[] = {
-        {"collect", "Collect", "FLX_Collect", 1, 9999, 4, 0, false}, {"force", "Force", "FLX_Force", 1, 1, 0, 132, true},
-        {"location", "Location", "FLX_Location", 0, 0, 2, 39, false}, {"null", "Null", "FLX_Null", 0, 1, 0, 132, false},
-        {"source", "Source", "FLX_Source", 0, 1, 2, 39, true},       {"subnet", "SubNetwork", "FLX_SubNet", 0, 4, 0x22, 0, false},
+        {"collect", "Collect", "FLX_Collect", 1, 9999, 4, 0, false},
+        {"force", "Force", "FLX_Force", 1, 1, 0, 132, true},
+        {"location", "Location", "FLX_Location", 0, 0, 2, 39, false},
+        {"null", "Null", "FLX_Null", 0, 1, 0, 132, false},
+        {"source", "Source", "FLX_Source", 0, 1, 2, 39, true},
+        {"subnet", "SubNetwork", "FLX_SubNet", 0, 4, 0x22, 0, false},
         {"switch", "Switch", "FLX_Switch", 1, 9999, 4, 0, false},
     };
     for (const Type& t : types) {
@@ -145,7 +156,8 @@ TEST(Catalogue, ParameterTablesAreSound) {
                 EXPECT_FALSE(parm.label.empty());
                 EXPECT_EQ(parm.defaults.size(), size_t(parm.size));
             }
-            for (const std::string& named : parm.enable.tokens) EXPECT_TRUE(tokens.count(named)) << "rule names " << named;
+            for (const std::string& named : parm.enable.tokens)
+                EXPECT_TRUE(tokens.count(named)) << "rule names " << named;
             if (parm.type == PRM_Type::Menu) {
                 EXPECT_NE(parm.menu, nullptr);
             }
@@ -226,8 +238,8 @@ TEST(Catalogue, AGuideCookChangesNothing) {
     }
 }
 
-// Every number, set as a constant and as an expression of the same value that reads a variable: the loop for constants and
-// the general one must agree bit for bit.
+// Every number, set as a constant and as an expression of the same value that reads a variable: the loop for constants
+// and the general one must agree bit for bit.
 TEST(Catalogue, ConstantAndVaryingLoopsGiveTheSameBits) {
     int compared = 0;
     for (const FLX_CatalogueRow& row : FLXcatalogue()) {
@@ -236,8 +248,9 @@ TEST(Catalogue, ConstantAndVaryingLoopsGiveTheSameBits) {
         for (const PRM_Template& parm : typeOf(row).templates().rows) {
             const bool number = parm.type == PRM_Type::Float || parm.type == PRM_Type::Int;
             // Activations and rates are read without variables.
-            const bool plain = parm.token.find("activate") != std::string::npos || parm.token.find("rate") != std::string::npos ||
-                               parm.token == "samplethreshold" || parm.token == "threshold" || parm.token == "densitymin";
+            const bool plain = parm.token.find("activate") != std::string::npos ||
+                               parm.token.find("rate") != std::string::npos || parm.token == "samplethreshold" ||
+                               parm.token == "threshold" || parm.token == "densitymin";
             if (!number || plain || !parm.animated) continue;
             for (int component = 0; component < parm.size; ++component) {
                 const double c = parm.type == PRM_Type::Int ? 2 : 0.75;
@@ -304,7 +317,9 @@ TEST(Catalogue, ScriptDefinitionsBecomeTypes) {
 
     OP_OTLDefinition loop = spray;
     loop.name = "loop";
-    loop.build = [](OP_Network& instance, std::string& problem) { return instance.createNode("loop", "inner", problem) != nullptr; };
+    loop.build = [](OP_Network& instance, std::string& problem) {
+        return instance.createNode("loop", "inner", problem) != nullptr;
+    };
     ASSERT_NE(table().addDefinition(loop, error), nullptr) << error;
     EXPECT_THROW(net.add("loop", "loop1"), std::runtime_error) << "a definition that contains itself";
 }

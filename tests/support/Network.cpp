@@ -32,7 +32,9 @@ public:
     OP_OperatorTable* childTable() const override { return &OP_Director::operatorTable("SOP"); }
 };
 
-template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) { return new T(parent, name, op); }
+template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new T(parent, name, op);
+}
 
 template <class T> void registerType(const char* family, const char* name) {
     OP_Director::operatorTable(family).addOperator(
@@ -48,7 +50,8 @@ template <class T> T* create(OP_Network& parent, const char* type, const char* n
 
 } // namespace
 
-Network::Network(double fps) : myFps(fps) {
+Network::Network(double fps)
+    : myFps(fps) {
     OPresetDirector();
     FLX_Node::buildOperatorTable(OP_Director::operatorTable("FLX"));
     registerType<TestNetworkNode>("OBJ", "testnet");
@@ -195,7 +198,8 @@ OBJ_Node& Network::addObject(const char* name) {
     return *create<TestGeoObject>(*OPgetDirector()->objManager(), "testgeo", name);
 }
 
-std::string Network::addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill, bool still) {
+std::string Network::addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill,
+                                 bool still) {
     auto* object = create<TestGeoObject>(*OPgetDirector()->objManager(), "testgeo", name);
     auto* sop = create<TestSop>(*object, "testsop", "out");
     sop->fill = fill;

@@ -41,8 +41,9 @@ struct Sampling {
 TEST(GeneratorVariables, NamesAndIds) {
     const auto id = ids();
     EXPECT_EQ(id.size(), 39u);
-    const std::pair<const char*, int> some[] = {{"BBX", 400},  {"ITER", 409}, {"NPART", 414}, {"P", 422},      {"PSCALE", 421},
-                                                {"SPEED", 423}, {"U", 433},    {"VZ", 437},    {"WEIGHT", 438}, {"TZ", 429}};
+    const std::pair<const char*, int> some[] = {{"BBX", 400},    {"ITER", 409},  {"NPART", 414}, {"P", 422},
+                                                {"PSCALE", 421}, {"SPEED", 423}, {"U", 433},     {"VZ", 437},
+                                                {"WEIGHT", 438}, {"TZ", 429}};
     for (const auto& [name, number] : some) EXPECT_EQ(id.at(name), number) << name;
     std::set<int> distinct;
     for (const auto& [name, number] : id) distinct.insert(number);
@@ -75,13 +76,18 @@ TEST(GeneratorVariables, EachReadsTheSample) {
         GB_AttribType type;
         std::vector<const char*> variables;
     };
-    const Attrib attribs[] = {
-        {"Alpha", 4, GB_ATTRIB_FLOAT, {"CA"}},       {"Cd", 12, GB_ATTRIB_FLOAT, {"CR", "CG", "CB"}},
-        {"dist", 4, GB_ATTRIB_FLOAT, {"DIST"}},      {"drag", 4, GB_ATTRIB_FLOAT, {"DRAG"}},
-        {"mass", 4, GB_ATTRIB_FLOAT, {"MASS"}},      {"N", 12, GB_ATTRIB_VECTOR, {"NX", "NY", "NZ"}},
-        {"pscale", 4, GB_ATTRIB_FLOAT, {"PSCALE"}},  {"springk", 4, GB_ATTRIB_FLOAT, {"SPRINGK"}},
-        {"tension", 4, GB_ATTRIB_FLOAT, {"TENSION"}}, {"uv", 12, GB_ATTRIB_FLOAT, {"MAPU", "MAPV", "MAPW"}},
-        {"up", 12, GB_ATTRIB_VECTOR, {"UPX", "UPY", "UPZ"}}, {"v", 12, GB_ATTRIB_VECTOR, {"VX", "VY", "VZ"}}};
+    const Attrib attribs[] = {{"Alpha", 4, GB_ATTRIB_FLOAT, {"CA"}},
+                              {"Cd", 12, GB_ATTRIB_FLOAT, {"CR", "CG", "CB"}},
+                              {"dist", 4, GB_ATTRIB_FLOAT, {"DIST"}},
+                              {"drag", 4, GB_ATTRIB_FLOAT, {"DRAG"}},
+                              {"mass", 4, GB_ATTRIB_FLOAT, {"MASS"}},
+                              {"N", 12, GB_ATTRIB_VECTOR, {"NX", "NY", "NZ"}},
+                              {"pscale", 4, GB_ATTRIB_FLOAT, {"PSCALE"}},
+                              {"springk", 4, GB_ATTRIB_FLOAT, {"SPRINGK"}},
+                              {"tension", 4, GB_ATTRIB_FLOAT, {"TENSION"}},
+                              {"uv", 12, GB_ATTRIB_FLOAT, {"MAPU", "MAPV", "MAPW"}},
+                              {"up", 12, GB_ATTRIB_VECTOR, {"UPX", "UPY", "UPZ"}},
+                              {"v", 12, GB_ATTRIB_VECTOR, {"VX", "VY", "VZ"}}};
     for (const Attrib& a : attribs) s.source.pointAttribs().append(a.name, a.size, a.type);
     for (const float x : {0.0f, 4.0f}) s.source.appendPoint()->setPos({x, 1, 2 * x, 1});
     s.source.insertPrimitive(GEOPRIMPOLY);
@@ -103,10 +109,11 @@ TEST(GeneratorVariables, EachReadsTheSample) {
     }
     const float* v = data.castAttribData<float>(s.source.pointAttribs().find("v")->getOffset());
     EXPECT_FLOAT_EQ(s.get("SPEED"), std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
-    const std::pair<const char*, float> values[] = {{"TX", 1},   {"TY", 2},    {"TZ", 3},    {"WEIGHT", 4}, {"P", 5},
-                                                    {"U", 0.25f}, {"V", 0.75f}, {"ITER", 3},  {"NPT", 2},    {"NPRIM", 1},
-                                                    {"NGRP", 1},  {"NPART", 0}, {"BBX", 0.25f}, {"BBY", 0},  {"BBZ", 0.375f},
-                                                    {"TIMEINC", s.net.timeStep()}};
+    const std::pair<const char*, float> values[] = {
+        {"TX", 1},      {"TY", 2},    {"TZ", 3},       {"WEIGHT", 4},
+        {"P", 5},       {"U", 0.25f}, {"V", 0.75f},    {"ITER", 3},
+        {"NPT", 2},     {"NPRIM", 1}, {"NGRP", 1},     {"NPART", 0},
+        {"BBX", 0.25f}, {"BBY", 0},   {"BBZ", 0.375f}, {"TIMEINC", s.net.timeStep()}};
     for (const auto& [name, value] : values) EXPECT_EQ(s.get(name), value) << name;
 
     s.op.sample().attribs = nullptr;
@@ -156,7 +163,7 @@ TEST(GeneratorVariables, TheDependencyTest) {
 
 TEST(GeneratorVariables, VectorTransforms) {
     UT_Matrix4 m(1.0f);
-    m(0, 0) = 2, m(1, 1) = 4, m(2, 2) = -0.25f;   // determinant -2
+    m(0, 0) = 2, m(1, 1) = 4, m(2, 2) = -0.25f; // determinant -2
     m(3, 0) = 9;
     UT_Matrix3 out;
     FLX_GenVar::buildVectorTransform(out, m);
@@ -164,7 +171,7 @@ TEST(GeneratorVariables, VectorTransforms) {
     EXPECT_EQ(out(1, 1), -0.25f);
     EXPECT_EQ(out(2, 2), 4);
     UT_Matrix4 shear(1.0f);
-    shear(0, 1) = 3;   // x takes y along: (x, y + 3x)
+    shear(0, 1) = 3; // x takes y along: (x, y + 3x)
     FLX_GenVar::buildVectorTransform(out, shear);
     // A normal stays normal to what moves: (0,1,0) was normal to x, which now runs along (1,3,0).
     const UT_Vector3 n = UT_Vector3(0, 1, 0) * out, along = UT_Vector3(1, 0, 0) * shear.upper3();

@@ -177,13 +177,21 @@ TEST(ParticleVariables, EachReadsItsComponent) {
     EXPECT_EQ(get("TIMEINC"), net.timeStep());
     const double w = expected[{"w", 0}];
     EXPECT_NEAR(get("WA"), std::sqrt(w * w + (w + 1) * (w + 1) + (w + 2) * (w + 2)) * 57.295776, 1e-2);
-    for (const auto& [name, id] : std::initializer_list<std::pair<const char*, int>>{
-             {"AGE", 200}, {"CB", 210}, {"CR", 212}, {"ID", 242}, {"LIFE", 245}, {"PT", 278}, {"TIMEINC", 312}, {"VX", 325}, {"WZ", 331}})
+    for (const auto& [name, id] : std::initializer_list<std::pair<const char*, int>>{{"AGE", 200},
+                                                                                     {"CB", 210},
+                                                                                     {"CR", 212},
+                                                                                     {"ID", 242},
+                                                                                     {"LIFE", 245},
+                                                                                     {"PT", 278},
+                                                                                     {"TIMEINC", 312},
+                                                                                     {"VX", 325},
+                                                                                     {"WZ", 331}})
         EXPECT_EQ(ids[name], id) << name;
 
-    const std::pair<const char*, int> bits[] = {{"DEAD", 0x2},       {"STOPPED", 0x4},    {"JUSTHIT", 0x8},   {"STUCK", 0x10},
-                                                {"SUPPPOS", 0x100},  {"SUPPVEL", 0x200},  {"SUPPUP", 0x400},  {"SUPPAGE", 0x800},
-                                                {"SUPPREAP", 0x1000}, {"SUPPROT", 0x2000}, {"SUPPANGVEL", 0x4000}, {"SLIDING", 0x8000}};
+    const std::pair<const char*, int> bits[] = {{"DEAD", 0x2},       {"STOPPED", 0x4},       {"JUSTHIT", 0x8},
+                                                {"STUCK", 0x10},     {"SUPPPOS", 0x100},     {"SUPPVEL", 0x200},
+                                                {"SUPPUP", 0x400},   {"SUPPAGE", 0x800},     {"SUPPREAP", 0x1000},
+                                                {"SUPPROT", 0x2000}, {"SUPPANGVEL", 0x4000}, {"SLIDING", 0x8000}};
     for (const auto& [name, mask] : bits) {
         net.context().state(net.point(0)) = mask;
         for (const auto& [other, otherMask] : bits) EXPECT_EQ(get(other), mask == otherMask) << name << " " << other;
@@ -246,7 +254,7 @@ TEST(ParticleVariables, OncePerCookOrOncePerParticle) {
     r.net.start(*r.op);
     struct Case {
         const char* expression;
-        int calls;   // of the counted function: one test, then one value or one per particle
+        int calls; // of the counted function: one test, then one value or one per particle
     };
     const Case cases[] = {
         {"testcount(3)", 2},
@@ -297,7 +305,8 @@ TEST(ParticleVariables, AWarningOrAFailureMakesAParameterPerParticle) {
     // Attributes that nobody added stand at the defaults they would have.
     EXPECT_EQ(r.values("$DRAG + 10 * $DIST + 100 * $SCALEZ"), (std::vector<float>{91, 91, 91}));
     EXPECT_TRUE(r.op->aVaries);
-    EXPECT_EQ(Network::messages(*r.op), "warning FLX 1: $DRAG = 1\nwarning FLX 1: $DIST = -1\nwarning FLX 1: $SCALEZ = 1")
+    EXPECT_EQ(Network::messages(*r.op),
+              "warning FLX 1: $DRAG = 1\nwarning FLX 1: $DIST = -1\nwarning FLX 1: $SCALEZ = 1")
         << "once each";
     EXPECT_EQ(r.values("$PARENT + $ROTA"), (std::vector<float>{-1, -1, -1}));
     r.values("$NOSUCH");
@@ -335,7 +344,8 @@ TEST(ParticleVariables, GroupsSkippedParticlesAndEmptyDetails) {
     GB_PointGroup* group = r.net.detail().pointGroups().newGroup("some");
     for (const int i : {5, 1, 3}) group->add(r.net.point(i));
     r.op->setString("source", "some");
-    EXPECT_EQ(r.values("$PT * 100 + $ITER * 10 + $NGRP"), (std::vector<float>{103, 313, 523})) << "in the detail's order";
+    EXPECT_EQ(r.values("$PT * 100 + $ITER * 10 + $NGRP"), (std::vector<float>{103, 313, 523}))
+        << "in the detail's order";
     EXPECT_EQ(r.values("$NGRP * 2"), (std::vector<float>{6, 6, 6}));
     r.op->setString("source", "none such");
     EXPECT_TRUE(r.values("1").empty());
@@ -382,7 +392,7 @@ TEST(ParticleVariables, AnInterruptStopsBetweenPrimitives) {
     UTgetInterrupt()->interrupt();
     EXPECT_TRUE(r.values("1").empty());
     UTgetInterrupt()->clear();
-    UTgetInterrupt()->fireAtPoll(2);   // the first is before the loop
+    UTgetInterrupt()->fireAtPoll(2); // the first is before the loop
     EXPECT_TRUE(r.values("1").empty());
     UTgetInterrupt()->clear();
     EXPECT_EQ(r.values("1").size(), 3u);
