@@ -79,10 +79,10 @@ bool ParticleNetwork::cookFrame(int frame) {
 /// Runs the cooks of one frame and counts the births and deaths they bring.
 template <class Cooks> void ParticleNetwork::cookCounted(int frame, const Cooks& cooks) {
     const long long before = myContext->getNumParticles();
-    const int firstId = nextId();
+    const long long bornBefore = myContext->getNumBorn();
     myFrame = frame;
     cooks();
-    myBorn = nextId() - firstId;
+    myBorn = myContext->getNumBorn() - bornBefore;
     myDied = before + myBorn - myContext->getNumParticles();
 }
 
@@ -196,12 +196,6 @@ long long ParticleNetwork::particleCount() const {
          p = detail->primitives().next(p, GEOPRIMPART))
         count += p->getVertexCount();
     return count;
-}
-
-int ParticleNetwork::nextId() const {
-    const GU_Detail* detail = particleDetail();
-    const int offset = detail ? detail->attribs().getOffset("nextid", 4, GB_ATTRIB_INT) : -1;
-    return offset < 0 ? 1 : *detail->attribs().castAttribData<int>(offset);
 }
 
 uint64_t ParticleNetwork::stateHash() const { return myContext ? hashState(*myContext) : 0; }

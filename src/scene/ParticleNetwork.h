@@ -74,7 +74,6 @@ private:
     void cookStep(double time);
     void prepareContext(float time);
     FLX_Node* cookNode() const;
-    int nextId() const;
 
     FLX_ContextData* myContext = nullptr;
     bool myRunning = false; ///< the start frame was cooked

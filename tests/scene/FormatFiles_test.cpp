@@ -2,6 +2,7 @@
 #include "scene/formats/AtomicFile.h"
 #include "scene/formats/ZipWriter.h"
 
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <sys/resource.h>
@@ -131,6 +132,25 @@ TEST_F(FormatFiles, AtomicFilesAppearOnlyAtCommit) {
     EXPECT_EQ(listing(), std::vector<std::string>{"a"});
 }
 
+// Just below the middle of two floats; rounded to double first it lands on the middle and then on the wrong float.
+TEST_F(FormatFiles, TextBecomesTheNearestFloat) {
+    const std::string digits = "1.00000017881393432617187499";
+    GU_Detail ply, obj, native;
+    expectRead(ply, GeometryFormat::PLY,
+               "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
+               "end_header\n" +
+                   digits + " 1e99 -1e-99\n");
+    expectRead(obj, GeometryFormat::OBJ, "v " + digits + " 1e99 -1e-99\n");
+    expectRead(native, GeometryFormat::FLX, "{\"flxgeo\": 1, \"points\": 1, \"P\": [" + digits + ", 1e99, -1e-99, 1]}");
+    for (const GU_Detail* d : {&ply, &obj, &native}) {
+        const UT_Vector4& p = d->points()(0)->getPos();
+        EXPECT_EQ(p[0], 1 + 0x1p-23f);
+        EXPECT_EQ(p[1], std::numeric_limits<float>::infinity());
+        EXPECT_EQ(p[2], 0);
+        EXPECT_TRUE(std::signbit(p[2]));
+    }
+}
+
 TEST_F(FormatFiles, CsvQuotesAndNames) {
     GU_Detail d;
     const int life = d.pointAttribs().append("life", 8, GB_ATTRIB_FLOAT);
@@ -163,6 +183,9 @@ TEST_F(FormatFiles, NumpyReadsNpz) {
     write(d, "a.npz");
     empty.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
     empty.pointAttribs().append("instance", 4, GB_ATTRIB_INDEX);
+    empty.pointAttribs().append("odd", 4, GB_ATTRIB_INDEX);
+    for (const char* text : {"caf\xe9", "\xe2\x82", "\xc0\xaf-", "\xed\xa0\x80", "\xe2\x82\xac"})
+        empty.pointAttribs().addIndex("odd", text);
     write(empty, "b.npz");
     EXPECT_EQ(python(R"(
 import numpy, zipfile
@@ -180,6 +203,8 @@ assert list(a['instance']) == [i % 7 - 1 for i in range(30)]
 assert list(a['instance_names']) == ['/obj/rock', '', 'a "quoted", text\nwith \\ and \r', '\u00e4\U0001f388', 'twice', 'twice'], a['instance_names']
 b = numpy.load('b.npz')
 assert b['P'].shape == (0, 3) and b['v'].shape == (0, 3) and b['instance_names'].shape == (0,)
+assert list(b['odd_names']) == [t.decode('utf-8', 'replace') if t != b'\xe2\x82' else '\ufffd\ufffd' for t in
+                                [b'caf\xe9', b'\xe2\x82', b'\xc0\xaf-', b'\xed\xa0\x80', b'\xe2\x82\xac']], b['odd_names']
 )"),
               0);
 }

@@ -149,6 +149,17 @@ TEST_F(FormatPly, NamesThatMeetAreKeptApart) {
     EXPECT_EQ(floats(read, "v_", 0), (std::vector<float>{4}));
 }
 
+TEST_F(FormatPly, StringTablesThatNoReaderTakesAreRefused) {
+    GU_Detail d;
+    d.pointAttribs().append("s", 4, GB_ATTRIB_INDEX);
+    d.pointAttribs().addIndex("s", std::string(size_t{17} << 20, 'a'));
+    std::string error;
+    EXPECT_FALSE(writeGeometry(d, path("a.ply"), error));
+    EXPECT_EQ(error,
+              path("a.ply") + ": its strings make a header of more than 16 MiB, which no reader expects; write .bflx");
+    EXPECT_TRUE(listing().empty());
+}
+
 std::string vertexHeader(const std::string& more = "", const std::string& format = "ascii") {
     return "ply\nformat " + format + " 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n" +
            more + "end_header\n";

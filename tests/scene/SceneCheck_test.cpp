@@ -18,13 +18,13 @@ protected:
 };
 
 TEST_F(SceneChecks, ASoundSceneHasNoFindings) {
-    EXPECT_EQ(check(R"({"name": "ground", "type": "geo", "nodes": [{"name": "grid1", "type": "grid"}]},
+    EXPECT_EQ(check(R"j({"name": "ground", "type": "geo", "nodes": [{"name": "grid1", "type": "grid"}]},
         {"name": "fx", "type": "flxnet", "parms": {"input1": "/obj/ground"}, "nodes": [
             {"name": "birth", "type": "location", "parms": {"life": {"keys": [[0, 1], [2, 3]]}, "vel": ["$TX", "rand($T)", 0]
 }
 },
             {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"force": ["$MASS", "$ID", 0]}}]
-})"),
+})j"),
               std::vector<std::string>{});
 }
 

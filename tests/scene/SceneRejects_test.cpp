@@ -113,7 +113,7 @@ TEST_F(SceneRejects, ParameterValues) {
         {R"("life": {"key": [[0, 1]]})", "\"life\": key frames are written {\"keys\": [[time, value], ...]}"},
         {R"("life": {"keys": [[0, 1], [1]]})", "\"life\": a key is [time, value], found [1]"},
         {R"("life": {"keys": [[0, "1"]]})", "\"life\": a key is [time, value], found [0,\"1\"]"},
-        {R"("activate": [[1]])", "\"activate\" expects a number, an expression or key frames, found an array"},
+        {R"("life": [[1]])", "\"life\" expects a number, an expression or key frames, found an array"},
     };
     for (const auto& [parms, error] : cases)
         EXPECT_EQ(load(birth("\"parms\": {" + parms + "}")), std::string("scene.json: /obj/fx/birth: ") + error);

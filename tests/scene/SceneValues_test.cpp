@@ -22,52 +22,53 @@ TEST_F(SceneValues, ClockAndVariables) {
 }
 
 TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
-    ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "a", "type": "geo", "comment": "hello",
+    ASSERT_EQ(load(R"j({"flx": 1, "obj": [{"name": "a", "type": "geo", "comment": "hello",
         "parms": {"t": [1, "$T * 2", {"keys": [[2, 30], [1, 10]]}], "s": 4, "scale": true, "r": ["ch(\"tx\")", 0, 0]
 }
 },
         {"name": "b", "type": "geo", "parms": {"parent": "/obj/`\"a\"`", "scale": [3]}}]
-})"), "");
+})j"),
+              "");
     EXPECT_EQ(value("/obj/a", "t", 0, 3), 1);
-EXPECT_EQ(value("/obj/a", "t", 1, 3), 6);
-EXPECT_EQ(value("/obj/a", "t", 2, 0), 10) << "held before the first key";
-EXPECT_EQ(value("/obj/a", "t", 2, 1.25f), 15);
-EXPECT_EQ(value("/obj/a", "t", 2, 9), 30);
-EXPECT_EQ(value("/obj/a", "s", 0), 4) << "a scalar sets the first component";
-EXPECT_EQ(value("/obj/a", "s", 1), 1);
-EXPECT_EQ(value("/obj/a", "scale"), 1);
-EXPECT_EQ(value("/obj/b", "scale"), 3);
-UT_String parent;
-node("/obj/b")->evalString(parent, "parent", 0, 0);
-EXPECT_EQ(parent.str(), "/obj/a");
-EXPECT_EQ(node("/obj/a")->comment, "hello");
+    EXPECT_EQ(value("/obj/a", "t", 1, 3), 6);
+    EXPECT_EQ(value("/obj/a", "t", 2, 0), 10) << "held before the first key";
+    EXPECT_EQ(value("/obj/a", "t", 2, 1.25f), 15);
+    EXPECT_EQ(value("/obj/a", "t", 2, 9), 30);
+    EXPECT_EQ(value("/obj/a", "s", 0), 4) << "a scalar sets the first component";
+    EXPECT_EQ(value("/obj/a", "s", 1), 1);
+    EXPECT_EQ(value("/obj/a", "scale"), 1);
+    EXPECT_EQ(value("/obj/b", "scale"), 3);
+    UT_String parent;
+    node("/obj/b")->evalString(parent, "parent", 0, 0);
+    EXPECT_EQ(parent.str(), "/obj/a");
+    EXPECT_EQ(node("/obj/a")->comment, "hello");
 }
 
 TEST_F(SceneValues, Menus) {
-    loadSops(R"({"name": "token", "type": "sphere", "parms": {"type": "prim"}},
+    loadSops(R"j({"name": "token", "type": "sphere", "parms": {"type": "prim"}},
                 {"name": "ordinal", "type": "sphere", "parms": {"type": 1}},
                 {"name": "expression", "type": "sphere", "parms": {"type": "1 + ($T > 2)"
 }
-})");
+})j");
     EXPECT_EQ(value("/obj/g/token", "type"), 2);
-EXPECT_EQ(value("/obj/g/ordinal", "type"), 1);
-EXPECT_EQ(value("/obj/g/expression", "type", 0, 1), 1);
-EXPECT_EQ(value("/obj/g/expression", "type", 0, 3), 2);
+    EXPECT_EQ(value("/obj/g/ordinal", "type"), 1);
+    EXPECT_EQ(value("/obj/g/expression", "type", 0, 1), 1);
+    EXPECT_EQ(value("/obj/g/expression", "type", 0, 3), 2);
 }
 
 TEST_F(SceneValues, SpareParameters) {
-    loadNet(R"({"name": "a", "type": "location", "parms": {"life": "ch(\"power\") + ch(\"mode\")"}, "spare": [
+    loadNet(R"j({"name": "a", "type": "location", "parms": {"life": "ch(\"power\") + ch(\"mode\")"}, "spare": [
         {"token": "power", "label": "Power", "type": "float", "default": 2, "range": [0, 5], "rangekind": ["hard", "hard"],
          "value": 9},
         {"token": "mode", "type": "menu", "menu": [["soft", "Soft"], ["hard", "Hard"]], "value": "hard"},
         {"token": "axis", "type": "float", "size": 3, "default": [0, "$GUST", 1]},
         {"token": "note", "type": "string", "default": "none"}]
-})");
+})j");
     EXPECT_EQ(value("/obj/fx/a", "life"), 6) << "the hard range clamps";
-EXPECT_EQ(value("/obj/fx/a", "axis", 1), 2.5f);
-UT_String note;
-node("/obj/fx/a")->evalString(note, "note", 0, 0);
-EXPECT_EQ(note.str(), "none");
+    EXPECT_EQ(value("/obj/fx/a", "axis", 1), 2.5f);
+    UT_String note;
+    node("/obj/fx/a")->evalString(note, "note", 0, 0);
+    EXPECT_EQ(note.str(), "none");
 }
 
 TEST_F(SceneValues, Flags) {

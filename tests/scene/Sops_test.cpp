@@ -237,11 +237,11 @@ TEST_F(Sops, AttributesFollowTheirExpressions) {
         {"name": "point", "type": "attribcreate", "inputs": ["grid"], "parms":
             {"name": "a", "type": "vector", "value": ["$PT", "$TX * 10", "$NPT"]}},
         {"name": "prim", "type": "attribcreate", "inputs": ["point"], "parms":
-            {"name": "b", "class": "primitive", "type": "float", "value": ["$PR + $TX"]}},
+            {"name": "b", "class": "primitive", "type": "float", "value": "$PR + $TX"}},
         {"name": "vertex", "type": "attribcreate", "inputs": ["prim"], "parms":
-            {"name": "c", "class": "vertex", "type": "int", "size": 2, "value": ["$PT", "$PR"]}},
+            {"name": "c", "class": "vertex", "type": "int", "size": 2, "value": ["$PT", "$PR", 0]}},
         {"name": "detail", "type": "attribcreate", "inputs": ["vertex"], "parms":
-            {"name": "d", "class": "detail", "type": "int", "value": ["$NPT + 0.9"]}},
+            {"name": "d", "class": "detail", "type": "int", "value": "$NPT + 0.9"}},
         {"name": "clash", "type": "attribcreate", "inputs": ["detail"], "parms": {"name": "a"}},
         {"name": "wrong", "type": "attribcreate", "inputs": ["grid"], "parms": {"value": ["$NOPE", 0, 0]}})");
     const GU_Detail& gdp = cooked("detail");

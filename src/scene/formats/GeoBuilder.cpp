@@ -3,6 +3,7 @@
 #include "scene/formats/GeoImage.h"
 #include "scene/formats/GroupNames.h"
 #include "scene/formats/LittleEndian.h"
+#include "scene/formats/TextNumbers.h"
 
 #include <climits>
 #include <fmt/format.h>
@@ -63,16 +64,16 @@ private:
             const char* where = attribClassName(cls);
             record += image.size;
             if (record > MAX_RECORD) fail("more than {} bytes of {} attributes", MAX_RECORD, where);
-            if (dict.find(image.name)) fail("{} attribute \"{}\" stands there twice", where, image.name);
+            if (dict.find(image.name)) fail("{} attribute {} stands there twice", where, excerpt(image.name));
             if (image.defaults.size() != image.size)
-                fail("{} attribute \"{}\" has a default of another size", where, image.name);
+                fail("{} attribute {} has a default of another size", where, excerpt(image.name));
             std::string defaults = image.defaults;
             if (image.type != GB_ATTRIB_RAW) copyNumbers(defaults.data(), image.defaults.data(), image.size / 4);
             if (dict.append(image.name, static_cast<int>(image.size), image.type, defaults.data()) < 0)
-                fail("{} attribute \"{}\" cannot be of type {} with {} bytes", where, image.name,
+                fail("{} attribute {} cannot be of type {} with {} bytes", where, excerpt(image.name),
                      attribTypeName(image.type), image.size);
             if (!image.strings.empty() && image.type != GB_ATTRIB_INDEX)
-                fail("{} attribute \"{}\" has strings but is not of type string", where, image.name);
+                fail("{} attribute {} has strings but is not of type string", where, excerpt(image.name));
             if (image.type == GB_ATTRIB_INDEX) {
                 checkIndex(image, defaults.data(), where);
                 dict.find(image.name)->setIndexStrings(image.strings);
@@ -169,7 +170,7 @@ private:
         int index;
         std::memcpy(&index, value, sizeof index);
         if (index < -1 || index >= static_cast<int>(image.strings.size()))
-            fail("{} attribute \"{}\": string number {}, but there are only {} strings", where, image.name, index,
+            fail("{} attribute {}: string number {}, but there are only {} strings", where, excerpt(image.name), index,
                  image.strings.size());
     }
 
@@ -180,8 +181,8 @@ private:
                                                              : 1;
         for (const AttribImage& image : images(cls))
             if (image.values().size() / image.size != elements || image.values().size() % image.size)
-                fail("{} attribute \"{}\": {} bytes of values for {} elements of {} bytes", attribClassName(cls),
-                     image.name, image.values().size(), elements, image.size);
+                fail("{} attribute {}: {} bytes of values for {} elements of {} bytes", attribClassName(cls),
+                     excerpt(image.name), image.values().size(), elements, image.size);
         for (const AttribImage& image : images(cls)) fillColumn(cls, image);
     }
 
@@ -215,15 +216,15 @@ private:
     template <class List, class Add>
     void addGroups(const std::vector<GroupImage>& images, List& list, size_t elements, const char* what, Add&& add) {
         for (const GroupImage& image : images) {
-            if (list.find(image.name)) fail("{} group \"{}\" stands there twice", what, image.name);
+            if (list.find(image.name)) fail("{} group {} stands there twice", what, excerpt(image.name));
             for (const uint32_t member : image.members)
                 if (member >= elements)
-                    fail("{} group \"{}\": member {}, but there are only {}", what, image.name, member, elements);
+                    fail("{} group {}: member {}, but there are only {}", what, excerpt(image.name), member, elements);
             uint32_t last = 0;
             for (const uint32_t member : image.members) last = std::max(last, member);
             myBudget.take(last);
             auto* group = list.newGroup(image.name, image.internal);
-            if (!group) fail("{} group: \"{}\" is no name a group may have", what, image.name);
+            if (!group) fail("{} group: {} is no name a group may have", what, excerpt(image.name));
             group->setFlags(image.flags);
             for (const uint32_t member : image.members) add(*group, member);
         }

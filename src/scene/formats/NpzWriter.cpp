@@ -2,6 +2,7 @@
 #include "scene/formats/AtomicFile.h"
 #include "scene/formats/FormatError.h"
 #include "scene/formats/LittleEndian.h"
+#include "scene/formats/TextNumbers.h"
 #include "scene/formats/Writers.h"
 #include "scene/formats/ZipWriter.h"
 
@@ -23,27 +24,35 @@ std::string npyHeader(const std::string& type, size_t rows, int columns) {
     return out + text;
 }
 
-/// Code points of a UTF-8 text; a byte that is no part of valid UTF-8 becomes U+FFFD.
+/// Bytes that follow the first one of a UTF-8 sequence; -1 for a byte that starts none.
+int followers(unsigned char first) {
+    if (first < 0x80) return 0;
+    if (first < 0xc2 || first > 0xf4) return -1;
+    return first < 0xe0 ? 1 : first < 0xf0 ? 2 : 3;
+}
+
+/// The code point whose sequence starts at `at`, which moves behind it. Anything that is no valid UTF-8 gives U+FFFD
+/// and moves by one byte.
+char32_t nextCodePoint(const std::string& text, size_t& at) {
+    constexpr uint32_t LEAST[] = {0, 0x80, 0x800, 0x10000};
+    const auto first = static_cast<unsigned char>(text[at++]);
+    const int more = followers(first);
+    if (more == 0) return first;
+    if (more < 0 || text.size() - at < static_cast<size_t>(more)) return U'\ufffd';
+    uint32_t code = first & (0x3fu >> static_cast<unsigned>(more));
+    for (int k = 0; k < more; ++k) {
+        const auto next = static_cast<unsigned char>(text[at + static_cast<size_t>(k)]);
+        if ((next & 0xc0u) != 0x80u) return U'\ufffd';
+        code = code << 6 | (next & 0x3fu);
+    }
+    if (code < LEAST[more] || code > 0x10ffff || (code >= 0xd800 && code < 0xe000)) return U'\ufffd';
+    at += static_cast<size_t>(more);
+    return static_cast<char32_t>(code);
+}
+
 std::u32string codePoints(const std::string& text) {
     std::u32string out;
-    for (size_t i = 0; i < text.size();) {
-        const auto first = static_cast<unsigned char>(text[i++]);
-        const int more = first < 0x80                    ? 0
-                         : first >= 0xf0 && first < 0xf5 ? 3
-                         : first >= 0xe0 && first < 0xf0 ? 2
-                         : first >= 0xc2 && first < 0xe0 ? 1
-                                                         : -1;
-        uint32_t code = more < 0 ? 0xfffd : more == 0 ? first : first & (0x3fu >> more);
-        size_t at = i;
-        for (int k = 0; k < more && code != 0xfffd; ++k) {
-            const auto next = at < text.size() ? static_cast<unsigned char>(text[at++]) : 0;
-            code = (next & 0xc0u) == 0x80u ? code << 6 | (next & 0x3fu) : 0xfffdu;
-        }
-        const uint32_t least = more == 3 ? 0x10000u : more == 2 ? 0x800u : 0u;
-        if (code < least || code > 0x10ffff || (code >= 0xd800 && code < 0xe000)) code = 0xfffd;
-        if (code != 0xfffd) i = at;
-        out += static_cast<char32_t>(code);
-    }
+    for (size_t at = 0; at < text.size();) out += nextCodePoint(text, at);
     return out;
 }
 
@@ -104,9 +113,8 @@ private:
             longest = std::max(longest, names.back().size());
         }
         if (names.size() * longest * 4 > MAX_NAMES)
-            throw FormatError(
-                fmt::format("the {} strings of attribute \"{}\" are too long for an NPZ file; write .bflx",
-                            names.size(), attribute.getName()));
+            throw FormatError(fmt::format("the {} strings of attribute {} are too long for an NPZ file; write .bflx",
+                                          names.size(), excerpt(attribute.getName())));
         std::string body;
         for (std::u32string& name : names) {
             name.resize(longest);

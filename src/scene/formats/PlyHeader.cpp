@@ -9,7 +9,6 @@
 namespace formats {
 namespace {
 
-constexpr size_t MAX_HEADER = size_t{16} << 20; ///< comments carry string tables
 constexpr size_t MAX_ELEMENTS = 256;
 constexpr size_t MAX_PROPERTIES = 1024;
 
@@ -60,10 +59,10 @@ private:
 
     std::string_view nextLine() {
         ++myLine;
-        const size_t end = myBytes.substr(0, MAX_HEADER).find('\n', myAt);
+        const size_t end = myBytes.substr(0, PLY_MAX_HEADER).find('\n', myAt);
         if (end == std::string_view::npos)
-            fail(myAt < myBytes.size() && myBytes.size() > MAX_HEADER ? "the header has no end within 16 MiB"
-                                                                      : "the file ends inside the header");
+            fail(myAt < myBytes.size() && myBytes.size() > PLY_MAX_HEADER ? "the header has no end within 16 MiB"
+                                                                          : "the file ends inside the header");
         std::string_view line = myBytes.substr(myAt, end - myAt);
         myAt = end + 1;
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);

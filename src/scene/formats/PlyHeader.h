@@ -8,6 +8,9 @@
 
 namespace formats {
 
+/// Longest header that is read; string tables in comments count.
+inline constexpr size_t PLY_MAX_HEADER = size_t{16} << 20;
+
 enum class PlyEncoding { ASCII, LITTLE, BIG };
 enum class PlyType { INT8, UINT8, INT16, UINT16, INT32, UINT32, FLOAT32, FLOAT64 };
 

@@ -3,6 +3,7 @@
 #include "host/geo/GU_Detail.h"
 #include "scene/formats/FormatError.h"
 #include "scene/formats/PlyStrings.h"
+#include "scene/formats/TextNumbers.h"
 
 #include <fmt/format.h>
 
@@ -111,7 +112,7 @@ private:
                                      : plyIsReal(property.type) ? PlyTarget::FLOAT
                                                                 : PlyTarget::INT;
         const int offset = myDetail.pointAttribs().append(name, 4, type);
-        if (offset < 0) throw FormatError(fmt::format("vertex property \"{}\" cannot become an attribute", name));
+        if (offset < 0) throw FormatError(fmt::format("vertex property {} cannot become an attribute", excerpt(name)));
         take(i, {kind, offset, 1, static_cast<int>(strings.size())});
         if (index) myDetail.pointAttribs().find(name)->setIndexStrings(std::move(strings));
     }

@@ -1,6 +1,8 @@
 #include "host/geo/GU_Detail.h"
 #include "scene/formats/AtomicFile.h"
+#include "scene/formats/FormatError.h"
 #include "scene/formats/LittleEndian.h"
+#include "scene/formats/PlyHeader.h"
 #include "scene/formats/PlyStrings.h"
 #include "scene/formats/PointColumns.h"
 #include "scene/formats/Writers.h"
@@ -70,6 +72,8 @@ void writeHeader(const GU_Detail& detail, const std::vector<PointColumn>& column
         file.write(fmt::format("element face {}\nproperty list {} int vertex_indices\n", count.faces,
                                count.wide() ? "uint" : "uchar"));
     file.write("end_header\n");
+    if (file.position() > PLY_MAX_HEADER)
+        throw FormatError("its strings make a header of more than 16 MiB, which no reader expects; write .bflx");
 }
 
 uint8_t colourByte(float value) {
