@@ -5,7 +5,8 @@
 
 namespace {
 
-constexpr PRM_Name methodNames[] = {{"ortho", "Cartesian"}, {"cylin", "Cylindrical"}, {"polar", "Polar"}, {nullptr, nullptr}};
+constexpr PRM_Name methodNames[] = {
+    {"ortho", "Cartesian"}, {"cylin", "Cylindrical"}, {"polar", "Polar"}, {nullptr, nullptr}};
 
 } // namespace
 
@@ -30,7 +31,8 @@ UT_ErrorSeverity FLX_Location::cookFlx(OP_Context& opContext) {
     return error();
 }
 
-void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, GB_PointGroup* group, float t, int thread) {
+void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, GB_PointGroup* group, float t,
+                              int thread) {
     setupVars(context, nullptr, nullptr);
     const FLX_ChosenVector loc = chooseVector(LOC, t, thread);
     const FLX_LifeParms::Sources life{choose(LIFE.LIFE, t, thread), choose(LIFE.LIFEVAR, t, thread)};
@@ -73,7 +75,8 @@ UT_Vector4 FLX_Location::position(int method, const UT_Vector3& c) {
     case Cylindrical: return {c.x() * UT_Math::cos(a), c.x() * UT_Math::sin(a), c.z(), 1};
     case Polar: {
         const float b = RADIANS * c.z();
-        return {c.x() * UT_Math::cos(a) * UT_Math::cos(b), c.x() * UT_Math::sin(a) * UT_Math::cos(b), c.x() * UT_Math::sin(b), 1};
+        return {c.x() * UT_Math::cos(a) * UT_Math::cos(b), c.x() * UT_Math::sin(a) * UT_Math::cos(b),
+                c.x() * UT_Math::sin(b), 1};
     }
     default: return {c.x(), c.y(), c.z(), 1};
     }

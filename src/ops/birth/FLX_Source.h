@@ -6,15 +6,26 @@
 #include "ops/birth/flx_SrcAttribDict.h"
 #include "vars/FLX_Emission.h"
 
-/// Gives birth to particles from geometry: its points, its primitives' centres, edges or surfaces, the inside of a closed
-/// surface, or metaballs.
+/// Gives birth to particles from geometry: its points, its primitives' centres, edges or surfaces, the inside of a
+/// closed surface, or metaballs.
 class FLX_Source final : public FLX_BirthOperator {
 public:
     FLX_Source(OP_Network* parent, const char* name, OP_Operator* op);
 
     enum EmissionType {
-        Point, PointRandom, Center, CenterRandom, CenterAttrib, Edge, EdgeRandom, EdgeAttrib,
-        Surface, SurfaceRandom, SurfaceAttrib, Volume, Metaball,
+        Point,
+        PointRandom,
+        Center,
+        CenterRandom,
+        CenterAttrib,
+        Edge,
+        EdgeRandom,
+        EdgeAttrib,
+        Surface,
+        SurfaceRandom,
+        SurfaceAttrib,
+        Volume,
+        Metaball,
     };
     enum InitialVelocity { UseInherited, AddToInherited, SetVelocity };
 
