@@ -40,7 +40,8 @@ void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, 
     const auto originIndex = choose(ORIGININDEX, t, thread);
     const FLX_SpreadParms::Sources spread{chooseVector(SPREAD.VEL, t, thread), chooseVector(SPREAD.VAR, t, thread),
                                           &SPREAD.DOELLIPSE};
-    const UT_Vector4 place = position(METHOD(), loc());
+    const UT_Vector3 coordinates = loc();
+    const UT_Vector4 place = position(METHOD(), coordinates);
     if (UTgetInterrupt()->opInterrupt(-1)) return;
 
     clearSample();
@@ -59,8 +60,10 @@ void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, 
     birth.life = lifeOf;
     birth.velocity = velocityOf;
     // Births round up: what is born too early is made up for by the cooks that follow.
+    constexpr int POLL_INTERVAL = 512;
     float& born = context->born(prim);
-    while (born > 0) {
+    for (int births = 1; born > 0; ++births) {
+        if (births % POLL_INTERVAL == 0 && UTgetInterrupt()->opInterrupt(-1)) break;
         GEO_Point* point = birthParticle(context, birth);
         if (!point) break;
         if (group) group->add(point);

@@ -134,7 +134,7 @@ void FLX_Source::updateGeometry(Cook& cook, float fraction) {
         cook.group = parseSourceGroup(*cook.source);
 
     if (cook.sourceAttribs && !cook.sourceAttribs->matches(*cook.source)) {
-        if (cook.map) cook.map->build(cook.context, cook.source, cook.context->getDetail(), ATTRIB(), CREATELOCALVAR());
+        if (cook.map) buildMap(cook);
         refreshSourceAttributeVars(cook.source);
         cook.sourceAttribs->update(*cook.source);
     }
@@ -192,13 +192,19 @@ void FLX_Source::buildGroupMenu(void* node, PRM_Name* names, int size, const PRM
 
 // ---- births
 
+void FLX_Source::buildMap(Cook& cook) {
+    const UT_String pattern = ATTRIB();
+    const bool variables = CREATELOCALVAR();
+    cook.map->build(cook.context, cook.source, cook.context->getDetail(), pattern, variables);
+}
+
 void FLX_Source::emitParticles(Cook& cook) {
     FLX_ContextData* context = cook.context;
     GU_Detail* particles = context->getDetail();
     cook.birthGroup = GROUP.make(*particles);
     if (myType != Volume) {
         cook.map = std::make_unique<FLX_AttribMap>();
-        cook.map->build(context, cook.source, particles, ATTRIB(), CREATELOCALVAR());
+        buildMap(cook);
     }
     const bool accurate = ACCURATEBIRTHS();
     if (myType != Volume) setInputGroup(cook.source, cook.group, context->source(cook.prim));

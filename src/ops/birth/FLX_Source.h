@@ -78,6 +78,8 @@ private:
     void updateGeometry(Cook& cook, float fraction);
     const GB_Group* parseSourceGroup(GU_Detail& detail);
     void showSource(const Cook& cook);
+    /// What the cook's births inherit from its source.
+    void buildMap(Cook& cook);
     void emitParticles(Cook& cook);
     void runEmission(FLX_Emission& emission, EmissionType type);
     bool emitsFromPoints() const { return myType <= PointRandom; }
