@@ -33,6 +33,7 @@ void FLX_ContextData::reset(FLX_Node* node, GU_Detail* detail, const char* initi
     myLoadError.clear();
     if (detail && !keepGeometry) detail->stashAll();
     myNumParticles = 0;
+    myNumBorn = 0;
 
     const bool fromFile = initialStateFile && *initialStateFile;
     if (detail && fromFile && !detail->load(initialStateFile, nullptr, &myLoadError)) detail->stashAll();
@@ -184,6 +185,7 @@ void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
     }
     myDisplayDetail = nullptr;
     myNumParticles = src.myNumParticles;
+    myNumBorn = src.myNumBorn;
     myPointsShared = src.myPointsShared;
     myParticleList.clear();
     myCarriedList.clear();

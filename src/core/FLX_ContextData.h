@@ -148,7 +148,12 @@ public:
     int& source(GEO_Primitive* prim) const { return *prim->castAttribData<int>(myCore.source); }
 
     // ---- particles
-    void bumpNumParticles(int n) { myNumParticles += n; }
+    void bumpNumParticles(int n) {
+        myNumParticles += n;
+        if (n > 0) myNumBorn += n;
+    }
+    /// Births since the reset.
+    long long getNumBorn() const { return myNumBorn; }
     int getNumParticles() const { return myNumParticles; }
     bool allowBirth() const { return maxParticles <= 0 || myNumParticles < maxParticles; }
 
@@ -166,7 +171,7 @@ public:
 
     // ---- identity and randomness
     int nextID();
-    float random();         ///< in [0, 1)
+    float random();         ///< in [0, 1); lint-ok: this is the source of random numbers
     float randomSample();   ///< in [0, 1), from a scrambled copy of the state
 
     // ---- events
@@ -221,6 +226,7 @@ private:
     bool myResetPending = false;
     bool mySelectionChanged = false;
     int myNumParticles = 0;
+    long long myNumBorn = 0;
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
     FLX_CoreOffsets myCore;
     int myNextIdOffset = -1;   // of the detail attribute "nextid"; -1: not looked up yet

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 
+#include "host/expr/EV_Number.h"
 #include "host/ut/UT_Math.h"
 
 const OP_VariablePair FLX_LocalVar::myVariablePair{FLX_ParticleVariables::names.data(), nullptr};
@@ -18,6 +19,7 @@ void FLX_LocalVar::setupVars(FLX_ContextData* context, const GB_PointGroup* grou
     myPointCount = int(myVarDetail->points().entries());
     myGroupCount = group ? int(group->entries()) : 0;
     myTimeIncrement = context->timeStep;
+    myWarned.reset();
     myCore = context->core();
     for (int i = 0; i < FLX_NUM_ATTRIBS; ++i) {
         const auto attrib = FLX_Attrib(i);
@@ -56,7 +58,7 @@ float FLX_LocalVar::getVariableValue(int index, int thread) {
     if (FLX_ContextData::isUserVariable(index))
         return myVarContext ? myVarContext->getUserVariableValue(myCurPoint, index, thread) : 0;
     const FLX_ParticleVariable* variable = FLX_ParticleVariables::find(index);
-    return variable ? particleValue(*variable, thread) : 0;
+    return variable ? particleValue(*variable) : 0;
 }
 
 float FLX_LocalVar::testValue(int index, int thread) {
@@ -98,12 +100,25 @@ float length3(const float* v) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2
 
 } // namespace
 
-// An attribute that is missing is an error here as in the test: the expression would silently compute with nothing.
-float FLX_LocalVar::particleValue(const FLX_ParticleVariable& variable, int thread) {
-    if (!isPresent(variable)) {
-        EV_errNo(thread) = EV_ERR_VARIABLE;
-        return 0;
+// What the attribute would hold if an operator had just added it, said once per cook.
+float FLX_LocalVar::missingValue(const FLX_ParticleVariable& variable) {
+    float value = 0;
+    if (variable.attrib != FLX_Attrib::Count && variable.read == FLX_VarRead::Attribute) {
+        const FLX_AttribRow& row = FLXattribRow(variable.attrib);
+        const uint32_t bits = row.def.bits[size_t(variable.component)];
+        value = row.type == GB_ATTRIB_INT ? float(int(bits)) : std::bit_cast<float>(bits);
     }
+    const auto index = size_t(&variable - FLX_ParticleVariables::rows.data());
+    if (!myWarned.test(index)) {
+        myWarned.set(index);
+        const std::string text = std::string("$") + variable.name + " = " + EV_numberText(value);
+        addWarning(FLX_ERR_VAR_UNAVAILABLE, text.c_str());
+    }
+    return value;
+}
+
+float FLX_LocalVar::particleValue(const FLX_ParticleVariable& variable) {
+    if (!isPresent(variable)) return missingValue(variable);
     const int i = variable.component;
     const int at = variable.attrib == FLX_Attrib::Count ? -1 : offset(variable.attrib);
     switch (variable.read) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 
 #include "core/FLX_Node.h"
 #include "vars/FLX_BoundingBox.h"
@@ -41,7 +42,8 @@ public:
 
 private:
     float testValue(int index, int thread);
-    float particleValue(const FLX_ParticleVariable& variable, int thread);
+    float particleValue(const FLX_ParticleVariable& variable);
+    float missingValue(const FLX_ParticleVariable& variable);
     bool isPresent(const FLX_ParticleVariable& variable) const;
     void beginTest(GU_Detail* detail);
 
@@ -55,6 +57,7 @@ private:
     int myGroupCount = 0;
     FLX_BoundingBox myBox;
     float myTimeIncrement = 0;
+    std::bitset<FLX_ParticleVariables::COUNT> myWarned;   // whose missing attribute this cook has told of
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
     FLX_CoreOffsets myCore;
     GU_Detail* myVarDetail = nullptr;

@@ -107,7 +107,10 @@ size_t GB_Detail::removePoints(const UT_BitSet& slots) {
 
 int GB_Detail::getBBox(UT_BoundingBox& box, const GB_PointGroup* group) const {
     box.initBounds();
-    myPoints.forEach(group, [&](const GEO_Point* point) { box.enlargeBounds(point->getPos()); });
+    if (group)
+        myPoints.forEach(group, [&](const GEO_Point* point) { box.enlargeBounds(point->getPos()); });
+    else // in memory order
+        myPointPool.forEachLive([&](uint32_t slot) { box.enlargeBounds(myPoints.bySlot(slot)->getPos()); });
     bool any = group ? !group->isEmpty() : myPoints.entries() > 0;
     for (GEO_Primitive* prim = group ? nullptr : myPrims.head(~GEOPRIMPART); prim;
          prim = myPrims.next(prim, ~GEOPRIMPART))

@@ -8,15 +8,21 @@
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
-void GB_RecordPool::FreeSlab::operator()(char* p) const { std::free(p); }
+void GB_RecordPool::FreeBlock::operator()(char* p) const { std::free(p); }
 
-std::unique_ptr<char, GB_RecordPool::FreeSlab> GB_RecordPool::newSlab(size_t stride) const {
-    // 16 bytes more than the records need, so that a vector load may reach past the last one.
-    const size_t bytes = (SLAB_RECORDS * stride + 16 + 63) / 64 * 64;
-    char* p = static_cast<char*>(std::aligned_alloc(64, bytes));
-    if (!p) throw std::bad_alloc();
-    return std::unique_ptr<char, FreeSlab>(p);
+GB_RecordPool::Block GB_RecordPool::newBlock(size_t bytes) {
+    constexpr size_t HUGE_PAGE = size_t{1} << 21;
+    const size_t alignment = bytes < HUGE_PAGE ? 64 : HUGE_PAGE;
+    void* p = nullptr;
+    if (posix_memalign(&p, alignment, bytes)) throw std::bad_alloc();
+#ifdef __linux__
+    if (alignment == HUGE_PAGE) madvise(p, bytes, MADV_HUGEPAGE); // a hint: failure changes nothing
+#endif
+    return Block(static_cast<char*>(p));
 }
 
 void GB_RecordPool::poison([[maybe_unused]] char* base, [[maybe_unused]] size_t bytes) const {
@@ -37,19 +43,27 @@ void GB_RecordPool::addSlab() {
         myTableSize = size;
     }
     mySlabs.emplace_back();
+    if (groupOf(mySlabs.size() - 1) == myGroups.size()) myGroups.emplace_back();
 }
 
 void GB_RecordPool::openSlab(size_t s) {
-    mySlabs[s].base = newSlab(myStride);
+    const size_t g = groupOf(s), step = slabStep(myStride);
+    Group& group = myGroups[g];
+    if (!group.memory) group.memory = newBlock(step * slabsIn(g));
+    ++group.open;
+    mySlabs[s].base = group.memory.get() + (s - firstSlab(g)) * step;
     setBase(s);
 }
 
 void GB_RecordPool::dropSlab(size_t s) {
-    poison(mySlabs[s].base.get(), mySlabs[s].top * myStride);
-    mySlabs[s].base.reset();
+    Group& group = myGroups[groupOf(s)];
+    poison(mySlabs[s].base, mySlabs[s].top * myStride);
+    mySlabs[s].base = nullptr;
     mySlabs[s].top = 0;
     setBase(s);
+    if (--group.open == 0) group.memory.reset();
     while (!mySlabs.empty() && !mySlabs.back().base) mySlabs.pop_back();
+    myGroups.resize(mySlabs.empty() ? 0 : groupOf(mySlabs.size() - 1) + 1);
 }
 
 uint32_t GB_RecordPool::findFree() {
@@ -106,25 +120,34 @@ bool GB_RecordPool::isLive(uint32_t slot) const {
     return mySlabs[slot >> SLAB_SHIFT].bits[index / 64] >> (index % 64) & 1;
 }
 
+void GB_RecordPool::moveSlab(size_t s, char* to, const char* newBytes, size_t count) {
+    Slab& slab = mySlabs[s];
+    const size_t stride = myStride + count;
+    for (size_t i = 0; i < slab.top; ++i) {
+        if (myStride) std::memcpy(to + i * stride, slab.base + i * myStride, myStride);
+        std::memcpy(to + i * stride + myStride, newBytes, count);
+    }
+    poison(slab.base, slab.top * myStride);
+    slab.base = to;
+    setBase(s);
+}
+
 size_t GB_RecordPool::slabBytes() const {
-    size_t open = 0;
-    for (const Slab& slab : mySlabs) open += slab.base != nullptr;
-    return open * SLAB_RECORDS * myStride;
+    size_t slabs = 0;
+    for (size_t g = 0; g < myGroups.size(); ++g)
+        if (myGroups[g].memory) slabs += slabsIn(g);
+    return slabs * slabStep(myStride);
 }
 
 void GB_RecordPool::grow(const char* newBytes, size_t count) {
     const size_t stride = myStride + count;
-    for (size_t s = 0; s < mySlabs.size(); ++s) {
-        Slab& slab = mySlabs[s];
-        if (!slab.base) continue;
-        auto base = newSlab(stride);
-        for (size_t i = 0; i < slab.top; ++i) {
-            if (myStride) std::memcpy(base.get() + i * stride, slab.base.get() + i * myStride, myStride);
-            std::memcpy(base.get() + i * stride + myStride, newBytes, count);
-        }
-        poison(slab.base.get(), slab.top * myStride);
-        slab.base = std::move(base);
-        setBase(s);
+    for (size_t g = 0; g < myGroups.size(); ++g) {
+        if (!myGroups[g].memory) continue;
+        const size_t first = firstSlab(g), end = std::min(first + slabsIn(g), mySlabs.size());
+        Block block = newBlock(slabStep(stride) * slabsIn(g));
+        for (size_t s = first; s < end; ++s)
+            if (mySlabs[s].base) moveSlab(s, block.get() + (s - first) * slabStep(stride), newBytes, count);
+        myGroups[g].memory = std::move(block);
     }
     myTemplate.insert(myTemplate.end(), newBytes, newBytes + count);
     myStride = stride;
@@ -133,6 +156,7 @@ void GB_RecordPool::grow(const char* newBytes, size_t count) {
 
 void GB_RecordPool::clear() {
     mySlabs.clear();
+    myGroups.clear();
     myTables.clear();
     myTable = nullptr;
     myTableSize = 0;
@@ -156,7 +180,7 @@ void GB_RecordPool::copyFrom(const GB_RecordPool& src) {
         addSlab();
         if (!from.base) continue;
         openSlab(s);
-        if (myStride) std::memcpy(mySlabs[s].base.get(), from.base.get(), from.top * myStride);
+        if (myStride) std::memcpy(mySlabs[s].base, from.base, from.top * myStride);
         mySlabs[s].bits = from.bits;
         mySlabs[s].live = from.live;
         mySlabs[s].top = from.top;

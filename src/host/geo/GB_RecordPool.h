@@ -22,7 +22,7 @@ struct GB_RecordView {
 /// Records of equal size in slabs of 2048, addressed by slot number = slab * 2048 + index.
 ///
 /// A record is a header of fixed size followed by attribute bytes. Births never move records, and slots survive a
-/// change of the record size. The lowest free slot is reused first; a slab without records is given back. Slabs are
+/// change of the record size. The lowest free slot is reused first; memory without records is given back. Slabs are
 /// allocated whole but not touched, so a small pool commits only the pages it uses.
 class GB_RecordPool {
 public:
@@ -58,7 +58,8 @@ public:
     /// Bytes held in slabs (address space, not committed memory).
     size_t slabBytes() const;
 
-    /// Makes every record longer by these bytes, a multiple of 4. At most one slab exists twice meanwhile.
+    /// Makes every record longer by these bytes, a multiple of 4. At most one block of memory (16 slabs) exists twice
+    /// meanwhile.
     void grow(const char* newBytes, size_t count);
     /// Frees all records; the layout stays.
     void clear();
@@ -78,27 +79,44 @@ public:
 
 private:
     static constexpr uint32_t WORDS = SLAB_RECORDS / 64;
-    struct FreeSlab {
+    struct FreeBlock {
         void operator()(char* p) const;
     };
+    using Block = std::unique_ptr<char, FreeBlock>;
     struct Slab {
-        std::unique_ptr<char, FreeSlab> base;
+        char* base = nullptr;               ///< inside the memory of its group; null while the slab has no record
         std::array<uint64_t, WORDS> bits{}; ///< one bit per living record
         uint32_t live = 0;
         uint32_t top = 0; ///< one past the highest index ever used: what lies beyond was never touched
     };
-    std::unique_ptr<char, FreeSlab> newSlab(size_t stride) const;
+    /// Memory of neighbouring slabs: the first sixteen slabs stand alone, later ones share a block of sixteen, large
+    /// enough for huge pages (page faults and address translation cost more than the records otherwise).
+    struct Group {
+        Block memory;
+        uint32_t open = 0; ///< slabs in use
+    };
+    static constexpr size_t GROUP = 16;
+    static size_t groupOf(size_t s) { return s < GROUP ? s : GROUP - 1 + s / GROUP; }
+    static size_t slabsIn(size_t g) { return g < GROUP ? 1 : GROUP; }
+    static size_t firstSlab(size_t g) { return g < GROUP ? g : (g - GROUP + 1) * GROUP; }
+    /// Bytes from one slab of a group to the next: 16 more than the records need, so that a vector load may reach past
+    /// the last one, in whole cache lines.
+    static size_t slabStep(size_t stride) { return (SLAB_RECORDS * stride + 16 + 63) / 64 * 64; }
+    static Block newBlock(size_t bytes);
     uint32_t findFree();
     void openSlab(size_t s);
     void addSlab();
     void dropSlab(size_t s);
-    void setBase(size_t s) { myTable[s] = mySlabs[s].base.get(); }
+    /// Copies a slab's records, each with the new bytes at its end.
+    void moveSlab(size_t s, char* to, const char* newBytes, size_t count);
+    void setBase(size_t s) { myTable[s] = mySlabs[s].base; }
     void poison(char* base, size_t bytes) const;
 
     size_t myHeader;
     size_t myStride;
     std::vector<char> myTemplate; ///< a record as it is born
     std::vector<Slab> mySlabs;
+    std::vector<Group> myGroups;
     char** myTable = nullptr; ///< slab bases; the newest of the tables below
     size_t myTableSize = 0;
     /// Tables that a view may still hold; together no larger than the newest. Freed when the layout changes.

@@ -57,6 +57,13 @@ void GEO_PrimParticle::deleteLists() {
 
 void GEO_PrimParticle::orphan(uint32_t slot) { myDetail->noteOrphan(slot); }
 
+size_t GEO_PrimParticle::nextSegment(size_t first, uint32_t*& begin, uint32_t*& end) {
+    const size_t last = std::min(first + SEGMENT, myParticles.size());
+    begin = &myParticles[first];
+    end = begin + (last - first);
+    return last;
+}
+
 void GEO_PrimParticle::finishCompaction(size_t kept) {
     if (kept != myParticles.size()) myDetail->bumpChange();
     myParticles.resize(kept);

@@ -75,7 +75,6 @@ public:
     template <class Fn> void forEachSpan(Fn&& fn) const {
         myParticles.forEachSpan([&](std::span<const uint32_t> part) { fn(part.data(), part.size()); });
     }
-    const UT_SegmentedArray<uint32_t>& slots() const { return myParticles; }
 
     int getVertexCount() const override { return static_cast<int>(myParticles.size()); }
     uint32_t getVertexPointSlot(int i) const override { return myParticles[static_cast<size_t>(i)]; }
@@ -93,8 +92,11 @@ private:
     std::string validate() const override;
     void orphan(uint32_t slot);
     void finishCompaction(size_t kept);
+    /// The segment from element `first` on; returns the number of its end.
+    size_t nextSegment(size_t first, uint32_t*& begin, uint32_t*& end);
 
-    UT_SegmentedArray<uint32_t> myParticles;
+    static constexpr size_t SEGMENT = 16384;
+    UT_SegmentedArray<uint32_t, SEGMENT> myParticles;
     UT_BitSet myDead; ///< by index; shorter than the sequence when the rest lives
 };
 
@@ -103,19 +105,26 @@ inline GEO_Point* GEO_ParticleVertex::getPt() const { return myPrim->particle(my
 
 template <class Keep, class Ahead> size_t GEO_PrimParticle::compact(Keep&& keep, Ahead&& ahead) {
     constexpr size_t DISTANCE = 24;
-    const size_t n = myParticles.size();
+    const size_t before = myParticles.size();
     size_t kept = 0;
-    for (size_t i = 0; i < n && i < DISTANCE; ++i) ahead(myParticles[i]);
-    for (size_t i = 0; i < n; ++i) {
-        if (i + DISTANCE < n) ahead(myParticles[i + DISTANCE]);
-        const uint32_t slot = myParticles[i];
-        if (keep(slot)) {
-            if (kept != i) myParticles[kept] = slot;
-            ++kept;
-        } else {
-            orphan(slot);
+    uint32_t* out = nullptr; // where the next survivor goes; plain pointers, since this is the simulation's hot loop
+    uint32_t* outEnd = nullptr;
+    myParticles.forEachSpan([&](std::span<uint32_t> part) {
+        const uint32_t* const in = part.data();
+        const size_t n = part.size();
+        for (size_t i = 0; i < n && i < DISTANCE; ++i) ahead(in[i]);
+        for (size_t i = 0; i < n; ++i) {
+            if (i + DISTANCE < n) ahead(in[i + DISTANCE]);
+            const uint32_t slot = in[i];
+            if (!keep(slot)) {
+                orphan(slot);
+                continue;
+            }
+            if (out == outEnd) kept = nextSegment(kept, out, outEnd);
+            *out++ = slot;
         }
-    }
+    });
+    kept -= static_cast<size_t>(outEnd - out);
     finishCompaction(kept);
-    return n - kept;
+    return before - kept;
 }

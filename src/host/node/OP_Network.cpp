@@ -101,17 +101,17 @@ void OP_Network::childDeleted(OP_Node*) { modified(OP_CHILD_CHANGED); }
 void OP_Network::childFlagChange(OP_Node*) { modified(OP_CHILD_CHANGED); }
 
 void OP_Network::propagateModification(OP_Node* by, OP_PropagateData& data) {
-    const bool rewired = by == this && data.event == OP_INPUT_CHANGED;
-    const bool fromInput = by != this && std::any_of(myInputs.begin(), myInputs.end(),
-                                                     [](const Input& i) { return i.node || i.indirect >= 0; });
-    if (rewired || fromInput) {
-        for (const auto& child : myChildren) {
-            const bool stands = std::any_of(child->myInputs.begin(), child->myInputs.end(), [&](const Input& i) {
-                return i.indirect >= 0 &&
-                       (rewired ? data.index < 0 || i.indirect == data.index : getInput(i.indirect) == by);
-            });
-            if (stands) data.pending.push_back({child.get(), by});
-        }
-    }
+    // Whatever this network's inputs stand for may have changed: by itself (rewired here), by another wire further up
+    // (its parent comes, and the input's number means nothing here), or because the node at an input changed.
+    const bool here = by == this && data.event == OP_INPUT_CHANGED, above = by == getParent();
+    const auto concerned = [&](const Input& input) {
+        if (input.indirect < 0) return false;
+        if (here) return data.index < 0 || input.indirect == data.index;
+        return above || getInput(input.indirect) == by;
+    };
+    if (here || (by != this && !myInputs.empty()))
+        for (const auto& child : myChildren)
+            if (std::any_of(child->myInputs.begin(), child->myInputs.end(), concerned))
+                data.pending.push_back({child.get(), above ? this : by});
     OP_Node::propagateModification(by, data);
 }

@@ -139,15 +139,14 @@ void FLX_Source::updateGeometry(Cook& cook, float fraction) {
     }
 }
 
-const GB_Group* FLX_Source::parseSourceGroup(const GU_Detail& detail) {
+const GB_Group* FLX_Source::parseSourceGroup(GU_Detail& detail) {
     const UT_String text = SOURCE();
     if (!text.isstring()) return nullptr;
-    auto* editable = const_cast<GU_Detail*>(&detail);
     const GB_Group* group = nullptr;
     if (emitsFromPoints())
-        group = parsePointGroupsCopy(text.c_str(), editable, 1);
+        group = parsePointGroupsCopy(text.c_str(), &detail, 1);
     else
-        group = parsePrimitiveGroupsCopy(text.c_str(), editable, 1);
+        group = parsePrimitiveGroupsCopy(text.c_str(), &detail, 1);
     if (!group) addError(FLX_ERR_BADGROUP, text.c_str());
     return group;
 }

@@ -65,7 +65,7 @@ private:
     /// Fetches the source at a fraction of the coming step: detail, element group, ray structure, and with a snapshot
     /// that no longer fits, the attribute map.
     void updateGeometry(Cook& cook, float fraction);
-    const GB_Group* parseSourceGroup(const GU_Detail& detail);
+    const GB_Group* parseSourceGroup(GU_Detail& detail);
     void showSource(const Cook& cook);
     void emitParticles(Cook& cook);
     void runEmission(FLX_Emission& emission, EmissionType type);

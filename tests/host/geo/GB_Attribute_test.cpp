@@ -120,6 +120,35 @@ TEST(RecordPool, ReusesTheLowestSlotAndGivesSlabsBack) {
     EXPECT_EQ(pool.allocate(), 2048u);
 }
 
+TEST(RecordPool, LargePoolsShareBlocksAndGiveThemBack) {
+    GB_RecordPool pool(100); // sixteen slabs are 3 MiB
+    const uint32_t n = 50 * 2048;
+    for (uint32_t i = 0; i < n; ++i) std::memcpy(pool.record(pool.allocate()), &i, 4);
+    const size_t full = pool.slabBytes();
+    UT_BitSet some(n);
+    for (uint32_t i = 20 * 2048; i < 40 * 2048; ++i) some.set(i); // part of one block, part of the next
+    pool.release(some);
+    EXPECT_EQ(pool.slabBytes(), full) << "both blocks still hold records";
+    const int word = 7;
+    pool.grow(reinterpret_cast<const char*>(&word), 4);
+    const GB_RecordView view = pool.view();
+    EXPECT_EQ(pool.allocate(), 20u * 2048);
+    pool.forEachLive([&](uint32_t slot) {
+        uint32_t value;
+        std::memcpy(&value, view(slot), 4);
+        ASSERT_EQ(value, slot == 20 * 2048 ? 0 : slot);
+    });
+    pool.release(20 * 2048);
+    for (uint32_t i = 0; i < n; ++i) some.assign(i, i < 20 * 2048 && i >= 16 * 2048);
+    pool.release(some);
+    EXPECT_LT(pool.slabBytes(), full) << "the block of slabs 16 to 31 is empty";
+    for (uint32_t i = 0; i < n; ++i) some.assign(i, i >= 2048);
+    pool.release(some);
+    EXPECT_EQ(pool.live(), 2048u);
+    EXPECT_EQ(pool.slotEnd(), 2048u);
+    for (uint32_t i = 2048; i < n; ++i) ASSERT_EQ(pool.allocate(), i);
+}
+
 TEST(RecordPool, RandomUseAgainstASet) {
     std::mt19937 random(5);
     GB_RecordPool pool(4);

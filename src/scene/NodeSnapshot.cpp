@@ -1,0 +1,72 @@
+#include "scene/NodeSnapshot.h"
+
+#include "host/node/OP_Network.h"
+#include "host/node/OP_Operator.h"
+
+namespace {
+
+/// The input of the network that stands behind a child's input, or -1.
+int networkInput(const OP_Network& network, const OP_Node* source) {
+    for (int i = 0; i < network.nInputs(); ++i)
+        if (network.getInput(i) == source) return i;
+    return -1;
+}
+
+} // namespace
+
+NodeSnapshot::Node::Node(const OP_Node& node)
+    : type(node.getOperator()->getName())
+    , name(node.getName())
+    , comment(node.comment)
+    , flags(node.flags()) {
+    const PRM_ParmList& parms = node.parms();
+    for (int i = 0; i < parms.entries(); ++i) {
+        values.push_back(parms.parm(i).value());
+        if (i >= parms.firstSpare()) spareRows.push_back(parms.parm(i).row());
+    }
+    for (int i = 0; i < node.nInputs(); ++i) {
+        const OP_Node* source = node.getInput(i);
+        if (!source) continue;
+        const bool sibling = source->getParent() == node.getParent();
+        wires.push_back({i, sibling ? source->getName() : "", sibling ? -1 : networkInput(*node.getParent(), source)});
+    }
+    if (const OP_Network* network = const_cast<OP_Node&>(node).castToNetwork(); network && network->getNchildren())
+        inside.emplace_back(*network);
+}
+
+NodeSnapshot::NodeSnapshot(const OP_Network& network) {
+    for (int i = 0; i < network.getNchildren(); ++i) myNodes.emplace_back(*network.getChild(i));
+}
+
+void NodeSnapshot::Node::fill(OP_Node& node) const {
+    node.comment = comment;
+    for (const PRM_Template& row : spareRows) node.parms().addSpare(row);
+    const int count = std::min(node.parms().entries(), int(values.size()));
+    for (int i = 0; i < count; ++i) node.parms().parm(i).setValue(values[size_t(i)]);
+    node.flags().display = flags.display;
+    node.flags().render = flags.render;
+    node.flags().bypass = flags.bypass;
+    node.flags().templateFlag = flags.templateFlag;
+}
+
+bool NodeSnapshot::restore(OP_Network& network, std::string& error) const {
+    while (network.getNchildren()) network.destroyNode(network.getChild(network.getNchildren() - 1));
+    for (const Node& saved : myNodes) {
+        OP_Node* node = network.createNode(saved.type.c_str(), saved.name.c_str(), error);
+        if (!node) return false;
+        saved.fill(*node);
+    }
+    for (const Node& saved : myNodes)
+        for (const Wire& wire : saved.wires) {
+            OP_Node* node = network.findChild(saved.name);
+            if (!wire.source.empty())
+                node->setInput(wire.input, network.findChild(wire.source));
+            else if (wire.indirect >= 0)
+                node->setIndirectInput(wire.input, wire.indirect);
+        }
+    // Networks inside come last: what their nodes are wired to exists now.
+    for (const Node& saved : myNodes)
+        for (const NodeSnapshot& inside : saved.inside)
+            if (!inside.restore(*network.findChild(saved.name)->castToNetwork(), error)) return false;
+    return true;
+}

@@ -1,0 +1,173 @@
+#include "scene/SceneCheck.h"
+
+#include "core/FLX_ContextData.h"
+#include "host/expr/EV_StringExpand.h"
+#include "host/node/OBJ_Node.h"
+#include "host/node/OP_Director.h"
+#include "host/node/SHOP_Node.h"
+#include "host/node/SOP_Node.h"
+#include "host/ut/UT_ErrorTable.h"
+#include "host/ut/UT_NodePath.h"
+#include "scene/ParticleNetwork.h"
+#include "scene/SceneDirectory.h"
+#include "scene/SceneError.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fmt/format.h>
+
+namespace {
+
+/// Lets a node's expressions see the variables that the network's operators create, for a scope.
+class UserVariables {
+public:
+    UserVariables(OP_Node& node, const CH_LocalVariable* table)
+        : myCollection(*node.getCollection())
+        , myOuter(myCollection.extraVariables()) {
+        if (table) myCollection.setExtraVariables(table);
+    }
+    ~UserVariables() { myCollection.setExtraVariables(myOuter); }
+    UserVariables(const UserVariables&) = delete;
+    UserVariables& operator=(const UserVariables&) = delete;
+
+private:
+    CH_Collection& myCollection;
+    const CH_LocalVariable* myOuter;
+};
+
+class Checker {
+public:
+    std::vector<SceneFinding> findings;
+
+    void checkNetwork(OP_Network& network, const CH_LocalVariable* variables) {
+        for (int i = 0; i < network.getNchildren(); ++i) checkNode(*network.getChild(i), variables);
+    }
+
+private:
+    void add(bool error, std::string text) { findings.push_back({error, myNode->getFullPath(), std::move(text)}); }
+
+    void checkNode(OP_Node& node, const CH_LocalVariable* variables) {
+        myNode = &node;
+        {
+            const UserVariables visible(node, variables);
+            for (int i = 0; i < node.parms().entries(); ++i) checkParm(node.parms().parm(i));
+        }
+        if (auto* particles = dynamic_cast<ParticleNetwork*>(&node)) variables = resetNetwork(*particles);
+        if (OP_Network* inside = node.castToNetwork()) checkNetwork(*inside, variables);
+    }
+
+    /// The variables that the network's operators create; what went wrong while they did is reported.
+    const CH_LocalVariable* resetNetwork(ParticleNetwork& network) {
+        network.resetSimulation();
+        report(network);
+        for (const OP_Node* node : network.operators()) report(*node);
+        return network.context()->getUserVariables();
+    }
+    void report(const OP_Node& node) {
+        for (const UT_Error& error : node.setupErrors())
+            findings.push_back({error.severity >= UT_ERROR_ABORT, node.getFullPath(), UTerrorText(error)});
+    }
+
+    void checkParm(PRM_Parm& parm) {
+        myParm = &parm;
+        for (int i = 0; i < parm.size(); ++i) checkComponent(parm.component(i));
+        if (parm.row().type == PRM_Type::String) checkText(parm);
+        for (std::vector<PRM_Parm>& instance : parm.instances())
+            for (PRM_Parm& entry : instance) checkParm(entry);
+    }
+
+    void checkComponent(PRM_Parm::Component& component) {
+        const PRM_Template& row = myParm->row();
+        const bool keys = component.kind == PRM_Parm::Component::Keys;
+        if (keys && !row.animated)
+            add(false, fmt::format("\"{}\" is animated in vain: it is read at time 0 only", row.token));
+        if (EV_EXPRESSION* expression = component.expression()) {
+            if (!expression->bind(myNode->scope()))
+                addExpressionError(expression->syntaxError(), expression->bindError());
+        } else if (!keys) {
+            checkOrdinal(row, component.constant);
+        }
+    }
+    void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
+        add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));
+    }
+    void checkOrdinal(const PRM_Template& row, double value) {
+        if (row.type != PRM_Type::Menu || !row.menu || !row.menu->names()) return;
+        int count = 0;
+        while (row.menu->names()[count].token) ++count;
+        if (!(value >= 0 && value < count))
+            add(false, fmt::format("\"{}\": {} names no entry of the menu, there are {}", row.token, value, count));
+    }
+
+    void checkText(PRM_Parm& parm) {
+        EV_StringExpand* expansion = parm.expansion();
+        std::string text = parm.text();
+        if (expansion) {
+            EV_clearError(0);
+            if (!expansion->expand(myNode->scope(), 0, 0, text)) {
+                add(true, fmt::format("\"{}\": {}", parm.row().token, EV_errText(0)));
+                EV_clearError(0);
+                return;
+            }
+        }
+        if (!text.empty()) checkReference(parm.row(), text);
+    }
+
+    void checkReference(const PRM_Template& row, const std::string& text) {
+        switch (row.stringKind) {
+        case PRM_StringKind::SopPath: require(myNode->getSOPNode(text.c_str()), row, text, "geometry"); break;
+        case PRM_StringKind::ObjectPath: require(myNode->findOBJNode(text.c_str()), row, text, "object"); break;
+        case PRM_StringKind::ShopPath: require(myNode->findSHOPNode(text.c_str()), row, text, "shader"); break;
+        case PRM_StringKind::FlxPath: {
+            OP_Node* node = myNode->findNode(text.c_str());
+            require(node && node->castToFLXNode(), row, text, "particle operator");
+            break;
+        }
+        case PRM_StringKind::File: requireFile(row, text); break;
+        default: break;
+        }
+    }
+    void require(bool found, const PRM_Template& row, const std::string& path, const char* what) {
+        if (!found) add(true, fmt::format("\"{}\": no {} at \"{}\"{}", row.token, what, path, suggestPath(path)));
+    }
+    void requireFile(const PRM_Template& row, const std::string& file) {
+        std::error_code code;
+        if (!std::filesystem::is_regular_file(SceneDirectory::resolve(file), code))
+            add(true, fmt::format("\"{}\": there is no file \"{}\"", row.token, file));
+    }
+
+    /// The first part of the path that leads nowhere, corrected.
+    std::string suggestPath(const std::string& path) {
+        const size_t slash = path.rfind('/');
+        const std::string above = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+        OP_Node* holder = myNode->findNode(above.c_str());
+        OP_Network* network = holder ? holder->castToNetwork() : nullptr;
+        if (!network) return holder || above == "." || above == "/" ? "" : suggestPath(above);
+        std::vector<std::string> names;
+        const std::string prefix = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+        for (int i = 0; i < network->getNchildren(); ++i) names.push_back(prefix + network->getChild(i)->getName());
+        return didYouMean(path, names);
+    }
+
+    OP_Node* myNode = nullptr;
+    const PRM_Parm* myParm = nullptr;
+};
+
+std::string replacementText(const std::vector<std::string>& names) {
+    std::string out;
+    for (const std::string& name : names) out += (out.empty() ? "\"" : ", \"") + name + "\"";
+    return out.empty() ? "is out of date" : "is now called " + out;
+}
+
+} // namespace
+
+std::vector<SceneFinding> checkScene(const SceneFile& scene) {
+    Checker checker;
+    OP_Director& director = *OPgetDirector();
+    checker.checkNetwork(*director.objManager(), nullptr);
+    checker.checkNetwork(*director.shopManager(), nullptr);
+    for (const SceneObsoleteUse& use : scene.obsoleteUses())
+        checker.findings.push_back(
+            {false, use.path, fmt::format("parameter \"{}\" {}", use.token, replacementText(use.replacements))});
+    return checker.findings;
+}

@@ -1,0 +1,249 @@
+#include "host/node/ExampleNodes.h"
+
+namespace {
+
+using Cooking = NodeTest;
+
+OP_Context inPass(float t = 0) {
+    OP_Context context(t);
+    context.setPass(OP_Context::newPass());
+    return context;
+}
+
+TEST_F(Cooking, OncePerPassAndData) {
+    ExampleNode *top = node("top"), *left = node("left"), *right = node("right"), *end = node("end");
+    left->setInput(0, top);
+    right->setInput(0, top);
+    end->setInput(0, left);
+    end->setInput(1, right);
+    OP_Context pass = inPass();
+    EXPECT_TRUE(end->cook(pass));
+    EXPECT_TRUE(end->cook(pass));
+    EXPECT_EQ(top->works, 1);
+    int other = 0;
+    pass.setData(&other);
+    end->cook(pass);
+    EXPECT_EQ(top->works, 2);
+    OP_Context next = inPass();
+    end->cook(next);
+    EXPECT_EQ(top->works, 3);
+    EXPECT_EQ(top->cookCount(), 3u);
+    EXPECT_NE(OP_Context::newPass(), OP_Context::newPass());
+}
+
+TEST_F(Cooking, OutsideAPassOnlyWhenOutOfDate) {
+    ExampleNode *a = node("a"), *b = node("b");
+    b->setInput(0, a);
+    OP_Context at0(0), at1(1);
+    b->cook(at0);
+    b->cook(at1);
+    EXPECT_EQ(a->works, 1);
+    a->setFloat("scale", 0, 2);
+    b->cook(at1);
+    EXPECT_EQ(a->works, 2);
+    // What an input reads of the time counts for those below it.
+    a->work = [](ExampleNode& self, OP_Context& context) { self.FORCE.z(context.getTime()); };
+    a->setFloat("scale", 0, 3);
+    b->cook(at1);
+    b->cook(at1);
+    EXPECT_EQ(a->works, 3);
+    EXPECT_TRUE(b->flags().timeDependent);
+    b->cook(at0);
+    EXPECT_EQ(a->works, 4);
+    EXPECT_EQ(b->works, 4);
+    a->work = nullptr;
+    a->setFloat("scale", 0, 4);
+    b->cook(at0);
+    b->cook(at1);
+    EXPECT_EQ(b->works, 5);
+    b->flags().recook = true;
+    b->cook(at1);
+    b->cook(at1);
+    EXPECT_EQ(b->works, 6);
+    EXPECT_EQ(a->works, 5);
+}
+
+TEST_F(Cooking, FailuresTravelDownWithTheirPath) {
+    ExampleNode *a = node("a"), *b = node("b"), *c = node("c");
+    b->setInput(0, a);
+    c->setInput(1, b);
+    bool fail = true;
+    a->work = [&](ExampleNode&, OP_Context&) {
+        if (fail) UTaddError("FLX", 11, "/obj/nothing");
+    };
+    OP_Context context(0);
+    EXPECT_FALSE(c->cook(context));
+    EXPECT_EQ(messages(*a), "error FLX 11: /obj/nothing\n");
+    EXPECT_EQ(messages(*b), "error OP 3: /obj/box/a\n");
+    EXPECT_EQ(messages(*c), "error OP 3: /obj/box/b\n");
+    EXPECT_EQ(c->works, 0);
+    EXPECT_FALSE(c->cook(context)); // up to date, and failed
+    EXPECT_EQ(a->works, 1);
+    fail = false;
+    a->setFloat("scale", 0, 2);
+    EXPECT_TRUE(c->cook(context));
+    EXPECT_EQ(messages(*a) + messages(*b) + messages(*c), "");
+}
+
+TEST_F(Cooking, MessagesStayWithTheirNode) {
+    ExampleNode *a = node("a"), *b = node("b");
+    b->setInput(0, a);
+    UTaddWarning("OP", OP_ERR_FILE, "before");
+    a->work = [](ExampleNode& self, OP_Context&) {
+        UTaddWarning("FLX", 4, "of a");
+        EXPECT_EQ(self.error(), UT_ERROR_WARNING);
+    };
+    b->work = [&](ExampleNode& self, OP_Context&) {
+        UTaddMessage("FLX", 4, "of b");
+        EXPECT_EQ(a->error(), UT_ERROR_WARNING); // asking another node takes nothing away from this one
+        EXPECT_EQ(self.error(), UT_ERROR_MESSAGE);
+    };
+    OP_Context pass = inPass();
+    EXPECT_TRUE(b->cook(pass));
+    EXPECT_EQ(messages(*a), "warning FLX 4: of a\n");
+    EXPECT_EQ(messages(*b), "message FLX 4: of b\n");
+    ASSERT_EQ(UTglobalErrors().size(), 1u);
+    EXPECT_EQ(UTglobalErrors()[0].text, "before");
+    UTglobalErrors().clear();
+    EXPECT_EQ(a->getErrorMessages(), "warning FLX 4: No input has this index: of a");
+}
+
+TEST_F(Cooking, CyclesAreErrorsOfEveryNodeInThem) {
+    ExampleNode *a = node("a"), *b = node("b"), *self = node("self");
+    a->setInput(0, b);
+    b->setInput(0, a);
+    self->setInput(0, self);
+    OP_Context pass = inPass();
+    EXPECT_FALSE(a->cook(pass));
+    EXPECT_EQ(messages(*a), "error OP 2: /obj/box/a\nerror OP 3: /obj/box/b\n");
+    EXPECT_EQ(messages(*b), "error OP 3: /obj/box/a\n");
+    EXPECT_FALSE(self->cook(pass));
+    b->setInput(0, nullptr);
+    OP_Context context(0);
+    EXPECT_TRUE(a->cook(context));
+}
+
+TEST_F(Cooking, ManyForksAndLongChainsEnd) {
+    std::vector<ExampleNode*> forks{node("fork0")};
+    forks[0]->flags().impure = true;
+    forks[0]->work = [](ExampleNode& self, OP_Context&) { self.noteImpureRead(); };
+    for (int i = 1; i < 60; ++i) {
+        forks.push_back(node(("fork" + std::to_string(i)).c_str()));
+        forks.back()->setInput(0, forks[size_t(i) - 1]);
+        forks.back()->setInput(1, forks[size_t(i) - 1]);
+    }
+    OP_Context context(0);
+    EXPECT_TRUE(forks.back()->cook(context));
+    EXPECT_EQ(forks[0]->works, 1);
+    EXPECT_TRUE(forks.back()->cook(context)); // impure: cooks at every request, once in it
+    EXPECT_EQ(forks[0]->works, 2);
+
+    ExampleNode* last = nullptr;
+    ExampleNode* first = nullptr;
+    for (int i = 0; i < 20000; ++i) {
+        ExampleNode* n = node(("chain" + std::to_string(i)).c_str());
+        n->setInput(0, last);
+        last = n;
+        if (!first) first = n;
+    }
+    EXPECT_FALSE(last->cook(context));
+    EXPECT_EQ(messages(*last), "error OP 3: /obj/box/chain19998\n");
+    EXPECT_NE(messages(*box->findChild("chain18999")).find("error OP 7: /obj/box/chain18999: more than 1000 nodes"),
+              std::string::npos);
+    const uint32_t serial = last->getChangeSerial();
+    first->setFloat("scale", 0, 2);
+    EXPECT_EQ(last->getChangeSerial(), serial + 1);
+}
+
+TEST_F(Cooking, BypassGoesToTheInput) {
+    ExampleNode *a = node("a"), *b = node("b");
+    b->setInput(0, a);
+    OP_Context context(0);
+    b->cook(context);
+    b->setBypass(true);
+    b->cook(context);
+    EXPECT_EQ(b->works, 1);
+    EXPECT_EQ(b->cookCount(), 2u);
+}
+
+TEST_F(Cooking, ModificationsVisitADiamondOnce) {
+    ExampleNode *a = node("a"), *b = node("b"), *c = node("c"), *d = node("d"), *e = node("e");
+    b->setInput(0, a);
+    c->setInput(0, a);
+    d->setInput(0, b);
+    d->setInput(1, c);
+    e->addExtraInput(d, OP_INTEREST_DATA);
+    e->addExtraInput(d, OP_INTEREST_DATA);
+    EXPECT_EQ(e->extraInputs().size(), 1u);
+    std::vector<ExampleNode*> all{a, b, c, d, e};
+    const auto serials = [&] {
+        std::vector<uint32_t> out;
+        for (ExampleNode* n : all) out.push_back(n->getChangeSerial()), n->flags().changed = false;
+        return out;
+    };
+    const auto raised = [&](const std::vector<uint32_t>& before) {
+        std::string out;
+        for (size_t i = 0; i < all.size(); ++i) {
+            EXPECT_EQ(all[i]->flags().changed, all[i]->getChangeSerial() != before[i]);
+            out += std::to_string(all[i]->getChangeSerial() - before[i]);
+        }
+        return out;
+    };
+    auto before = serials();
+    a->setFloat("scale", 0, 3);
+    EXPECT_EQ(raised(before), "11111");
+    before = serials();
+    b->setString("group", "g");
+    EXPECT_EQ(raised(before), "01011");
+    before = serials();
+    c->setInput(0, nullptr);
+    EXPECT_EQ(raised(before), "00111");
+    before = serials();
+    a->setFloat("scale", 0, 4);
+    EXPECT_EQ(raised(before), "11011");
+    before = serials();
+    b->setBypass(true);
+    EXPECT_EQ(raised(before), "01011");
+    before = serials();
+    b->setDisplay(true); // changes what is shown, not what is computed
+    d->opChanged(OP_ERROR_CHANGED);
+    EXPECT_EQ(raised(before), "00000");
+    before = serials();
+    e->clearExtraInputs();
+    d->opChanged(OP_OUTPUT_CHANGED);
+    EXPECT_EQ(raised(before), "00010");
+    e->addExtraInput(d, OP_INTEREST_FLAG);
+    before = serials();
+    d->opChanged(OP_OUTPUT_CHANGED);
+    EXPECT_EQ(raised(before), "00010");
+    before = serials();
+    d->setDisplay(true);
+    EXPECT_EQ(raised(before), "00001");
+    // A cycle of wires ends, too.
+    a->setInput(0, d);
+    before = serials();
+    b->setFloat("scale", 0, 9);
+    EXPECT_EQ(raised(before), "11010");
+}
+
+TEST_F(Cooking, DependenciesThatACookDoesNotRenewGo) {
+    ExampleNode *a = node("a"), *b = node("b"), *n = node("n");
+    ExampleNode* wanted = a;
+    n->work = [&](ExampleNode& self, OP_Context&) { self.addExtraInput(wanted, OP_INTEREST_DATA); };
+    OP_Context context(0);
+    n->cook(context);
+    EXPECT_FALSE(n->flags().changed);
+    EXPECT_EQ(n->extraInputs(), std::vector<OP_Node*>{a});
+    wanted = b;
+    a->setFloat("scale", 0, 2);
+    n->cook(context);
+    EXPECT_EQ(n->extraInputs(), std::vector<OP_Node*>{b});
+    a->setFloat("scale", 0, 3);
+    EXPECT_FALSE(n->flags().changed);
+    n->flags().changed = true;
+    n->work = [](ExampleNode&, OP_Context&) { UTaddError("FLX", 6, nullptr); };
+    n->cook(context);
+    EXPECT_EQ(n->extraInputs().size(), 1u); // who failed keeps waiting for what may mend it
+}
+
+} // namespace

@@ -1,0 +1,275 @@
+#include "host/expr/EV_Error.h"
+#include "host/expr/EV_Function.h"
+#include "host/node/ExampleNodes.h"
+#include "host/sim/DOP_FullPathData.h"
+#include "host/sim/SIM_Geometry.h"
+#include "host/sim/SIM_Position.h"
+
+namespace {
+
+class Geometry : public NodeTest {
+protected:
+    BoxObject* geo = object("geo", "geo");
+};
+
+TEST_F(Geometry, StaysUntilSomethingChanges) {
+    RowSop *a = sop(geo, "a"), *b = sop(geo, "b");
+    b->setInput(0, a);
+    OP_Context at0(0), at1(1);
+    EXPECT_FALSE(b->getCookedData(at0));
+    const GU_Detail* detail = b->cookedDetail(at0);
+    ASSERT_NE(detail, nullptr);
+    EXPECT_EQ(detail->points().entries(), 4u);
+    const uint64_t id = detail->dataId(), count = detail->getChangeCount();
+    EXPECT_EQ(b->getCookedData(at1).peekDetail(), detail);
+    EXPECT_EQ(b->cookedDetail(at1)->getChangeCount(), count);
+
+    a->setInt("count", 0, 5);
+    EXPECT_FALSE(b->getCookedData(at1));
+    EXPECT_EQ(b->cookedDetail(at1)->points().entries(), 7u);
+    EXPECT_EQ(detail->dataId(), id);
+    EXPECT_GT(detail->getChangeCount(), count);
+
+    a->setExpression("step", 0, "$T");
+    b->cookedDetail(at1);
+    EXPECT_FALSE(b->getCookedData(at0));
+    const uint64_t before = detail->getChangeCount();
+    b->cookedDetail(at0);
+    EXPECT_GT(detail->getChangeCount(), before);
+    EXPECT_TRUE(b->getCookedData(at0));
+    EXPECT_EQ(detail->points()[4]->getPos().x(), 0);
+}
+
+TEST_F(Geometry, BypassShowsTheInput) {
+    RowSop *a = sop(geo, "a"), *b = sop(geo, "b");
+    b->setInput(0, a);
+    OP_Context context(0);
+    const GU_Detail* own = b->cookedDetail(context);
+    b->setBypass(true);
+    EXPECT_EQ(b->cookedDetail(context), a->cookedDetail(context));
+    a->setInt("count", 0, 3);
+    EXPECT_EQ(b->cookedDetail(context)->points().entries(), 3u);
+    b->setBypass(false);
+    EXPECT_EQ(b->cookedDetail(context), own);
+    EXPECT_EQ(own->points().entries(), 5u);
+    a->setBypass(true);
+    EXPECT_EQ(a->cookedDetail(context)->points().entries(), 0u);
+}
+
+TEST_F(Geometry, AFailedCookLeavesNothing) {
+    RowSop *a = sop(geo, "a"), *b = sop(geo, "b");
+    b->setInput(0, a);
+    a->setInt("count", 0, -1);
+    OP_Context context(0);
+    EXPECT_EQ(b->cookedDetail(context)->points().entries(), 0u);
+    EXPECT_EQ(messages(*b), "error OP 3: /obj/geo/a\n");
+    EXPECT_EQ(b->error(), UT_ERROR_ABORT);
+}
+
+int theCalls = 0;
+bool countCall(EV_CallContext&, const EV_Value*, int, EV_Value& result) {
+    result = EV_Value(double(++theCalls));
+    return true;
+}
+const EV_FUNCTION theCounter{0, "testcalls", 0, EV_FLOAT, nullptr, &countCall};
+
+TEST_F(Geometry, ImpureExpressionsCookAtEveryRequest) {
+    ev_AddFunction(&theCounter);
+    RowSop *a = sop(geo, "a"), *b = sop(geo, "b");
+    b->setInput(0, a);
+    a->setExpression("step", 0, "testcalls()");
+    OP_Context context(0);
+    theCalls = 0;
+    b->cook(context);
+    EXPECT_TRUE(b->needToCook(context));
+    EXPECT_TRUE(b->getCookedData(context)); // just cooked
+    EXPECT_FALSE(b->getCookedData(context));
+    b->cook(context);
+    EXPECT_EQ(theCalls, 2);
+    b->cookedDetail(context);
+    EXPECT_FALSE(b->getCookedData(context));
+    // Functions of nodes are no reason: their changes are announced.
+    a->setExpression("step", 0, "ch(\"count\") + npoints(\"/obj/geo/c\")");
+    sop(geo, "c");
+    b->cook(context);
+    EXPECT_FALSE(b->needToCook(context));
+    EXPECT_TRUE(b->getCookedData(context));
+}
+
+// ---- expression functions
+
+double value(OP_Node& node, const std::string& text, float t = 0) {
+    node.setExpression("force", 0, text.c_str());
+    return double(node.evalFloat("force", 0, t));
+}
+
+TEST_F(Geometry, FunctionsThatReadParameters) {
+    ExampleNode *n = node("n"), *m = node("m12");
+    m->setExpression("force", 1, "$T * 10");
+    m->setFloat("scale", 0, 2.5);
+    m->setString("group", "a`$AGE`");
+    EXPECT_EQ(value(*n, "ch(\"../m12/scale\")"), 2.5);
+    EXPECT_EQ(value(*n, "ch(\"/obj/box/m12/forcey\")", 2), 20);
+    EXPECT_TRUE(n->flags().timeDependent);
+    EXPECT_EQ(value(*n, "ch(\"../m12/force2\")", 2), 20);
+    EXPECT_EQ(value(*n, "ch(\"forcey\") + ch(\"./count\")"), 5);
+    EXPECT_EQ(value(*n, "ch(\"/obj/box/sy\")"), 1);
+    EXPECT_EQ(value(*n, "strlen(chs(\"../m12/group\"))"), 2);
+    EXPECT_EQ(value(*n, "opdigits(\"../m12\") + opdigits(\".\")"), 12);
+    n->setString("group", "`opname(\"../m12\")`:`chs(\"../m12/scale\")`");
+    EXPECT_EQ(n->GROUP(), "m12:2.5");
+    EXPECT_EQ(messages(*n), "");
+
+    // The reader depends on what it read.
+    OP_Context context(0);
+    n->cook(context);
+    n->setExpression("force", 0, "ch(\"../m12/scale\")");
+    n->FORCE.x(0);
+    n->flags().changed = false;
+    m->setFloat("scale", 0, 3);
+    EXPECT_TRUE(n->flags().changed);
+
+    for (const char* path : {"../m12/forcew", "../m12/force4", "../m12/scalex", "../m12/force0", "../m12/nothing",
+                             "../nobody/scale", "", "/", "x"}) {
+        n->clearErrors();
+        EXPECT_EQ(value(*n, std::string("ch(\"") + path + "\")"), 0) << path;
+        EXPECT_EQ(n->errors().size(), 1u) << path;
+    }
+    n->clearErrors();
+    value(*n, "ch(\"../m12/scael\")");
+    EXPECT_NE(messages(*n).find("/obj/box/m12 has no parameter \"scael\"; did you mean \"scale\"?"), std::string::npos);
+}
+
+TEST_F(Geometry, ChainsOfReadsEnd) {
+    ExampleNode *a = node("a"), *b = node("b");
+    a->setExpression("scale", 0, "ch(\"../b/scale\") + ch(\"../b/scale\")");
+    b->setExpression("scale", 0, "ch(\"../a/scale\") + ch(\"../a/scale\")");
+    EXPECT_EQ(a->SCALE(0), 0);
+    EXPECT_NE(messages(*a).find("more than 64 parameters read each other by ch"), std::string::npos);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_EVALUATION);
+
+    // 2^64 ways through a chain that is no cycle, evaluated once each.
+    ExampleNode* last = node("x0");
+    last->setFloat("force", 1, 1);
+    for (int i = 1; i <= 64; ++i) {
+        ExampleNode* next = node(std::string("x").append(std::to_string(i)).c_str());
+        std::string read = "ch('../";
+        read.append(last->getName()).append("/forcey') / 2");
+        next->setExpression("force", 1, (read + " + " + read).c_str());
+        last = next;
+    }
+    EXPECT_EQ(last->FORCE.y(0), 1);
+    EXPECT_EQ(messages(*last), "");
+    ExampleNode* tooFar = node("toofar");
+    tooFar->setExpression("force", 1, "ch(\"../x64/forcey\")");
+    EXPECT_EQ(tooFar->FORCE.y(0), 0);
+    EXPECT_EQ(tooFar->error(), UT_ERROR_ABORT);
+    // The failure is of that chain alone.
+    EXPECT_EQ(last->FORCE.y(0), 1);
+}
+
+TEST_F(Geometry, ABrokenParameterBreaksItsReadersAndSaysWhy) {
+    ExampleNode *n = node("n"), *m = node("m");
+    m->setExpression("scale", 0, "$NOBODY");
+    value(*n, "ch(\"../m/scale\") + 1");
+    EXPECT_EQ(messages(*m), "error OP 1: scale: \"$NOBODY\": unknown variable $NOBODY at column 1\n");
+    EXPECT_EQ(messages(*n), "error OP 1: force: \"ch(\"../m/scale\") + 1\": ch: the parameter at \"../m/scale\" cannot "
+                            "be evaluated (\"$NOBODY\": unknown variable $NOBODY at column 1) at column 1\n");
+}
+
+TEST_F(Geometry, FunctionsThatReadGeometry) {
+    RowSop* row = sop(geo, "row");
+    row->setInt("count", 0, 4);
+    row->setFloat("step", 0, 0.5);
+    ExampleNode* n = node("n");
+    EXPECT_EQ(value(*n, "npoints(\"/obj/geo\")"), 4);
+    EXPECT_EQ(value(*n, "point(\"/obj/geo/row\", 3, \"P\", 0)"), 1.5);
+    EXPECT_EQ(value(*n, "point(\"/obj/geo/row\", 3, \"P\", 3)"), 1);
+    EXPECT_EQ(value(*n, "bbox(\"/obj/geo/row\", \"xmax\") * 10 + bbox(\"../../geo\", \"xsize\")"), 16.5);
+    EXPECT_EQ(value(*n, "bbox(\"/obj/geo/row\", \"ymin\")"), 0);
+    row->setExpression("step", 0, "$T");
+    EXPECT_EQ(value(*n, "bbox(\"/obj/geo/row\", \"xmax\")", 2), 6);
+    EXPECT_TRUE(n->flags().timeDependent);
+    EXPECT_EQ(messages(*n), "");
+
+    for (const char* text :
+         {"point(\"/obj/geo/row\", 4, \"P\", 0)", "point(\"/obj/geo/row\", -1, \"P\", 0)", "npoints(\"/obj/box\")",
+          "point(\"/obj/geo/row\", 0, \"P\", 4)", "point(\"/obj/geo/row\", 0, \"Cd\", 0)", "npoints(\"\")",
+          "bbox(\"/obj/geo/row\", \"wmin\")", "bbox(\"/obj/geo/row\", \"\")"}) {
+        n->clearErrors();
+        EXPECT_EQ(value(*n, text), 0) << text;
+        EXPECT_EQ(n->errors().size(), 1u) << text;
+    }
+    // Geometry that asks for itself.
+    row->setExpression("count", 0, "npoints(\"../row\") + 1");
+    OP_Context context(0);
+    EXPECT_FALSE(row->cook(context));
+    EXPECT_NE(messages(*row).find("error OP 2: /obj/geo/row"), std::string::npos);
+}
+
+TEST_F(Geometry, ACookInsideAnEvaluationKeepsItsErrorsApart) {
+    RowSop* row = sop(geo, "row");
+    row->setExpression("count", 0, "$NOBODY");
+    row->setExpression("step", 0, "$NOWHERE");
+    ExampleNode* n = node("n");
+    EXPECT_EQ(value(*n, "npoints(\"/obj/geo/row\") + 1"), 0);
+    EXPECT_EQ(row->errors().size(), 2u); // the second is not hidden by the first
+    EXPECT_NE(messages(*n).find("the geometry of /obj/geo/row cannot be cooked"), std::string::npos);
+    EXPECT_EQ(n->errors().size(), 1u);
+}
+
+TEST_F(Geometry, LongChainsThroughExpressionsEnd) {
+    RowSop* last = sop(geo, "r0");
+    for (int i = 1; i <= 1500; ++i) {
+        RowSop* next = sop(geo, std::string("r").append(std::to_string(i)).c_str());
+        next->setExpression("count", 0, ("npoints('../" + last->getName() + "')").c_str());
+        last = next;
+    }
+    OP_Context context(0);
+    EXPECT_FALSE(last->cook(context));
+    EXPECT_NE(messages(*geo->findChild("r500")).find("more than 1000 nodes in a row"), std::string::npos);
+    EXPECT_TRUE(geo->findChild("r400")->cook(context));
+    EXPECT_EQ(static_cast<RowSop*>(geo->findChild("r400"))->cookedDetail(context)->points().entries(), 2u);
+}
+
+// ---- simulation data
+
+TEST_F(Geometry, SimulationObjectsByPath) {
+    auto ball = std::make_shared<SIM_Object>();
+    auto shape = std::make_shared<SIM_Geometry>();
+    auto place = std::make_shared<SIM_Position>();
+    UT_DMatrix4 m(1.0);
+    m.translate({1, 2, 3});
+    place->setTransform(m);
+    ball->setData("Geometry", shape);
+    EXPECT_TRUE(DOPaddObject("/sim/ball", ball));
+    EXPECT_FALSE(DOPaddObject("/sim//ball/", ball));
+    EXPECT_FALSE(DOPaddObject("sim/ball", ball));
+    ball->setObjectNode(box);
+
+    DOP_FullPathData found;
+    EXPECT_TRUE(DOPfindDataFromPath("/sim/ball/Geometry", found, 0, box, 0));
+    EXPECT_EQ(SIMcast<SIM_Geometry>(found.getData()), shape.get());
+    EXPECT_EQ(SIMcast<SIM_Object>(found.getData()), nullptr);
+    EXPECT_EQ(found.getBestPosition(), nullptr);
+    ball->setData("Position", place);
+    EXPECT_TRUE(DOPfindDataFromPath("../../sim/ball", found, 0, box, 0));
+    EXPECT_EQ(SIMcast<SIM_Object>(found.getData())->getGeometry(), shape.get());
+    UT_DMatrix4 read(1.0);
+    found.getBestPosition()->getTransform(read);
+    EXPECT_EQ(read, m);
+    EXPECT_EQ(found.getObjectNode(), box);
+    OPgetDirector()->objManager()->destroyNode(box);
+    EXPECT_EQ(found.getObjectNode(), nullptr);
+
+    for (const char* path : {"", "/sim", "/sim/ball/Nothing", "/sim/ball/Geometry/x", "/"})
+        EXPECT_FALSE(DOPfindDataFromPath(path, found, 0, nullptr, 0)) << path;
+    EXPECT_EQ(found.getData(), nullptr);
+    OPresetDirector();
+    EXPECT_FALSE(DOPfindDataFromPath("/sim/ball", found, 0, nullptr, 0));
+    EXPECT_TRUE(DOPaddObject("/sim/ball", ball));
+    EXPECT_TRUE(DOPremoveObject("/sim/ball"));
+    EXPECT_FALSE(DOPremoveObject("/sim/ball"));
+}
+
+} // namespace

@@ -1,0 +1,319 @@
+#include <limits>
+#include <thread>
+
+#include "host/expr/EV_Error.h"
+#include "host/node/ExampleNodes.h"
+#include "host/node/OP_NodeScope.h"
+
+namespace {
+
+using Parameters = NodeTest;
+
+TEST_F(Parameters, RowsAreRecordedOnceAndInOrder) {
+    const int before = ExampleNode::constructed;
+    OP_Operator op("fresh", "Fresh", &ExampleNode::make, 0, 1, nullptr);
+    std::vector<std::thread> askers;
+    for (int i = 0; i < 4; ++i) askers.emplace_back([&] { op.templates(); });
+    for (std::thread& asker : askers) asker.join();
+    EXPECT_EQ(ExampleNode::constructed, before + 1);
+
+    std::string tokens;
+    for (const PRM_Template& row : op.templates().rows) tokens += row.token + " ";
+    EXPECT_EQ(tokens, "switcher scale force count on mode group kind parts press ");
+    const PRM_Template& force = op.templates().rows[2];
+    EXPECT_EQ(force.size, 3);
+    EXPECT_STREQ(force.defaults[0].text, "$AGE");
+    EXPECT_EQ(force.defaults[1].value, 2);
+    EXPECT_FALSE(op.templates().rows[5].animated);
+    EXPECT_EQ(op.templates().rows[0].folders, (std::vector<std::pair<std::string, int>>{{"Main", 3}, {"More", 2}}));
+
+    ExampleNode* n = node("n");
+    EXPECT_EQ(n->COUNT.index(), op.templates().find("count"));
+    EXPECT_STREQ(n->GROUP.token(), "group");
+    EXPECT_EQ(op.templates().find("weight#"), -1);
+}
+
+// A prototype that makes nodes of its own must not record their rows, and has no place in the scene.
+class Maker final : public ExampleNode {
+public:
+    using ExampleNode::ExampleNode;
+    static OP_Node* make(OP_Network* parent, const char* name, OP_Operator* op) { return new Maker(parent, name, op); }
+    ExampleNode inner{nullptr, "inner", nullptr};
+    Float LAST{this, {"last", "Last"}, 4};
+    inline static int prototypeId = -1;
+    inline static float prototypeValue = -1;
+    int seen = (prototypeId = getUniqueId(), prototypeValue = LAST(0), 0);
+};
+
+TEST_F(Parameters, PrototypesStandAlone) {
+    OP_Operator op("maker", "Maker", &Maker::make, 0, 1, nullptr);
+    EXPECT_EQ(op.templates().rows.size(), 11u);
+    EXPECT_EQ(op.templates().rows.back().token, "last");
+    EXPECT_EQ(Maker::prototypeId, 0);
+    EXPECT_EQ(Maker::prototypeValue, 0);
+    Maker real(nullptr, "real", &op);
+    EXPECT_EQ(real.LAST(0), 4);
+    EXPECT_GT(real.getUniqueId(), 0);
+}
+
+TEST_F(Parameters, FloatsIntsAndRanges) {
+    ExampleNode* n = node("n");
+    const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        const char* token;
+        double value, asFloat;
+        int asInt;
+    } cases[] = {
+        {"scale", 2.75, 2.75, 2},
+        {"scale", -3, 0, 0},
+        {"scale", 50, 50, 50},
+        {"scale", nan, 0, 0},
+        {"count", 2.9, 2, 2},
+        {"count", -2.9, -2, -2},
+        {"count", 1e300, 5, 5},
+        {"count", -inf, -5, -5},
+        {"count", nan, 0, 0},
+        {"mode", 7, 7, 7},
+        {"mode", -1, -1, -1},
+        {"on", 5, 5, 5},
+        {"force", 3e10, 3e10f, std::numeric_limits<int>::max()},
+    };
+    for (const auto& c : cases) {
+        n->setFloat(c.token, 0, c.value);
+        EXPECT_EQ(n->evalFloat(c.token, 0, 0), float(c.asFloat)) << c.token << " " << c.value;
+        EXPECT_EQ(n->evalInt(c.token, 0, 0), c.asInt) << c.token << " " << c.value;
+        // An expression meets the same rules.
+        n->setExpression(c.token, 0, ("0 + " + std::to_string(c.value)).c_str());
+        if (std::isfinite(c.value) && c.value < 1e100) {
+            EXPECT_EQ(n->evalFloat(c.token, 0, 0), float(c.asFloat)) << c.token << " " << c.value;
+        }
+    }
+    EXPECT_EQ(messages(*n), "");
+}
+
+TEST_F(Parameters, UnknownNamesAndComponentsGiveNothing) {
+    ExampleNode* n = node("n");
+    EXPECT_EQ(n->evalFloat("nothing", 0, 0), 0);
+    EXPECT_EQ(n->evalFloat("force", 3, 0), 0);
+    EXPECT_EQ(n->evalFloat("force", -1, 0), 0);
+    EXPECT_EQ(n->evalFloat(999, 0, 0), 0);
+    EXPECT_EQ(n->evalInt("group", 0, 0), 0);
+    n->setFloat("force", 9, 1);
+    n->setExpression("nothing", 0, "1");
+    UT_String text("left over");
+    n->evalString(text, "nothing", 0, 0);
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(Parameters, LocalVariablesComeBeforeTheSceneAndTheGlobals) {
+    ExampleNode* n = node("n");
+    OP_Director& director = *OPgetDirector();
+    EXPECT_EQ(n->FORCE.x(0), 7);
+    EXPECT_EQ(n->FORCE.y(0), 2);
+    EXPECT_EQ(n->FORCE.z(1), 25); // 24 frames a second, counted from 1
+
+    const auto value = [&](const char* text, float t = 0) {
+        n->setExpression("force", 0, text);
+        return n->FORCE.x(t);
+    };
+    EXPECT_EQ(value("$BASE"), 103);
+    EXPECT_EQ(value("$FF", 0.5f), 13);
+    EXPECT_EQ(value("$FF", 0.52f), float(double(0.52f) * 24 + 1));
+    EXPECT_EQ(value("$F", 0.52f), 13);
+    EXPECT_EQ(value("$FEND - $FSTART + $FPS"), 263);
+    EXPECT_EQ(value("$TEND * 24 + $TSTART"), 239);
+    EXPECT_EQ(value("$PI"), 3.14159265f);
+
+    EXPECT_EQ(value("$GUST"), 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    director.variables["GUST"] = 2.5;
+    director.variables["E"] = 1;
+    director.variables["AGE"] = -1;
+    director.variablesChanged();
+    EXPECT_EQ(n->FORCE.x(0), 2.5f);
+    EXPECT_EQ(value("$E"), 1);
+    EXPECT_EQ(value("$AGE"), 7);
+
+    const CH_LocalVariable extra[] = {{"GUST", 9, 0}, {"AGE", 9, 0}, {}};
+    n->setExpression("force", 0, "$GUST + $AGE");
+    EXPECT_EQ(n->FORCE.x(0), 9.5f);
+    n->getCollection()->setExtraVariables(extra);
+    EXPECT_EQ(n->FORCE.x(0), 116);
+    n->getCollection()->setExtraVariables(nullptr);
+    EXPECT_EQ(n->FORCE.x(0), 9.5f);
+}
+
+TEST_F(Parameters, KeysInterpolateAndHold) {
+    ExampleNode* n = node("n");
+    n->setKeys("scale", 0, CH_Channel({{2, 20}, {1, 10}, {4, 0}, {2, 30}}));
+    EXPECT_EQ(n->SCALE(0), 10);
+    EXPECT_EQ(n->SCALE(1.5f), 20);
+    EXPECT_EQ(n->SCALE(2), 30);
+    EXPECT_EQ(n->SCALE(3), 15);
+    EXPECT_EQ(n->SCALE(99), 0);
+    EXPECT_TRUE(n->flags().timeDependent);
+    n->setKeys("scale", 0, CH_Channel({{0, -5}}));
+    EXPECT_EQ(n->SCALE(0), 0); // the range is hard below
+    EXPECT_EQ(CH_Channel().evaluate(3), 0);
+}
+
+TEST_F(Parameters, MenusTakeTokensAndExpressions) {
+    ExampleNode* n = node("n");
+    EXPECT_EQ(n->MODE(), 1);
+    n->setExpression("mode", 0, "wild");
+    EXPECT_EQ(n->MODE(), 2);
+    n->setString("mode", "slow");
+    EXPECT_EQ(n->MODE(), 0);
+    n->setExpression("mode", 0, "$AGE - 6.5");
+    EXPECT_EQ(n->MODE(), 0);
+    EXPECT_EQ(PRMnoiseMenu.indexOf(PRMnoiseMenu.names()[3].token), 3);
+    EXPECT_EQ(PRMnoiseMenu.names()[4].token, nullptr);
+    EXPECT_EQ(PRMnoiseMenu.indexOf("nothing"), -1);
+    n->setFloat("kind", 0, 1);
+    EXPECT_EQ(n->KIND(), 1);
+    n->setFloat("switcher", 0, 1); // a folder without a value
+    EXPECT_EQ(n->FOLDERS(), 0);
+}
+
+TEST_F(Parameters, StringsExpandUnlessLiteral) {
+    ExampleNode* n = node("n");
+    EXPECT_EQ(n->GROUP(), "all");
+    n->setString("group", "hit`$AGE+1`_$F");
+    EXPECT_EQ(n->GROUP(1), "hit8_25");
+    EXPECT_EQ(n->GROUP.raw(), "hit`$AGE+1`_$F");
+    n->setString("group", "$AGE", OP_Parameters::Literal);
+    EXPECT_EQ(n->GROUP(), "$AGE");
+    n->setString("group", "\\$AGE");
+    EXPECT_EQ(n->GROUP(), "$AGE");
+    UT_String text;
+    n->evalString(text, "force", 1, 0);
+    EXPECT_EQ(text, "2");
+    n->evalStringRaw(text, "force");
+    EXPECT_EQ(text, "$AGE");
+}
+
+TEST_F(Parameters, InstancesAreReadByNumber) {
+    ExampleNode* n = node("n");
+    EXPECT_EQ(n->PARTS(), 2);
+    EXPECT_EQ(n->evalFloat("weight2", 0, 0), 0.5f);
+    EXPECT_FALSE(n->hasParm("weight3"));
+    for (const char* token : {"weight", "weight0", "weight02", "weight-1", "weight2 ", "weight#", "path2", "pathx"})
+        EXPECT_FALSE(n->hasParm(token)) << token;
+
+    n->setExpression("parts", 0, "10 + 1");
+    n->setExpression("weight11", 0, "$AGE * 2");
+    n->setString("path11x", "/obj/`$AGE`");
+    EXPECT_EQ(n->PARTS(), 11);
+    EXPECT_EQ(n->evalFloat("weight11", 0, 0), 14);
+    EXPECT_EQ(n->parms().find("path11x")->row().label, "Path 11");
+    UT_String text;
+    n->evalString(text, "path11x", 0, 0);
+    EXPECT_EQ(text, "/obj/7");
+
+    n->setInt("parts", 0, 1);
+    EXPECT_FALSE(n->hasParm("weight2"));
+    n->setInt("parts", 0, std::numeric_limits<int>::max());
+    EXPECT_EQ(n->PARTS(), PRM_Parm::maxInstances);
+    n->setInt("parts", 0, -4);
+    EXPECT_EQ(n->PARTS(), 0);
+}
+
+TEST_F(Parameters, SpareParametersBelongToOneNode) {
+    ExampleNode *n = node("n"), *other = node("other");
+    PRM_Template row;
+    row.token = "mine";
+    const std::string text = "$AGE + 1";
+    row.defaults = {text.c_str()};
+    EXPECT_EQ(n->parms().addSpare(row), 10);
+    EXPECT_EQ(n->parms().addSpare(row), -1);
+    row.token = "weight2";
+    EXPECT_EQ(n->parms().addSpare(row), -1);
+    EXPECT_EQ(n->evalFloat("mine", 0, 0), 8);
+    EXPECT_NE(n->parms().find("mine")->row().defaults[0].text, text.c_str());
+    EXPECT_FALSE(other->hasParm("mine"));
+}
+
+TEST_F(Parameters, ErrorsNameTokenAndColumn) {
+    const struct {
+        const char* text;
+        int number;
+        const char* message;
+    } cases[] = {
+        {"1 + * 2", EV_ERR_SYNTAX, "error OP 1: force: \"1 + * 2\": "},
+        {"$AGE + $AEG", EV_ERR_VARIABLE,
+         "error OP 1: force: \"$AGE + $AEG\": unknown variable $AEG at column 8; did you mean $AGE?\n"},
+        {"2 * $BAD", EV_ERR_VARIABLE, "error OP 1: force: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
+        {"ch(\"../m/scale\")", EV_ERR_EVALUATION,
+         "error OP 1: force: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"},
+    };
+    int number = 0;
+    for (const auto& c : cases) {
+        ExampleNode* n = node(("n" + std::to_string(number++)).c_str());
+        n->setExpression("force", 1, c.text);
+        EXPECT_EQ(n->FORCE.y(0), 0) << c.text;
+        EXPECT_EQ(EV_errNo(0), c.number) << c.text;
+        EXPECT_EQ(messages(*n).substr(0, std::string(c.message).size()), c.message);
+        EXPECT_EQ(n->error(), UT_ERROR_ABORT);
+        n->FORCE.y(1);
+        EXPECT_EQ(n->errors().size(), 1u);
+        n->FORCE.x(0); // a good evaluation leaves no trace of the bad one
+        EXPECT_EQ(EV_errNo(0), EV_ERR_NONE);
+    }
+}
+
+TEST_F(Parameters, TestingHidesWhatVariablesRaiseAndNothingElse) {
+    ExampleNode* n = node("n");
+    n->testing = true;
+    n->setExpression("force", 0, "$BAD");
+    n->FORCE.x(0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    EXPECT_EQ(messages(*n), "");
+    n->setExpression("force", 0, "$NOBODY");
+    n->FORCE.x(0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    EXPECT_EQ(n->errors().size(), 1u);
+}
+
+TEST_F(Parameters, EvaluationErrorsWithoutAText) {
+    ExampleNode* n = node("n");
+    EV_clearError(0);
+    n->evaluationError("rule", "$DEAD", 0);
+    EXPECT_EQ(messages(*n), "");
+    EV_errNo(0) = EV_ERR_VARIABLE;
+    n->evaluationError("rule", "$DEAD", 0);
+    EXPECT_EQ(messages(*n), "error OP 1: rule: \"$DEAD\": a variable has no value here\n");
+}
+
+TEST_F(Parameters, EnableRulesFollowTheOtherParameters) {
+    ExampleNode* n = node("n");
+    const auto enabled = [&](const char* token) { return n->parms().find(token)->enabled(); };
+    EXPECT_EQ(n->disableParms(), 1u); // group: mode is 1
+    EXPECT_TRUE(enabled("mode"));
+    EXPECT_FALSE(enabled("group"));
+    EXPECT_EQ(n->disableParms(), 0u);
+    n->setInt("mode", 0, 2);
+    EXPECT_EQ(n->disableParms(), 1u);
+    EXPECT_TRUE(enabled("group"));
+    n->setInt("on", 0, 0);
+    EXPECT_EQ(n->disableParms(), 2u);
+    EXPECT_EQ(n->GROUP.owner()->parmTemplate(n->GROUP.index()).enable.tokens, (std::vector<std::string>{"on", "mode"}));
+    EXPECT_EQ(n->enableParm("group", 1), 1u);
+    EXPECT_EQ(n->enableParm("group", 1), 0u);
+    EXPECT_EQ(n->enableParm("nothing", 1), 0u);
+
+    const PRM_EnableRule either = enable::notEmpty("group") || enable::isNot("mode", {2});
+    EXPECT_TRUE(either.test(*n));
+    n->setString("group", "");
+    EXPECT_FALSE(either.test(*n));
+    EXPECT_TRUE(enable::empty("group").test(*n));
+    EXPECT_TRUE(enable::off("on").test(*n));
+}
+
+TEST_F(Parameters, ButtonsCallBack) {
+    ExampleNode* n = node("n");
+    const PRM_Template& row = n->parmTemplate(n->PRESS.index());
+    EXPECT_EQ(row.callback(n, 3, 0), 1);
+    EXPECT_EQ(n->presses, 3);
+}
+
+} // namespace

@@ -1,0 +1,210 @@
+#include "SceneFixture.h"
+#include "core/FLX_ContextData.h"
+#include "scene/DumpJson.h"
+#include "scene/StateHash.h"
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace {
+
+/// One particle per cook at the origin; its velocity is (0, the time of that cook, 0).
+constexpr const char* clockNode = R"({"name": "clock", "type": "location", "parms": {
+    "constantrate": 0, "impulserate": 1, "vel": [0, "$T", 0], "var": [0, 0, 0]}})";
+
+/// 10 particles per frame that live for 4 frames and a half.
+constexpr const char* fountain = R"({"name": "birth", "type": "location", "parms": {
+    "constantrate": 240, "life": "4.5 / 24", "vel": [0, 2, 0]}})";
+
+std::vector<float> velocities(const GU_Detail& gdp) {
+    std::vector<float> out;
+    const int v = gdp.pointAttribs().getOffset("v", 12, GB_ATTRIB_VECTOR);
+    gdp.points().forEach(nullptr, [&](const GEO_Point* p) { out.push_back(p->castAttribData<float>(v)[1]); });
+    return out;
+}
+
+} // namespace
+
+class ParticleNetworks : public SceneTest {
+protected:
+    void loadNet(const std::string& nodes, const std::string& parms = "", const std::string& head = "") {
+        ASSERT_EQ(load(R"({"flx": 1, )" + head + R"( "obj": [{"name": "fx", "type": "flxnet", "parms": {)" + parms +
+                       "}, \"nodes\": [" + nodes + "]}]}"),
+                  "");
+    }
+    nlohmann::json dump(bool guides = false) {
+        std::ostringstream out;
+        dumpJson(network(), guides, out);
+        return nlohmann::json::parse(out.str());
+    }
+};
+
+TEST_F(ParticleNetworks, CooksAtTheTimesOfFramesAndSubsteps) {
+    loadNet(clockNode, R"("substeps": 3)", R"("fps": 25, "frames": [7, 20],)");
+    ASSERT_TRUE(network().cookFrame(9));
+    std::vector<float> expected = {float(6.0 / 25)};
+    for (const int frame : {8, 9})
+        for (int s = 1; s <= 3; ++s) expected.push_back(float((frame - 2 + s / 3.0) / 25));
+    EXPECT_EQ(velocities(*network().particleDetail()), expected);
+    EXPECT_EQ(network().context()->timeStep, float(1.0 / 75));
+    EXPECT_EQ(network().born(), 3);
+}
+
+TEST_F(ParticleNetworks, StartFrameAndWhatComesBefore) {
+    loadNet(clockNode, R"("startframe": 11)");
+    ASSERT_TRUE(network().cookFrame(10));
+    EXPECT_EQ(network().particleCount(), 0);
+    EXPECT_EQ(network().displayDetail()->points().entries(), 0u);
+    ASSERT_TRUE(network().cookFrame(12));
+    EXPECT_EQ(velocities(*network().particleDetail()), (std::vector<float>{float(10.0 / 24), float(11.0 / 24)}));
+    ASSERT_TRUE(network().cookFrame(3));
+    EXPECT_EQ(network().particleCount(), 0);
+}
+
+TEST_F(ParticleNetworks, BirthsAndDeathsAddUp) {
+    loadNet(fountain);
+    long long alive = 0;
+    for (int frame = 1; frame <= 12; ++frame) {
+        ASSERT_TRUE(network().cookFrame(frame));
+        alive += network().born() - network().died();
+        EXPECT_EQ(network().particleCount(), alive) << frame;
+        EXPECT_EQ(network().born(), 10) << frame;
+    }
+    EXPECT_EQ(network().died(), 10) << "as many die as are born once the first have";
+    EXPECT_EQ(network().particleDetail()->points().entries(), size_t(alive));
+}
+
+TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
+    loadNet(fountain + std::string(R"(, {"name": "pull", "type": "force", "inputs": ["birth"],
+        "parms": {"force": [0, "-9.8 + $ID % 3", 0]}, "flags": ["display"]})"),
+            R"("seed": 5)");
+    std::vector<uint64_t> hashes;
+    for (int frame = 1; frame <= 8; ++frame) {
+        ASSERT_TRUE(network().cookFrame(frame));
+        hashes.push_back(network().stateHash());
+    }
+    EXPECT_NE(hashes[6], hashes[7]);
+    for (const int frame : {3, 8, 1, 5}) {
+        ASSERT_TRUE(network().cookFrame(frame));
+        EXPECT_EQ(network().stateHash(), hashes[size_t(frame - 1)]) << frame;
+    }
+    ASSERT_TRUE(file.assign("/obj/fx.seed=6"));
+    network().cookFrame(1);
+    EXPECT_NE(network().stateHash(), hashes[0]);
+    EXPECT_EQ(node("/obj/fx/pull")->getInput(0), node("/obj/fx/birth")) << "operators come back wired";
+    EXPECT_EQ(network().getDisplayNodePtr(), node("/obj/fx/pull"));
+}
+
+TEST_F(ParticleNetworks, SubNetworksSurviveARewind) {
+    loadNet(R"({"name": "a", "type": "location", "parms": {"constantrate": 240}},
+        {"name": "s", "type": "subnet", "inputs": ["a"], "nodes": [
+            {"name": "f", "type": "force", "inputs": [0], "parms": {"force": [3, 0, 0]}, "flags": ["render", "display"]}]})");
+    network().cookFrame(4);
+    const uint64_t hash = network().stateHash();
+    network().cookFrame(1);
+    network().cookFrame(4);
+    EXPECT_EQ(network().stateHash(), hash);
+    EXPECT_EQ(node("/obj/fx/s/f")->getInput(0), node("/obj/fx/a"));
+}
+
+TEST_F(ParticleNetworks, RenderThenDisplayThenLastNodeIsCooked) {
+    const std::string two =
+        R"({"name": "a", "type": "location", "parms": {"impulserate": 1, "constantrate": 0}, "flags": [FA]},
+                               {"name": "b", "type": "location", "parms": {"impulserate": 2, "constantrate": 0}, "flags": [FB]})";
+    const auto count = [&](const char* a, const char* b) {
+        std::string nodes = two;
+        nodes.replace(nodes.find("FA"), 2, a);
+        nodes.replace(nodes.find("FB"), 2, b);
+        loadNet(nodes);
+        network().cookFrame(1);
+        return network().particleCount();
+    };
+    EXPECT_EQ(count("", ""), 2);
+    EXPECT_EQ(count("\"display\"", ""), 1);
+    EXPECT_EQ(count("\"display\"", "\"render\""), 2);
+}
+
+TEST_F(ParticleNetworks, MaximumAndInitialState) {
+    const std::string path = testing::TempDir() + "/three.obj";
+    std::ofstream(path) << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
+    loadNet(fountain, "\"maxparticles\": 15, \"initialstate\": \"" + path + "\"");
+    network().cookFrame(1);
+    const nlohmann::json first = dump();
+    EXPECT_EQ(first["prims"][0]["generator"], "");
+    EXPECT_EQ(first["prims"][0]["points"], nlohmann::json({0, 1, 2}));
+    EXPECT_EQ(first["prims"][1]["generator"], "/obj/fx/birth");
+    EXPECT_EQ(first["particles"], 13);
+    EXPECT_EQ(network().born(), 10);
+
+    loadNet(fountain, R"("initialstate": "/nowhere/x.obj")");
+    network().cookFrame(1);
+    EXPECT_EQ(network().severity(), UT_ERROR_ABORT);
+    EXPECT_EQ(network().particleCount(), 10);
+}
+
+TEST_F(ParticleNetworks, DumpTellsTheState) {
+    loadNet(fountain, R"("seed": 9)");
+    ASSERT_TRUE(network().cookFrame(3));
+    const nlohmann::json json = dump();
+    const GU_Detail& gdp = *network().particleDetail();
+    EXPECT_EQ(json["frame"], 3);
+    EXPECT_EQ(json["time"].get<float>(), float(2.0 / 24));
+    EXPECT_EQ(json["hash"], hashText(network().stateHash()));
+    EXPECT_EQ(json["particles"], 30);
+    EXPECT_EQ(json["pointcount"], 30);
+    ASSERT_EQ(json["points"]["P"].size(), 30u);
+    for (size_t i = 0; i < 30; ++i)
+        for (int c = 0; c < 4; ++c)
+            EXPECT_EQ(json["points"]["P"][i][size_t(c)].get<float>(), gdp.points()[i]->getPos()[c]);
+    EXPECT_EQ(json["points"]["id"][29], 30);
+    EXPECT_EQ(json["points"]["life"][0].size(), 2u);
+    EXPECT_FALSE(json["points"].contains("backtrack")) << "raw data stays out";
+    EXPECT_EQ(json["attributes"]["v"], nlohmann::json({{"type", "vector"}, {"size", 3}, {"default", {0, 0, 0}}}));
+    ASSERT_EQ(json["prims"].size(), 1u);
+    EXPECT_EQ(json["prims"][0]["type"], "particle");
+    EXPECT_EQ(json["prims"][0]["generator"], "/obj/fx/birth");
+    EXPECT_EQ(json["detail"]["nextid"], 31);
+    EXPECT_EQ(json["detail"]["seed"], network().context()->getRandomSeed());
+    EXPECT_EQ(json["nodes"]["/obj/fx/birth"]["severity"], 0);
+    EXPECT_NE(json["nodes"]["/obj/fx/birth"]["info"].get<std::string>().find("30 points"), std::string::npos);
+    EXPECT_TRUE(json["events"].empty());
+    EXPECT_FALSE(json.contains("guides"));
+    EXPECT_TRUE(dump(true).contains("guides"));
+    EXPECT_EQ(dump()["hash"], json["hash"]) << "guides change no particle";
+}
+
+TEST_F(ParticleNetworks, DumpTellsOfErrorsAndOfAnEmptyNetwork) {
+    loadNet(R"({"name": "birth", "type": "location", "parms": {"constantrate": "$NOPE"}})");
+    network().cookFrame(1);
+    const nlohmann::json json = dump();
+    EXPECT_EQ(json["nodes"]["/obj/fx/birth"]["severity"], 4);
+    EXPECT_EQ(json["nodes"]["/obj/fx/birth"]["messages"][0]["type"], "OP");
+    EXPECT_EQ(network().severity(), UT_ERROR_ABORT);
+    loadNet("");
+    network().cookFrame(2);
+    EXPECT_EQ(dump()["particles"], 0);
+}
+
+TEST_F(ParticleNetworks, ParticlesAreGeometryForOthers) {
+    ASSERT_EQ(load(R"({"flx": 1, "obj": [
+        {"name": "fx", "type": "flxnet", "nodes": [)" +
+                   std::string(fountain) + R"(]},
+        {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/fx"}},
+                                               {"name": "bad", "type": "particles", "parms": {"path": "/obj/g"}}]}]})"),
+              "");
+    EXPECT_EQ(cooked("p", float(2.0 / 24)).points().entries(), 30u);
+    EXPECT_EQ(cooked("p", 0).points().entries(), 10u);
+    cooked("bad");
+    EXPECT_EQ(message("/obj/g/bad"), "error OP 5: path: \"/obj/g\" is no particle network");
+}
+
+TEST_F(ParticleNetworks, ANetworkThatNeedsItselfIsAnError) {
+    ASSERT_EQ(load(R"({"flx": 1, "obj": [
+        {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/fx"}}]},
+        {"name": "fx", "type": "flxnet", "nodes": [
+            {"name": "birth", "type": "source", "parms": {"soppath": "/obj/g/p", "usecontextgeo": 0}}]}]})"),
+              "");
+    ASSERT_TRUE(network().cookFrame(3));
+    EXPECT_EQ(message("/obj/g/p"), "error OP 2: /obj/fx");
+}

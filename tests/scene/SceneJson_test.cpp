@@ -1,0 +1,97 @@
+#include "scene/JsonStream.h"
+#include "scene/SceneJson.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <sstream>
+
+namespace {
+
+std::string failure(const std::string& text, const SceneJson::Limits& limits = {}) {
+    SceneJson json;
+    SceneJson::Failure why;
+    if (SceneJson::parse(text, json, why, limits)) return "";
+    EXPECT_TRUE(json.isNull());
+    return std::to_string(why.line) + ": " + why.what;
+}
+
+} // namespace
+
+TEST(SceneJson, ReadsCommentsAndKeepsOrderAndLines) {
+    SceneJson json;
+    SceneJson::Failure why;
+    ASSERT_TRUE(SceneJson::parse(
+        "// head\n{\"b\": [1, -2.5e1, true], /* in\nside */ \"a\": {\"t\": \"x\\u00e9\"},\n\"n\": null}", json, why));
+    ASSERT_EQ(json.members().size(), 3u);
+    EXPECT_EQ(json.members()[0].first, "b");
+    EXPECT_EQ(json.find("b")->items()[1].number(), -25);
+    EXPECT_EQ(json.find("a")->find("t")->text(), "x\xc3\xa9");
+    EXPECT_EQ(json.find("a")->line(), 3u);
+    EXPECT_EQ(json.toText(), "{\"b\":[1,-25,true],\"a\":{\"t\":\"x\xc3\xa9\"},\"n\":null}");
+}
+
+TEST(SceneJson, SyntaxErrorsNameTheLine) {
+    EXPECT_EQ(failure("{\n\"a\": 1,\n\"b\" 2}").substr(0, 3), "3: ");
+    EXPECT_EQ(failure("{\"a\": 1} {").substr(0, 3), "1: ");
+    EXPECT_NE(failure(""), "");
+    EXPECT_NE(failure("{\"a\": \"\xff\"}"), "");
+    EXPECT_EQ(failure("[1,\n1e999]"), "2: the number 1e999 is too large");
+    EXPECT_EQ(failure("[1,\n\n]"), "3: unexpected ']'; expected '[', '{', or a literal");
+}
+
+TEST(SceneJson, KeysStandOnce) {
+    EXPECT_EQ(failure("{\"a\": 1,\n \"b\": {\"a\": 2},\n \"a\": 3}"), "3: the key \"a\" stands here twice");
+}
+
+TEST(SceneJson, LimitsHold) {
+    EXPECT_EQ(failure(std::string(128, '[') + std::string(128, ']')), "");
+    EXPECT_EQ(failure(std::string(129, '[') + std::string(129, ']')), "1: values may be nested at most 128 deep");
+    // Far past any stack: refused at the limit, not after.
+    EXPECT_EQ(failure(std::string(5000000, '[')), "1: values may be nested at most 128 deep");
+
+    SceneJson::Limits small;
+    small.bytes = 10;
+    EXPECT_EQ(failure("[1,2,3,4,5]", small), "0: the file has 11 bytes; at most 10 are read");
+    small = {};
+    small.nodes = 3;
+    EXPECT_EQ(failure(R"({"obj": [{}, {"nodes": [{}]}]})", small), "");
+    EXPECT_EQ(failure("{\"obj\": [{}, {\"nodes\": [{},\n{}]}]}", small), "2: a scene may have at most 3 nodes");
+    EXPECT_EQ(failure(R"({"list": [{}, {}, {}, {}, {}]})", small), "");
+}
+
+TEST(JsonText, NumbersReadBackToTheSame) {
+    for (const float value : {0.1f, 1.0f / 3, -0.0f, 1e-45f, 3.4028235e38f, 16777217.0f, -2.5f}) {
+        std::string text;
+        JsonText::number(text, value);
+        const float back = std::strtof(text.c_str(), nullptr);
+        EXPECT_EQ(std::memcmp(&back, &value, 4), 0) << text;
+    }
+    std::string text;
+    JsonText::number(text, std::numeric_limits<float>::quiet_NaN());
+    JsonText::number(text, -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(text, "\"nan\"\"-inf\"");
+}
+
+TEST(JsonText, StringsAreAlwaysValidJson) {
+    const std::string wild =
+        std::string("a\"\\\n\t\x01\x7f\xc3\xa9") + "\xff\xed\xa0\x80\xc0\x80\xf0\x9f\x98\x80\xe2\x82";
+    std::string text;
+    JsonText::string(text, wild);
+    SceneJson json;
+    SceneJson::Failure why;
+    ASSERT_TRUE(SceneJson::parse(text, json, why)) << text << why.what;
+    EXPECT_EQ(json.text().substr(0, 9), "a\"\\\n\t\x01\x7f\xc3\xa9");
+    EXPECT_NE(json.text().find("\xf0\x9f\x98\x80"), std::string::npos);
+}
+
+TEST(JsonStream, NestsAndSeparates) {
+    std::ostringstream out;
+    {
+        JsonStream json(out);
+        json.beginObject().key("a").beginArray().integer(1).beginArray().endArray().null().endArray();
+        json.key("b").beginObject().endObject().key("c").text("x").endObject();
+    }
+    EXPECT_EQ(out.str(), R"({"a":[1,[],null],"b":{},"c":"x"})");
+}

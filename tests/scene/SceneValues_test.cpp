@@ -1,0 +1,122 @@
+#include "SceneFixture.h"
+
+class SceneValues : public SceneTest {
+protected:
+    void loadNet(const std::string& nodes) {
+        ASSERT_EQ(load(R"({"flx": 1, "fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5}, "obj": [
+            {"name": "fx", "type": "flxnet", "nodes": [)" +
+                       nodes + "]}]}"),
+                  "");
+    }
+    float value(const char* path, const char* token, int component = 0, float t = 0) {
+        return node(path)->evalFloat(token, component, t);
+    }
+};
+
+TEST_F(SceneValues, ClockAndVariables) {
+    loadNet(R"({"name": "a", "type": "location", "parms": {"life": "$GUST * $FSTART + $FF / 100"}})");
+    EXPECT_EQ(OPgetDirector()->fps, 25);
+    EXPECT_EQ(OPgetDirector()->endFrame, 60);
+    EXPECT_NEAR(value("/obj/fx/a", "life", 0, 2), 2.5 * 5 + 51 / 100.0, 1e-6);
+    EXPECT_EQ(network().STARTFRAME(0), 5) << "by default the scene's first frame";
+}
+
+TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
+    ASSERT_EQ(load(R"j({"flx": 1, "obj": [{"name": "a", "type": "geo", "comment": "hello",
+        "parms": {"t": [1, "$T * 2", {"keys": [[2, 30], [1, 10]]}], "s": 4, "scale": true, "r": ["ch(\"tx\")", 0, 0]
+}
+},
+        {"name": "b", "type": "geo", "parms": {"parent": "/obj/`\"a\"`", "scale": [3]}}]
+})j"),
+              "");
+    EXPECT_EQ(value("/obj/a", "t", 0, 3), 1);
+    EXPECT_EQ(value("/obj/a", "t", 1, 3), 6);
+    EXPECT_EQ(value("/obj/a", "t", 2, 0), 10) << "held before the first key";
+    EXPECT_EQ(value("/obj/a", "t", 2, 1.25f), 15);
+    EXPECT_EQ(value("/obj/a", "t", 2, 9), 30);
+    EXPECT_EQ(value("/obj/a", "s", 0), 4) << "a scalar sets the first component";
+    EXPECT_EQ(value("/obj/a", "s", 1), 1);
+    EXPECT_EQ(value("/obj/a", "scale"), 1);
+    EXPECT_EQ(value("/obj/b", "scale"), 3);
+    UT_String parent;
+    node("/obj/b")->evalString(parent, "parent", 0, 0);
+    EXPECT_EQ(parent.str(), "/obj/a");
+    EXPECT_EQ(node("/obj/a")->comment, "hello");
+}
+
+TEST_F(SceneValues, Menus) {
+    loadSops(R"j({"name": "token", "type": "sphere", "parms": {"type": "prim"}},
+                {"name": "ordinal", "type": "sphere", "parms": {"type": 1}},
+                {"name": "expression", "type": "sphere", "parms": {"type": "1 + ($T > 2)"
+}
+})j");
+    EXPECT_EQ(value("/obj/g/token", "type"), 2);
+    EXPECT_EQ(value("/obj/g/ordinal", "type"), 1);
+    EXPECT_EQ(value("/obj/g/expression", "type", 0, 1), 1);
+    EXPECT_EQ(value("/obj/g/expression", "type", 0, 3), 2);
+}
+
+TEST_F(SceneValues, SpareParameters) {
+    loadNet(R"j({"name": "a", "type": "location", "parms": {"life": "ch(\"power\") + ch(\"mode\")"}, "spare": [
+        {"token": "power", "label": "Power", "type": "float", "default": 2, "range": [0, 5], "rangekind": ["hard", "hard"],
+         "value": 9},
+        {"token": "mode", "type": "menu", "menu": [["soft", "Soft"], ["hard", "Hard"]], "value": "hard"},
+        {"token": "axis", "type": "float", "size": 3, "default": [0, "$GUST", 1]},
+        {"token": "note", "type": "string", "default": "none"}]
+})j");
+    EXPECT_EQ(value("/obj/fx/a", "life"), 6) << "the hard range clamps";
+    EXPECT_EQ(value("/obj/fx/a", "axis", 1), 2.5f);
+    UT_String note;
+    node("/obj/fx/a")->evalString(note, "note", 0, 0);
+    EXPECT_EQ(note.str(), "none");
+}
+
+TEST_F(SceneValues, Flags) {
+    loadNet(R"({"name": "a", "type": "location", "flags": ["display", "bypass"]},
+               {"name": "b", "type": "location", "flags": ["render", "template", "!bypass"]},
+               {"name": "c", "type": "location", "flags": ["template", "!template"]})");
+    EXPECT_EQ(network().getDisplayNodePtr(), node("/obj/fx/a"));
+    EXPECT_EQ(network().getRenderNodePtr(), node("/obj/fx/b"));
+    EXPECT_TRUE(node("/obj/fx/a")->getBypass());
+    EXPECT_FALSE(node("/obj/fx/b")->getBypass());
+    EXPECT_TRUE(node("/obj/fx/b")->getTemplate());
+    EXPECT_FALSE(node("/obj/fx/c")->getTemplate());
+}
+
+TEST_F(SceneValues, SubNetworkInputsThroughTwoLevels) {
+    loadNet(R"({"name": "x", "type": "location"}, {"name": "y", "type": "location"},
+        {"name": "outer", "type": "subnet", "inputs": ["x", "y"], "nodes": [
+            {"name": "inner", "type": "subnet", "inputs": [1, 0], "nodes": [
+                {"name": "first", "type": "null", "inputs": [0]},
+                {"name": "second", "type": "null", "inputs": [1]},
+                {"name": "unwired", "type": "null", "inputs": [3]}]},
+            {"name": "gap", "type": "collect", "inputs": [null, "inner"]}]})");
+    EXPECT_EQ(node("/obj/fx/outer/inner/first")->getInput(0), node("/obj/fx/y"));
+    EXPECT_EQ(node("/obj/fx/outer/inner/second")->getInput(0), node("/obj/fx/x"));
+    EXPECT_EQ(node("/obj/fx/outer/inner/unwired")->getInput(0), nullptr);
+    EXPECT_EQ(node("/obj/fx/outer/gap")->getInput(0), nullptr);
+    EXPECT_EQ(node("/obj/fx/outer/gap")->getInput(1), node("/obj/fx/outer/inner"));
+}
+
+TEST_F(SceneValues, Assignments) {
+    loadNet(R"({"name": "a", "type": "location"}, {"name": "f", "type": "force", "inputs": ["a"]})");
+    const auto set = [&](const char* text) { return file.assign(text) ? "" : file.error(); };
+    EXPECT_EQ(set("/obj/fx/f.force.y=-3"), "");
+    EXPECT_EQ(set("/obj/fx/f.force.2=$GUST * 2"), "");
+    EXPECT_EQ(set("/obj/fx.seed=3"), "");
+    EXPECT_EQ(set("/obj/fx/a.life={\"keys\": [[0, 1], [1, 2]]}"), "");
+    EXPECT_EQ(value("/obj/fx/f", "force", 1), -3);
+    EXPECT_EQ(value("/obj/fx/f", "force", 2), 5);
+    EXPECT_EQ(network().SEED(0), 3);
+    EXPECT_EQ(value("/obj/fx/a", "life", 0, 0.5f), 1.5f);
+    EXPECT_EQ(set("/obj/fx/f.force=[1, 2, 3]"), "");
+    EXPECT_EQ(value("/obj/fx/f", "force", 0), 1);
+    EXPECT_EQ(set("/obj/fx/f.source=[x"), "");
+    UT_String text;
+    node("/obj/fx/f")->evalStringRaw(text, "source");
+    EXPECT_EQ(text.str(), "[x") << "texts are taken verbatim";
+    EXPECT_EQ(set("/obj/fx/g.x=1"), "there is no node \"/obj/fx/g\"");
+    EXPECT_EQ(set("/obj/fx/f.forse=1"), "/obj/fx/f: unknown parameter \"forse\"; did you mean \"force\"?");
+    EXPECT_EQ(set("/obj/fx/f.force.7=1"), "/obj/fx/f: \"force\" has no component \"7\"");
+    EXPECT_EQ(set("seed"), "\"seed\": expects NODE.PARM=VALUE, for example /obj/fx.seed=3");
+}

@@ -1,0 +1,339 @@
+#include "SceneFixture.h"
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <map>
+
+namespace {
+
+UT_Vector3D position(const GEO_Primitive& prim, int v) {
+    const UT_Vector4& p = prim.getVertexPoint(v)->getPos();
+    return {p.x(), p.y(), p.z()};
+}
+
+/// Volume that closed polygons enclose, positive when their normals point outward.
+double signedVolume(const GU_Detail& gdp) {
+    double sum = 0;
+    for (size_t i = 0; i < gdp.primitives().entries(); ++i) {
+        const GEO_Primitive& prim = *gdp.primitives()[i];
+        for (int v = 1; v + 1 < prim.getVertexCount(); ++v)
+            sum += dot(position(prim, 0), cross(position(prim, v), position(prim, v + 1))) / 6;
+    }
+    return sum;
+}
+
+double area(const GU_Detail& gdp) {
+    double sum = 0;
+    for (size_t i = 0; i < gdp.primitives().entries(); ++i) {
+        const GEO_Primitive& prim = *gdp.primitives()[i];
+        UT_Vector3D n(0, 0, 0);
+        for (int v = 1; v + 1 < prim.getVertexCount(); ++v)
+            n += cross(position(prim, v) - position(prim, 0), position(prim, v + 1) - position(prim, 0)) * 0.5;
+        sum += n.length();
+    }
+    return sum;
+}
+
+/// Every edge is run along once in each direction: closed, and consistently wound.
+bool watertight(const GU_Detail& gdp) {
+    std::map<std::pair<uint32_t, uint32_t>, int> edges;
+    for (size_t i = 0; i < gdp.primitives().entries(); ++i) {
+        const GEO_Primitive& prim = *gdp.primitives()[i];
+        for (int v = 0; v < prim.getVertexCount(); ++v)
+            ++edges[{prim.getVertexPointSlot(v), prim.getVertexPointSlot((v + 1) % prim.getVertexCount())}];
+    }
+    for (const auto& [edge, count] : edges)
+        if (count != 1 || !edges.count({edge.second, edge.first})) return false;
+    return !edges.empty();
+}
+
+float primFloat(const GU_Detail& gdp, size_t prim, const char* name) {
+    const int offset = gdp.primitiveAttribs().getOffset(name, 4, GB_ATTRIB_FLOAT);
+    return offset < 0 ? -1 : *gdp.primitives()[prim]->castAttribData<float>(offset);
+}
+
+constexpr double pi = 3.14159265358979;
+
+} // namespace
+
+class Sops : public SceneTest {};
+
+TEST_F(Sops, Box) {
+    loadSops(R"({"name": "a", "type": "box"},
+                {"name": "b", "type": "box", "parms": {"size": [2, 3, 4], "t": [1, 1, 1], "divs": [2, 3, 4]}},
+                {"name": "thin", "type": "box", "parms": {"divs": [1, 4, 2]}})");
+    const GU_Detail& a = cooked("a");
+    EXPECT_EQ(a.points().entries(), 8u);
+    EXPECT_EQ(a.primitives().entries(), 6u);
+    EXPECT_NEAR(signedVolume(a), 1, 1e-6);
+    const GU_Detail& b = cooked("b");
+    EXPECT_EQ(b.points().entries(), 2u * (2 * 3 + 3 * 4 + 2 * 4) + 2);
+    EXPECT_EQ(b.primitives().entries(), 2u * (2 * 3 + 3 * 4 + 2 * 4));
+    EXPECT_NEAR(signedVolume(b), 24, 1e-5);
+    EXPECT_NEAR(area(b), 2 * (6 + 12 + 8), 1e-5);
+    UT_BoundingBox box;
+    ASSERT_TRUE(b.getBBox(box));
+    EXPECT_EQ(box.vmin(), UT_Vector3(0, -0.5f, -1));
+    EXPECT_EQ(box.vmax(), UT_Vector3(2, 2.5f, 3));
+    for (const char* name : {"a", "b", "thin"}) EXPECT_TRUE(watertight(cooked(name))) << name;
+}
+
+TEST_F(Sops, RoundShapesAreClosedAndFaceOutward) {
+    loadSops(R"({"name": "sphere", "type": "sphere", "parms": {"rad": [1, 2, 3], "rows": 200, "cols": 400}},
+                {"name": "tube", "type": "tube", "parms": {"rad": [2, 1], "height": 3, "rows": 5, "cols": 600}},
+                {"name": "torus", "type": "torus", "parms": {"rad": [3, 1], "rows": 200, "cols": 300}},
+                {"name": "small", "type": "sphere", "parms": {"rows": 3, "cols": 3}},
+                {"name": "open", "type": "tube", "parms": {"caps": false, "cols": 8}})");
+    EXPECT_NEAR(signedVolume(cooked("sphere")), 4 * pi / 3 * 6, 0.01);
+    EXPECT_NEAR(signedVolume(cooked("tube")), pi * 3 / 3 * (4 + 2 + 1), 0.01);
+    EXPECT_NEAR(signedVolume(cooked("torus")), 2 * pi * pi * 3, 0.02);
+    for (const char* name : {"sphere", "tube", "torus", "small"}) EXPECT_TRUE(watertight(cooked(name))) << name;
+    EXPECT_EQ(cooked("sphere").points().entries(), 198u * 400 + 2);
+    EXPECT_EQ(cooked("small").points().entries(), 5u);
+    EXPECT_EQ(cooked("small").primitives().entries(), 6u);
+    EXPECT_EQ(cooked("open").primitives().entries(), 8u);
+    EXPECT_FALSE(watertight(cooked("open")));
+}
+
+TEST_F(Sops, FlatShapes) {
+    loadSops(R"({"name": "grid", "type": "grid", "parms": {"size": [6, 4], "rows": 3, "cols": 4, "t": [0, 5, 0]}},
+                {"name": "circle", "type": "circle", "parms": {"rad": [2, 1], "divs": 720}},
+                {"name": "line", "type": "line", "parms": {"origin": [1, 0, 0], "dir": [0, 0, 5], "dist": 3, "points": 4}})");
+    const GU_Detail& grid = cooked("grid");
+    EXPECT_EQ(grid.points().entries(), 12u);
+    EXPECT_EQ(grid.primitives().entries(), 6u);
+    EXPECT_NEAR(area(grid), 24, 1e-5);
+    EXPECT_EQ(grid.primitives()[0]->computeNormal(), UT_Vector3(0, 1, 0));
+    const GU_Detail& circle = cooked("circle");
+    EXPECT_NEAR(area(circle), 2 * pi, 1e-4);
+    EXPECT_NEAR(circle.primitives()[0]->computeNormal().z(), 1, 1e-6);
+    const GU_Detail& line = cooked("line");
+    EXPECT_FALSE(line.primitives()[0]->isClosed());
+    EXPECT_EQ(position(*line.primitives()[0], 3), UT_Vector3D(1, 0, 3));
+}
+
+TEST_F(Sops, MeshesAndPrimitivesMatchPolygons) {
+    loadSops(R"({"name": "sphere", "type": "sphere", "parms": {"type": "mesh", "rows": 9, "cols": 12}},
+                {"name": "torus", "type": "torus", "parms": {"type": "mesh", "rad": [2, 0.5]}},
+                {"name": "grid", "type": "grid", "parms": {"type": "mesh", "size": [2, 3], "rows": 2, "cols": 2}},
+                {"name": "ball", "type": "sphere", "parms": {"type": "prim", "rad": [2, 2, 2], "t": [1, 0, 0]}},
+                {"name": "rod", "type": "tube", "parms": {"type": "prim", "rad": [1, 0.5], "height": 4}},
+                {"name": "cone", "type": "tube", "parms": {"type": "prim", "rad": [0, 1], "height": 2}},
+                {"name": "disc", "type": "circle", "parms": {"type": "prim", "rad": [3, 3]}})");
+    const auto* sphere = dynamic_cast<const GEO_PrimMesh*>(cooked("sphere").primitives()[0]);
+    ASSERT_NE(sphere, nullptr);
+    EXPECT_TRUE(sphere->isWrappedU());
+    EXPECT_FALSE(sphere->isWrappedV());
+    EXPECT_EQ(cooked("sphere").points().entries(), 7u * 12 + 2);
+    UT_Vector4 p;
+    UT_Vector3 n;
+    ASSERT_TRUE(sphere->evaluatePosition(0.3f, 0.55f, p) && sphere->evaluateNormal(0.3f, 0.55f, n));
+    EXPECT_GT(dot(n, UT_Vector3(p.x(), p.y(), p.z())), 0.8f);
+    EXPECT_TRUE(cooked("torus").primitives()[0]->isClosed());
+    EXPECT_EQ(cooked("grid").primitives()[0]->computeNormal(), UT_Vector3(0, 1, 0));
+
+    const GEO_Primitive& ball = *cooked("ball").primitives()[0];
+    ASSERT_EQ(ball.getPrimitiveId(), GEOPRIMSPHERE);
+    ASSERT_TRUE(ball.evaluatePosition(0, 0.5f, p));
+    EXPECT_NEAR(p.x(), 3, 1e-5);
+    const GEO_Primitive& rod = *cooked("rod").primitives()[0];
+    ASSERT_TRUE(rod.evaluatePosition(0, 1, p));
+    EXPECT_NEAR(p.x(), 0.5, 1e-6);
+    EXPECT_NEAR(p.y(), 2, 1e-6);
+    UT_BoundingBox box;
+    ASSERT_TRUE(cooked("cone").getBBox(box));
+    EXPECT_NEAR(box.ymax(), 1, 1e-5);
+    const GEO_Primitive& cone = *cooked("cone").primitives()[0];
+    float radiusTop = 0, radiusBottom = 0;
+    for (const float v : {0.0f, 1.0f}) {
+        ASSERT_TRUE(cone.evaluatePosition(0, v, p));
+        (p.y() > 0 ? radiusTop : radiusBottom) = std::abs(p.x());
+    }
+    EXPECT_NEAR(radiusTop, 1, 1e-6);
+    EXPECT_NEAR(radiusBottom, 0, 1e-6);
+    EXPECT_EQ(cooked("disc").primitives()[0]->getPrimitiveId(), GEOPRIMCIRCLE);
+}
+
+TEST_F(Sops, Points) {
+    loadSops(R"({"name": "p", "type": "points", "parms": {
+        "P": [0, 0, 0, 1, 0, 0, 1, 1, 0, 0.1, 5, -7.25],
+        "attribs": {"id": {"type": "int", "default": -1, "values": [4, 3, 2, 1]},
+                    "uvw": {"type": "float", "size": 2, "values": [0, 1, 2, 3, 4, 5, 6, 7]},
+                    "up": {"type": "vector", "default": [0, 1, 0]},
+                    "kind": {"type": "string", "values": ["a", "b", null, "a"]}},
+        "prims": [[0, 1, 2], [2, 3]], "closed": true,
+        "primattribs": {"heat": {"type": "float", "values": [0.5, 1.5]}},
+        "vertexattribs": {"w": {"type": "float", "values": [1, 2, 3, 4, 5]}},
+        "groups": {"ends": [0, 3]}}})");
+    const GU_Detail& gdp = cooked("p");
+    ASSERT_EQ(message("/obj/g/p"), "");
+    ASSERT_EQ(gdp.points().entries(), 4u);
+    EXPECT_EQ(gdp.points()[3]->getPos().x(), 0.1f);
+    const GB_AttributeDict& points = gdp.pointAttribs();
+    EXPECT_EQ(*gdp.points()[2]->castAttribData<int>(points.getOffset("id", 4, GB_ATTRIB_INT)), 2);
+    EXPECT_EQ(gdp.points()[2]->castAttribData<float>(points.getOffset("uvw", 8, GB_ATTRIB_FLOAT))[1], 5);
+    EXPECT_EQ(gdp.points()[1]->castAttribData<float>(points.getOffset("up", 12, GB_ATTRIB_VECTOR))[1], 1);
+    const int kind = points.getOffset("kind", 4, GB_ATTRIB_INDEX);
+    const GB_Attribute* kinds = points.find("kind");
+    EXPECT_STREQ(kinds->getIndex(*gdp.points()[3]->castAttribData<int>(kind)), "a");
+    EXPECT_EQ(*gdp.points()[2]->castAttribData<int>(kind), -1);
+    EXPECT_EQ(kinds->entries(), 2);
+    EXPECT_EQ(primFloat(gdp, 1, "heat"), 1.5f);
+    const int w = gdp.vertexAttribs().getOffset("w", 4, GB_ATTRIB_FLOAT);
+    EXPECT_EQ(*gdp.primitives()[1]->getVertex(1)->castAttribData<float>(w), 5);
+    const GB_PointGroup* ends = gdp.pointGroups().find("ends");
+    ASSERT_NE(ends, nullptr);
+    EXPECT_TRUE(ends->contains(gdp.points()[3]));
+    EXPECT_EQ(ends->entries(), 2u);
+}
+
+TEST_F(Sops, BadPointValuesAreErrorsOfTheNode) {
+    struct Case {
+        const char* parms;
+        const char* error;
+    };
+    const Case cases[] = {
+        {R"("P": [1, 2])", "P: has 2 numbers, which is no multiple of 3"},
+        {R"("P": [1, 2, "x"])", "P: holds a text"},
+        {R"("P": {"a": 1})", "P: expects a list of numbers"},
+        {R"("P": "[1, 2")", "P: unexpected end of input; expected ']'"},
+        {R"("P": [0, 0, 0], "prims": [[0, 1]])", "prims: point 1 does not exist, there are 1"},
+        {R"("P": [0, 0, 0], "prims": [0])", "prims: expects lists of point numbers, found a number"},
+        {R"("P": [0, 0, 0], "groups": {"a": [-1]})", "groups: point -1 does not exist, there are 1"},
+        {R"("P": [0, 0, 0], "attribs": {"a": {"values": [1]}})",
+         "attribs: a: \"type\" is one of \"float\", \"int\", \"vector\", \"string\""},
+        {R"("P": [0, 0, 0], "attribs": {"a": {"type": "float", "size": 2, "values": [1]}})",
+         "attribs: a: \"values\" has 1 entries, 2 are needed (1 elements of size 2)"},
+        {R"("P": [0, 0, 0], "attribs": {"a": {"type": "float", "size": 1e9}})",
+         "attribs: a: \"size\" is a number of components from 1 to 1024"},
+        {R"("P": [0, 0, 0], "attribs": {"a": {"type": "string", "values": [1]}})",
+         "attribs: a: \"values\" holds a number"},
+        {R"("attribs": {"a": {"type": "int", "value": 1}})",
+         "attribs: a: unknown key \"value\"; known are type, size, default, values"},
+    };
+    for (const Case& c : cases) {
+        loadSops(std::string(R"({"name": "p", "type": "points", "parms": {)") + c.parms + "}}");
+        EXPECT_EQ(cooked("p").points().entries(), 0u);
+        EXPECT_EQ(message("/obj/g/p").substr(0, std::string("error OP 5: ").size() + std::string(c.error).size()),
+                  std::string("error OP 5: ") + c.error);
+    }
+}
+
+TEST_F(Sops, SizesPastEveryMachineAreRefused) {
+    loadSops(R"({"name": "a", "type": "grid", "parms": {"rows": 100000, "cols": 100000}},
+                {"name": "b", "type": "box", "parms": {"divs": [1e9, 1e9, 1e9]}},
+                {"name": "c", "type": "line", "parms": {"points": 2e9}},
+                {"name": "d", "type": "sphere", "parms": {"rows": -5, "cols": "0/0"}})");
+    for (const char* name : {"a", "b", "c"}) {
+        EXPECT_EQ(cooked(name).points().entries(), 0u) << name;
+        EXPECT_EQ(message(std::string("/obj/g/") + name).substr(0, 12), "error OP 7: ");
+    }
+    EXPECT_EQ(cooked("d").points().entries(), 5u) << "hard minimum: three rows, three columns";
+}
+
+TEST_F(Sops, AttributesFollowTheirExpressions) {
+    loadSops(R"({"name": "grid", "type": "grid", "parms": {"size": [4, 2], "rows": 2, "cols": 3}},
+        {"name": "point", "type": "attribcreate", "inputs": ["grid"], "parms":
+            {"name": "a", "type": "vector", "value": ["$PT", "$TX * 10", "$NPT"]}},
+        {"name": "prim", "type": "attribcreate", "inputs": ["point"], "parms":
+            {"name": "b", "class": "primitive", "type": "float", "value": "$PR + $TX"}},
+        {"name": "vertex", "type": "attribcreate", "inputs": ["prim"], "parms":
+            {"name": "c", "class": "vertex", "type": "int", "size": 2, "value": ["$PT", "$PR", 0]}},
+        {"name": "detail", "type": "attribcreate", "inputs": ["vertex"], "parms":
+            {"name": "d", "class": "detail", "type": "int", "value": "$NPT + 0.9"}},
+        {"name": "clash", "type": "attribcreate", "inputs": ["detail"], "parms": {"name": "a"}},
+        {"name": "wrong", "type": "attribcreate", "inputs": ["grid"], "parms": {"value": ["$NOPE", 0, 0]}})");
+    const GU_Detail& gdp = cooked("detail");
+    ASSERT_EQ(message("/obj/g/detail"), "");
+    const int a = gdp.pointAttribs().getOffset("a", 12, GB_ATTRIB_VECTOR);
+    ASSERT_GE(a, 0);
+    // Columns run along x: -2, 0, 2; rows from +z to -z.
+    const float* last = gdp.points()[5]->castAttribData<float>(a);
+    EXPECT_EQ(last[0], 5);
+    EXPECT_EQ(last[1], 20);
+    EXPECT_EQ(last[2], 6);
+    EXPECT_EQ(primFloat(gdp, 0, "b"), -1);
+    EXPECT_EQ(primFloat(gdp, 1, "b"), 2);
+    const int c = gdp.vertexAttribs().getOffset("c", 8, GB_ATTRIB_INT);
+    ASSERT_GE(c, 0);
+    const GEO_Primitive& second = *gdp.primitives()[1];
+    for (int v = 0; v < 4; ++v) {
+        EXPECT_EQ(second.getVertex(v)->castAttribData<int>(c)[0], int(gdp.points().number(second.getVertexPoint(v))));
+        EXPECT_EQ(second.getVertex(v)->castAttribData<int>(c)[1], 1);
+    }
+    EXPECT_EQ(*gdp.attribs().castAttribData<int>(gdp.attribs().getOffset("d", 4, GB_ATTRIB_INT)), 6);
+    cooked("clash");
+    EXPECT_EQ(message("/obj/g/clash"), "error OP 5: name: \"a\" exists with another type or size");
+    cooked("wrong");
+    EXPECT_NE(message("/obj/g/wrong").find("unknown variable $NOPE"), std::string::npos) << message("/obj/g/wrong");
+}
+
+TEST_F(Sops, MeasureGroupDeform) {
+    loadSops(R"({"name": "grid", "type": "grid", "parms": {"size": [4, 2], "rows": 2, "cols": 3}},
+        {"name": "area", "type": "measure", "inputs": ["grid"]},
+        {"name": "length", "type": "measure", "inputs": ["area"], "parms": {"type": "length", "name": "rim"}},
+        {"name": "left", "type": "group", "inputs": ["length"], "parms": {"name": "left", "rule": "$TX < 0"}},
+        {"name": "one", "type": "group", "inputs": ["left"], "parms": {"name": "one", "kind": "prims", "rule": "$PR == 1"}},
+        {"name": "wave", "type": "deform", "inputs": ["one"], "parms": {"P": ["$TX", "$T * $PT", "$TZ * 2"]}},
+        {"name": "ball", "type": "sphere", "parms": {"type": "prim", "rad": [2, 2, 2]}},
+        {"name": "ballarea", "type": "measure", "inputs": ["ball"]})");
+    const GU_Detail& gdp = cooked("wave", 0.5f);
+    EXPECT_NEAR(primFloat(gdp, 0, "area"), 4, 1e-6);
+    EXPECT_NEAR(primFloat(gdp, 1, "rim"), 8, 1e-6);
+    ASSERT_NE(gdp.pointGroups().find("left"), nullptr);
+    EXPECT_EQ(gdp.pointGroups().find("left")->entries(), 2u);
+    ASSERT_NE(gdp.primitiveGroups().find("one"), nullptr);
+    EXPECT_TRUE(gdp.primitiveGroups().find("one")->contains(gdp.primitives()[1]));
+    EXPECT_EQ(gdp.points()[4]->getPos().y(), 2);
+    EXPECT_EQ(gdp.points()[4]->getPos().z(), -2);
+    EXPECT_NEAR(primFloat(cooked("ballarea"), 0, "area"), 16 * pi, 0.05);
+}
+
+TEST_F(Sops, TimeDependentGeometryCooksAgainAndKeepsItsTopology) {
+    loadSops(R"({"name": "box", "type": "box"},
+        {"name": "move", "type": "deform", "inputs": ["box"], "parms": {"P": ["$TX + $T", "$TY", "$TZ"]}},
+        {"name": "after", "type": "xform", "inputs": ["move"], "parms": {"s": [2, 2, 2]}})");
+    const UT_Vector4 early = cooked("after", 0).points()[0]->getPos();
+    const int boxCooks = int(node("/obj/g/box")->cookCount());
+    const GU_Detail& later = cooked("after", 1.5f);
+    EXPECT_EQ(later.points()[0]->getPos().x(), early.x() + 3);
+    EXPECT_EQ(later.primitives().entries(), 6u);
+    EXPECT_EQ(int(node("/obj/g/box")->cookCount()), boxCooks) << "what does not read the time is not cooked again";
+    const unsigned cooks = node("/obj/g/after")->cookCount();
+    cooked("after", 1.5f);
+    EXPECT_EQ(node("/obj/g/after")->cookCount(), cooks);
+}
+
+TEST_F(Sops, TransformAndMerge) {
+    loadSops(R"({"name": "line", "type": "line", "parms": {"origin": [1, 0, 0], "dir": [1, 0, 0], "dist": 1}},
+        {"name": "turn", "type": "xform", "inputs": ["line"], "parms":
+            {"t": [10, 0, 0], "r": [0, 0, 90], "s": [2, 1, 1], "p": [1, 0, 0]}},
+        {"name": "both", "type": "merge", "inputs": ["line", null, "turn"]})");
+    const GU_Detail& turned = cooked("turn");
+    // About (1, 0, 0): scaled by 2 along x, turned from x to y, moved by 10.
+    EXPECT_EQ(turned.points()[0]->getPos(), UT_Vector4(11, 0, 0, 1));
+    EXPECT_EQ(turned.points()[1]->getPos(), UT_Vector4(11, 2, 0, 1));
+    const GU_Detail& both = cooked("both");
+    ASSERT_EQ(both.points().entries(), 4u);
+    EXPECT_EQ(both.primitives().entries(), 2u);
+    EXPECT_EQ(both.points()[3]->getPos(), UT_Vector4(11, 2, 0, 1));
+}
+
+TEST_F(Sops, FilesAreSeenFromTheScenesFolder) {
+    const std::string folder = testing::TempDir();
+    std::ofstream(folder + "/tri.obj") << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
+    const std::string scene = R"({"flx": 1, "obj": [{"name": "g", "type": "geo", "nodes": [
+        {"name": "f", "type": "file", "parms": {"file": "tri.obj"}},
+        {"name": "old", "type": "file", "parms": {"path": "tri.obj"}},
+        {"name": "gone", "type": "file", "parms": {"file": "none.obj"}}]}]})";
+    ASSERT_EQ(file.loadText(scene, folder + "/scene.json"), SceneFile::Status::LOADED) << file.error();
+    EXPECT_EQ(cooked("f").points().entries(), 3u);
+    EXPECT_EQ(cooked("old").points().entries(), 3u);
+    EXPECT_EQ(cooked("gone").points().entries(), 0u);
+    EXPECT_EQ(message("/obj/g/gone").substr(0, 12), "error OP 6: ");
+    EXPECT_NE(message("/obj/g/gone").find("none.obj"), std::string::npos);
+    ASSERT_EQ(file.obsoleteUses().size(), 1u);
+    EXPECT_EQ(file.obsoleteUses()[0].token, "path");
+    EXPECT_EQ(file.obsoleteUses()[0].replacements, std::vector<std::string>{"file"});
+}
