@@ -10,6 +10,7 @@ namespace {
 struct Phases {
     bool reap, rules, prep;
     bool all() const { return reap && rules && prep; }
+    bool any() const { return reap || rules || prep; }
 };
 /// The ordinary step; here the compiler knows.
 struct EveryPhase {
@@ -165,7 +166,7 @@ void removeReaped(FLX_ContextData& context, size_t dropped) {
 }
 
 void runFused(FLX_ContextData& context, FLX_ParticleList& list, const Phases& phases) {
-    if (!context.getDetail()) return;
+    if (!context.getDetail() || !phases.any()) return;
     const bool plain = FLX_Rules(context).plain();
     if (phases.all())
         removeReaped(context, plain ? stepList<true>(context, list, EveryPhase{})

@@ -39,7 +39,7 @@ private:
     bool depends(const FLX_ParmRef& parm) const {
         return myOperator.isVarDependent(&detail(), parm, myTime, myThread) != 0;
     }
-    template <class Work> void forEachPoint(Work&& work) const;
+    template <class Work> void forEachPoint(Work work) const;
 
     FLX_LocalVar& myOperator;
     FLX_ContextData& myContext;
@@ -50,9 +50,10 @@ private:
 };
 
 // The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per primitive.
-template <class Work> void FLX_ParticleCook::forEachPoint(Work&& work) const {
+// Work is taken by value: what has no address outside stays in registers over the writes to the records.
+template <class Work> void FLX_ParticleCook::forEachPoint(Work work) const {
     if (myGroup) {
-        detail().points().forEach(myGroup, work);
+        detail().points().forEach(myGroup, Work(work));
         return;
     }
     constexpr size_t AHEAD = 24;
@@ -62,7 +63,8 @@ template <class Work> void FLX_ParticleCook::forEachPoint(Work&& work) const {
         const GEO_PointAccess access = detail().points().access();
         list.entry(i).prim->forEachSpan([&](const uint32_t* slots, size_t n) {
             for (size_t k = 0; k < n; ++k) {
-                if (k + AHEAD < n) __builtin_prefetch(access(slots[k + AHEAD]), 1);
+                // Records in a row the processor fetches by itself.
+                if (k + AHEAD < n && slots[k + AHEAD] != slots[k] + AHEAD) __builtin_prefetch(access(slots[k + AHEAD]), 1);
                 work(access(slots[k]));
             }
         });
@@ -75,7 +77,7 @@ void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sourc
     const auto skipped = [=](const GEO_Point* p) { return (*p->castAttribData<int>(stateOffset) & skip) != 0; };
     if (!(sources.varies() || ...)) {
         const auto values = std::tuple{flx_detail::constantArgument(sources)...};
-        forEachPoint([&, values](GEO_Point* p) {
+        forEachPoint([formula, skipped, values](GEO_Point* p) {
             if (!skipped(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
         });
         return;
