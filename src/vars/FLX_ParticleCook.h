@@ -39,7 +39,7 @@ private:
     bool depends(const FLX_ParmRef& parm) const {
         return myOperator.isVarDependent(&detail(), parm, myTime, myThread) != 0;
     }
-    template <class Work> void forEachPoint(Work work) const;
+    template <class Work> void forEachPoint(const Work& work) const;
 
     FLX_LocalVar& myOperator;
     FLX_ContextData& myContext;
@@ -50,10 +50,9 @@ private:
 };
 
 // The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per primitive.
-// Work is taken by value: what has no address outside stays in registers over the writes to the records.
-template <class Work> void FLX_ParticleCook::forEachPoint(Work work) const {
+template <class Work> void FLX_ParticleCook::forEachPoint(const Work& work) const {
     if (myGroup) {
-        detail().points().forEach(myGroup, Work(work));
+        detail().points().forEach(myGroup, work);
         return;
     }
     constexpr size_t AHEAD = 24;
@@ -62,10 +61,11 @@ template <class Work> void FLX_ParticleCook::forEachPoint(Work work) const {
         if (UTgetInterrupt()->opInterrupt(-1)) return;
         const GEO_PointAccess access = detail().points().access();
         list.entry(i).prim->forEachSpan([&](const uint32_t* slots, size_t n) {
+            const Work local(work);   // what has no address outside stays in registers over the writes to the records
             for (size_t k = 0; k < n; ++k) {
                 // Records in a row the processor fetches by itself.
                 if (k + AHEAD < n && slots[k + AHEAD] != slots[k] + AHEAD) __builtin_prefetch(access(slots[k + AHEAD]), 1);
-                work(access(slots[k]));
+                local(access(slots[k]));
             }
         });
     }
