@@ -63,8 +63,9 @@ void Progress::message(const std::string& line) {
 }
 
 void Progress::finish(const std::string& line) {
-    clear();
     if (myStyle == Style::None) return;
-    StandardOutput::write(line + '\n');
+    if (myShown) StandardOutput::write("\n"); // the full bar stays
+    myShown = false;
+    if (!line.empty()) StandardOutput::write(line + '\n');
     StandardOutput::flush();
 }

@@ -22,7 +22,7 @@ public:
     void update(int frame, const std::string& net, long long particles);
     /// A line for standard error.
     void message(const std::string& line);
-    /// The closing line.
+    /// Everything is done; the line, when there is one, closes.
     void finish(const std::string& line);
 
 private:

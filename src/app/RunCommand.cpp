@@ -55,7 +55,7 @@ public:
                 if (StopRequest::raised()) return interrupted(frame);
                 if (frame >= myRange.first) put(*network, frame);
             }
-        if (writes()) myProgress.finish(summary(myRange.last));
+        myProgress.finish(writes() ? summary(myRange.last) : "");
         return myMessages.status();
     }
 

@@ -1,5 +1,6 @@
 // The step between two cooks: reap the dead, apply the default rules, prepare for the next cook.
 #include "core/FLX_Node.h"
+#include "core/FLX_PlainStep.h"
 #include "core/FLX_Rules.h"
 #include "core/FLX_SlideRules.h"
 #include "core/FLX_SurfaceCache.h"
@@ -8,9 +9,15 @@ namespace {
 
 struct Phases {
     bool reap, rules, prep;
+    bool all() const { return reap && rules && prep; }
+    bool any() const { return reap || rules || prep; }
+};
+/// The ordinary step; here the compiler knows.
+struct EveryPhase {
+    static constexpr bool reap = true, rules = true, prep = true;
 };
 
-constexpr size_t AHEAD = 24;   // records between the fetch and the use of a particle
+constexpr size_t AHEAD = 24; // records between the fetch and the use of a particle
 
 inline void fetch(GEO_Point* p) {
     __builtin_prefetch(p, 1);
@@ -37,7 +44,8 @@ void countDeath(FLX_ContextData& context, GEO_PrimParticle& prim, size_t index) 
     prim.deadParticle(index);
 }
 
-/// Visits every particle in order, drops those that can be reaped and calls work(point) for the others. The number dropped.
+/// Visits every particle in order, drops those that can be reaped and calls work(point) for the others. The number
+/// dropped.
 template <class Work> size_t reapAnd(FLX_ContextData& context, GEO_PrimParticle& prim, Work&& work) {
     const GEO_PointAccess access = context.getDetail()->points().access();
     const int state = context.core().state;
@@ -82,19 +90,76 @@ template <bool Plain> inline void stepParticle(GEO_Point* p, const FLX_Rules& ru
     if (doPrep) rules.prepare<Plain>(p);
 }
 
-template <bool Plain> size_t fusedStep(FLX_ContextData& context, GEO_PrimParticle& prim, const Phases& phases) {
-    const FLX_Rules rules(context);
-    const auto step = [&](auto doRules, auto doPrep) -> size_t {
-        constexpr bool withRules = decltype(doRules)::value, withPrep = decltype(doPrep)::value;
-        const auto work = [rules](GEO_Point* p) { stepParticle<Plain>(p, rules, withRules, withPrep); };
-        if (phases.reap) return reapAnd(context, prim, work);
-        forEachParticle(prim, context.getDetail()->points().access(), [&](GEO_Point* p, size_t) { work(p); });
-        return 0;
+template <bool Plain, class P> size_t stepPrimitive(FLX_ContextData& context, GEO_PrimParticle& prim, const P phases) {
+    const auto work = [rules = FLX_Rules(context), phases](GEO_Point* p) {
+        stepParticle<Plain>(p, rules, phases.rules, phases.prep);
     };
-    if (phases.rules && phases.prep) return step(std::true_type{}, std::true_type{});
-    if (phases.rules) return step(std::true_type{}, std::false_type{});
-    if (phases.prep) return step(std::false_type{}, std::true_type{});
-    return step(std::false_type{}, std::false_type{});
+    if (phases.reap) return reapAnd(context, prim, work);
+    forEachParticle(prim, context.getDetail()->points().access(), [&](GEO_Point* p, size_t) { work(p); });
+    return 0;
+}
+
+// ---- in the order of memory: the records of a simulation whose particles come and go are read in a row all the same
+
+// The list's particles are all the points there are.
+bool holdsEveryPoint(const FLX_ContextData& context, const FLX_ParticleList& list) {
+    size_t particles = 0;
+    for (int i = 0; i < list.entries(); ++i) particles += list.entry(i).prim->particleCount();
+    return particles == context.getDetail()->points().entries();
+}
+
+// Drops the particles whose points are in the set, and marks of death that no particle bears any more.
+size_t dropReapable(FLX_ContextData& context, GEO_PrimParticle& prim, const UT_BitSet& reapable) {
+    if (!reapable.any() && !prim.anyMarkedDead()) return 0;
+    size_t index = 0, counted = 0;
+    const size_t dropped = prim.compact([&](uint32_t slot) {
+        const size_t i = index++;
+        if (slot >= reapable.size() || !reapable.test(slot)) return true;
+        counted += !prim.isDead(i);
+        return false;
+    });
+    context.bumpNumParticles(-int(counted));
+    return dropped;
+}
+
+template <bool Plain, class P> UT_BitSet stepRecords(const FLX_ContextData& context, const P phases) {
+    const GEO_PointList& points = context.getDetail()->points();
+    const FLX_Rules rules(context);
+    const int state = rules.core.state;
+    UT_BitSet reapable;
+    const auto general = [&](GEO_Point* p) {
+        if (phases.reap && isReapable(*p->castAttribData<int>(state))) {
+            if (!reapable.size()) reapable.resize(points.slotEnd());
+            reapable.set(p->slot());
+            return;
+        }
+        stepParticle<Plain>(p, rules, phases.rules, phases.prep);
+    };
+    if constexpr (Plain && std::is_same_v<P, EveryPhase>) {
+        if (const FLX_PlainStep plain(rules); plain.fits()) {
+            points.forEachBySlot([&general, plain](GEO_Point* p) {
+                if (!plain.step(p)) general(p);
+            });
+            return reapable;
+        }
+    }
+    points.forEachBySlot(general);
+    return reapable;
+}
+
+// ----
+
+template <bool Plain, class P> size_t stepList(FLX_ContextData& context, const FLX_ParticleList& list, const P phases) {
+    size_t dropped = 0;
+    // Where the dead stay, each is looked up by its place in the sequence: that takes the order of the sequence.
+    if ((!phases.reap || context.deleteDead) && &list == context.getParticleList() && holdsEveryPoint(context, list)) {
+        const UT_BitSet reapable = stepRecords<Plain>(context, phases);
+        for (int i = 0; phases.reap && i < list.entries(); ++i)
+            dropped += dropReapable(context, *list.entry(i).prim, reapable);
+        return dropped;
+    }
+    for (int i = 0; i < list.entries(); ++i) dropped += stepPrimitive<Plain>(context, *list.entry(i).prim, phases);
+    return dropped;
 }
 
 // Removes the points of what was reaped.
@@ -103,14 +168,13 @@ void removeReaped(FLX_ContextData& context, size_t dropped) {
 }
 
 void runFused(FLX_ContextData& context, FLX_ParticleList& list, const Phases& phases) {
-    if (!context.getDetail()) return;
+    if (!context.getDetail() || !phases.any()) return;
     const bool plain = FLX_Rules(context).plain();
-    size_t dropped = 0;
-    for (int i = 0; i < list.entries(); ++i) {
-        GEO_PrimParticle& prim = *list.entry(i).prim;
-        dropped += plain ? fusedStep<true>(context, prim, phases) : fusedStep<false>(context, prim, phases);
-    }
-    removeReaped(context, dropped);
+    if (phases.all())
+        removeReaped(context, plain ? stepList<true>(context, list, EveryPhase{})
+                                    : stepList<false>(context, list, EveryPhase{}));
+    else
+        removeReaped(context, plain ? stepList<true>(context, list, phases) : stepList<false>(context, list, phases));
 }
 
 // Particles bound to geometry fetch it in mid-step, and a point that two particles share must see every rule before any

@@ -45,7 +45,7 @@ private:
     bool depends(const FLX_ParmRef& parm) const {
         return myOperator.isVarDependent(&detail(), parm, myTime, myThread) != 0;
     }
-    template <class Work> void forEachPoint(Work&& work) const;
+    template <class Work> void forEachPoint(const Work& work) const;
 
     FLX_LocalVar& myOperator;
     FLX_ContextData& myContext;
@@ -57,7 +57,7 @@ private:
 
 // The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per
 // primitive.
-template <class Work> void FLX_ParticleCook::forEachPoint(Work&& work) const {
+template <class Work> void FLX_ParticleCook::forEachPoint(const Work& work) const {
     if (myGroup) {
         detail().points().forEach(myGroup, work);
         return;
@@ -68,9 +68,12 @@ template <class Work> void FLX_ParticleCook::forEachPoint(Work&& work) const {
         if (UTgetInterrupt()->opInterrupt(-1)) return;
         const GEO_PointAccess access = detail().points().access();
         list.entry(i).prim->forEachSpan([&](const uint32_t* slots, size_t n) {
+            const Work local(work); // what has no address outside stays in registers over the writes to the records
             for (size_t k = 0; k < n; ++k) {
-                if (k + AHEAD < n) __builtin_prefetch(access(slots[k + AHEAD]), 1);
-                work(access(slots[k]));
+                // Records in a row the processor fetches by itself.
+                if (k + AHEAD < n && slots[k + AHEAD] != slots[k] + AHEAD)
+                    __builtin_prefetch(access(slots[k + AHEAD]), 1);
+                local(access(slots[k]));
             }
         });
     }
@@ -82,7 +85,7 @@ void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sourc
     const auto skipped = [=](const GEO_Point* p) { return (*p->castAttribData<int>(stateOffset) & skip) != 0; };
     if (!(sources.varies() || ...)) {
         const auto values = std::tuple{flx_detail::constantArgument(sources)...};
-        forEachPoint([&, values](GEO_Point* p) {
+        forEachPoint([formula, skipped, values](GEO_Point* p) {
             if (!skipped(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
         });
         return;

@@ -125,11 +125,22 @@ TEST_F(Rejects, AFullDiskUnderTheOutputIsTold) {
 }
 
 TEST_F(Rejects, MemoryThatRunsOutIsTold) {
-    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": 1e9}})"));
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": 1e7}})"));
     const ToolResult result = flx({"run", "scene.json", "--out", "o.####.ply"}, size_t(400) << 20);
     EXPECT_EQ(result.status, 5);
     EXPECT_EQ(result.err, "flx: memory ran out\n");
     EXPECT_EQ(appeared(), std::vector<std::string>{});
+}
+
+TEST_F(Rejects, BirthsWithoutEndAreRefused) {
+    for (const char* rate : {"1e9", "\"1/0\""}) {
+        put("scene.json",
+            scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": )" + std::string(rate) + "}}"));
+        const ToolResult result = run();
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: more than 16777216 births in one cook: lower the "
+                              "birth rates\n");
+    }
 }
 
 TEST_F(Rejects, NodesInErrorAreToldOnceAndTheRunGoesOn) {

@@ -60,8 +60,11 @@ public:
     template <class Keep> size_t compact(Keep&& keep) {
         return compact(keep, [](uint32_t) {});
     }
-    /// The same, calling ahead(slot) 24 particles before keep sees that slot (a place to prefetch).
+    /// The same, calling ahead(slot) 24 particles before keep sees that slot (a place to prefetch), for almost all.
     template <class Keep, class Ahead> size_t compact(Keep&& keep, Ahead&& ahead);
+
+    /// Whether deadParticle marked any.
+    bool anyMarkedDead() const { return myDead.any(); }
 
     /// Removes the particles whose points are in the set, one stable pass; marks of deadParticle stay on the others.
     size_t dropParticles(const UT_BitSet& pointSlots);
@@ -105,26 +108,20 @@ inline GEO_Point* GEO_ParticleVertex::getPt() const { return myPrim->particle(my
 
 template <class Keep, class Ahead> size_t GEO_PrimParticle::compact(Keep&& keep, Ahead&& ahead) {
     constexpr size_t DISTANCE = 24;
-    const size_t before = myParticles.size();
-    size_t kept = 0;
-    uint32_t* out = nullptr; // where the next survivor goes; plain pointers, since this is the simulation's hot loop
-    uint32_t* outEnd = nullptr;
+    const size_t n = myParticles.size();
+    size_t at = 0, kept = 0;
     myParticles.forEachSpan([&](std::span<uint32_t> part) {
-        const uint32_t* const in = part.data();
-        const size_t n = part.size();
-        for (size_t i = 0; i < n && i < DISTANCE; ++i) ahead(in[i]);
-        for (size_t i = 0; i < n; ++i) {
-            if (i + DISTANCE < n) ahead(in[i + DISTANCE]);
-            const uint32_t slot = in[i];
-            if (!keep(slot)) {
+        for (size_t i = 0; i < part.size(); ++i, ++at) {
+            if (i + DISTANCE < part.size()) ahead(part[i + DISTANCE]);
+            const uint32_t slot = part[i];
+            if (keep(slot)) {
+                if (kept != at) myParticles[kept] = slot;
+                ++kept;
+            } else {
                 orphan(slot);
-                continue;
             }
-            if (out == outEnd) kept = nextSegment(kept, out, outEnd);
-            *out++ = slot;
         }
     });
-    kept -= static_cast<size_t>(outEnd - out);
     finishCompaction(kept);
-    return before - kept;
+    return n - kept;
 }

@@ -22,9 +22,10 @@ UT_ErrorSeverity FLX_Location::cookFlx(OP_Context& opContext) {
     GEO_PrimParticle* prim = context->getPrimPart(this);
     initParticleList(opContext, prim);
     if (prim && !context->isGuideOnly()) {
-        addBirths(context, prim, RATES, opContext.getTime());
+        const bool countable = addBirths(context, prim, RATES, opContext.getTime());
         GB_PointGroup* group = GROUP.make(*context->getDetail());
-        if (context->born(prim) > 0) giveBirths(context, prim, group, opContext.getTime(), opContext.getThread());
+        if (countable && context->born(prim) > 0)
+            giveBirths(context, prim, group, opContext.getTime(), opContext.getThread());
     }
     unlockInputs();
     clearSample();

@@ -213,8 +213,7 @@ void FLX_Source::emitParticles(Cook& cook) {
         cook.sourceAttribs = std::make_unique<flx_SrcAttribDict>();
         cook.sourceAttribs->update(*cook.source);
     }
-    addBirths(context, cook.prim, RATES, cook.time);
-    if (!(context->born(cook.prim) > 0)) return;
+    if (!addBirths(context, cook.prim, RATES, cook.time) || !(context->born(cook.prim) > 0)) return;
 
     const float t = cook.time;
     const int thread = cook.thread;
