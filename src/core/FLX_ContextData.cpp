@@ -1,6 +1,5 @@
 #include "core/FLX_ContextData.h"
 
-#include <bit>
 #include <cstdio>
 #include <utility>
 
@@ -227,28 +226,6 @@ int FLX_ContextData::nextID() {
         if (myNextIdOffset < 0) return -1;
     }
     return (*attribs.castAttribData<int>(myNextIdOffset))++;
-}
-
-namespace {
-
-float floatFromBits(unsigned bits) {
-    const unsigned inOneToTwo = (bits & 0x7fffffu) | 0x3f800000u;
-    return std::bit_cast<float>(inOneToTwo) - 1.0f;
-}
-
-} // namespace
-
-float FLX_ContextData::random() { return floatFromBits(advanceSeed()); }
-
-float FLX_ContextData::randomSample() {
-    unsigned x = advanceSeed();
-    x += ~(x << 16);
-    x ^= x >> 5;
-    x *= 9;
-    x ^= x >> 13;
-    x += ~(x << 9);
-    x ^= x >> 17;
-    return floatFromBits(x);
 }
 
 int FLX_ContextData::addUserVariable(const char* name, int size, GB_AttribType type, const void* def,

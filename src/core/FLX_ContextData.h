@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -172,8 +173,8 @@ public:
 
     // ---- identity and randomness
     int nextID();
-    float random();       ///< in [0, 1); lint-ok: this is the source of random numbers
-    float randomSample(); ///< in [0, 1), from a scrambled copy of the state
+    float random() { return unitFloat(advanceSeed()); } ///< in [0, 1); lint-ok: this is the source of random numbers
+    inline float randomSample();                        ///< in [0, 1), from a scrambled copy of the state
 
     // ---- events
     GB_Attribute* getEventAttr() const;
@@ -209,6 +210,10 @@ private:
     GEO_PrimParticle* particlePrim(int number) const;
     void runStep(OP_Context& context);
     void clearCookState();
+    static float unitFloat(unsigned bits) {
+        const unsigned inOneToTwo = (bits & 0x7fffffu) | 0x3f800000u;
+        return std::bit_cast<float>(inOneToTwo) - 1.0f;
+    }
     unsigned advanceSeed() { return mySeed = mySeed * 1664525u + 1013904223u; }
 
     UT_String myName;
@@ -244,3 +249,14 @@ private:
     flx_ContextDataHandleRef* myHandleRef = nullptr;
     std::string myLoadError;
 };
+
+inline float FLX_ContextData::randomSample() {
+    unsigned x = advanceSeed();
+    x += ~(x << 16);
+    x ^= x >> 5;
+    x *= 9;
+    x ^= x >> 13;
+    x += ~(x << 9);
+    x ^= x >> 17;
+    return unitFloat(x);
+}

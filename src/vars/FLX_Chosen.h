@@ -70,6 +70,22 @@ private:
     UT_Vector3 myConstant{0, 0, 0};
 };
 
+/// A toggle that counts anew at every reading. One that is typed in, as almost all are, is read once.
+class FLX_RereadToggle {
+public:
+    FLX_RereadToggle(const PRM_Toggle* toggle)
+        : myToggle(toggle)
+        , myTyped(toggle->isTyped())
+        , myConstant(myTyped && (*toggle)()) {}
+
+    bool operator()() const { return myTyped ? myConstant : (*myToggle)(); }
+
+private:
+    const PRM_Toggle* myToggle;
+    bool myTyped;
+    bool myConstant;
+};
+
 /// A value that stands for the whole cook, where a parameter may also be expected.
 template <class T> class FLX_Constant {
 public:

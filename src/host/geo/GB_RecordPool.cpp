@@ -81,6 +81,21 @@ uint32_t GB_RecordPool::findFree() {
     return static_cast<uint32_t>(mySlabs.size() - 1) * SLAB_RECORDS;
 }
 
+void GB_RecordPool::lookAhead(size_t s, uint32_t index) {
+    const Slab& slab = mySlabs[s];
+    while (index < slab.top) {
+        const uint64_t free = ~slab.bits[index / 64] >> (index % 64);
+        if (free) {
+            index += static_cast<uint32_t>(std::countr_zero(free));
+            __builtin_prefetch(slab.base + index * myStride, 1);
+            __builtin_prefetch(slab.base + index * myStride + 64, 1);
+            break;
+        }
+        index = (index / 64 + 1) * 64;
+    }
+    myHint = static_cast<uint32_t>(s) * SLAB_RECORDS + std::min(index, SLAB_RECORDS);
+}
+
 uint32_t GB_RecordPool::allocate() {
     const uint32_t slot = findFree();
     const size_t s = slot >> SLAB_SHIFT;
@@ -91,7 +106,7 @@ uint32_t GB_RecordPool::allocate() {
     ++slab.live;
     slab.top = std::max(slab.top, index + 1);
     ++myLive;
-    myHint = slot + 1;
+    lookAhead(s, index + 1);
     if (myStride) std::memcpy(record(slot), myTemplate.data(), myStride);
     return slot;
 }

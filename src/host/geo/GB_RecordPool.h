@@ -115,6 +115,9 @@ private:
     static size_t slabStep(size_t stride) { return (SLAB_RECORDS * stride + 16 + 63) / 64 * 64; }
     static Block newBlock(size_t bytes);
     uint32_t findFree();
+    /// Moves the hint to the first free slot of a slab from this index on. Where a record died there, it is fetched:
+    /// the next birth will write it, and it has hardly been read since.
+    void lookAhead(size_t s, uint32_t index);
     void openSlab(size_t s);
     void addSlab();
     void dropSlab(size_t s);

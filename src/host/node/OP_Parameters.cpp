@@ -121,6 +121,13 @@ int OP_Parameters::evalInt(int index, int component, float t, int thread) {
     return parm ? EV_toInt(evalNumber(*parm, component, t, thread)) : 0;
 }
 
+bool OP_Parameters::isTyped(int index, int component) const {
+    if (unsigned(index) >= unsigned(myParms.entries())) return true;
+    const PRM_Parm& parm = myParms.parm(index);
+    return unsigned(component) >= unsigned(parm.size()) ||
+           parm.component(component).kind == PRM_Parm::Component::Constant;
+}
+
 UT_String OP_Parameters::evalString(int index, float t, int thread) {
     beginEvaluation(thread);
     PRM_Parm* parm = parmAt(index);

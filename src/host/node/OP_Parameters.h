@@ -72,6 +72,8 @@ public:
 
     float evalFloat(int index, int component, float t, int thread = 0);
     int evalInt(int index, int component, float t, int thread = 0);
+    /// A number as it was typed or its default: neither expression nor key frames.
+    bool isTyped(int index, int component) const;
     UT_String evalString(int index, float t, int thread = 0);
     UT_String evalStringRaw(int index) const;
     float evalFloat(const char* name, int component, float t, int thread = 0);

@@ -36,6 +36,8 @@ public:
     int index() const { return myIndex; }
     const char* token() const { return myOwner->parmTemplate(myIndex).token.c_str(); }
     OP_Parameters* owner() const { return myOwner; }
+    /// The (first) value is a plain number: every reading gives the same and has no effect.
+    bool isTyped() const { return myOwner->isTyped(myIndex, 0); }
 
 protected:
     template <class... Options>

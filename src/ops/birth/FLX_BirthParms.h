@@ -72,7 +72,7 @@ struct FLX_SpreadParms {
 
     struct Sources {
         FLX_ChosenVector vel, var;
-        const PRM_Toggle* doellipse;
+        FLX_RereadToggle doellipse;
 
         UT_Vector3 draw(FLX_ContextData& context) const {
             const UT_Vector3 d = drawUnit(context);
@@ -90,7 +90,7 @@ struct FLX_SpreadParms {
             UT_Vector3 d;
             do {
                 for (int i = 0; i < 3; ++i) d[i] = 2 * (0.5f - context.randomSample());
-            } while ((*doellipse)() && d.length2() >= 1);
+            } while (doellipse() && d.length2() >= 1);
             return d;
         }
     };
