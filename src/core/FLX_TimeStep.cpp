@@ -101,8 +101,9 @@ template <bool Plain, class P> size_t stepPrimitive(FLX_ContextData& context, GE
 
 // ---- in the order of memory: the records of a simulation whose particles come and go are read in a row all the same
 
-// The list's particles are all the points there are.
+// The list's particles are all the points there are, one each.
 bool holdsEveryPoint(const FLX_ContextData& context, const FLX_ParticleList& list) {
+    if (context.pointsShared()) return false; // counts prove nothing then
     size_t particles = 0;
     for (int i = 0; i < list.entries(); ++i) particles += list.entry(i).prim->particleCount();
     return particles == context.getDetail()->points().entries();

@@ -68,18 +68,21 @@ TEST(Location, RefusedBirthsAreOwed) {
     EXPECT_EQ(Network::messages(l.birth), "");
 }
 
-TEST(Location, CountsBeyondReasonCanBeStopped) {
+TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
     Location l;
-    l.set("impulserate", {1e30}); // no births bring it down
-    l.net.context().maxParticles = 700;
+    l.set("impulserate", {700});
     UTgetInterrupt()->clear();
     UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 511
     l.net.start(l.birth);
-    EXPECT_EQ(l.net.particles(), 511);
     UTgetInterrupt()->clear();
-    l.net.context().maxParticles = 700;
+    EXPECT_EQ(l.net.particles(), 511);
     l.net.step();
-    EXPECT_EQ(l.net.particles(), 700);
+    EXPECT_EQ(l.net.particles(), 1400) << "what was not born is owed";
+    l.set("impulserate", {1e30}); // no births bring it down
+    l.net.step();
+    EXPECT_EQ(l.net.particles(), 1400);
+    EXPECT_EQ(l.born(), 0);
+    EXPECT_EQ(l.birth.error(), UT_ERROR_ABORT);
 }
 
 TEST(Location, LifeAndVelocityAreDrawnInOrder) {
