@@ -33,7 +33,7 @@ void FLX_AttribMap::map(FLX_ContextData* context, const GB_Attribute& attrib, GU
     mapping.sourceOffset = attrib.getOffset();
     mapping.destOffset =
         dest->pointAttribs().append(attrib.getName(), attrib.getSize(), attrib.getType(), attrib.getDefault());
-    if (mapping.destOffset < 0) return;   // the particles hold something else under that name
+    if (mapping.destOffset < 0) return; // the particles hold something else under that name
     mapping.size = attrib.getSize();
     mapping.defaults = attrib.getDefault();
     mapping.type = attrib.getType();
@@ -46,12 +46,14 @@ void FLX_AttribMap::map(FLX_ContextData* context, const GB_Attribute& attrib, GU
         for (int i = 0; i < mapping.size; i += 12) myVectorOffsets.append(mapping.sourceOffset + i);
 
     if (addVariables)
-        context->addUserVariable(attrib.getName().c_str(), attrib.getSize(), attrib.getType(), attrib.getDefault(), nullptr);
+        context->addUserVariable(attrib.getName().c_str(), attrib.getSize(), attrib.getType(), attrib.getDefault(),
+                                 nullptr);
     noteSpecialName(context, attrib, mapping.destOffset, dest);
     myMappings.push_back(std::move(mapping));
 }
 
-void FLX_AttribMap::noteSpecialName(FLX_ContextData* context, const GB_Attribute& attrib, int destOffset, GU_Detail* dest) {
+void FLX_AttribMap::noteSpecialName(FLX_ContextData* context, const GB_Attribute& attrib, int destOffset,
+                                    GU_Detail* dest) {
     if (!GBisFloatType(attrib.getType())) return;
     static constexpr FLX_Attrib inherited[] = {FLX_Attrib::Mass,   FLX_Attrib::Drag,    FLX_Attrib::Scale,
                                                FLX_Attrib::Scale3, FLX_Attrib::SpringK, FLX_Attrib::Tension};
@@ -69,7 +71,8 @@ void FLX_AttribMap::noteSpecialName(FLX_ContextData* context, const GB_Attribute
     }
 }
 
-void FLX_AttribMap::prepareIndexAttribRemapping(FLX_AttribMapping& mapping, const GB_Attribute& src, GB_Attribute* dest) {
+void FLX_AttribMap::prepareIndexAttribRemapping(FLX_AttribMapping& mapping, const GB_Attribute& src,
+                                                GB_Attribute* dest) {
     if (!dest) return;
     const std::vector<std::string>& from = src.indexStrings();
     const std::vector<std::string>& to = dest->indexStrings();
@@ -91,6 +94,7 @@ void FLX_AttribMap::inherit(const GB_AttributeData& source, GEO_Point* particle)
             *particle->castAttribData<int>(mapping.destOffset) =
                 mapping.remapped(*source.castAttribData<int>(mapping.sourceOffset));
         else
-            std::memcpy(particle->data() + mapping.destOffset, source.data() + mapping.sourceOffset, size_t(mapping.size));
+            std::memcpy(particle->data() + mapping.destOffset, source.data() + mapping.sourceOffset,
+                        size_t(mapping.size));
     }
 }

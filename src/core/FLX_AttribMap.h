@@ -17,9 +17,9 @@ struct FLX_AttribMapping {
     int sourceOffset = 0;
     int destOffset = 0;
     int size = 0;
-    const void* defaults = nullptr;   ///< of the source attribute
+    const void* defaults = nullptr; ///< of the source attribute
     GB_AttribType type = GB_ATTRIB_FLOAT;
-    std::vector<int> indexRemap;      ///< source string index -> destination string index; empty: the same
+    std::vector<int> indexRemap; ///< source string index -> destination string index; empty: the same
 
     /// -1 when i is out of range.
     int remapped(int i) const { return i >= 0 && size_t(i) < indexRemap.size() ? indexRemap[size_t(i)] : -1; }
@@ -30,7 +30,8 @@ class FLX_AttribMap {
 public:
     /// Adds every point attribute of src whose name matches the blank-separated patterns to dest and maps it; with
     /// addVariables also as user variables. Appends attributes: pointers into dest's points die.
-    void build(FLX_ContextData* context, const GU_Detail* src, GU_Detail* dest, const UT_String& pattern, int addVariables);
+    void build(FLX_ContextData* context, const GU_Detail* src, GU_Detail* dest, const UT_String& pattern,
+               int addVariables);
 
     const std::vector<FLX_AttribMapping>& mappings() const { return myMappings; }
     bool isEmpty() const { return myMappings.empty(); }
@@ -49,7 +50,8 @@ public:
 
     const GB_FloatOffsets& getFloatOffsets() const { return myFloatOffsets; }
     const GB_FloatOffsets& getVectorOffsets() const { return myVectorOffsets; }
-    /// A scratch record laid out like a source point's, for interpolation; inherited attributes start at their defaults.
+    /// A scratch record laid out like a source point's, for interpolation; inherited attributes start at their
+    /// defaults.
     GB_AttributeData& getAttributeData() { return myData; }
     int getAttributeDataSize() const { return myData.size(); }
     GEO_WorkVertex* getVertex(int i) const { return myBuffer ? myBuffer->getVertex(i) : nullptr; }

@@ -5,9 +5,9 @@
 
 #include "host/geo/GB_AttribType.h"
 
-/// The standard particle attributes: one row each, in storage order. Everything about an attribute comes from its row: its offset
-/// in the context with getter and setter (`getMassOffset`), its adder (`FLX_Node::addMassAttrib`), how offsets are looked up
-/// again and copied, and what the particle variables read.
+/// The standard particle attributes: one row each, in storage order. Everything about an attribute comes from its row:
+/// its offset in the context with getter and setter (`getMassOffset`), its adder (`FLX_Node::addMassAttrib`), how
+/// offsets are looked up again and copied, and what the particle variables read.
 ///
 ///   X(stem, attribute, type, components, default)
 ///
@@ -92,7 +92,7 @@ struct FLX_AttribRow {
     const char* stem;
     const char* name;
     GB_AttribType type;
-    int size;   ///< bytes
+    int size; ///< bytes
     FLX_AttribDefault def;
 };
 
@@ -101,7 +101,8 @@ extern const std::array<FLX_AttribRow, size_t(FLX_NUM_ATTRIBS)> FLX_AttribRows;
 
 inline const FLX_AttribRow& FLXattribRow(FLX_Attrib attrib) { return FLX_AttribRows[size_t(attrib)]; }
 
-/// True for "nearest", "nearestdist" and "numproximity": their offsets stay as their adder left them until the next reset.
+/// True for "nearest", "nearestdist" and "numproximity": their offsets stay as their adder left them until the next
+/// reset.
 constexpr bool FLXkeepsOffset(FLX_Attrib attrib) {
     return attrib == FLX_Attrib::Nearest || attrib == FLX_Attrib::NearestDist || attrib == FLX_Attrib::NumProximity;
 }

@@ -2,7 +2,8 @@
 
 #include "core/FLX_Node.h"
 
-FLX_BlindData::FLX_BlindData(const FLX_Node* owner) : myOwnerId(owner ? owner->getUniqueId() : -1) {}
+FLX_BlindData::FLX_BlindData(const FLX_Node* owner)
+    : myOwnerId(owner ? owner->getUniqueId() : -1) {}
 
 FLX_BlindData::~FLX_BlindData() = default;
 

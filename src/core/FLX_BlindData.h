@@ -20,5 +20,5 @@ public:
     int ownerId() const { return myOwnerId; }
 
 private:
-    int myOwnerId;   // -1 without an owner
+    int myOwnerId; // -1 without an owner
 };

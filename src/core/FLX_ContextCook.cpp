@@ -42,7 +42,7 @@ void FLX_ContextData::cook(OP_Context& context) {
         if (myResetPending)
             myParticleList.merge(&myCarriedList);
         else
-            timeStep = myPreviousTimeStep;   // the rules integrate over the interval that has just passed
+            timeStep = myPreviousTimeStep; // the rules integrate over the interval that has just passed
         if (myDoCookFirst)
             FLX_Node::prepParticles(context);
         else

@@ -7,7 +7,10 @@
 #include "host/expr/EV_Error.h"
 #include "host/ut/UT_BitSet.h"
 
-FLX_ContextData::FLX_ContextData(const char* name) : myName(name) { myOffsets.fill(-1); }
+FLX_ContextData::FLX_ContextData(const char* name)
+    : myName(name) {
+    myOffsets.fill(-1);
+}
 
 FLX_ContextData::~FLX_ContextData() {
     if (!myHandleRef) return;
@@ -210,7 +213,8 @@ void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
             continue;
         }
         const FLX_Node* owner = data->getOwner();
-        std::fprintf(stderr, "Programming Error: %s BlindData duplicate failed\n", owner ? owner->getName().c_str() : "");
+        std::fprintf(stderr, "Programming Error: %s BlindData duplicate failed\n",
+                     owner ? owner->getName().c_str() : "");
     }
 }
 

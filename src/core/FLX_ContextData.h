@@ -37,8 +37,8 @@ struct FLX_CoreOffsets {
     int generator = -1;
 };
 
-/// The whole state of one particle simulation. A host creates one per network, resets it, and cooks it once per step; during a
-/// cook it travels as the data of the OP_Context. One thread at a time.
+/// The whole state of one particle simulation. A host creates one per network, resets it, and cooks it once per step;
+/// during a cook it travels as the data of the OP_Context. One thread at a time.
 class FLX_ContextData {
 public:
     explicit FLX_ContextData(const char* name);
@@ -47,19 +47,19 @@ public:
     FLX_ContextData& operator=(const FLX_ContextData&) = delete;
 
     // ---- set by the host before each cook
-    float time = 0;                  ///< seconds
-    float timeStep = 1;              ///< seconds
-    int deleteDead = 0;              ///< reaping removes dead particles and their points
-    OBJ_Node* objectNode = nullptr;  ///< the object whose space the particles live in
-    FLX_Node* cookNode = nullptr;    ///< the operator whose result is wanted
+    float time = 0;                 ///< seconds
+    float timeStep = 1;             ///< seconds
+    int deleteDead = 0;             ///< reaping removes dead particles and their points
+    OBJ_Node* objectNode = nullptr; ///< the object whose space the particles live in
+    FLX_Node* cookNode = nullptr;   ///< the operator whose result is wanted
     FLX_Node* displayNode = nullptr;
     int infoEnabled = 0;
     int guidesWanted = 0;
-    int maxParticles = 0;            ///< births are allowed below it; 0 or less: no limit
+    int maxParticles = 0; ///< births are allowed below it; 0 or less: no limit
 
     // ---- collected during a cook
     std::vector<GU_DetailHandle> guideHandles;
-    std::vector<int> guideOwners;    ///< unique id of each guide's operator, -1 for none
+    std::vector<int> guideOwners; ///< unique id of each guide's operator, -1 for none
     std::vector<GEO_Point*> pointList;
     GU_DetailHandle instanceGuide;
     int instanceGuideOwner = -1;
@@ -71,8 +71,9 @@ public:
     void decRef();
     flx_ContextDataHandleRef* getIndirectHandle();
 
-    /// Prepares for a new simulation on `detail`, which the context then owns. A file is loaded as the initial state; one
-    /// that cannot be read is reported through `loadError()` and leaves the detail empty. See the manual for the steps.
+    /// Prepares for a new simulation on `detail`, which the context then owns. A file is loaded as the initial state;
+    /// one that cannot be read is reported through `loadError()` and leaves the detail empty. See the manual for the
+    /// steps.
     void reset(FLX_Node* node, GU_Detail* detail, const char* initialStateFile, bool keepGeometry, unsigned seed,
                bool resetPending);
     const std::string& loadError() const { return myLoadError; }
@@ -234,7 +235,7 @@ private:
     long long myNumBorn = 0;
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
     FLX_CoreOffsets myCore;
-    int myNextIdOffset = -1;   // of the detail attribute "nextid"; -1: not looked up yet
+    int myNextIdOffset = -1; // of the detail attribute "nextid"; -1: not looked up yet
     bool myPointsShared = false;
     bool myDoPrep = true;
     bool myDoReap = true;

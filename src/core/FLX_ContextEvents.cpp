@@ -1,4 +1,5 @@
-// The events of a context: strings of the detail attribute "event", "name:time" while raised, "name+time" once withdrawn.
+// The events of a context: strings of the detail attribute "event", "name:time" while raised, "name+time" once
+// withdrawn.
 #include <cstdio>
 
 #include "core/FLX_ContextData.h"
@@ -7,7 +8,9 @@ namespace {
 
 constexpr int MAX_WORDS = 64;
 
-bool startsWith(const std::string& text, const std::string& prefix) { return text.compare(0, prefix.size(), prefix) == 0; }
+bool startsWith(const std::string& text, const std::string& prefix) {
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
 
 } // namespace
 

@@ -13,7 +13,8 @@ using Stack = std::vector<FLX_ContextData*>;
 
 constexpr size_t FIXED_SLOTS = 16;
 
-// A slot belongs to one thread; only finding the slot of a high-numbered thread needs the lock. The deque keeps addresses.
+// A slot belongs to one thread; only finding the slot of a high-numbered thread needs the lock. The deque keeps
+// addresses.
 Stack& stackOf(int thread) {
     static std::array<Stack, FIXED_SLOTS> fixed;
     static std::deque<Stack> more;

@@ -14,7 +14,8 @@ public:
 /// Pushes a context for a scope.
 class FLX_ExpressionScope {
 public:
-    FLX_ExpressionScope(int thread, FLX_ContextData* context) : myThread(thread) {
+    FLX_ExpressionScope(int thread, FLX_ContextData* context)
+        : myThread(thread) {
         FLX_ExpressionStack::push(thread, context);
     }
     ~FLX_ExpressionScope() { FLX_ExpressionStack::pop(myThread); }

@@ -11,12 +11,10 @@
 
 namespace {
 
-constexpr PRM_Name contextGeoNames[] = {{"none", "Use Parameter Values"},
-                                        {"first", "Use First Context Geometry"},
-                                        {"second", "Use Second Context Geometry"},
-                                        {"third", "Use Third Context Geometry"},
-                                        {"fourth", "Use Fourth Context Geometry"},
-                                        {nullptr, nullptr}};
+constexpr PRM_Name contextGeoNames[] = {
+    {"none", "Use Parameter Values"},          {"first", "Use First Context Geometry"},
+    {"second", "Use Second Context Geometry"}, {"third", "Use Third Context Geometry"},
+    {"fourth", "Use Fourth Context Geometry"}, {nullptr, nullptr}};
 
 // What either kind of source yields before object transforms are applied.
 struct Found {
@@ -104,7 +102,8 @@ GU_Detail* FLX_Node::getGeo(const char* givenPath, const FLX_ContextData* contex
     GU_Detail* result = found.detail;
     if (copy && result && lookup.changed && !lookup.transform.isIdentity()) {
         // The same geometry under the same transform gives the same copy: what was derived from it stays valid.
-        const FLX_GeoLookup::CopyKey key{result->dataId(), result->getChangeCount(), result->layoutSerial(), lookup.transform};
+        const FLX_GeoLookup::CopyKey key{result->dataId(), result->getChangeCount(), result->layoutSerial(),
+                                         lookup.transform};
         if (!(lookup.copied == key)) {
             copy->copy(*result);
             copy->transform(UT_Matrix4(lookup.transform));

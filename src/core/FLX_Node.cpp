@@ -6,9 +6,10 @@
 #include "host/node/OP_Operator.h"
 #include "host/ut/UT_CRC.h"
 
-FLX_Node::FLX_Node(OP_Network* parent, const char* name, OP_Operator* op) : OP_Network(parent, name, op) {
+FLX_Node::FLX_Node(OP_Network* parent, const char* name, OP_Operator* op)
+    : OP_Network(parent, name, op) {
     flags().changed = false;
-    flags().recook = true;   // for the host, a node that cooks again at every time
+    flags().recook = true; // for the host, a node that cooks again at every time
 }
 
 FLX_Node::~FLX_Node() { myGuideHandle.deleteGdp(); }

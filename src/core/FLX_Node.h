@@ -23,10 +23,10 @@ class SOP_Node;
 
 /// What a geometry look-up hands back beside the detail, and what a caller keeps between look-ups.
 struct FLX_GeoLookup {
-    OP_Node* lastSop = nullptr;        ///< kept by the caller: another SOP than last time counts as a change
+    OP_Node* lastSop = nullptr; ///< kept by the caller: another SOP than last time counts as a change
     int transformed = 0;
-    UT_DMatrix4 transform{};           ///< from the geometry's space into the network's
-    int changed = 0;                   ///< in: a change the caller knows of; out: whether derived data must be rebuilt
+    UT_DMatrix4 transform{}; ///< from the geometry's space into the network's
+    int changed = 0;         ///< in: a change the caller knows of; out: whether derived data must be rebuilt
 
     /// What the caller's transformed copy was made from.
     struct CopyKey {
@@ -40,7 +40,8 @@ struct FLX_GeoLookup {
     CopyKey copied;
 };
 
-/// Base of every particle operator: the cook entries that the host calls, the network traversal, and what operators share.
+/// Base of every particle operator: the cook entries that the host calls, the network traversal, and what operators
+/// share.
 class FLX_Node : public OP_Network {
 public:
     FLX_Node(OP_Network* parent, const char* name, OP_Operator* op);
@@ -154,8 +155,8 @@ protected:
     UT_ErrorSeverity buildParticleList(FLX_ParticleList& list, OP_Context& context, int checkDuplicates);
     UT_ErrorSeverity buildInputParticleList(int input, OP_Context& context);
     UT_ErrorSeverity buildInputParticleList(FLX_ParticleList& list, int input, OP_Context& context);
-    UT_ErrorSeverity addListToParticleList(FLX_ParticleList& dest, FLX_ParticleList& src, const FLX_Node* srcNode, int input,
-                                           OP_Context& context, int checkDuplicates);
+    UT_ErrorSeverity addListToParticleList(FLX_ParticleList& dest, FLX_ParticleList& src, const FLX_Node* srcNode,
+                                           int input, OP_Context& context, int checkDuplicates);
     UT_ErrorSeverity buildParticleListArray(std::vector<FLX_ParticleList*>& lists, int& count, OP_Context& context,
                                             int checkDuplicates);
     void initParticleList(OP_Context& context, GEO_PrimParticle* prim);
@@ -164,7 +165,8 @@ protected:
     // ---- birth
     /// Null when nothing was born: no life span, or no room in the context.
     GEO_Point* birthParticle(FLX_ContextData* context, const FLX_Birth& birth);
-    void initParticleAttrib(FLX_ContextData* context, GEO_Point* point, const FLX_Birth& birth, float age, float lifeSpan);
+    void initParticleAttrib(FLX_ContextData* context, GEO_Point* point, const FLX_Birth& birth, float age,
+                            float lifeSpan);
 
     // ---- attribute adders (addMassAttrib, …): the offset, or -1 when the name is taken by another attribute
 #define FLX_ATTRIBUTE_ADDER(stem, ...)                                                                                 \
@@ -205,12 +207,13 @@ protected:
                                          int makeRelative = 1);
     /// A menu of the detail's visible point or primitive groups; empty without a detail.
     static void buildGroupMenuOf(const GU_Detail* detail, bool primitives, PRM_Name* names, int size);
-    static void buildGenericGroupMenu(const std::vector<std::string>& groupNames, PRM_Name* names, int size, int& count);
+    static void buildGenericGroupMenu(const std::vector<std::string>& groupNames, PRM_Name* names, int size,
+                                      int& count);
 
     FLX_ParticleList myParticleList;
     GU_DetailHandle myGuideHandle;
-    GU_Detail* myGuide = nullptr;      ///< what the handle holds
-    GU_Detail* myDetail = nullptr;     ///< the context's, set at pre-cook
+    GU_Detail* myGuide = nullptr;  ///< what the handle holds
+    GU_Detail* myDetail = nullptr; ///< the context's, set at pre-cook
 
 private:
     int addCatalogueAttrib(FLX_ContextData* context, FLX_Attrib attrib);

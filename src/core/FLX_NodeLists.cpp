@@ -1,5 +1,5 @@
-// How operators gather the particle primitives of their inputs. A primitive flows down one branch only: it is taken from an
-// input only while that input's node owns it, and taking it makes the taker the owner.
+// How operators gather the particle primitives of their inputs. A primitive flows down one branch only: it is taken
+// from an input only while that input's node owns it, and taking it makes the taker the owner.
 #include "core/FLX_Node.h"
 
 namespace {
@@ -74,8 +74,8 @@ UT_ErrorSeverity FLX_Node::buildInputParticleList(FLX_ParticleList& list, int i,
     return addListToParticleList(list, input->myParticleList, input, i, context, 0);
 }
 
-UT_ErrorSeverity FLX_Node::buildParticleListArray(std::vector<FLX_ParticleList*>& lists, int& count, OP_Context& opContext,
-                                                  int checkDuplicates) {
+UT_ErrorSeverity FLX_Node::buildParticleListArray(std::vector<FLX_ParticleList*>& lists, int& count,
+                                                  OP_Context& opContext, int checkDuplicates) {
     FLX_ContextData* context = contextOf(opContext);
     FLX_ParticleList seen;
     count = nInputs();

@@ -10,8 +10,20 @@ struct FLX_ParmRef {
     int component;
     Kind kind;
 
-    FLX_ParmRef(const PRM_Float& p) : parm(p.index()), component(0), kind(Float) {}
-    FLX_ParmRef(const PRM_FloatComponent& p) : parm(p.parm), component(p.component), kind(Float) {}
-    FLX_ParmRef(const PRM_Int& p) : parm(p.index()), component(0), kind(Int) {}
-    FLX_ParmRef(const PRM_Text& p) : parm(p.index()), component(0), kind(String) {}
+    FLX_ParmRef(const PRM_Float& p)
+        : parm(p.index())
+        , component(0)
+        , kind(Float) {}
+    FLX_ParmRef(const PRM_FloatComponent& p)
+        : parm(p.parm)
+        , component(p.component)
+        , kind(Float) {}
+    FLX_ParmRef(const PRM_Int& p)
+        : parm(p.index())
+        , component(0)
+        , kind(Int) {}
+    FLX_ParmRef(const PRM_Text& p)
+        : parm(p.index())
+        , component(0)
+        , kind(String) {}
 };

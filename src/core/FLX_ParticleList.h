@@ -13,17 +13,19 @@ struct FLX_ParticleNode {
     FLX_Node* owner = nullptr;
 };
 
-/// The particle primitives an operator hands on. Iterates in the reverse order of additions; two entries denote the same
-/// primitive when their primitive numbers are equal, so a list survives a copy of the detail. A copy shares nothing.
+/// The particle primitives an operator hands on. Iterates in the reverse order of additions; two entries denote the
+/// same primitive when their primitive numbers are equal, so a list survives a copy of the detail. A copy shares
+/// nothing.
 class FLX_ParticleList {
 public:
     FLX_ParticleList() = default;
-    FLX_ParticleList(const FLX_ParticleList& src) : myEntries(src.myEntries) {}
+    FLX_ParticleList(const FLX_ParticleList& src)
+        : myEntries(src.myEntries) {}
     FLX_ParticleList& operator=(const FLX_ParticleList& src);
     virtual ~FLX_ParticleList() = default;
 
-    /// Puts an entry at the front and the cursor on it; null (and nothing done) for a null primitive. Duplicates are not checked.
-    /// The result is valid until the next change of the list.
+    /// Puts an entry at the front and the cursor on it; null (and nothing done) for a null primitive. Duplicates are
+    /// not checked. The result is valid until the next change of the list.
     virtual FLX_ParticleNode* add(GEO_PrimParticle* prim, FLX_Node* owner);
     int isEmpty() const { return myEntries.empty(); }
     int entries() const { return int(myEntries.size()); }
@@ -45,6 +47,6 @@ public:
     void copyNewGdp(const FLX_ParticleList& src, const GEO_Detail* detail);
 
 private:
-    std::vector<FLX_ParticleNode> myEntries;   // oldest first
-    size_t myCursor = 0;                       // entries from the front, 0 = the newest
+    std::vector<FLX_ParticleNode> myEntries; // oldest first
+    size_t myCursor = 0;                     // entries from the front, 0 = the newest
 };

@@ -17,8 +17,9 @@ inline bool FLXisNearZero(const UT_Vector3& v) {
     return -TINY <= v.x() && v.x() <= TINY && -TINY <= v.y() && v.y() <= TINY && -TINY <= v.z() && v.z() <= TINY;
 }
 
-/// The default rules: forward Euler, so the position moves with the velocity of the step before it takes the acceleration.
-/// Offsets and the time step are captured once; a rule for an optional attribute is called only when `has…` says so.
+/// The default rules: forward Euler, so the position moves with the velocity of the step before it takes the
+/// acceleration. Offsets and the time step are captured once; a rule for an optional attribute is called only when
+/// `has…` says so.
 struct FLX_Rules {
     explicit FLX_Rules(const FLX_ContextData& context)
         : core(context.core())
@@ -81,8 +82,8 @@ struct FLX_Rules {
         if (turn.dihedral(vec(p, pv), vec(p, core.velocity), 1) == 0) vec(p, up) = vec(p, up) * turn;
     }
 
-    /// dq/dt = w q / 2 for the orientation quaternion q and the angular velocity w (Witkin and Baraff, "Physically Based
-    /// Modeling", 1997), normalised after the step.
+    /// dq/dt = w q / 2 for the orientation quaternion q and the angular velocity w (Witkin and Baraff, "Physically
+    /// Based Modeling", 1997), normalised after the step.
     void applyDefaultRotRules(GEO_Point* p) const {
         const UT_Vector3 spin = vec(p, w);
         auto& orientation = *p->castAttribData<UT_Quaternion>(rot);

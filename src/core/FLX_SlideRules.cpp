@@ -18,7 +18,8 @@ bool surfaceFrame(GEO_Point* point, FLX_SurfaceCache& surfaces, SurfaceFrame& fr
     if (!prim) return false;
     const float* uv = point->castAttribData<float>(surfaces.uvOffset());
     UT_Vector4 position;
-    if (!prim->evaluatePosition(uv[0], uv[1], position) || !prim->evaluateNormal(uv[0], uv[1], frame.normal)) return false;
+    if (!prim->evaluatePosition(uv[0], uv[1], position) || !prim->evaluateNormal(uv[0], uv[1], frame.normal))
+        return false;
     frame.position = surface->toWorld(xyz(position));
     frame.normal = surface->normalToWorld(frame.normal);
     return true;
@@ -74,8 +75,8 @@ bool pointsAway(const UT_Vector3& a, const UT_Vector3& n) {
 }
 
 /// Puts the moved particle back on the surface; false when it left.
-bool postProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, FLX_SurfaceCache& surfaces, const UT_Vector3& normal,
-                                const UT_Vector4& oldPos, const UT_Vector3& delta) {
+bool postProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, FLX_SurfaceCache& surfaces,
+                                const UT_Vector3& normal, const UT_Vector4& oldPos, const UT_Vector3& delta) {
     constexpr float REACH = 0.01f;
     constexpr float ON_SURFACE = 1e-5f;
     UT_Vector3& v = FLX_Rules::vec(p, rules.core.velocity);
@@ -134,7 +135,8 @@ void FLXsetPosFromSop(UT_Vector4& pos, GEO_Point* point, FLX_SurfaceCache& surfa
     pos.assign(placed.x(), placed.y(), placed.z(), found.w());
 }
 
-void FLXapplyDefaultSlideRules(GEO_Point* p, const FLX_Rules& rules, FLX_SurfaceCache& surfaces, FLX_ContextData& context) {
+void FLXapplyDefaultSlideRules(GEO_Point* p, const FLX_Rules& rules, FLX_SurfaceCache& surfaces,
+                               FLX_ContextData& context) {
     const int own = rules.state(p);
     const UT_Vector4 oldPos = p->getPos();
     UT_Vector3 normal, delta;
@@ -146,6 +148,7 @@ void FLXapplyDefaultSlideRules(GEO_Point* p, const FLX_Rules& rules, FLX_Surface
         else
             rules.applyDefaultPosRules(p, rules.state(p));
     }
-    if (sliding && !postProcessSlidingParticle(p, rules, surfaces, normal, oldPos, delta)) rules.state(p) &= ~FLX_SLIDING;
+    if (sliding && !postProcessSlidingParticle(p, rules, surfaces, normal, oldPos, delta))
+        rules.state(p) &= ~FLX_SLIDING;
     if (!(own & FLX_SUPPRESS_VEL)) rules.applyDefaultVelRules<false>(p, rules.state(p));
 }

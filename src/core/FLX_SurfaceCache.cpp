@@ -14,11 +14,11 @@ FLX_SurfaceCache::Surface* FLX_SurfaceCache::surface(int pathIndex) {
     Surface& surface = mySurfaces[size_t(pathIndex)];
     if (!surface.fetched) {
         surface.fetched = true;
-        surface.detail = myContext.cookNode->getGeo(myPaths->getIndex(pathIndex), &myContext, myContext.time, 0, 0, nullptr,
-                                                    surface.lookup);
+        surface.detail = myContext.cookNode->getGeo(myPaths->getIndex(pathIndex), &myContext, myContext.time, 0, 0,
+                                                    nullptr, surface.lookup);
         surface.identity = surface.lookup.transform.isIdentity();
         surface.inverse = surface.lookup.transform;
-        if (!surface.inverse.invert()) surface.detail = nullptr;   // a flattened object has no surface to stand on
+        if (!surface.inverse.invert()) surface.detail = nullptr; // a flattened object has no surface to stand on
     }
     return surface.detail ? &surface : nullptr;
 }
@@ -46,7 +46,9 @@ UT_Vector3 FLX_SurfaceCache::Surface::toWorld(const UT_Vector3& p) const {
     return identity ? p : rowVecMult(p, lookup.transform);
 }
 
-UT_Vector3 FLX_SurfaceCache::Surface::toLocal(const UT_Vector3& p) const { return identity ? p : rowVecMult(p, inverse); }
+UT_Vector3 FLX_SurfaceCache::Surface::toLocal(const UT_Vector3& p) const {
+    return identity ? p : rowVecMult(p, inverse);
+}
 
 UT_Vector3 FLX_SurfaceCache::Surface::normalToWorld(const UT_Vector3& n) const {
     return identity ? n : colVecMult3(inverse, n);

@@ -6,8 +6,8 @@
 #include "core/FLX_Node.h"
 #include "host/geo/GU_RayIntersect.h"
 
-/// The geometries that stuck and sliding particles name through "pospath", each fetched once per step, and the ray structure of
-/// the one in use.
+/// The geometries that stuck and sliding particles name through "pospath", each fetched once per step, and the ray
+/// structure of the one in use.
 class FLX_SurfaceCache {
 public:
     explicit FLX_SurfaceCache(FLX_ContextData& context);
@@ -21,8 +21,8 @@ public:
 
         UT_Vector3 toWorld(const UT_Vector3& p) const;
         UT_Vector3 toLocal(const UT_Vector3& p) const;
-        UT_Vector3 normalToWorld(const UT_Vector3& n) const;      ///< by the inverse transpose
-        UT_Vector3 directionToLocal(const UT_Vector3& d) const;   ///< by the transpose: the way a world normal goes back
+        UT_Vector3 normalToWorld(const UT_Vector3& n) const;    ///< by the inverse transpose
+        UT_Vector3 directionToLocal(const UT_Vector3& d) const; ///< by the transpose: the way a world normal goes back
     };
 
     /// The geometry of a string index of "pospath"; null for none.
@@ -40,7 +40,7 @@ private:
     FLX_ContextData& myContext;
     const GB_Attribute* myPaths;
     int myPath, myPrim, myUV;
-    std::vector<Surface> mySurfaces;   // by string index
+    std::vector<Surface> mySurfaces; // by string index
     int myIntersectorIndex = -1;
     std::shared_ptr<const GU_RayIntersect> myIntersector;
 };

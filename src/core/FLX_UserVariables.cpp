@@ -76,7 +76,8 @@ int FLX_UserVariables::add(GB_AttributeDict& attribs, const char* name, int size
 }
 
 void FLX_UserVariables::recache(const GB_AttributeDict& attribs) {
-    for (auto& [name, record] : myRecords) record->offset = attribs.getOffset(record->attrib, record->size, record->type);
+    for (auto& [name, record] : myRecords)
+        record->offset = attribs.getOffset(record->attrib, record->size, record->type);
 }
 
 bool FLX_UserVariables::value(const GEO_Point* point, int id, float& out) const {
@@ -85,6 +86,7 @@ bool FLX_UserVariables::value(const GEO_Point* point, int id, float& out) const 
     const auto [record, component] = myComponents[slot];
     if (record->offset < 0) return false;
     const int offset = record->offset + 4 * component;
-    out = record->type == GB_ATTRIB_INT ? float(*point->castAttribData<int>(offset)) : *point->castAttribData<float>(offset);
+    out = record->type == GB_ATTRIB_INT ? float(*point->castAttribData<int>(offset))
+                                        : *point->castAttribData<float>(offset);
     return true;
 }

@@ -9,8 +9,8 @@
 #include "host/geo/GEO_Point.h"
 #include "host/node/CH_LocalVariable.h"
 
-/// Point attributes that expressions read under names of their own. Ids count from 600 in one table that all contexts share,
-/// so a name means the same id everywhere.
+/// Point attributes that expressions read under names of their own. Ids count from 600 in one table that all contexts
+/// share, so a name means the same id everywhere.
 class FLX_UserVariables {
 public:
     static constexpr int FIRST_ID = 600;
@@ -27,7 +27,9 @@ public:
     void clear();
 
     /// The names and ids, ended by a null name; null while there are none. Replaced when a variable is added.
-    CH_LocalVariable* table() const { return myTable.empty() ? nullptr : const_cast<CH_LocalVariable*>(myTable.data()); }
+    CH_LocalVariable* table() const {
+        return myTable.empty() ? nullptr : const_cast<CH_LocalVariable*>(myTable.data());
+    }
     /// False when no record has the id.
     bool value(const GEO_Point* point, int id, float& out) const;
 
@@ -46,8 +48,8 @@ private:
     void registerName(const std::string& name, const Record& record, int component);
     static int idOf(const std::string& name);
 
-    std::map<std::string, std::unique_ptr<Record>> myRecords;   // by upper-case variable name
-    std::vector<Component> myComponents;                        // by id - FIRST_ID; null record: not ours
+    std::map<std::string, std::unique_ptr<Record>> myRecords; // by upper-case variable name
+    std::vector<Component> myComponents;                      // by id - FIRST_ID; null record: not ours
     std::vector<std::unique_ptr<std::string>> myNames;
     std::vector<CH_LocalVariable> myTable;
 };

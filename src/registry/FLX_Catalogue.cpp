@@ -16,7 +16,9 @@ constexpr unsigned PLUMBING = 4;
 constexpr unsigned SUBNET = 0x22;
 constexpr int ANY = 9999;
 
-template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) { return new T(parent, name, op); }
+template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new T(parent, name, op);
+}
 
 template <class T> const PRM_TemplateTable* obsoleteOf() {
     if constexpr (requires { T::obsoleteTemplates(); })

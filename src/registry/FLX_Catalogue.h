@@ -13,7 +13,7 @@ struct FLX_CatalogueRow {
     int minInputs;
     int maxInputs;
     const OP_VariablePair* variables;
-    unsigned flags;   ///< 2: owns a particle primitive; 4 and 0x22 mark networks' plumbing for the host
+    unsigned flags; ///< 2: owns a particle primitive; 4 and 0x22 mark networks' plumbing for the host
     const PRM_TemplateTable* (*obsolete)();
 };
 

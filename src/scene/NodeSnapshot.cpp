@@ -3,17 +3,6 @@
 #include "host/node/OP_Network.h"
 #include "host/node/OP_Operator.h"
 
-namespace {
-
-/// The input of the network that stands behind a child's input, or -1.
-int networkInput(const OP_Network& network, const OP_Node* source) {
-    for (int i = 0; i < network.nInputs(); ++i)
-        if (network.getInput(i) == source) return i;
-    return -1;
-}
-
-} // namespace
-
 NodeSnapshot::Node::Node(const OP_Node& node)
     : type(node.getOperator()->getName())
     , name(node.getName())
@@ -24,11 +13,9 @@ NodeSnapshot::Node::Node(const OP_Node& node)
         values.push_back(parms.parm(i).value());
         if (i >= parms.firstSpare()) spareRows.push_back(parms.parm(i).row());
     }
-    for (int i = 0; i < node.nInputs(); ++i) {
-        const OP_Node* source = node.getInput(i);
-        if (!source) continue;
-        const bool sibling = source->getParent() == node.getParent();
-        wires.push_back({i, sibling ? source->getName() : "", sibling ? -1 : networkInput(*node.getParent(), source)});
+    for (int i = 0; i < node.wires(); ++i) {
+        const OP_Node* source = node.wiredNode(i);
+        wires.push_back({i, source ? source->getName() : "", node.wiredIndirectly(i)});
     }
     if (const OP_Network* network = const_cast<OP_Node&>(node).castToNetwork(); network && network->getNchildren())
         inside.emplace_back(*network);

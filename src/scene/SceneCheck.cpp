@@ -9,6 +9,7 @@
 #include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_NodePath.h"
 #include "scene/ParticleNetwork.h"
+#include "scene/PathSuggestion.h"
 #include "scene/SceneDirectory.h"
 #include "scene/SceneError.h"
 
@@ -128,25 +129,13 @@ private:
         }
     }
     void require(bool found, const PRM_Template& row, const std::string& path, const char* what) {
-        if (!found) add(true, fmt::format("\"{}\": no {} at \"{}\"{}", row.token, what, path, suggestPath(path)));
+        if (!found)
+            add(true, fmt::format("\"{}\": no {} at \"{}\"{}", row.token, what, path, suggestPath(*myNode, path)));
     }
     void requireFile(const PRM_Template& row, const std::string& file) {
         std::error_code code;
         if (!std::filesystem::is_regular_file(SceneDirectory::resolve(file), code))
             add(true, fmt::format("\"{}\": there is no file \"{}\"", row.token, file));
-    }
-
-    /// The first part of the path that leads nowhere, corrected.
-    std::string suggestPath(const std::string& path) {
-        const size_t slash = path.rfind('/');
-        const std::string above = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-        OP_Node* holder = myNode->findNode(above.c_str());
-        OP_Network* network = holder ? holder->castToNetwork() : nullptr;
-        if (!network) return holder || above == "." || above == "/" ? "" : suggestPath(above);
-        std::vector<std::string> names;
-        const std::string prefix = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-        for (int i = 0; i < network->getNchildren(); ++i) names.push_back(prefix + network->getChild(i)->getName());
-        return didYouMean(path, names);
     }
 
     OP_Node* myNode = nullptr;

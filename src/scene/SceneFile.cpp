@@ -1,6 +1,7 @@
 #include "scene/SceneFile.h"
 
 #include "host/node/OP_Director.h"
+#include "scene/PathSuggestion.h"
 #include "scene/SceneDirectory.h"
 #include "scene/SceneError.h"
 #include "scene/SceneTypes.h"
@@ -77,7 +78,9 @@ SceneJson valueOf(const PRM_Parm& parm, const std::string& text) {
 void apply(const Assignment& assignment) {
     OP_Node* node = OPgetDirector()->findNode(assignment.node.c_str());
     if (!node || assignment.node.front() != '/')
-        throw SceneError{"", 0, fmt::format("there is no node \"{}\"", assignment.node)};
+        throw SceneError{
+            "", 0,
+            fmt::format("there is no node \"{}\"{}", assignment.node, suggestPath(*OPgetDirector(), assignment.node))};
     PRM_Parm& parm = SceneParms::find(*node, assignment.parm);
     const SceneJson value = valueOf(parm, assignment.value);
     if (assignment.component.empty()) return SceneParms::setValue(*node, parm, value);

@@ -6,11 +6,11 @@
 #include "host/node/PRM_Handle.h"
 #include "host/ut/UT_Vector3.h"
 
-/// How the value of a parameter is found for each particle: a constant of the cook, or an evaluation per particle. What a
-/// dependency test decided is kept per component, so that x can vary while y and z stand.
+/// How the value of a parameter is found for each particle: a constant of the cook, or an evaluation per particle. What
+/// a dependency test decided is kept per component, so that x can vary while y and z stand.
 ///
-/// Operators hold these for one cook and pass them to `each` (see FLX_ParticleCook.h). Reading one evaluates at once; wrapped
-/// in `late`, it is handed on as a callable that evaluates where and as often as the operator calls it.
+/// Operators hold these for one cook and pass them to `each` (see FLX_ParticleCook.h). Reading one evaluates at once;
+/// wrapped in `late`, it is handed on as a callable that evaluates where and as often as the operator calls it.
 template <class Handle> class FLX_Chosen {
 public:
     using value_type = typename Handle::value_type;
@@ -22,7 +22,11 @@ public:
         , myConstant(varies ? value_type{} : handle(t)) {}
 
     /// A value that the operator settled without the parameter.
-    explicit FLX_Chosen(const value_type& fixed) : myHandle(nullptr), myTime(0), myVaries(false), myConstant(fixed) {}
+    explicit FLX_Chosen(const value_type& fixed)
+        : myHandle(nullptr)
+        , myTime(0)
+        , myVaries(false)
+        , myConstant(fixed) {}
 
     bool varies() const { return myVaries; }
     const value_type& constant() const { return myConstant; }
@@ -40,7 +44,9 @@ class FLX_ChosenVector {
 public:
     using value_type = UT_Vector3;
 
-    FLX_ChosenVector(const PRM_Floats<3>& handle, float t) : myHandle(&handle), myTime(t) {}
+    FLX_ChosenVector(const PRM_Floats<3>& handle, float t)
+        : myHandle(&handle)
+        , myTime(t) {}
 
     /// Components are decided in order; a constant one is evaluated at its turn.
     void decide(int i, bool dependent) {
@@ -85,7 +91,8 @@ template <class T> class FLX_Constant {
 public:
     using value_type = T;
 
-    explicit FLX_Constant(const T& value) : myConstant(value) {}
+    explicit FLX_Constant(const T& value)
+        : myConstant(value) {}
     bool varies() const { return false; }
     const T& constant() const { return myConstant; }
     const T& operator()() const { return myConstant; }

@@ -1,5 +1,5 @@
-// Births from points and from primitives: one walk over the elements, in order or at random, several births per element when its
-// probability is above 1.
+// Births from points and from primitives: one walk over the elements, in order or at random, several births per element
+// when its probability is above 1.
 #include <algorithm>
 #include <vector>
 
@@ -21,7 +21,8 @@ struct Sample {
 
 class PointElements {
 public:
-    explicit PointElements(FLX_Emission& emission) : e(emission) {}
+    explicit PointElements(FLX_Emission& emission)
+        : e(emission) {}
 
     int entries() const { return int(e.source->points().entries()); }
     bool inGroup(int i) const { return !e.group || e.group->containsSlot(e.source->points().slotAt(size_t(i))); }
@@ -39,7 +40,9 @@ private:
 
 class PrimElements {
 public:
-    PrimElements(FLX_Emission& emission, FLX_PrimSampling mode) : e(emission), myMode(mode) {}
+    PrimElements(FLX_Emission& emission, FLX_PrimSampling mode)
+        : e(emission)
+        , myMode(mode) {}
 
     int entries() const { return int(e.source->primitives().entries()); }
     bool inGroup(int i) const { return !e.group || e.group->containsSlot(e.source->primitives()(size_t(i))->slot()); }
@@ -72,7 +75,7 @@ private:
             drawEdge(prim.getPrimitiveId(), u, v);
     }
 
-    static constexpr unsigned CURVES = GEOPRIMPART | 0xF;   // a parameter along the curve alone
+    static constexpr unsigned CURVES = GEOPRIMPART | 0xF; // a parameter along the curve alone
     static constexpr unsigned OUTLINED = CURVES | GEOPRIMCIRCLE;
 
     void drawSurface(const GEO_Primitive& prim, float& u, float& v) const {
@@ -124,7 +127,8 @@ private:
 
 template <class Elements> class OrderedSteps {
 public:
-    explicit OrderedSteps(const Elements& elements) : myElements(elements) {}
+    explicit OrderedSteps(const Elements& elements)
+        : myElements(elements) {}
     bool next(int& element) {
         const int n = myElements.entries();
         for (int tried = 0; tried < n; ++tried) {
@@ -140,7 +144,9 @@ private:
 
 template <class Elements> class RandomSteps {
 public:
-    RandomSteps(const Elements& elements, unsigned seed) : myElements(elements), mySequence(seed, elements.entries()) {}
+    RandomSteps(const Elements& elements, unsigned seed)
+        : myElements(elements)
+        , mySequence(seed, elements.entries()) {}
     bool next(int& element) {
         // The geometry may have shrunk since the sequence was sized: numbers past the end are drawn again.
         const int n = myElements.entries();
@@ -164,7 +170,9 @@ private:
 class WeightedSteps {
 public:
     WeightedSteps(FLX_Emission& emission, const PrimElements& elements, const char* weightAttrib)
-        : e(emission), myElements(elements), myAttrib(weightAttrib) {
+        : e(emission)
+        , myElements(elements)
+        , myAttrib(weightAttrib) {
         build();
     }
     bool isEmpty() const { return mySums.empty(); }
@@ -238,7 +246,8 @@ template <class Elements, class Steps> void walk(FLX_Emission& e, Elements& elem
         if (attribs) loop.turnVectors(*attribs);
         const UT_Vector4 position = loop.placed(sample.position);
         if (e.updateVars)
-            e.generator->sample() = {&position, source, sample.hasNormal ? &sample.normal : nullptr, element, sample.u, sample.v};
+            e.generator->sample() = {&position, source,   sample.hasNormal ? &sample.normal : nullptr,
+                                     element,   sample.u, sample.v};
 
         if (evaluate || finished) probability = e.probability();
         evaluate = finished = false;

@@ -9,7 +9,9 @@
 class FLX_EmissionLoop {
 public:
     explicit FLX_EmissionLoop(FLX_Emission& emission)
-        : e(emission), myScope("Birthing particles"), myStep(1.0f / std::floor(*e.born + 0.5f)) {}
+        : e(emission)
+        , myScope("Birthing particles")
+        , myStep(1.0f / std::floor(*e.born + 0.5f)) {}
 
     bool started() const { return bool(myScope); }
     bool wantsMore() const { return *e.born > 0.5f; }

@@ -5,7 +5,8 @@
 
 const OP_VariablePair FLX_GenVar::myVariablePair{FLX_GeneratorVariables::names.data(), nullptr};
 
-FLX_GenVar::FLX_GenVar(OP_Network* parent, const char* name, OP_Operator* op) : FLX_Node(parent, name, op) {
+FLX_GenVar::FLX_GenVar(OP_Network* parent, const char* name, OP_Operator* op)
+    : FLX_Node(parent, name, op) {
     mySourceOffsets.fill(-1);
 }
 
@@ -93,7 +94,8 @@ float FLX_GenVar::sampleValue(const FLX_GeneratorVariable& variable) {
     case FLX_GenRead::BoundingBox:
         return mySample.position ? myBox.relative((*mySample.position)[i], i) : missing(variable);
     case FLX_GenRead::Iteration: return float(myIteration);
-    case FLX_GenRead::SourceNumber: return mySample.sourceNumber >= 0 ? float(mySample.sourceNumber) : missing(variable);
+    case FLX_GenRead::SourceNumber:
+        return mySample.sourceNumber >= 0 ? float(mySample.sourceNumber) : missing(variable);
     case FLX_GenRead::U: return mySample.u;
     case FLX_GenRead::V: return mySample.v;
     case FLX_GenRead::ParticleCount: return float(myParticleCount);

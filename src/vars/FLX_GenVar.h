@@ -11,8 +11,8 @@
 #include "vars/FLX_GeneratorVariables.h"
 #include "vars/FLX_VariableTest.h"
 
-/// Base of the operators that give birth to particles. Their variables describe the emission sample: the place that a particle
-/// is about to be born from.
+/// Base of the operators that give birth to particles. Their variables describe the emission sample: the place that a
+/// particle is about to be born from.
 class FLX_GenVar : public FLX_Node {
 public:
     FLX_GenVar(OP_Network* parent, const char* name, OP_Operator* op);
@@ -22,9 +22,9 @@ public:
     /// What the variables read; the emission routines fill it before each birth.
     struct Sample {
         const UT_Vector4* position = nullptr;
-        const GB_AttributeData* attribs = nullptr;   ///< laid out like a source point's
-        const UT_Vector3* normal = nullptr;          ///< used when the source has no "N"
-        int sourceNumber = -1;                       ///< point or primitive; -1: none
+        const GB_AttributeData* attribs = nullptr; ///< laid out like a source point's
+        const UT_Vector3* normal = nullptr;        ///< used when the source has no "N"
+        int sourceNumber = -1;                     ///< point or primitive; -1: none
         float u = 0;
         float v = 0;
     };

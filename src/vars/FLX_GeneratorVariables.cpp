@@ -22,8 +22,8 @@ constexpr FLX_GeneratorVariable row(const char* name, int id, Read r) {
     return {name, id, r.read, r.test, r.attrib, r.component, r.missing};
 }
 
-constexpr std::array<CH_LocalVariable, FLX_GeneratorVariables::COUNT + 1> namesOf(
-    const std::array<FLX_GeneratorVariable, FLX_GeneratorVariables::COUNT>& rows) {
+constexpr std::array<CH_LocalVariable, FLX_GeneratorVariables::COUNT + 1>
+namesOf(const std::array<FLX_GeneratorVariable, FLX_GeneratorVariables::COUNT>& rows) {
     std::array<CH_LocalVariable, FLX_GeneratorVariables::COUNT + 1> names{};
     for (size_t i = 0; i < rows.size(); ++i) names[i] = {rows[i].name, rows[i].id, 0};
     return names;

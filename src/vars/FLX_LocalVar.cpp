@@ -9,7 +9,8 @@
 
 const OP_VariablePair FLX_LocalVar::myVariablePair{FLX_ParticleVariables::names.data(), nullptr};
 
-FLX_LocalVar::FLX_LocalVar(OP_Network* parent, const char* name, OP_Operator* op) : FLX_Node(parent, name, op) {
+FLX_LocalVar::FLX_LocalVar(OP_Network* parent, const char* name, OP_Operator* op)
+    : FLX_Node(parent, name, op) {
     myOffsets.fill(-1);
 }
 
@@ -142,7 +143,8 @@ float FLX_LocalVar::particleValue(const FLX_ParticleVariable& variable) {
         const float sine = UT_Math::sin(halfAngle(component(at, 3)));
         return -0.00001f <= sine && sine <= 0.00001f ? 0 : component(at, i) / sine;
     }
-    case FLX_VarRead::Speed: return at >= 0 ? component(at, 0) : length3(myCurPoint->castAttribData<float>(myCore.velocity));
+    case FLX_VarRead::Speed:
+        return at >= 0 ? component(at, 0) : length3(myCurPoint->castAttribData<float>(myCore.velocity));
     case FLX_VarRead::AngularSpeed: return length3(myCurPoint->castAttribData<float>(at)) * RADIANS_TO_DEGREES;
     }
     return 0;

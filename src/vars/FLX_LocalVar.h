@@ -8,8 +8,8 @@
 #include "vars/FLX_ParticleVariables.h"
 #include "vars/FLX_VariableTest.h"
 
-/// Base of the operators whose parameters may read the particle variables. The variables read the current point; each parameter
-/// is found per cook to depend on them or not, and is evaluated per particle only when it does.
+/// Base of the operators whose parameters may read the particle variables. The variables read the current point; each
+/// parameter is found per cook to depend on them or not, and is evaluated per particle only when it does.
 class FLX_LocalVar : public FLX_Node {
 public:
     FLX_LocalVar(OP_Network* parent, const char* name, OP_Operator* op);
@@ -57,7 +57,7 @@ private:
     int myGroupCount = 0;
     FLX_BoundingBox myBox;
     float myTimeIncrement = 0;
-    std::bitset<FLX_ParticleVariables::COUNT> myWarned;   // whose missing attribute this cook has told of
+    std::bitset<FLX_ParticleVariables::COUNT> myWarned; // whose missing attribute this cook has told of
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
     FLX_CoreOffsets myCore;
     GU_Detail* myVarDetail = nullptr;

@@ -4,8 +4,8 @@
 
 /// Where an operator's mass comes from, chosen once per cook.
 struct FLX_MassSource {
-    int offset;                   ///< of the attribute "mass"; -1: the parameter
-    FLX_Chosen<PRM_Float> parm;   ///< constant 1 where neither attribute nor override counts
+    int offset;                 ///< of the attribute "mass"; -1: the parameter
+    FLX_Chosen<PRM_Float> parm; ///< constant 1 where neither attribute nor override counts
 
     /// A mass within 1e-5 of 0 counts as 0.01; negative ones are used as they are.
     static float of(const GEO_Point* p, int offset, float parm) {

@@ -18,8 +18,8 @@ struct FLX_NoiseSources {
     }
 };
 
-/// Seed, turbulence, roughness, exponent, frequency, amplitude, offset and type: one block for every operator with vector
-/// turbulence, with the generator they configure.
+/// Seed, turbulence, roughness, exponent, frequency, amplitude, offset and type: one block for every operator with
+/// vector turbulence, with the generator they configure.
 struct FLX_NoiseParms {
     explicit FLX_NoiseParms(OP_Parameters* owner)
         : SEED(owner, PRMseedName, 1)
@@ -32,12 +32,14 @@ struct FLX_NoiseParms {
         , NTYPE(owner, PRMnoiseTypeName, 0, &PRMnoiseMenu) {}
 
     FLX_NoiseSources choose(const FLX_ParticleCook& cook) const {
-        return {cook.choose(SEED),  cook.choose(static_cast<const PRM_Int&>(NTYPE)), cook.choose(TURB), cook.choose(ROUGH),
-                cook.choose(ATTEN), cook.choose(FREQ),                               cook.choose(AMP),  cook.choose(OFFSET)};
+        return {cook.choose(SEED),  cook.choose(static_cast<const PRM_Int&>(NTYPE)),
+                cook.choose(TURB),  cook.choose(ROUGH),
+                cook.choose(ATTEN), cook.choose(FREQ),
+                cook.choose(AMP),   cook.choose(OFFSET)};
     }
 
-    /// Configures the generator; reseeding and retyping happen only on change. The menu's second and third entries are the
-    /// generator's types 2 and 1; a number outside the menu leaves the type as it is.
+    /// Configures the generator; reseeding and retyping happen only on change. The menu's second and third entries are
+    /// the generator's types 2 and 1; a number outside the menu leaves the type as it is.
     void setNoise(int seed, int type) {
         static constexpr int typeOfMenu[] = {0, 2, 1, 3};
         if (seed != mySeed) generator.setSeed(mySeed = seed);
@@ -46,8 +48,8 @@ struct FLX_NoiseParms {
 
     /// The field at a particle; turb, rough and atten are callables, asked only when the amplitude is not zero.
     template <class Turb, class Rough, class Atten>
-    UT_Vector3 at(const UT_Vector4& p, const UT_Vector3& amp, const UT_Vector3& freq, const UT_Vector3& offset, Turb&& turb,
-                  Rough&& rough, Atten&& atten) const {
+    UT_Vector3 at(const UT_Vector4& p, const UT_Vector3& amp, const UT_Vector3& freq, const UT_Vector3& offset,
+                  Turb&& turb, Rough&& rough, Atten&& atten) const {
         UT_Vector3 noise(0, 0, 0);
         if (FLX_NoiseSources::isZero(amp)) return noise;
         const UT_Vector3 at((p.x() - offset.x()) * freq.x(), (p.y() - offset.y()) * freq.y(),

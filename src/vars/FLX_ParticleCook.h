@@ -10,7 +10,12 @@ class FLX_ParticleCook {
 public:
     FLX_ParticleCook(FLX_LocalVar& op, FLX_ContextData& context, const GB_PointGroup* group, float t, int thread,
                      bool showGuide)
-        : myOperator(op), myContext(context), myGroup(group), myTime(t), myThread(thread), myShowGuide(showGuide) {}
+        : myOperator(op)
+        , myContext(context)
+        , myGroup(group)
+        , myTime(t)
+        , myThread(thread)
+        , myShowGuide(showGuide) {}
 
     FLX_ContextData& context() const { return myContext; }
     GU_Detail& detail() const { return *myContext.getDetail(); }
@@ -30,9 +35,10 @@ public:
         return chosen;
     }
 
-    /// Calls formula(point, values...) for every particle whose state has none of the bits in `skip`, in order. The values come
-    /// from `sources` (what `choose` returned, or `late` of it), evaluated from left to right before the call; for a skipped
-    /// particle nothing is evaluated. When nothing varies the loop is compiled for plain values in registers.
+    /// Calls formula(point, values...) for every particle whose state has none of the bits in `skip`, in order. The
+    /// values come from `sources` (what `choose` returned, or `late` of it), evaluated from left to right before the
+    /// call; for a skipped particle nothing is evaluated. When nothing varies the loop is compiled for plain values in
+    /// registers.
     template <class Formula, class... Sources> void each(int skip, Formula&& formula, const Sources&... sources) const;
 
 private:
@@ -49,7 +55,8 @@ private:
     bool myShowGuide;
 };
 
-// The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per primitive.
+// The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per
+// primitive.
 template <class Work> void FLX_ParticleCook::forEachPoint(const Work& work) const {
     if (myGroup) {
         detail().points().forEach(myGroup, work);
@@ -61,10 +68,11 @@ template <class Work> void FLX_ParticleCook::forEachPoint(const Work& work) cons
         if (UTgetInterrupt()->opInterrupt(-1)) return;
         const GEO_PointAccess access = detail().points().access();
         list.entry(i).prim->forEachSpan([&](const uint32_t* slots, size_t n) {
-            const Work local(work);   // what has no address outside stays in registers over the writes to the records
+            const Work local(work); // what has no address outside stays in registers over the writes to the records
             for (size_t k = 0; k < n; ++k) {
                 // Records in a row the processor fetches by itself.
-                if (k + AHEAD < n && slots[k + AHEAD] != slots[k] + AHEAD) __builtin_prefetch(access(slots[k + AHEAD]), 1);
+                if (k + AHEAD < n && slots[k + AHEAD] != slots[k] + AHEAD)
+                    __builtin_prefetch(access(slots[k + AHEAD]), 1);
                 local(access(slots[k]));
             }
         });
@@ -94,8 +102,8 @@ void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sourc
     });
 }
 
-/// The cook that every operator on particles shares: guide, inputs, particle list, activation, source group, variables; then the
-/// operator's `steps(FLX_ParticleCook&)`; then clean-up, on every path. Declares the two parameters it reads.
+/// The cook that every operator on particles shares: guide, inputs, particle list, activation, source group, variables;
+/// then the operator's `steps(FLX_ParticleCook&)`; then clean-up, on every path. Declares the two parameters it reads.
 class FLX_ParticleOperator : public FLX_LocalVar {
 public:
     FLX_ParticleOperator(OP_Network* parent, const char* name, OP_Operator* op);

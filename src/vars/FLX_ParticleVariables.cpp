@@ -24,8 +24,8 @@ constexpr Read constant(R read) { return {read, T::Constant, A::Count, 0}; }
 
 constexpr FLX_ParticleVariable row(const char* name, Read r) { return {name, r.read, r.test, r.attrib, r.component}; }
 
-constexpr std::array<CH_LocalVariable, FLX_ParticleVariables::COUNT + 1> namesOf(
-    const std::array<FLX_ParticleVariable, FLX_ParticleVariables::COUNT>& rows) {
+constexpr std::array<CH_LocalVariable, FLX_ParticleVariables::COUNT + 1>
+namesOf(const std::array<FLX_ParticleVariable, FLX_ParticleVariables::COUNT>& rows) {
     std::array<CH_LocalVariable, FLX_ParticleVariables::COUNT + 1> names{};
     for (size_t i = 0; i < rows.size(); ++i) names[i] = {rows[i].name, FLX_ParticleVariables::FIRST_ID + int(i), 0};
     return names;

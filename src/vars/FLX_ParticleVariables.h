@@ -7,23 +7,23 @@
 
 /// How a particle variable is read.
 enum class FLX_VarRead {
-    Attribute,       ///< component of a catalogue attribute, ints as floats
-    Life,            ///< component of "life"
-    LifeRatio,       ///< age / life span, at most 1; 0 for a span within 1e-5 of 0
+    Attribute, ///< component of a catalogue attribute, ints as floats
+    Life,      ///< component of "life"
+    LifeRatio, ///< age / life span, at most 1; 0 for a span within 1e-5 of 0
     Accel,
     Velocity,
-    StateBit,        ///< component is the bit's mask; 1 or 0
+    StateBit, ///< component is the bit's mask; 1 or 0
     Position,
-    BoundingBox,     ///< where in the box of all points, 0 to 1 per axis
+    BoundingBox, ///< where in the box of all points, 0 to 1 per axis
     Iteration,
     PointNumber,
     PointCount,
     GroupCount,
     TimeIncrement,
-    RotationAngle,   ///< of "rot", degrees
-    RotationAxis,    ///< of "rot"
-    Speed,           ///< "speed", else the length of "v"
-    AngularSpeed,    ///< length of "w", degrees per second
+    RotationAngle, ///< of "rot", degrees
+    RotationAxis,  ///< of "rot"
+    Speed,         ///< "speed", else the length of "v"
+    AngularSpeed,  ///< length of "w", degrees per second
 };
 
 /// What a test of dependency does with it: a missing attribute is an error, always per particle, or constant in a cook.
@@ -33,8 +33,8 @@ struct FLX_ParticleVariable {
     const char* name;
     FLX_VarRead read;
     FLX_VarTest test;
-    FLX_Attrib attrib;   ///< Count: reads no catalogue attribute
-    int component;       ///< or the state bit
+    FLX_Attrib attrib; ///< Count: reads no catalogue attribute
+    int component;     ///< or the state bit
 };
 
 /// The variables in the order of their ids, which count from FIRST_ID.

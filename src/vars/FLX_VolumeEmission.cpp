@@ -108,8 +108,9 @@ const GEO_PrimMetaball* chooseBall(FLX_ContextData& context, const Metaballs& me
     return metaballs.balls.back();
 }
 
-/// A place in a ball where its density reaches a random target: the offset from the centre shrinks until it does. Balls of
-/// weight 1 or less do not shrink it, so the search ends after a while with the place it has; it counts like any other.
+/// A place in a ball where its density reaches a random target: the offset from the centre shrinks until it does. Balls
+/// of weight 1 or less do not shrink it, so the search ends after a while with the place it has; it counts like any
+/// other.
 UT_Vector4 drawByDensity(FLX_ContextData& context, const Metaballs& metaballs) {
     constexpr int MAX_PASSES = 64;
     const GEO_PrimMetaball* ball = chooseBall(context, metaballs);
@@ -160,7 +161,8 @@ void FLXbirthFromMetaPrim(FLX_Emission& e) {
         if (e.refetch) {
             if (!loop.refetch() || (e.group && e.group->isEmpty()) || !metaballs.gather(e)) return;
         }
-        const UT_Vector4 at = e.useDensity ? drawByDensity(*e.context, metaballs) : drawInBox(*e.context, metaballs.box);
+        const UT_Vector4 at =
+            e.useDensity ? drawByDensity(*e.context, metaballs) : drawInBox(*e.context, metaballs.box);
         const float density = metaballs.density(xyz(at));
         accumulated += density;
         if (!(std::abs(accumulated) > e.densityThreshold && std::abs(density) > e.densityMin)) {

@@ -96,6 +96,26 @@ TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
     EXPECT_EQ(network().getDisplayNodePtr(), node("/obj/fx/pull"));
 }
 
+TEST_F(ParticleNetworks, ARewindMakesTheOperatorsAnewWithAllTheirValues) {
+    loadNet(R"j({"name": "a", "type": "location", "comment": "mine", "flags": ["bypass"],
+        "spare": [{"token": "power", "type": "float", "size": 2, "default": 1, "value": [3, "$T"]}],
+        "parms": {"life": {"keys": [[0, 1], [2, 5]]}, "vel": ["ch(\"power\")", 0, -1], "group": "g`1 + 1`"}})j");
+    network().cookFrame(2);
+    const int before = node("/obj/fx/a")->getUniqueId();
+    network().cookFrame(1);
+    OP_Node& a = *node("/obj/fx/a");
+    EXPECT_NE(a.getUniqueId(), before);
+    EXPECT_EQ(a.comment, "mine");
+    EXPECT_TRUE(a.getBypass());
+    EXPECT_EQ(a.evalFloat("power", 1, 7), 7);
+    EXPECT_EQ(a.evalFloat("life", 0, 1), 3);
+    EXPECT_EQ(a.evalFloat("vel", 0, 0), 3);
+    EXPECT_EQ(a.evalFloat("vel", 2, 0), -1);
+    UT_String group;
+    a.evalString(group, "group", 0, 0);
+    EXPECT_EQ(group.str(), "g2");
+}
+
 TEST_F(ParticleNetworks, SubNetworksSurviveARewind) {
     loadNet(R"({"name": "a", "type": "location", "parms": {"constantrate": 240}},
         {"name": "s", "type": "subnet", "inputs": ["a"], "nodes": [

@@ -115,7 +115,7 @@ TEST_F(SceneValues, Assignments) {
     UT_String text;
     node("/obj/fx/f")->evalStringRaw(text, "source");
     EXPECT_EQ(text.str(), "[x") << "texts are taken verbatim";
-    EXPECT_EQ(set("/obj/fx/g.x=1"), "there is no node \"/obj/fx/g\"");
+    EXPECT_EQ(set("/obj/fx/g.x=1"), "there is no node \"/obj/fx/g\"; did you mean \"/obj/fx/a\"?");
     EXPECT_EQ(set("/obj/fx/f.forse=1"), "/obj/fx/f: unknown parameter \"forse\"; did you mean \"force\"?");
     EXPECT_EQ(set("/obj/fx/f.force.7=1"), "/obj/fx/f: \"force\" has no component \"7\"");
     EXPECT_EQ(set("seed"), "\"seed\": expects NODE.PARM=VALUE, for example /obj/fx.seed=3");

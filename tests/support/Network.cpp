@@ -13,11 +13,12 @@ class TestSop final : public SOP_Node {
 public:
     using SOP_Node::SOP_Node;
     std::function<void(GU_Detail&, float)> fill;
+    bool still = false;
 
 protected:
     UT_ErrorSeverity cookSop(OP_Context& context, GU_Detail& gdp) override {
         if (fill) fill(gdp, context.getTime());
-        flags().timeDependent = true;
+        if (!still) flags().timeDependent = true;
         return error();
     }
 };
@@ -31,7 +32,9 @@ public:
     OP_OperatorTable* childTable() const override { return &OP_Director::operatorTable("SOP"); }
 };
 
-template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) { return new T(parent, name, op); }
+template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) {
+    return new T(parent, name, op);
+}
 
 template <class T> void registerType(const char* family, const char* name) {
     OP_Director::operatorTable(family).addOperator(
@@ -47,7 +50,8 @@ template <class T> T* create(OP_Network& parent, const char* type, const char* n
 
 } // namespace
 
-Network::Network(double fps) : myFps(fps) {
+Network::Network(double fps)
+    : myFps(fps) {
     OPresetDirector();
     FLX_Node::buildOperatorTable(OP_Director::operatorTable("FLX"));
     registerType<TestNetworkNode>("OBJ", "testnet");
@@ -70,17 +74,29 @@ FLX_Node& Network::add(const char* type, const char* name, std::initializer_list
     return node;
 }
 
-void Network::start(FLX_Node& output, unsigned seed, const char* initialState) {
-    GU_Detail* old = myContext->getDetail();
+void Network::prepare(FLX_Node& output) {
     myContext->frameReset();
     myContext->deleteDead = 1;
     myContext->objectNode = myObject;
     myContext->infoEnabled = 1;
     myContext->cookNode = &output;
     myContext->displayNode = &output;
-    auto* detail = old ? old : new GU_Detail;
-    myContext->reset(&output, detail, initialState, false, seed, false);
     myFrame = 1;
+}
+
+void Network::start(FLX_Node& output, unsigned seed, const char* initialState) {
+    GU_Detail* old = myContext->getDetail();
+    prepare(output);
+    myContext->reset(&output, old ? old : new GU_Detail, initialState, false, seed, false);
+    cook();
+}
+
+void Network::startOn(FLX_Node& output, const std::function<void(GU_Detail&)>& fill, bool resetPending) {
+    GU_Detail* detail = myContext->getDetail() ? myContext->getDetail() : new GU_Detail;
+    detail->stashAll();
+    fill(*detail);
+    prepare(output);
+    myContext->reset(&output, detail, "", true, 0, resetPending);
     cook();
 }
 
@@ -103,7 +119,63 @@ float Network::value(const char* attrib, int point, int component) {
     if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
     const GEO_Point* p = detail().points()(size_t(point));
     const int offset = found->getOffset() + 4 * component;
-    return found->getType() == GB_ATTRIB_INT ? float(*p->castAttribData<int>(offset)) : *p->castAttribData<float>(offset);
+    const bool number = found->getType() == GB_ATTRIB_INT || found->getType() == GB_ATTRIB_INDEX;
+    return number ? float(*p->castAttribData<int>(offset)) : *p->castAttribData<float>(offset);
+}
+
+void Network::setValue(const char* attrib, int point, std::initializer_list<float> values) {
+    const GB_Attribute* found = detail().pointAttribs().find(attrib);
+    if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
+    auto* at = this->point(point)->castAttribData<float>(found->getOffset());
+    for (const float value : values) *at++ = value;
+}
+
+void Network::setInt(const char* attrib, int point, int value) {
+    const GB_Attribute* found = detail().pointAttribs().find(attrib);
+    if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
+    *this->point(point)->castAttribData<int>(found->getOffset()) = value;
+}
+
+namespace {
+
+template <class T> void append(std::string& out, const T& value) {
+    out.append(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+void appendStrings(std::string& out, const GB_AttributeDict& attribs) {
+    for (const auto& attrib : attribs) {
+        out += attrib->getName() + ";";
+        append(out, attrib->getSize());
+        for (const std::string& text : attrib->indexStrings()) out += text + ";";
+    }
+}
+
+} // namespace
+
+std::string Network::state() {
+    std::string out;
+    GU_Detail& d = detail();
+    appendStrings(out, d.pointAttribs());
+    appendStrings(out, d.primitiveAttribs());
+    appendStrings(out, d.attribs());
+    out.append(d.attribData(), size_t(d.attribs().recordSize()));
+    d.points().forEach(nullptr, [&](GEO_Point* p) {
+        append(out, p->getPos());
+        out.append(p->data(), size_t(d.pointAttribs().recordSize()));
+    });
+    for (size_t i = 0; i < d.primitives().entries(); ++i) {
+        const GEO_Primitive& prim = *d.primitives()(i);
+        append(out, prim.getPrimitiveId());
+        out.append(prim.data(), size_t(d.primitiveAttribs().recordSize()));
+        for (int k = 0; k < prim.getVertexCount(); ++k) append(out, d.points().number(prim.getVertexPoint(k)));
+    }
+    for (const GB_PointGroup* g = d.pointGroups().head(); g; g = d.pointGroups().next(g)) {
+        out += g->getName() + ";";
+        d.points().forEach(g, [&](GEO_Point* p) { append(out, d.points().number(p)); });
+    }
+    append(out, myContext->getRandomSeed());
+    append(out, myContext->getNumParticles());
+    return out;
 }
 
 int Network::intValue(const char* attrib, int point) { return int(value(attrib, point)); }
@@ -122,9 +194,15 @@ std::string Network::messages(const FLX_Node& node) {
     return text;
 }
 
-std::string Network::addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill) {
+OBJ_Node& Network::addObject(const char* name) {
+    return *create<TestGeoObject>(*OPgetDirector()->objManager(), "testgeo", name);
+}
+
+std::string Network::addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill,
+                                 bool still) {
     auto* object = create<TestGeoObject>(*OPgetDirector()->objManager(), "testgeo", name);
     auto* sop = create<TestSop>(*object, "testsop", "out");
     sop->fill = fill;
+    sop->still = still;
     return sop->getFullPath();
 }

@@ -10,6 +10,7 @@
 #include "core/FLX_Node.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
+#include "host/node/OP_OperatorTable.h"
 
 /// An object that holds particle operators.
 class TestNetworkNode final : public OBJ_Node {
@@ -40,6 +41,8 @@ public:
 
     /// Resets the simulation with `output` as the cook and display node, and cooks once at time 0.
     void start(FLX_Node& output, unsigned seed = 0, const char* initialState = "");
+    /// The same on geometry that is there already, which is then what the simulation starts from.
+    void startOn(FLX_Node& output, const std::function<void(GU_Detail&)>& fill, bool resetPending = true);
     /// Cooks the next steps, one frame each.
     void step(int n = 1);
 
@@ -52,15 +55,36 @@ public:
 
     /// A point attribute's component of point i.
     float value(const char* attrib, int point, int component = 0);
+    void setValue(const char* attrib, int point, std::initializer_list<float> values);
+    void setInt(const char* attrib, int point, int value);
+    GEO_Point* point(int i) { return detail().points()(size_t(i)); }
     int intValue(const char* attrib, int point);
     UT_Vector3 position(int point);
+    /// Everything a simulation holds as bytes: points and primitives in order with their attributes, strings, groups,
+    /// counters.
+    std::string state();
     /// "error FLX 11: /obj/nothing", one line per message of the node's last cook.
     static std::string messages(const FLX_Node& node);
 
-    /// A SOP that serves a given detail, as /obj/<name>/out; times it was cooked are counted by the host.
-    std::string addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill);
+    /// A SOP that serves a given detail, as /obj/<name>/out; times it was cooked are counted by the host. With `still`
+    /// it does not depend on the time.
+    std::string addGeometry(const char* name, const std::function<void(GU_Detail&, float time)>& fill,
+                            bool still = false);
+
+    /// A further object that holds geometry nodes.
+    static OBJ_Node& addObject(const char* name);
+    /// Makes T a type of particle operators, for tests that look inside one.
+    template <class T>
+    static void registerOperator(const char* name, const OP_VariablePair* variables = nullptr, unsigned flags = 0) {
+        OP_Constructor make = [](OP_Network* parent, const char* nodeName, OP_Operator* op) -> OP_Node* {
+            return new T(parent, nodeName, op);
+        };
+        OP_Director::operatorTable("FLX").addOperator(
+            std::make_unique<OP_Operator>(name, name, make, 0, 9999, variables, flags));
+    }
 
 private:
+    void prepare(FLX_Node& output);
     void cook();
 
     TestNetworkNode* myObject = nullptr;

@@ -81,6 +81,11 @@ public:
     // ---- inputs. An indirect input stands for whatever its network's own input is wired to.
     void setInput(int i, OP_Node* node);
     void setIndirectInput(int i, int networkInput);
+    /// How the inputs were wired, before anything is resolved: inputs 0 … wires() - 1, the node, or which of the
+    /// network's inputs (-1: none).
+    int wires() const { return int(myInputs.size()); }
+    OP_Node* wiredNode(int i) const { return myInputs[size_t(i)].node; }
+    int wiredIndirectly(int i) const { return myInputs[size_t(i)].indirect; }
     int nInputs() const;            ///< highest input that getInput finds + 1
     OP_Node* getInput(int i) const; ///< resolved through networks; null when nothing is wired
     /// Inputs beyond this many are not wired.

@@ -62,7 +62,8 @@ struct FLX_LifeParms {
     PRM_Float LIFEVAR;
 };
 
-/// Velocities: the mean plus a random vector scaled by the variance, from the unit cube or, redrawn, from the unit ball.
+/// Velocities: the mean plus a random vector scaled by the variance, from the unit cube or, redrawn, from the unit
+/// ball.
 struct FLX_SpreadParms {
     explicit FLX_SpreadParms(OP_Parameters* owner, const PRM_EnableRule& rule = {})
         : VEL(owner, {"vel", "Velocity"}, {0, 0, 0}, rule)

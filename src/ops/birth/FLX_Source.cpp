@@ -66,11 +66,13 @@ struct FLX_Source::Cook {
     const GB_Group* group = nullptr;
     std::shared_ptr<const GU_RayIntersect> rays = nullptr;
     GB_PointGroup* birthGroup = nullptr;
-    std::unique_ptr<FLX_AttribMap> map = nullptr;                 // none for volume emission
-    std::unique_ptr<flx_SrcAttribDict> sourceAttribs = nullptr;   // with accurate births, when anything is read from the source
+    std::unique_ptr<FLX_AttribMap> map = nullptr; // none for volume emission
+    std::unique_ptr<flx_SrcAttribDict> sourceAttribs =
+        nullptr; // with accurate births, when anything is read from the source
 };
 
-FLX_Source::FLX_Source(OP_Network* parent, const char* name, OP_Operator* op) : FLX_BirthOperator(parent, name, op) {
+FLX_Source::FLX_Source(OP_Network* parent, const char* name, OP_Operator* op)
+    : FLX_BirthOperator(parent, name, op) {
     myGuide = new GOP_Guide;
     myGuideHandle.allocateAndSet(myGuide, 1);
 }
@@ -127,13 +129,12 @@ void FLX_Source::updateGeometry(Cook& cook, float fraction) {
         return;
     }
     if (myType == Volume)
-        cook.rays = GU_RayIntersect::shared(cook.source);   // kept while the geometry is the same
+        cook.rays = GU_RayIntersect::shared(cook.source); // kept while the geometry is the same
     else
         cook.group = parseSourceGroup(*cook.source);
 
     if (cook.sourceAttribs && !cook.sourceAttribs->matches(*cook.source)) {
-        if (cook.map)
-            cook.map->build(cook.context, cook.source, cook.context->getDetail(), ATTRIB(), CREATELOCALVAR());
+        if (cook.map) buildMap(cook);
         refreshSourceAttributeVars(cook.source);
         cook.sourceAttribs->update(*cook.source);
     }
@@ -170,12 +171,13 @@ void FLX_Source::setInputGroup(const GU_Detail* detail, const GB_Group* group, i
     };
     if (emitsFromPoints()) {
         const GEO_PointList& points = detail->points();
-        keepOrRestart(points, [&](int i) { return points.slotAt(size_t(i)); },
-                      [&](const GEO_Point* p) { return points.number(p); });
+        keepOrRestart(
+            points, [&](int i) { return points.slotAt(size_t(i)); },
+            [&](const GEO_Point* p) { return points.number(p); });
     } else {
         const GEO_PrimList& prims = detail->primitives();
-        keepOrRestart(prims, [&](int i) { return prims(size_t(i))->slot(); },
-                      [](const GEO_Primitive* p) { return p->getNum(); });
+        keepOrRestart(
+            prims, [&](int i) { return prims(size_t(i))->slot(); }, [](const GEO_Primitive* p) { return p->getNum(); });
     }
 }
 
@@ -190,13 +192,19 @@ void FLX_Source::buildGroupMenu(void* node, PRM_Name* names, int size, const PRM
 
 // ---- births
 
+void FLX_Source::buildMap(Cook& cook) {
+    const UT_String pattern = ATTRIB();
+    const bool variables = CREATELOCALVAR();
+    cook.map->build(cook.context, cook.source, cook.context->getDetail(), pattern, variables);
+}
+
 void FLX_Source::emitParticles(Cook& cook) {
     FLX_ContextData* context = cook.context;
     GU_Detail* particles = context->getDetail();
     cook.birthGroup = GROUP.make(*particles);
     if (myType != Volume) {
         cook.map = std::make_unique<FLX_AttribMap>();
-        cook.map->build(context, cook.source, particles, ATTRIB(), CREATELOCALVAR());
+        buildMap(cook);
     }
     const bool accurate = ACCURATEBIRTHS();
     if (myType != Volume) setInputGroup(cook.source, cook.group, context->source(cook.prim));
@@ -205,8 +213,7 @@ void FLX_Source::emitParticles(Cook& cook) {
         cook.sourceAttribs = std::make_unique<flx_SrcAttribDict>();
         cook.sourceAttribs->update(*cook.source);
     }
-    addBirths(context, cook.prim, RATES, cook.time);
-    if (!(context->born(cook.prim) > 0)) return;
+    if (!addBirths(context, cook.prim, RATES, cook.time) || !(context->born(cook.prim) > 0)) return;
 
     const float t = cook.time;
     const int thread = cook.thread;

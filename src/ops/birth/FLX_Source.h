@@ -6,15 +6,26 @@
 #include "ops/birth/flx_SrcAttribDict.h"
 #include "vars/FLX_Emission.h"
 
-/// Gives birth to particles from geometry: its points, its primitives' centres, edges or surfaces, the inside of a closed
-/// surface, or metaballs.
+/// Gives birth to particles from geometry: its points, its primitives' centres, edges or surfaces, the inside of a
+/// closed surface, or metaballs.
 class FLX_Source final : public FLX_BirthOperator {
 public:
     FLX_Source(OP_Network* parent, const char* name, OP_Operator* op);
 
     enum EmissionType {
-        Point, PointRandom, Center, CenterRandom, CenterAttrib, Edge, EdgeRandom, EdgeAttrib,
-        Surface, SurfaceRandom, SurfaceAttrib, Volume, Metaball,
+        Point,
+        PointRandom,
+        Center,
+        CenterRandom,
+        CenterAttrib,
+        Edge,
+        EdgeRandom,
+        EdgeAttrib,
+        Surface,
+        SurfaceRandom,
+        SurfaceAttrib,
+        Volume,
+        Metaball,
     };
     enum InitialVelocity { UseInherited, AddToInherited, SetVelocity };
 
@@ -67,6 +78,8 @@ private:
     void updateGeometry(Cook& cook, float fraction);
     const GB_Group* parseSourceGroup(GU_Detail& detail);
     void showSource(const Cook& cook);
+    /// What the cook's births inherit from its source.
+    void buildMap(Cook& cook);
     void emitParticles(Cook& cook);
     void runEmission(FLX_Emission& emission, EmissionType type);
     bool emitsFromPoints() const { return myType <= PointRandom; }

@@ -10,7 +10,8 @@ void flx_SrcAttribDict::update(const GU_Detail& detail) {
 }
 
 bool flx_SrcAttribDict::matches(const GU_Detail& detail) const {
-    if (detail.dataId() == myDataId && detail.getChangeCount() == myChangeCount && detail.layoutSerial() == myLayoutSerial)
+    if (detail.dataId() == myDataId && detail.getChangeCount() == myChangeCount &&
+        detail.layoutSerial() == myLayoutSerial)
         return true;
     const GB_AttributeDict& attribs = detail.pointAttribs();
     if (attribs.entries() != myEntries.size()) return false;

@@ -6,8 +6,8 @@
 
 #include "host/geo/GU_Detail.h"
 
-/// A picture of a source's point attributes: tells whether geometry fetched for another moment has the same ones, so that what
-/// was worked out for them still holds.
+/// A picture of a source's point attributes: tells whether geometry fetched for another moment has the same ones, so
+/// that what was worked out for them still holds.
 class flx_SrcAttribDict {
 public:
     void update(const GU_Detail& detail);

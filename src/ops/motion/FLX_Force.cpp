@@ -2,7 +2,8 @@
 
 #include "host/node/OBJ_Node.h"
 
-FLX_Force::FLX_Force(OP_Network* parent, const char* name, OP_Operator* op) : FLX_ParticleOperator(parent, name, op) {
+FLX_Force::FLX_Force(OP_Network* parent, const char* name, OP_Operator* op)
+    : FLX_ParticleOperator(parent, name, op) {
     auto* guide = new GOP_Guide;
     myGuide = guide;
     myGuideHandle.allocateAndSet(guide, 1);
@@ -59,8 +60,9 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
         if (draw) addAccelGuide(p, f.x(), f.y(), f.z(), span, 0);
     };
     if (noise.absent()) {
-        cook.each(UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
-                  scale);
+        cook.each(
+            UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
+            scale);
         return;
     }
     cook.each(

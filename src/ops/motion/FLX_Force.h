@@ -3,8 +3,8 @@
 #include "vars/FLX_MassParms.h"
 #include "vars/FLX_NoiseParms.h"
 
-/// Adds a force to every selected particle's acceleration: a vector, or the direction an object faces, plus turbulence, divided
-/// by the mass.
+/// Adds a force to every selected particle's acceleration: a vector, or the direction an object faces, plus turbulence,
+/// divided by the mass.
 class FLX_Force final : public FLX_ParticleOperator {
 public:
     FLX_Force(OP_Network* parent, const char* name, OP_Operator* op);

@@ -1,0 +1,18 @@
+#include "scene/PathSuggestion.h"
+
+#include "host/node/OP_Network.h"
+#include "scene/SceneError.h"
+
+#include <vector>
+
+std::string suggestPath(OP_Node& from, const std::string& path) {
+    const size_t slash = path.rfind('/');
+    const std::string above = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    OP_Node* holder = from.findNode(above.c_str());
+    OP_Network* network = holder ? holder->castToNetwork() : nullptr;
+    if (!network) return holder || above == "." || above == "/" ? "" : suggestPath(from, above);
+    std::vector<std::string> names;
+    const std::string prefix = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+    for (int i = 0; i < network->getNchildren(); ++i) names.push_back(prefix + network->getChild(i)->getName());
+    return didYouMean(path, names);
+}

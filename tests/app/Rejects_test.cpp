@@ -1,0 +1,171 @@
+#include "ToolFixture.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// A scene whose source is the mesh "mesh.ply", with text after it.
+std::string meshScene() {
+    return R"({"flx": 1, "frames": [1, 4], "obj": [
+        {"name": "thing", "type": "geo", "nodes": [{"name": "mesh", "type": "file", "parms": {"file": "mesh.ply"}}]},
+        {"name": "fx", "type": "flxnet", "nodes": [
+            {"name": "birth", "type": "source", "parms": {"soppath": "/obj/thing/mesh", "emittype": "surfacerandom"}}]}]})";
+}
+
+std::string ply(int claimed, const std::string& points, const std::string& face) {
+    return "ply\nformat ascii 1.0\nelement vertex " + std::to_string(claimed) +
+           "\nproperty float x\nproperty float y\nproperty float z\nelement face 1\n"
+           "property list uchar int vertex_indices\nend_header\n" +
+           points + face + "\n";
+}
+
+class Rejects : public ToolTest {
+protected:
+    ToolResult run() const { return flx({"run", "scene.json", "--out", "out/o.####.ply", "--quiet"}); }
+
+    void expectBad(const std::string& text, const std::string& message, int status = 3) {
+        put("scene.json", text);
+        const ToolResult result = run();
+        SCOPED_TRACE(text);
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.err, message + "\n");
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(appeared(), std::vector<std::string>{});
+    }
+    void expectBadMesh(const std::string& mesh, const std::string& why) {
+        put("mesh.ply", mesh);
+        put("scene.json", meshScene());
+        const ToolResult result = run();
+        SCOPED_TRACE(why);
+        EXPECT_EQ(result.status, 4);
+        EXPECT_EQ(result.err.substr(0, result.err.find('\n')),
+                  "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: " + why);
+        EXPECT_EQ(appeared(), std::vector<std::string>{});
+    }
+};
+
+} // namespace
+
+TEST_F(Rejects, BadScenesWriteNothing) {
+    expectBad("{\"flx\": 1,\n \"obj\": [,]}", "scene.json:2: unexpected ','; expected '[', '{', or a literal");
+    expectBad(R"({"obj": []})", "scene.json: \"flx\" is missing: a scene says its format version, \"flx\": 1");
+    expectBad(R"({"flx": 2})", "scene.json: \"flx\" is 2: this program reads format version 1");
+    expectBad(R"({"flx": 1, "obj": []})", "scene.json: holds no particle network, an object of type \"flxnet\"");
+    expectBad(scene(R"({"name": "a", "type": "loaction"})"),
+              "scene.json: /obj/fx/a: unknown type \"loaction\"; did you mean \"location\"?");
+    expectBad(
+        scene(R"({"name": "a", "type": "force", "inputs": ["b"]}, {"name": "b", "type": "force", "inputs": ["a"]})"),
+        "scene.json: /obj/fx/b: the inputs form a cycle: b -> a -> b");
+    expectBad(scene(R"({"name": "a", "type": "location", "parms": {"lfie": 3}})"),
+              "scene.json: /obj/fx/a: unknown parameter \"lfie\"; did you mean \"life\"?");
+    expectBad(scene(R"({"name": "a", "type": "location"}, {"name": "a", "type": "location"})"),
+              "scene.json: /obj/fx/a: another node here has this name");
+}
+
+TEST_F(Rejects, AMissingSceneIsAFileProblem) {
+    const ToolResult result = flx({"run", "gone.json"});
+    EXPECT_EQ(result.status, 4);
+    EXPECT_EQ(result.err, "gone.json: No such file or directory\n");
+    EXPECT_EQ(flx({"check", "."}).status, 4);
+}
+
+TEST_F(Rejects, BadMeshesEndTheRunBeforeAFileAppears) {
+    put("scene.json", meshScene());
+    const ToolResult missing = run();
+    EXPECT_EQ(missing.status, 4);
+    EXPECT_EQ(missing.err,
+              "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: cannot open the file: No such file or directory\n"
+              "scene.json: /obj/fx/birth: error FLX 6: /obj/thing/mesh\n");
+    EXPECT_EQ(appeared(), std::vector<std::string>{});
+    const std::string points = "0 0 0\n1 0 0\n0 1 0\n";
+    expectBadMesh(ply(3, points, "3 0 1 7"),
+                  "line 13, element \"face\" 0: vertex number 7, but the file has only 3 (counted from 0)");
+    expectBadMesh(ply(3, points, "3 0 1 -1"),
+                  "line 13, element \"face\" 0: vertex number -1, but the file has only 3 (counted from 0)");
+    expectBadMesh(ply(400000000, points, "3 0 1 2"),
+                  "the header claims 400000000 of element \"vertex\", at least 6 bytes each, but only 27 bytes "
+                  "follow; the file is truncated or damaged");
+    expectBadMesh("", "is empty");
+}
+
+TEST_F(Rejects, AFolderThatCannotBeMadeIsTold) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
+    put("out", "a file where the folder should be");
+    const ToolResult result = run();
+    EXPECT_EQ(result.status, 4);
+    EXPECT_EQ(result.err.rfind("out/o.0001.ply: cannot make the folder: ", 0), 0u) << result.err;
+    EXPECT_EQ(appeared(), std::vector<std::string>{});
+}
+
+TEST_F(Rejects, AFolderThatCannotBeWrittenIsTold) {
+    if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
+    put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
+    ASSERT_EQ(mkdir(path("out").c_str(), 0555), 0);
+    const ToolResult result = run();
+    EXPECT_EQ(result.status, 4);
+    EXPECT_EQ(result.err, "out/o.0001.ply: cannot create the file: Permission denied\n");
+    EXPECT_EQ(appeared(), std::vector<std::string>{});
+}
+
+TEST_F(Rejects, ANameThatIsNoFileIsTold) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
+    std::filesystem::create_directories(path("out/o.0001.ply"));
+    const ToolResult result = run();
+    EXPECT_EQ(result.status, 4);
+    EXPECT_EQ(result.err, "out/o.0001.ply: is no regular file; choose another name\n");
+}
+
+TEST_F(Rejects, AFullDiskUnderTheOutputIsTold) {
+    if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "this system has no /dev/full";
+    put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
+    const ToolResult result = flx({"dump", "scene.json", "--frame", "2"}, 0, "/dev/full");
+    EXPECT_EQ(result.status, 4);
+    EXPECT_EQ(result.err, "flx: standard output: No space left on device\n");
+}
+
+TEST_F(Rejects, MemoryThatRunsOutIsTold) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": 1e7}})"));
+    const ToolResult result = flx({"run", "scene.json", "--out", "o.####.ply"}, size_t(400) << 20);
+    EXPECT_EQ(result.status, 5);
+    EXPECT_EQ(result.err, "flx: memory ran out\n");
+    EXPECT_EQ(appeared(), std::vector<std::string>{});
+}
+
+TEST_F(Rejects, BirthsWithoutEndAreRefused) {
+    for (const char* rate : {"1e9", "\"1/0\""}) {
+        put("scene.json",
+            scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": )" + std::string(rate) + "}}"));
+        const ToolResult result = run();
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: more than 16777216 births in one cook: lower the "
+                              "birth rates\n");
+    }
+}
+
+TEST_F(Rejects, NodesInErrorAreToldOnceAndTheRunGoesOn) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 24}},
+        {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}})"));
+    const ToolResult result = run();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "scene.json: /obj/fx/pull: error OP 1: scale: \"$VXX * 2\": unknown variable $VXX at column 1; did "
+              "you mean $VX?\n");
+    EXPECT_EQ(appeared().size(), 4u);
+    const ToolResult dump = flx({"dump", "scene.json", "--frame", "3"});
+    EXPECT_EQ(dump.status, 1);
+    EXPECT_EQ(dump.err, result.err);
+    EXPECT_EQ(nlohmann::json::parse(dump.out)["nodes"]["/obj/fx/pull"]["severity"], 4);
+}
+
+TEST_F(Rejects, CheckTellsWithoutSimulating) {
+    put("scene.json", meshScene());
+    const ToolResult bad = flx({"check", "scene.json"});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_EQ(bad.out, "scene.json: /obj/thing/mesh: error: \"file\": there is no file \"mesh.ply\"\n");
+    for (const std::string name : {"fountain", "rain", "mesh_sparks", "inside", "metaballs"}) {
+        const ToolResult good = flx({"check", example(name + ".json")});
+        EXPECT_EQ(good.status, 0);
+        EXPECT_EQ(good.out, example(name + ".json") + ": nothing is wrong\n");
+    }
+}

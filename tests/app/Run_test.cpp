@@ -1,0 +1,172 @@
+#include "ToolFixture.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+
+namespace {
+
+const std::string PYTHON = "/usr/bin/python3";
+
+/// Births of one cook after another with a rate per second, as floats: the running count grows by rate x step, and a
+/// particle is born while it is above zero.
+class BirthCount {
+public:
+    BirthCount(float rate, double fps)
+        : myPerCook(rate * float(1 / fps)) {}
+    int next() {
+        int births = 0;
+        for (myCount += myPerCook; myCount > 0; myCount -= 1) ++births;
+        return births;
+    }
+
+private:
+    float myPerCook;
+    float myCount = 0;
+};
+
+class RunTool : public ToolTest {};
+
+} // namespace
+
+TEST_F(RunTool, JsonLinesFollowTheBirthCount) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 100, "life": 100}})"));
+    const ToolResult result = flx({"run", "scene.json", "--json", "--frames", "1-48"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const std::vector<nlohmann::json> lines = result.lines();
+    ASSERT_EQ(lines.size(), 48u);
+    BirthCount births(100, 24);
+    int total = 0;
+    for (int frame = 1; frame <= 48; ++frame) {
+        const nlohmann::json& line = lines[size_t(frame) - 1];
+        const int born = births.next();
+        total += born;
+        EXPECT_EQ(line["frame"], frame);
+        EXPECT_EQ(line["time"].get<float>(), float((frame - 1) / 24.0));
+        EXPECT_EQ(line["net"], "/obj/fx");
+        EXPECT_EQ(line["born"], born) << frame;
+        EXPECT_EQ(line["died"], 0);
+        EXPECT_EQ(line["particles"], total);
+        EXPECT_EQ(line["severity"], 0);
+        EXPECT_EQ(line["hash"].get<std::string>().size(), 16u);
+        EXPECT_EQ(line.size(), 8u);
+    }
+}
+
+TEST_F(RunTool, DeathsBalanceBirths) {
+    // Exactly 10 per frame. Ages are sums of float steps; who has reached the end is seen once more, and gone a frame
+    // later.
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 240, "life": 0.5}})"));
+    const std::vector<nlohmann::json> lines = flx({"run", "scene.json", "--json", "--frames", "1-40"}).lines();
+    ASSERT_EQ(lines.size(), 40u);
+    long long particles = 0, died = 0;
+    for (const nlohmann::json& line : lines) {
+        particles += line["born"].get<int>() - line["died"].get<int>();
+        died += line["died"].get<int>();
+        EXPECT_EQ(line["particles"], particles);
+    }
+    int frames = 1;
+    for (float age = 0; age < 0.5f; age += float(1 / 24.0)) ++frames;
+    EXPECT_EQ(particles, 10 * frames);
+    EXPECT_EQ(died, 10 * (40 - frames));
+}
+
+TEST_F(RunTool, RunAndDumpAgreeAndRepeat) {
+    const std::vector<std::string> arguments{"run", example("fountain.json"), "--json", "--frames", "20-24"};
+    const ToolResult once = flx(arguments), again = flx(arguments);
+    EXPECT_EQ(once.out, again.out);
+    const std::vector<nlohmann::json> lines = once.lines();
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(lines[0]["frame"], 20);
+    const nlohmann::json dump = nlohmann::json::parse(flx({"dump", example("fountain.json"), "--frame", "24"}).out);
+    EXPECT_EQ(dump["hash"], lines[4]["hash"]);
+    EXPECT_EQ(dump["time"], lines[4]["time"]);
+    EXPECT_EQ(dump["particles"], lines[4]["particles"]);
+    EXPECT_EQ(dump["particles"], dump["pointcount"]);
+    EXPECT_EQ(dump["points"]["P"].size(), dump["pointcount"]);
+    BirthCount births(2400, 24);
+    int total = 0;
+    for (int frame = 1; frame <= 24; ++frame) total += births.next();
+    EXPECT_EQ(dump["particles"], total);
+    EXPECT_EQ(dump["detail"]["nextid"], total + 1);
+    const ToolResult reseeded = flx({"dump", example("fountain.json"), "--frame", "24", "--set", "/obj/fx.seed=8"});
+    EXPECT_NE(nlohmann::json::parse(reseeded.out)["hash"], dump["hash"]);
+}
+
+TEST_F(RunTool, ProgressIsOneLinePerFrameWithoutATerminal) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 24}})"));
+    EXPECT_EQ(flx({"run", "scene.json", "--frames", "1-2"}).out,
+              "/obj/fx frame 1: 1 particles\n/obj/fx frame 2: 2 particles\n");
+    EXPECT_EQ(flx({"run", "scene.json", "--frames", "1-2", "--quiet"}).out, "");
+    EXPECT_EQ(flx({"run", "scene.json", "--frames", "2", "--out", "o.ply"}).out,
+              "/obj/fx frame 2: 2 particles\nwrote o.ply to o.ply\n");
+}
+
+TEST_F(RunTool, NegativeFramesAndFramesBeforeTheStart) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 24}})"));
+    const ToolResult result = flx({"run", "scene.json", "--json", "--frames", "-1-2"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    std::vector<int> counts;
+    for (const nlohmann::json& line : result.lines()) counts.push_back(line["particles"]);
+    EXPECT_EQ(counts, (std::vector<int>{0, 0, 1, 2}));
+    ASSERT_EQ(flx({"run", "scene.json", "--quiet", "--frames", "-1-0", "--out", "a/f.###.csv"}).status, 0);
+    EXPECT_EQ(appeared(), (std::vector<std::string>{"a/f.-01.csv", "a/f.000.csv"}));
+    EXPECT_EQ(flx({"dump", "scene.json", "--frame", "-5"}).status, 0);
+}
+
+TEST_F(RunTool, SeveralNetworksWriteUnderTheirNames) {
+    put("two.json", R"({"flx": 1, "frames": [1, 2], "obj": [
+        {"name": "a", "type": "flxnet", "nodes": [{"name": "b", "type": "location", "parms": {"constantrate": 24}}]},
+        {"name": "b", "type": "flxnet", "nodes": [{"name": "b", "type": "location", "parms": {"constantrate": 48}}]}]})");
+    const ToolResult result = flx({"run", "two.json", "--json", "--out", "%n/##.flx"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(appeared(), (std::vector<std::string>{"a/01.flx", "a/02.flx", "b/01.flx", "b/02.flx"}));
+    std::map<std::string, int> last;
+    for (const nlohmann::json& line : result.lines()) last[line["net"]] = line["particles"];
+    EXPECT_EQ(last, (std::map<std::string, int>{{"/obj/a", 2}, {"/obj/b", 4}}));
+    EXPECT_EQ(flx({"run", "two.json", "--json", "--net", "/obj/b"}).lines().size(), 2u);
+}
+
+TEST_F(RunTool, CtrlCKeepsFinishedFrames) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 24000}})"));
+    const ToolResult result = interruptWhenThere(
+        "o.00003.bflx", {"run", "scene.json", "--frames", "1-90000", "--out", "o.#####.bflx", "--quiet"});
+    EXPECT_EQ(result.status, 130) << result.err;
+    EXPECT_NE(result.err.find("interrupted at frame"), std::string::npos);
+    const std::vector<std::string> files = appeared();
+    ASSERT_GE(files.size(), 3u);
+    ASSERT_LT(files.size(), 90000u);
+    // The last file is whole: a simulation can start from it, and it has the particles of its frame.
+    put("again.json", R"({"flx": 1, "obj": [{"name": "fx", "type": "flxnet", "parms": {"initialstate": ")" +
+                          files.back() + R"("}, "nodes": [{"name": "n", "type": "null"}]}]})");
+    const ToolResult again = flx({"dump", "again.json", "--frame", "1"});
+    ASSERT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(nlohmann::json::parse(again.out)["pointcount"], 1000 * int(files.size()));
+}
+
+TEST_F(RunTool, AnInitialStateContinuesASimulation) {
+    ASSERT_EQ(flx({"run", example("rain.json"), "--frames", "30", "--out", "state.bflx", "--quiet"}).status, 0);
+    put("again.json", R"({"flx": 1, "frames": [30, 30], "obj": [{"name": "fx", "type": "flxnet",
+        "parms": {"initialstate": "state.bflx"}, "nodes": [{"name": "n", "type": "null"}]}]})");
+    const nlohmann::json before = nlohmann::json::parse(flx({"dump", example("rain.json"), "--frame", "30"}).out);
+    const nlohmann::json after = nlohmann::json::parse(flx({"dump", "again.json", "--frame", "30"}).out);
+    for (const char* name : {"P", "v", "life", "id"}) EXPECT_EQ(after["points"][name], before["points"][name]) << name;
+}
+
+TEST_F(RunTool, NumpyReadsWhatIsWritten) {
+    if (std::system((PYTHON + " -c 'import numpy' 2>/dev/null").c_str()) != 0) GTEST_SKIP() << "no numpy here";
+    ASSERT_EQ(flx({"run", example("fountain.json"), "--frames", "12", "--out", "f.npz", "--quiet"}).status, 0);
+    const nlohmann::json dump = nlohmann::json::parse(flx({"dump", example("fountain.json"), "--frame", "12"}).out);
+    put("read.py", "import json, sys, numpy\n"
+                   "d = numpy.load(sys.argv[1])\n"
+                   "json.dump({k: d[k].tolist() for k in ('P', 'v', 'id')}, open(sys.argv[2], 'w'))\n");
+    const std::string command = PYTHON + " " + path("read.py") + " " + path("f.npz") + " " + path("f.json");
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    const nlohmann::json read = nlohmann::json::parse(std::ifstream(path("f.json")));
+    ASSERT_EQ(read["P"].size(), dump["points"]["P"].size());
+    for (size_t i = 0; i < read["P"].size(); ++i)
+        for (size_t c = 0; c < 3; ++c) EXPECT_EQ(read["P"][i][c].get<float>(), dump["points"]["P"][i][c].get<float>());
+    EXPECT_EQ(read["id"], dump["points"]["id"]);
+    for (size_t i = 0; i < read["v"].size(); ++i)
+        EXPECT_EQ(read["v"][i].get<std::vector<float>>(), dump["points"]["v"][i].get<std::vector<float>>());
+}

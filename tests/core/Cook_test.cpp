@@ -1,0 +1,505 @@
+// One cook of a network: traversal, ownership of particles, bypass, display, guides, info texts and menus.
+#include <gtest/gtest.h>
+
+#include "host/ut/UT_CRC.h"
+#include "support/Probe.h"
+
+namespace {
+
+std::vector<std::string> visited;
+
+struct Visit {
+    static void note(FLX_Node& node) { visited.push_back(node.getName()); }
+};
+
+/// Names in the order in which the operators' attributes are asked for: what a pseudocook visits.
+std::vector<std::string> visits(Network& net, FLX_Node& output, std::initializer_list<Probe*> probes) {
+    visited.clear();
+    for (Probe* probe : probes) probe->attribs = [](Probe& self, FLX_ContextData*) { Visit::note(self); };
+    output.addAllAttribs(&net.context());
+    return visited;
+}
+
+std::vector<int> numbers(const FLX_ParticleList& list) {
+    std::vector<int> found;
+    for (int i = 0; i < list.entries(); ++i) found.push_back(list.entry(i).prim->getNum());
+    return found;
+}
+
+std::vector<std::string> menu(void (*build)(void*, PRM_Name*, int, const PRM_SpareData*, PRM_Parm*), OP_Node* node,
+                              int size) {
+    std::vector<PRM_Name> names(size_t(size) + 1, PRM_Name{"unwritten", "unwritten"});
+    build(node, names.data(), size, nullptr, nullptr);
+    EXPECT_STREQ(names[size_t(size)].token, "unwritten") << "wrote past the menu's size";
+    std::vector<std::string> tokens;
+    for (const PRM_Name* name = names.data(); name->token; ++name) {
+        EXPECT_STREQ(name->token, name->label);
+        tokens.emplace_back(name->token);
+    }
+    return tokens;
+}
+
+std::string info(Network& net, FLX_Node& node) {
+    OP_Context context(net.time());
+    context.setData(&net.context());
+    std::string text;
+    node.getNodeSpecificInfoText(context, 0, text);
+    return text;
+}
+
+using Names = std::vector<std::string>;
+
+} // namespace
+
+TEST(Cook, PseudocookVisitsInputsFirstAndEachNodeOnce) {
+    Network net;
+    Probe& a = Probe::add(net, "a");
+    Probe& b = Probe::add(net, "b", {&a});
+    Probe& c = Probe::add(net, "c", {&a});
+    Probe& d = Probe::add(net, "d", {&b, nullptr, &c, &b});
+    Probe& loose = Probe::add(net, "loose");
+    net.start(d);
+    EXPECT_EQ(visits(net, d, {&a, &b, &c, &d, &loose}), (Names{"a", "b", "c", "d"}));
+    b.setBypass(true);
+    EXPECT_EQ(visits(net, d, {}), (Names{"a", "c", "d"})) << "bypassed: its inputs still count";
+    EXPECT_EQ(visits(net, c, {}), (Names{"a", "c"}));
+}
+
+TEST(Cook, ASubNetworkIsEnteredAtItsOutput) {
+    Network net;
+    Probe& a = Probe::add(net, "a");
+    FLX_Node& sub = net.add("subnet", "sub", {&a});
+    Probe& d = Probe::add(net, "d", {&sub});
+    auto& in = static_cast<Probe&>(net.add("probe", "in", {}, &sub));
+    auto& out = static_cast<Probe&>(net.add("probe", "out", {&in}, &sub));
+    in.setIndirectInput(0, 0);
+    out.setRender(true);
+    net.start(d);
+    EXPECT_EQ(visits(net, d, {&a, &d, &in, &out}), (Names{"a", "in", "out", "d"}));
+    sub.setBypass(true);
+    EXPECT_EQ(visits(net, d, {}), (Names{"d"})) << "a bypassed sub-network hides what is in it and its inputs";
+}
+
+TEST(Cook, TheChecksumIsOfTheSerialsThatCount) {
+    Network net;
+    FLX_Node& birth = net.add("location", "birth");
+    FLX_Node& pull = net.add("force", "pull", {&birth});
+    FLX_Node& loose = net.add("null", "loose");
+    net.start(pull);
+    const auto crc = [](std::initializer_list<FLX_Node*> nodes) {
+        unsigned value = 0;
+        for (FLX_Node* node : nodes) {
+            const uint32_t serial = node->getChangeSerial();
+            UT_CRC::updateCRC(value, &serial, 4);
+        }
+        return value;
+    };
+    const unsigned before = pull.computeNetChecksum();
+    EXPECT_EQ(before, crc({&birth, &pull}));
+    net.step(3);
+    loose.setFloat("nothing", 0, 1);
+    EXPECT_EQ(pull.computeNetChecksum(), before) << "cooking changes nothing";
+    birth.setFloat("life", 0, 3);
+    EXPECT_NE(pull.computeNetChecksum(), before);
+    EXPECT_EQ(pull.computeNetChecksum(), crc({&birth, &pull}));
+    birth.setBypass(true);
+    EXPECT_EQ(pull.computeNetChecksum(), crc({&pull}));
+}
+
+TEST(Cook, ParticleListsRunBackwardsAndKnowPrimitivesByNumber) {
+    Network net;
+    Probe& a = Probe::add(net, "a");
+    Probe& b = Probe::add(net, "b");
+    net.start(a);
+    auto* first = net.context().getPrimPart(&a);
+    auto* second = net.context().getPrimPart(&b);
+    FLX_ParticleList list;
+    EXPECT_TRUE(list.isEmpty());
+    EXPECT_EQ(list.add(nullptr, &a), nullptr);
+    EXPECT_EQ(list.iterateInit(), nullptr);
+    list.add(first, &a);
+    list.add(second, &b);
+    EXPECT_EQ(list.iterateInit(), second);
+    EXPECT_EQ(list.iterateNext(), first);
+    EXPECT_EQ(list.iterateNext(), nullptr);
+    EXPECT_EQ(list.iterateNext(), nullptr);
+    list.merge(&list);
+    list.merge(nullptr);
+    EXPECT_EQ(list.entries(), 2);
+
+    GU_Detail copy;
+    copy.duplicate(net.detail(), 1);
+    FLX_ParticleList moved, merged;
+    moved.copyNewGdp(list, &copy);
+    EXPECT_EQ(numbers(moved), (std::vector<int>{0, 1})) << "each addition goes to the front";
+    EXPECT_EQ(moved.find(second)->prim, copy.primitives()(1));
+    EXPECT_EQ(moved.find(second)->owner, &b);
+    merged = moved;
+    merged.merge(&list);
+    EXPECT_EQ(merged.entries(), 2) << "the same numbers are the same primitives";
+    merged.clear();
+    EXPECT_EQ(moved.entries(), 2) << "a copy shares nothing";
+    GU_Detail empty;
+    merged.copyNewGdp(list, &empty);
+    EXPECT_TRUE(merged.isEmpty());
+    list.add(first, nullptr);
+    EXPECT_EQ(list.entries(), 3) << "additions are not checked";
+    EXPECT_EQ(list.find(first)->owner, nullptr) << "the newest entry is found";
+}
+
+TEST(Cook, AParticlePrimitiveFlowsDownOneBranch) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 2);
+    Probe& b = Probe::add(net, "b", {&a});
+    Probe& c = Probe::add(net, "c", {&a});
+    Probe& d = Probe::add(net, "d", {&b, &c});
+    net.start(d);
+    EXPECT_EQ(Network::messages(b), "");
+    EXPECT_EQ(Network::messages(c), "error FLX 12: a");
+    EXPECT_TRUE(c.getParticleList()->isEmpty());
+    EXPECT_NE(d.error(), UT_ERROR_NONE);
+    EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &b);
+
+    c.refersToInputs = b.refersToInputs = true;
+    d.setInput(0, &b);
+    d.setInput(1, nullptr);
+    net.start(d);
+    EXPECT_EQ(Network::messages(d), "error FLX 12: b") << "b only refers: a is still the owner";
+    b.refersToInputs = false;
+    net.start(d);
+    EXPECT_EQ(Network::messages(d), "");
+    EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &d);
+}
+
+TEST(Cook, TheSamePrimitiveTwiceIsAnErrorWhenAsked) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 1);
+    Probe& b = Probe::add(net, "b", {&a, &a});
+    // The first input's claim makes b the owner, so only a referring operator meets it twice.
+    b.refersToInputs = true;
+    net.start(b);
+    EXPECT_EQ(Network::messages(b), "");
+    EXPECT_EQ(numbers(*b.getParticleList()), (std::vector<int>{0, 0}));
+    b.checkDuplicates = 1;
+    net.start(b);
+    EXPECT_EQ(Network::messages(b), "error FLX 3: The same particles arrive twice in one list");
+    EXPECT_TRUE(b.getParticleList()->isEmpty());
+
+    std::vector<FLX_ParticleList*> lists;
+    int count = -1;
+    for (const int check : {0, 1}) {
+        b.work = [&](Probe& self, OP_Context& context) {
+            lists.clear();
+            self.buildParticleListArray(lists, count, context, check);
+        };
+        net.start(b);
+        EXPECT_EQ(lists.size(), 2u);
+        EXPECT_EQ(count, 2);
+        EXPECT_EQ(b.error() >= UT_ERROR_ABORT, check == 1);
+        EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &a) << "the array form claims nothing";
+    }
+    FLX_Node& taker = net.add("null", "taker", {&a});
+    Probe& late = Probe::add(net, "late", {&taker, nullptr, &a});
+    late.work = b.work;
+    net.start(late);
+    EXPECT_TRUE(lists.empty());
+    EXPECT_EQ(Network::messages(late), "error FLX 12: a");
+}
+
+TEST(Cook, BypassPassesTheInputOnAndAGeneratorItsOwnPrimitive) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 3);
+    Probe& b = Probe::add(net, "b", {&a, nullptr});
+    FLX_Node& birth = net.add("location", "birth");
+    FLX_Node& all = net.add("collect", "all", {&b, &birth});
+    b.setBypass(true);
+    birth.setBypass(true);
+    net.start(all);
+    EXPECT_EQ(b.cooks, 0);
+    EXPECT_EQ(numbers(*b.getParticleList()), (std::vector<int>{0}));
+    EXPECT_EQ(net.context().getGenerator(birth.getParticleList()->entry(0).prim), &birth);
+    EXPECT_EQ(birth.getParticleList()->entry(0).prim->getVertexCount(), 0);
+    EXPECT_EQ(all.getParticleList()->entries(), 2);
+    EXPECT_EQ(birth.doDeleteRewire(), 0);
+    EXPECT_EQ(b.doDeleteRewire(), 1);
+    net.step(2);
+    EXPECT_EQ(net.detail().primitives().entries(), 2u);
+    EXPECT_EQ(net.particles(), 3);
+    EXPECT_NE(info(net, b).find("FLX is bypassed"), std::string::npos);
+
+    Probe& alone = Probe::add(net, "alone");
+    alone.setBypass(true);
+    net.start(alone);
+    EXPECT_TRUE(alone.getParticleList()->isEmpty());
+    EXPECT_EQ(Network::messages(alone), "");
+}
+
+TEST(Cook, ADisplayOperatorThatGaveNothingIsWarnedAboutOnce) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 1);
+    Probe& b = Probe::add(net, "b", {&a});
+    Probe& other = Probe::add(net, "other");
+    net.start(b);
+    EXPECT_EQ(net.context().getDisplayDetail(), &net.detail());
+    EXPECT_EQ(net.detail().getNotifyCode(), 4);
+    net.context().displayNode = &other;
+    net.step();
+    EXPECT_EQ(other.errors().size(), 0u) << "the network has no display operator";
+    other.setDisplay(true);
+    net.step(3);
+    EXPECT_EQ(Network::messages(other), "warning FLX 8: The display node gave no geometry");
+    other.unwarnDisplayFlag();
+    EXPECT_EQ(Network::messages(other), "");
+    other.unwarnDisplayFlag();
+    net.step();
+    EXPECT_EQ(other.errors().size(), 1u);
+
+    net.context().displayNode = &a; // what is shown is what a saw, not what b makes of it
+    b.work = [](Probe& self, OP_Context& context) {
+        self.buildParticleList(context, 0);
+        Probe::contextOf(context).getDetail()->points()(0)->setPos({5, 5, 5, 1});
+    };
+    const uint64_t before = net.detail().getChangeCount();
+    net.step();
+    GU_Detail* shown = net.context().getDisplayDetail();
+    ASSERT_NE(shown, nullptr);
+    EXPECT_NE(shown, &net.detail());
+    EXPECT_EQ(shown->points()(0)->getPos().x(), 0);
+    EXPECT_EQ(net.position(0).x(), 5);
+    EXPECT_EQ(net.detail().getChangeCount(), before) << "the particles themselves were not shown";
+    net.context().displayNode = nullptr;
+    net.step();
+    EXPECT_EQ(net.context().getDisplayDetail(), &net.detail());
+    EXPECT_GT(net.detail().getChangeCount(), before);
+}
+
+TEST(Cook, AGuideCookClaimsNothingAndRunsNoStep) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 2);
+    Probe& b = Probe::add(net, "b", {&a});
+    net.start(b);
+    net.setValue("v", 0, {1, 0, 0});
+    net.step();
+    const std::string before = net.state();
+    const int cooks = b.cooks;
+    std::string label;
+    b.work = [&](Probe& self, OP_Context& context) {
+        self.buildParticleList(context, 0);
+        label = self.getCookTimerLabel(context);
+        net.context().appendGuide(&self, self.guideHandle());
+        net.context().appendGuide(nullptr, self.guideHandle());
+    };
+    OP_Context context(net.time());
+    net.context().cookGuide(context);
+    EXPECT_EQ(b.cooks, cooks + 1);
+    EXPECT_EQ(label, "cookguide");
+    EXPECT_EQ(net.state(), before);
+    EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &b);
+    EXPECT_EQ(net.context().guideOwners, (std::vector<int>{b.getUniqueId(), -1}));
+    EXPECT_EQ(net.context().guideHandles.size(), 2u);
+    net.step();
+    EXPECT_EQ(label, "cook");
+    EXPECT_EQ(net.detail().getNotifyCode(), 7) << "guides came with it";
+    EXPECT_STREQ(a.getFileExtension(0), "flx");
+    EXPECT_STREQ(a.getFileExtension(1), "bflx");
+    OP_Context without(0);
+    EXPECT_STREQ(a.getCookTimerLabel(without), "cook");
+    a.cook(without);
+    EXPECT_EQ(info(net, a), "") << "nothing happens without a context";
+    net.context().cookNode = nullptr;
+    net.context().cookGuide(context);
+    EXPECT_EQ(net.context().isGuideOnly(), false) << "without a cook node nothing is done";
+}
+
+TEST(Cook, GuidesAreEmptiedBeforeACookThatWantsThem) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 1);
+    net.start(a);
+    GU_Detail& guide = a.giveGuide();
+    net.point(0)->setPos({1, 2, 3, 1});
+    a.addAccelGuide(net.point(0), 3, 0, 4, 2, 0);
+    a.addAccelGuide(net.point(0), 3, 0, 4, 2, 1);
+    ASSERT_EQ(guide.primitives().entries(), 2u);
+    const auto end = [&](size_t i) { return UT_Vector3(guide.primitives()(i)->getVertexPoint(1)->getPos()); };
+    EXPECT_EQ(end(0), UT_Vector3(7, 2, 11));
+    EXPECT_FLOAT_EQ(end(1).x(), 1.6f);
+    EXPECT_FLOAT_EQ(end(1).z(), 3.8f);
+    EXPECT_FALSE(guide.primitives()(0)->isClosed());
+    net.step();
+    EXPECT_EQ(guide.primitives().entries(), 2u);
+    net.context().guidesWanted = 1;
+    net.step();
+    EXPECT_EQ(guide.primitives().entries(), 0u);
+}
+
+TEST(Cook, TheStepComesBeforeTheCookWithTheTimeThatPassedOrAfterIt) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 1);
+    net.start(a);
+    net.setValue("v", 0, {1, 0, 0});
+    const float dt = net.timeStep();
+    FLX_ContextData& context = net.context();
+    const auto cook = [&](float step) {
+        context.timeStep = step;
+        OP_Context opContext(context.time);
+        context.cook(opContext);
+    };
+    cook(0.5f);
+    EXPECT_EQ(net.position(0).x(), dt) << "the interval that passed, not the one to come";
+    EXPECT_EQ(context.timeStep, 0.5f);
+    cook(0.25f);
+    EXPECT_EQ(net.position(0).x(), dt + 0.5f);
+
+    context.setDoCookFirst(true);
+    float seen = -1;
+    int bits = -1;
+    a.work = [&](Probe& self, OP_Context& opContext) {
+        self.initParticleList(opContext, context.getPrimPart(&self));
+        seen = net.position(0).x();
+        bits = context.state(net.point(0));
+        context.state(net.point(0)) |= FLX_SUPPRESS_AGE;
+    };
+    const float age = net.value("life", 0);
+    context.state(net.point(0)) |= FLX_SUPPRESS_POS;
+    cook(0.125f);
+    EXPECT_EQ(seen, dt + 0.5f) << "the cook came first";
+    EXPECT_EQ(bits, 0) << "preparation came before it";
+    EXPECT_EQ(net.position(0).x(), dt + 0.5f + 0.125f) << "the step is the coming one";
+    EXPECT_EQ(net.value("life", 0), age) << "what the cook suppressed holds for the step right after it";
+    EXPECT_EQ(context.state(net.point(0)), FLX_SUPPRESS_AGE);
+    EXPECT_TRUE(context.shouldDoPrep());
+}
+
+TEST(Cook, AnInitialStateIsCarriedUntilAnOperatorClaimsIt) {
+    Network net;
+    Probe& a = Probe::add(net, "a");
+    const auto fill = [](GU_Detail& detail) {
+        const int none = -1;
+        const int offset = detail.primitiveAttribs().append("generator", 4, GB_ATTRIB_INDEX, &none);
+        const float immortal[] = {0, -1};
+        detail.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
+        detail.pointAttribs().append("life", 8, GB_ATTRIB_FLOAT, immortal);
+        for (const char* path : {"/obj/fx/a", "/obj/gone"}) {
+            auto* prim = static_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+            *prim->castAttribData<int>(offset) = detail.primitiveAttribs().addIndex("generator", path);
+            prim->birthPoint();
+            prim->birthPoint();
+        }
+        detail.points().forEach(nullptr, [&](GEO_Point* p) { *p->castAttribData<UT_Vector3>(0) = {1, 0, 0}; });
+    };
+    for (const bool pending : {true, false}) {
+        net.startOn(a, fill, pending);
+        EXPECT_EQ(net.particles(), 4);
+        EXPECT_EQ(net.detail().primitives().entries(), 2u) << "a's primitive is the one that carries its path";
+        EXPECT_EQ(net.context().getPrimPart(&a)->getNum(), 0);
+        const float dt = net.timeStep();
+        // With a pending reset the first step already moves them, by the step to come.
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(net.position(i).x(), pending ? dt : 0) << pending << i;
+        EXPECT_EQ(net.context().getParticleList()->entries(), 2);
+        net.step();
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(net.position(i).x(), pending ? dt + dt : dt) << pending << i;
+        EXPECT_EQ(net.context().getParticleList()->find(net.context().getPrimPart(&a))->owner, &a);
+    }
+}
+
+TEST(Cook, InfoTextsSayWhatTheNodeHolds) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 2);
+    Probe& b = Probe::add(net, "b", {&a});
+    b.attribs = [](Probe& self, FLX_ContextData* context) { self.addMassAttrib(context); };
+    net.start(b);
+    const std::string sep = OP_Node::OP_INFO_SEPARATOR_STRING;
+    const std::string head = "Primitive 0 (2 points)\nGenerated by /obj/fx/a";
+    const std::string attribs = sep + "Attributes:\n  v accel life pstate mass \n  ";
+    const std::string tail = sep + "\nCooked by test";
+    EXPECT_EQ(info(net, b), head + attribs + tail);
+
+    UT_String event("bang");
+    net.context().addEvent(event, 1);
+    net.detail().pointGroups().newGroup("__hidden");
+    net.detail().pointGroups().newGroup("some")->add(net.point(1));
+    net.detail().pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT);
+    net.step();
+    EXPECT_EQ(info(net, b), head + sep + "Events:\n  bang:1.000000 " + sep + "Point Groups:\n  1 points in some" +
+                                attribs + "heat " + tail);
+    for (int i = 0; i < 16; ++i) net.detail().pointGroups().newGroup("g" + std::to_string(i));
+    net.step();
+    const std::string text = info(net, b);
+    EXPECT_NE(text.find("\n  0 points in g14\n  ..." + sep + "Attributes"), std::string::npos) << text;
+
+    net.context().infoEnabled = 0;
+    net.step();
+    EXPECT_EQ(info(net, b), "The info text can be enabled using the Edit/Preferences dialog.");
+    net.context().infoEnabled = 1;
+    a.work = [](Probe& self, OP_Context&) { self.addError(FLX_ERR_GEOMETRY); };
+    net.step();
+    EXPECT_EQ(info(net, a), "");
+}
+
+TEST(Cook, InfoOfParticlesWithoutAGeneratorWaits) {
+    Network net;
+    Probe& a = Probe::add(net, "a");
+    Probe& own = Probe::addSource(net, "own", 1);
+    Probe& b = Probe::add(net, "b");
+    const auto claim = [&](Probe& self, OP_Context& context, bool first) {
+        GEO_PrimParticle* stray = net.detail().primitives().entries() > 1
+                                      ? dynamic_cast<GEO_PrimParticle*>(net.detail().primitives()(1))
+                                      : static_cast<GEO_PrimParticle*>(net.detail().insertPrimitive(GEOPRIMPART));
+        self.initParticleList(context, nullptr);
+        if (!first) self.addToParticleList(context, stray, -1);
+        self.addToParticleList(context, net.context().getPrimPart(&own), -1);
+        if (first) self.addToParticleList(context, stray, -1);
+    };
+    a.work = [&](Probe& self, OP_Context& context) { net.context().getPrimPart(&own), claim(self, context, true); };
+    b.work = [&](Probe& self, OP_Context& context) { net.context().getPrimPart(&own), claim(self, context, false); };
+    net.start(a);
+    EXPECT_EQ(info(net, a), "Info unavailable until next cook");
+    net.context().cookNode = &b;
+    net.step();
+    EXPECT_EQ(info(net, b), std::string("Primitive 0 (0 points)\nGenerated by /obj/fx/own") +
+                                OP_Node::OP_INFO_SEPARATOR_STRING + "Info unavailable until next cook");
+}
+
+TEST(Cook, MenusListWhatTheInputHolds) {
+    Network net;
+    Probe& a = Probe::addSource(net, "a", 1);
+    FLX_Node& birth = net.add("location", "birth");
+    FLX_Node& all = net.add("collect", "all", {&a, &birth});
+    net.start(all);
+    for (const char* name : {"one", "__two", "three", "four"}) net.detail().pointGroups().newGroup(name);
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &all, 10), (Names{"one", "three", "four"}));
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &all, 3), (Names{"one", "three"}));
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &all, 1), Names{});
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &a, 10), Names{}) << "no inputs";
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &net.object(), 10), Names{}) << "no particle operator";
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, nullptr, 10), Names{});
+    Probe& fresh = Probe::add(net, "fresh", {&a});
+    EXPECT_EQ(menu(&FLX_Node::buildPointGroupMenu, &fresh, 10), (Names{"one", "three", "four"}))
+        << "its input's detail";
+    EXPECT_EQ(menu(&FLX_Node::buildGeneratorMenu, &all, 10), (Names{"/obj/fx/birth", "/obj/fx/a"}));
+    EXPECT_EQ(menu(&FLX_Node::buildGeneratorMenu, &all, 2), (Names{"/obj/fx/birth"}));
+    EXPECT_EQ(menu(&FLX_Node::buildGeneratorMenu, &a, 10), Names{});
+
+    PRM_Name names[4] = {{"kept", "kept"}, {}, {}, {}};
+    int count = 1;
+    Probe::buildGenericGroupMenu({"x", "y", "z"}, names, 4, count);
+    EXPECT_EQ(count, 3);
+    EXPECT_STREQ(names[2].token, "y");
+    EXPECT_EQ(fresh.getPrevContextData(), &net.context()) << "the input was cooked by it";
+}
+
+TEST(Cook, ActivationCountsAboveZero) {
+    Network net;
+    FLX_Node& birth = net.add("location", "birth");
+    FLX_Node& pull = net.add("force", "pull", {&birth});
+    birth.setExpression("constantrate", 0, "($FF == 1) * 24");
+    for (int i = 0; i < 3; ++i) birth.setFloat("var", i, 0);
+    pull.setFloat("force", 1, 1);
+    for (const auto& [value, active] : {std::pair{0.0, false}, {-1.0, false}, {1e-6, true}, {1.0, true}}) {
+        pull.setFloat("activate", 0, value);
+        net.start(pull);
+        ASSERT_EQ(net.particles(), 1);
+        EXPECT_EQ(net.value("accel", 0, 1), active ? 1 : 0) << value;
+        EXPECT_EQ(pull.getParticleList()->entries(), 1) << "the particles pass either way";
+    }
+}

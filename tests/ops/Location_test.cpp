@@ -1,0 +1,192 @@
+// Births at one point in space, against the random sequence written out again.
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "host/ut/UT_Interrupt.h"
+#include "support/Network.h"
+#include "support/RandomModel.h"
+
+namespace {
+
+struct Location {
+    Network net;
+    FLX_Node& birth;
+
+    Location()
+        : birth(net.add("location", "birth")) {
+        birth.setFloat("constantrate", 0, 0);
+    }
+    void set(const char* parm, std::initializer_list<double> values) {
+        int i = 0;
+        for (const double value : values) birth.setFloat(parm, i++, value);
+    }
+    float born() { return net.context().born(net.context().getPrimPart(static_cast<FLX_Node*>(&birth))); }
+};
+
+} // namespace
+
+TEST(Location, CountsPerCook) {
+    struct Case {
+        double constant, impulse, constantActive, impulseActive;
+    };
+    const Case cases[] = {{0, 10, 1, 1},  {100, 0, 1, 1},   {24, 3, 1, 1}, {100, 10, 0, 0},
+                          {7.2, 0, 1, 0}, {5, 2.5, 0.1, 0}, {0, 0.3, 1, 2}};
+    for (const Case& c : cases) {
+        Location l;
+        l.set("constantrate", {c.constant});
+        l.set("impulserate", {c.impulse});
+        l.set("constantactivate", {c.constantActive});
+        l.set("impulseactivate", {c.impulseActive});
+        float born = 0;
+        int count = 0;
+        for (int frame = 0; frame < 20; ++frame) {
+            frame ? l.net.step() : l.net.start(l.birth);
+            if (c.constantActive > 0) born += float(c.constant) * l.net.timeStep();
+            if (c.impulseActive > 0) born += float(c.impulse);
+            for (; born > 0; born -= 1) ++count;
+            ASSERT_EQ(l.net.particles(), count) << c.constant << " " << c.impulse << " frame " << frame;
+            ASSERT_EQ(l.born(), born);
+        }
+        EXPECT_EQ(Network::messages(l.birth), "");
+    }
+}
+
+TEST(Location, RefusedBirthsAreOwed) {
+    Location l;
+    l.set("impulserate", {2});
+    l.set("life", {0});
+    l.net.start(l.birth);
+    l.net.step(3);
+    EXPECT_EQ(l.net.particles(), 0);
+    EXPECT_EQ(l.born(), 8);
+    l.set("life", {1});
+    l.net.context().maxParticles = 5;
+    l.net.step();
+    EXPECT_EQ(l.net.particles(), 5);
+    EXPECT_EQ(l.born(), 5);
+    EXPECT_EQ(Network::messages(l.birth), "");
+}
+
+TEST(Location, CountsBeyondReasonCanBeStopped) {
+    Location l;
+    l.set("impulserate", {1e30}); // no births bring it down
+    l.net.context().maxParticles = 700;
+    UTgetInterrupt()->clear();
+    UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 511
+    l.net.start(l.birth);
+    EXPECT_EQ(l.net.particles(), 511);
+    UTgetInterrupt()->clear();
+    l.net.context().maxParticles = 700;
+    l.net.step();
+    EXPECT_EQ(l.net.particles(), 700);
+}
+
+TEST(Location, LifeAndVelocityAreDrawnInOrder) {
+    for (const bool ball : {true, false}) {
+        Location l;
+        l.set("impulserate", {40});
+        l.set("life", {3});
+        l.set("lifevar", {0.5});
+        l.set("vel", {1, 2, 3});
+        l.set("var", {0.5, 1, 2});
+        l.set("doellipse", {double(ball)});
+        l.set("dospeed", {1});
+        l.net.start(l.birth, 77);
+        RandomModel model{77};
+        ASSERT_EQ(l.net.particles(), 40);
+        bool outside = false;
+        for (int i = 0; i < 40; ++i) {
+            ASSERT_EQ(l.net.value("life", i, 1), 3 + 0.5f * (2 * model.random() - 1));
+            const auto d = model.spread(ball);
+            outside = outside || d[0] * d[0] + d[1] * d[1] + d[2] * d[2] >= 1;
+            const float v[] = {1 + 0.5f * d[0], 2 + 1 * d[1], 3 + 2 * d[2]};
+            for (int k = 0; k < 3; ++k) ASSERT_EQ(l.net.value("v", i, k), v[k]) << i;
+            ASSERT_FLOAT_EQ(l.net.value("speed", i), std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
+        }
+        EXPECT_EQ(outside, !ball);
+        EXPECT_EQ(l.net.context().getRandomSeed(), model.seed);
+    }
+}
+
+TEST(Location, CoordinateSystems) {
+    struct Case {
+        int method;
+        double loc[3];
+        double at[3];
+    };
+    const double s3 = std::sqrt(3.0) / 2;
+    const Case cases[] = {{0, {1, 2, 3}, {1, 2, 3}},  {1, {2, 90, 5}, {0, 2, 5}}, {1, {2, -30, 5}, {2 * s3, -1, 5}},
+                          {2, {2, 90, 0}, {0, 2, 0}}, {2, {2, 0, 90}, {0, 0, 2}}, {2, {4, 60, 30}, {s3 * 2, 3, 2}},
+                          {7, {1, 2, 3}, {1, 2, 3}},  {-1, {1, 2, 3}, {1, 2, 3}}};
+    for (const Case& c : cases) {
+        Location l;
+        l.set("impulserate", {1});
+        l.set("loc", {c.loc[0], c.loc[1], c.loc[2]});
+        l.set("method", {double(c.method)});
+        l.net.start(l.birth);
+        for (int k = 0; k < 3; ++k) EXPECT_NEAR(l.net.position(0)[k], c.at[k], 1e-6) << c.method << " " << k;
+        EXPECT_EQ(l.net.point(0)->getPos().w(), 1);
+    }
+}
+
+TEST(Location, ParametersMayReadTheSample) {
+    Location l;
+    l.set("impulserate", {3});
+    l.set("var", {0, 0, 0});
+    l.set("loc", {4, 5, 6});
+    l.birth.setExpression("vel", 0, "$ITER");
+    l.birth.setExpression("vel", 1, "$TX + 10 * $TZ + 100 * $WEIGHT");
+    l.birth.setExpression("vel", 2, "$NPART");
+    l.birth.setExpression("originindex", 0, "7 + $ITER");
+    l.set("doorigin", {1});
+    l.set("dogen", {1});
+    l.net.start(l.birth);
+    l.net.step();
+    ASSERT_EQ(l.net.particles(), 6);
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(l.net.value("v", i, 0), float(i % 3)) << "counted from 0 in each cook";
+        EXPECT_EQ(l.net.value("v", i, 1), 164);
+        EXPECT_EQ(l.net.value("v", i, 2), i < 3 ? 0 : 3);
+        EXPECT_EQ(l.net.intValue("origin", i), 7 + i % 3);
+        EXPECT_EQ(l.net.intValue("id", i), i + 1);
+        EXPECT_EQ(l.net.intValue("parent", i), 0);
+        EXPECT_EQ(l.net.intValue("gen", i), 1);
+    }
+    EXPECT_EQ(Network::messages(l.birth), "");
+    l.birth.setExpression("life", 0, "5 + $P");
+    l.net.step();
+    EXPECT_EQ(Network::messages(l.birth), "warning FLX 1: $P = 0");
+    EXPECT_EQ(l.net.value("life", 8, 1), 5);
+
+    l.birth.setExpression("constantrate", 0, "$ITER + 5");
+    l.net.step();
+    EXPECT_GE(l.birth.error(), UT_ERROR_ABORT) << "rates may not";
+}
+
+TEST(Location, BirthGroupsAreMadeAnewOrKept) {
+    for (const bool preserve : {false, true}) {
+        Location l;
+        l.birth.setExpression("impulserate", 0, "$FF < 4 ? 2 : 0");
+        l.birth.setString("group", "young");
+        l.set("preservegroup", {double(preserve)});
+        l.net.start(l.birth);
+        const auto members = [&] {
+            std::vector<int> found;
+            GU_Detail& detail = l.net.detail();
+            detail.points().forEach(detail.pointGroups().find("young"),
+                                    [&](GEO_Point* p) { found.push_back(int(detail.points().number(p))); });
+            return found;
+        };
+        l.net.step();
+        EXPECT_EQ(members(), preserve ? (std::vector<int>{0, 1, 2, 3}) : (std::vector<int>{2, 3}));
+        l.net.step(3); // frame 5: nothing is born
+        EXPECT_EQ(members(), preserve ? (std::vector<int>{0, 1, 2, 3, 4, 5}) : std::vector<int>{});
+    }
+    Location bad;
+    bad.set("impulserate", {2});
+    bad.birth.setString("group", "no such? name");
+    bad.net.start(bad.birth);
+    EXPECT_EQ(bad.net.particles(), 2) << "births go on without a group";
+    EXPECT_EQ(bad.net.detail().pointGroups().entries(), 0u);
+}

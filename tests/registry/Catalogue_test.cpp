@@ -1,0 +1,325 @@
+// Sweeps over every operator type, present and to come.
+#include <algorithm>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "host/node/OP_OTLDefinition.h"
+#include "host/node/PI_ScriptOperator.h"
+#include "host/ut/UT_EnvControl.h"
+#include "registry/FLX_Catalogue.h"
+#include "support/Probe.h"
+
+namespace {
+
+OP_OperatorTable& table() { return OP_Director::operatorTable("FLX"); }
+
+OP_Operator& typeOf(const FLX_CatalogueRow& row) { return *table().getOperator(row.name); }
+
+/// A network in which one operator is wired to what it needs: a birth upstream, geometry where it asks for some.
+struct Wired {
+    Network net;
+    FLX_Node* source = nullptr;
+    FLX_Node* node = nullptr;
+
+    /// `live`: particles come in; else the inputs hold none.
+    Wired(const FLX_CatalogueRow& row, bool live) {
+        const std::string ground = net.addGeometry(
+            "ground",
+            [](GU_Detail& detail, float) {
+                detail.cube({-1, -1, -1}, {1, 1, 1});
+            },
+            true);
+        if (row.maxInputs > 0) {
+            source = &net.add("location", "upstream");
+            source->setFloat("constantrate", 0, live ? 240 : 0);
+            source->setFloat("life", 0, 0.2);
+            node = &net.add(row.name, "node", {source});
+            // A second required input may not carry the same particles.
+            for (int i = 1; i < row.minInputs; ++i)
+                node->setInput(i, &net.add("null", ("more" + std::to_string(i)).c_str()));
+        } else {
+            node = &net.add(row.name, "node");
+        }
+        for (const PRM_Template& parm : typeOf(row).templates().rows)
+            if (parm.stringKind == PRM_StringKind::SopPath &&
+                std::string(parm.defaults[0].text ? parm.defaults[0].text : "").empty())
+                node->setString(parm.token.c_str(), ground.c_str());
+        if (!live && node->hasParm("constantrate")) node->setFloat("constantrate", 0, 0);
+    }
+    std::string run(int steps) {
+        net.start(*node, 5);
+        net.step(steps);
+        EXPECT_EQ(net.detail().validate(), "");
+        return net.state();
+    }
+};
+
+std::string instanceToken(const std::string& token) {
+    std::string text = token;
+    std::replace(text.begin(), text.end(), '#', '1');
+    return text;
+}
+
+/// Every token that a rule may name.
+std::set<std::string> tokensOf(const PRM_TemplateTable& templates) {
+    std::set<std::string> tokens;
+    for (const PRM_Template& row : templates.rows) {
+        tokens.insert(row.token);
+        for (const PRM_Template& inner : row.instance)
+            tokens.insert(inner.token), tokens.insert(instanceToken(inner.token));
+    }
+    return tokens;
+}
+
+} // namespace
+
+TEST(Catalogue, EveryTypeIsRegisteredOnceInOrder) {
+    Network net;
+    const auto rows = FLXcatalogue();
+    std::vector<std::string> expected;
+    for (const FLX_CatalogueRow& row : rows) expected.push_back(row.name);
+    std::vector<std::string> names = table().names();
+    ASSERT_GE(names.size(), expected.size());
+    names.resize(expected.size()); // other tests may have added types of their own
+    EXPECT_EQ(names, expected);
+    EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size());
+    const int before = table().entries();
+    FLX_Node::buildOperatorTable(table());
+    EXPECT_EQ(table().entries(), before);
+    EXPECT_EQ(table().defaultType(), "switch");
+
+    ASSERT_EQ(table().scriptIndexFiles().size(), 2u);
+    const OP_ScriptIndexFile& subnet = table().scriptIndexFiles()[0];
+    EXPECT_EQ(subnet.kind + subnet.file + subnet.className, "subnetSUBflxFLX_SubScript");
+    EXPECT_TRUE(!subnet.path && subnet.minInputs == 0 && subnet.maxInputs == 0 && subnet.isNetwork && !subnet.isHidden);
+    const OP_ScriptIndexFile& vex = table().scriptIndexFiles()[1];
+    EXPECT_EQ(vex.kind + vex.file + vex.className, "vexVEXflxFLX_VexScript");
+    EXPECT_TRUE(!vex.path && vex.minInputs == 1 && vex.maxInputs == 1 && !vex.isNetwork && !vex.isHidden);
+}
+
+TEST(Catalogue, NamesInputsFlagsAndVariables) {
+    Network net;
+    struct Type {
+        const char *name, *label, *className;
+        int min, max;
+        unsigned flags;
+        int variables; // of the chain: 0 none, 132 those of particles, 39 those of births
+        bool obsolete;
+    };
+    const Type types[] = {
+        {"collect", "Collect", "FLX_Collect", 1, 9999, 4, 0, false},
+        {"force", "Force", "FLX_Force", 1, 1, 0, 132, true},
+        {"location", "Location", "FLX_Location", 0, 0, 2, 39, false},
+        {"null", "Null", "FLX_Null", 0, 1, 0, 132, false},
+        {"source", "Source", "FLX_Source", 0, 1, 2, 39, true},
+        {"subnet", "SubNetwork", "FLX_SubNet", 0, 4, 0x22, 0, false},
+        {"switch", "Switch", "FLX_Switch", 1, 9999, 4, 0, false},
+    };
+    for (const Type& t : types) {
+        const OP_Operator* op = table().getOperator(t.name);
+        ASSERT_NE(op, nullptr) << t.name;
+        EXPECT_EQ(op->getLabel(), t.label);
+        EXPECT_EQ(op->className(), t.className);
+        EXPECT_EQ(op->minInputs(), t.min) << t.name;
+        EXPECT_EQ(op->maxInputs(), t.max) << t.name;
+        EXPECT_EQ(op->flags(), t.flags) << t.name;
+        EXPECT_EQ(op->getObsoleteTemplates() != nullptr, t.obsolete) << t.name;
+        int variables = 0;
+        for (const OP_VariablePair* pair = op->variablePair(); pair; pair = pair->base)
+            for (const CH_LocalVariable* v = pair->variables; v && v->name; ++v) ++variables;
+        EXPECT_EQ(variables, t.variables) << t.name;
+    }
+    const auto switchFlags = [] {
+        for (const FLX_CatalogueRow& row : FLXcatalogue())
+            if (std::string(row.name) == "switch") return int(row.flags);
+        return -1;
+    };
+    EXPECT_EQ(switchFlags(), 4);
+    UT_EnvControl::setInt(113, 1);
+    EXPECT_EQ(switchFlags(), 0);
+    UT_EnvControl::resetInt(113);
+}
+
+TEST(Catalogue, ParameterTablesAreSound) {
+    Network net;
+    for (const FLX_CatalogueRow& row : FLXcatalogue()) {
+        const PRM_TemplateTable& templates = typeOf(row).templates();
+        const std::set<std::string> tokens = tokensOf(templates);
+        std::set<std::string> seen;
+        for (size_t i = 0; i < templates.rows.size(); ++i) {
+            const PRM_Template& parm = templates.rows[i];
+            SCOPED_TRACE(std::string(row.name) + "." + parm.token);
+            EXPECT_FALSE(parm.token.empty());
+            EXPECT_TRUE(seen.insert(parm.token).second) << "twice";
+            if (parm.type != PRM_Type::Folder) {
+                EXPECT_FALSE(parm.label.empty());
+                EXPECT_EQ(parm.defaults.size(), size_t(parm.size));
+            }
+            for (const std::string& named : parm.enable.tokens)
+                EXPECT_TRUE(tokens.count(named)) << "rule names " << named;
+            if (parm.type == PRM_Type::Menu) {
+                EXPECT_NE(parm.menu, nullptr);
+            }
+            int inFolders = 0;
+            for (const auto& [label, count] : parm.folders) {
+                EXPECT_FALSE(label.empty());
+                EXPECT_GT(count, 0);
+                inFolders += count;
+            }
+            if (parm.type == PRM_Type::Folder) {
+                EXPECT_LE(i + 1 + size_t(inFolders), templates.rows.size()) << "promises more rows than follow";
+                EXPECT_FALSE(parm.folders.empty());
+            }
+            if (parm.menu && parm.menu->names()) {
+                std::set<std::string> entries;
+                for (const PRM_Name* entry = parm.menu->names(); entry->token; ++entry)
+                    EXPECT_TRUE(entries.insert(entry->token).second && entry->label && *entry->label) << entry->token;
+            }
+            if (parm.hasRange) {
+                EXPECT_LE(parm.range.min, parm.range.max);
+            }
+        }
+        // Folder sets come one after the other until the rows end.
+        const auto folder = std::find_if(templates.rows.begin(), templates.rows.end(),
+                                         [](const PRM_Template& p) { return p.type == PRM_Type::Folder; });
+        if (folder != templates.rows.end()) {
+            std::ptrdiff_t at = folder - templates.rows.begin();
+            while (at < std::ptrdiff_t(templates.rows.size()) && templates.rows[size_t(at)].type == PRM_Type::Folder) {
+                int count = 1;
+                for (const auto& [label, inside] : templates.rows[size_t(at)].folders) count += inside;
+                at += count;
+            }
+            EXPECT_GE(at, std::ptrdiff_t(templates.rows.size())) << row.name << ": rows behind the last folder";
+        }
+    }
+}
+
+TEST(Catalogue, EveryTypeCooksOnNothingAndOnParticles) {
+    for (const FLX_CatalogueRow& row : FLXcatalogue()) {
+        for (const bool live : {false, true}) {
+            SCOPED_TRACE(std::string(row.name) + (live ? " with particles" : " on nothing"));
+            Wired w(row, live);
+            w.run(8);
+            EXPECT_LT(w.node->error(), UT_ERROR_ABORT) << Network::messages(*w.node);
+            EXPECT_EQ(w.net.particles() > 0, live && row.maxInputs + int(row.flags & 2) > 0);
+            w.node->setBypass(true);
+            w.net.step(2);
+            EXPECT_LT(w.node->error(), UT_ERROR_ABORT) << Network::messages(*w.node);
+            OP_Context without(0);
+            w.node->cook(without);
+            EXPECT_EQ(w.net.detail().validate(), "");
+        }
+        // Nothing wired at all.
+        Network net;
+        FLX_Node& alone = net.add(row.name, "alone");
+        net.start(alone);
+        net.step(2);
+        EXPECT_EQ(net.detail().validate(), "") << row.name;
+    }
+}
+
+TEST(Catalogue, AGuideCookChangesNothing) {
+    for (const FLX_CatalogueRow& row : FLXcatalogue()) {
+        for (const bool wanted : {false, true}) {
+            SCOPED_TRACE(std::string(row.name) + (wanted ? " with guides" : ""));
+            Wired w(row, true);
+            w.run(6);
+            w.node->setTemplate(wanted);
+            w.net.context().guidesWanted = wanted;
+            const std::string before = w.net.state();
+            for (int i = 0; i < 2; ++i) {
+                OP_Context context(w.net.time());
+                w.net.context().cookGuide(context);
+            }
+            EXPECT_TRUE(w.net.state() == before);
+            EXPECT_LT(w.node->error(), UT_ERROR_ABORT) << Network::messages(*w.node);
+        }
+    }
+}
+
+// Every number, set as a constant and as an expression of the same value that reads a variable: the loop for constants
+// and the general one must agree bit for bit.
+TEST(Catalogue, ConstantAndVaryingLoopsGiveTheSameBits) {
+    int compared = 0;
+    for (const FLX_CatalogueRow& row : FLXcatalogue()) {
+        if (!row.variables || std::string(row.name) == "null") continue;
+        const bool births = row.flags & 2;
+        for (const PRM_Template& parm : typeOf(row).templates().rows) {
+            const bool number = parm.type == PRM_Type::Float || parm.type == PRM_Type::Int;
+            // Activations and rates are read without variables.
+            const bool plain = parm.token.find("activate") != std::string::npos ||
+                               parm.token.find("rate") != std::string::npos || parm.token == "samplethreshold" ||
+                               parm.token == "threshold" || parm.token == "densitymin";
+            if (!number || plain || !parm.animated) continue;
+            for (int component = 0; component < parm.size; ++component) {
+                const double c = parm.type == PRM_Type::Int ? 2 : 0.75;
+                const auto run = [&](bool varying) {
+                    Wired w(row, true);
+                    // Something for the parameter to act on.
+                    for (const char* other : {"force", "amp", "turb", "overridemass", "lifevar", "doorigin"})
+                        if (w.node->hasParm(other)) w.node->setFloat(other, 0, 1);
+                    const std::string text = std::to_string(c) + " + 0 * " + (births ? "$ITER" : "$TX");
+                    if (varying)
+                        w.node->setExpression(parm.token.c_str(), component, text.c_str());
+                    else
+                        w.node->setFloat(parm.token.c_str(), component, c);
+                    std::string state = w.run(10);
+                    EXPECT_EQ(Network::messages(*w.node), "");
+                    EXPECT_GT(w.net.particles(), 0);
+                    return state;
+                };
+                EXPECT_TRUE(run(false) == run(true)) << row.name << "." << parm.token << " " << component;
+                ++compared;
+            }
+        }
+    }
+    EXPECT_GT(compared, 30);
+}
+
+TEST(Catalogue, ScriptDefinitionsBecomeTypes) {
+    Network net;
+    OP_OTLDefinition spray;
+    spray.name = "spray";
+    spray.label = "Spray";
+    spray.minInputs = 0;
+    spray.maxInputs = 1;
+    PRM_Template rate;
+    rate.type = PRM_Type::Float;
+    rate.token = "amount";
+    rate.label = "Amount";
+    rate.defaults = {PRM_Default(48.0)};
+    spray.parms.rows.push_back(rate);
+    spray.build = [](OP_Network& instance, std::string& error) {
+        OP_Node* birth = instance.createNode("location", "birth", error);
+        OP_Node* pull = instance.createNode("force", "pull", error);
+        if (!birth || !pull) return false;
+        birth->setExpression("constantrate", 0, "ch(\"../amount\")");
+        pull->setInput(0, birth);
+        pull->setFloat("force", 1, -2);
+        pull->setRender(true);
+        return true;
+    };
+    std::string error;
+    OP_Operator* op = table().addDefinition(spray, error);
+    ASSERT_NE(op, nullptr) << error;
+    EXPECT_EQ(op->iconName(), "FLX_subnet");
+    EXPECT_EQ(op->flags(), 0x22u);
+    FLX_Node& node = net.add("spray", "spray1");
+    node.setFloat("amount", 0, 72);
+    net.start(node);
+    EXPECT_EQ(Network::messages(node), "");
+    EXPECT_EQ(net.particles(), 3);
+    EXPECT_EQ(net.value("accel", 2, 1), -2);
+    EXPECT_EQ(node.getNchildren(), 2);
+    EXPECT_EQ(node.getOperator(), op);
+    EXPECT_EQ(table().addDefinition(spray, error), nullptr) << "the name is taken";
+
+    OP_OTLDefinition loop = spray;
+    loop.name = "loop";
+    loop.build = [](OP_Network& instance, std::string& problem) {
+        return instance.createNode("loop", "inner", problem) != nullptr;
+    };
+    ASSERT_NE(table().addDefinition(loop, error), nullptr) << error;
+    EXPECT_THROW(net.add("loop", "loop1"), std::runtime_error) << "a definition that contains itself";
+}

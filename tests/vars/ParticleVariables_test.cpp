@@ -1,0 +1,399 @@
+// The variables that read a particle, and the decision between once per cook and once per particle.
+#include <cmath>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "host/expr/EV_Error.h"
+#include "host/expr/EV_Function.h"
+#include "support/Probe.h"
+#include "vars/FLX_LocalVar.h"
+#include "vars/FLX_ParticleCook.h"
+
+namespace {
+
+int calls = 0;
+
+bool countCall(EV_CallContext&, const EV_Value* args, int, EV_Value& result) {
+    ++calls;
+    result = args[0];
+    return true;
+}
+
+constexpr EV_Type oneNumber[] = {EV_FLOAT};
+const EV_FUNCTION counted{EV_NOFAIL, "testcount", 1, EV_FLOAT, oneNumber, &countCall};
+
+/// An operator with a parameter of each kind, which records what its loop was given.
+class Recorder final : public FLX_ParticleOperator {
+public:
+    using FLX_ParticleOperator::FLX_ParticleOperator;
+
+    Float A{this, {"a", "A"}, 0};
+    Int N{this, {"n", "N"}, 0};
+    Floats<3> V{this, {"vec", "V"}, {0, 0, 0}};
+    Float LATE{this, {"late", "Late"}, 0};
+    Text NAME{this, {"name", "Name"}, ""};
+
+    struct Row {
+        float a;
+        int n;
+        UT_Vector3 v;
+        float late;
+    };
+    std::vector<Row> rows;
+    int skip = 0;
+    bool aVaries = false, nVaries = false, nameVaries = false;
+
+    GU_Detail* detail() const { return curGdp(); }
+
+protected:
+    UT_ErrorSeverity cookFlx(OP_Context& context) override {
+        rows.clear();
+        return cookParticles(context, [&](FLX_ParticleCook& cook) {
+            const auto a = cook.choose(A);
+            const auto n = cook.choose(N);
+            const auto v = cook.choose(V);
+            const auto l = cook.choose(LATE);
+            aVaries = a.varies();
+            nVaries = n.varies();
+            nameVaries = isVarDependent(&cook.detail(), FLX_ParmRef(NAME), cook.time(), cook.thread());
+            if (!mayRun()) return;
+            cook.each(
+                skip,
+                [&](GEO_Point*, float av, int nv, const UT_Vector3& vv, auto&& lv) {
+                    rows.push_back({av, nv, vv, nv % 2 ? lv() : -1});
+                },
+                a, n, v, late(l));
+        });
+    }
+};
+
+struct Recording {
+    Network net;
+    Probe& source;
+    Recorder* op;
+
+    explicit Recording(int particles)
+        : source(Probe::addSource(net, "source", particles)) {
+        Network::registerOperator<Recorder>("recorder", &FLX_LocalVar::myVariablePair);
+        op = dynamic_cast<Recorder*>(&net.add("recorder", "op", {&source}));
+        source.attribs = [](Probe&, FLX_ContextData* context) {
+            context->addAttrib(FLX_Attrib::ID);
+            context->addAttrib(FLX_Attrib::Mass);
+        };
+        ev_AddFunction(&counted);
+    }
+    std::vector<float> values(const char* expression) {
+        op->setExpression("a", 0, expression);
+        calls = 0;
+        net.step();
+        std::vector<float> found;
+        for (const auto& row : op->rows) found.push_back(row.a);
+        return found;
+    }
+};
+
+} // namespace
+
+TEST(ParticleVariables, EachReadsItsComponent) {
+    Network net;
+    Probe& source = Probe::addSource(net, "source", 1);
+    Network::registerOperator<Recorder>("recorder", &FLX_LocalVar::myVariablePair);
+    auto* op = dynamic_cast<Recorder*>(&net.add("recorder", "op", {&source}));
+    source.attribs = [](Probe&, FLX_ContextData* context) {
+        for (int i = 0; i < FLX_NUM_ATTRIBS; ++i) context->addAttrib(FLX_Attrib(i));
+    };
+    net.start(*op);
+    // Attribute k of the dictionary, component c, is 10 k + c + 1.
+    struct Name {
+        const char *variable, *attrib;
+        int component;
+    };
+    // clang-format off
+    const Name names[] = {
+        {"AGE", "life", 0}, {"LIFESPAN", "life", 1}, {"ATTRACT", "attract", 0}, {"AX", "accel", 0}, {"AY", "accel", 1},
+        {"AZ", "accel", 2}, {"BOUNCE", "bounce", 0}, {"CA", "Alpha", 0}, {"CR", "Cd", 0}, {"CG", "Cd", 1}, {"CB", "Cd", 2},
+        {"COMX", "com", 0}, {"COMY", "com", 1}, {"COMZ", "com", 2}, {"CHARGE", "charge", 0}, {"CLING", "cling", 0},
+        {"DIST", "dist", 0}, {"DRAG", "drag", 0}, {"FDYNAMIC", "fdynamic", 0}, {"FSTATIC", "fstatic", 0},
+        {"FOLLOW", "follow", 0}, {"GEN", "gen", 0}, {"HCR", "hitCd", 0}, {"HCG", "hitCd", 1}, {"HCB", "hitCd", 2},
+        {"HITFORCE", "hitforce", 0}, {"HITID", "hitid", 0}, {"HITTIME", "hittime", 0}, {"HMAPU", "hituv", 0},
+        {"HMAPV", "hituv", 1}, {"HMAPW", "hituv", 2}, {"HNX", "hitN", 0}, {"HNY", "hitN", 1}, {"HNZ", "hitN", 2},
+        {"HTX", "hitpos", 0}, {"HTY", "hitpos", 1}, {"HTZ", "hitpos", 2}, {"HU", "hitposuv", 0}, {"HV", "hitposuv", 1},
+        {"ID", "id", 0}, {"MAPU", "uv", 0}, {"MAPV", "uv", 1}, {"MAPW", "uv", 2}, {"MASS", "mass", 0},
+        {"NEAREST", "nearest", 0}, {"NEARESTDIST", "nearestdist", 0}, {"NUMHIT", "numhit", 0},
+        {"NUMPROXIMITY", "numproximity", 0}, {"NX", "N", 0}, {"NY", "N", 1}, {"NZ", "N", 2}, {"OAXISX", "oaxis", 0},
+        {"OAXISY", "oaxis", 1}, {"OAXISZ", "oaxis", 2}, {"OCENTERX", "ocenter", 0}, {"OCENTERY", "ocenter", 1},
+        {"OCENTERZ", "ocenter", 2}, {"ORADIUS", "oradius", 0}, {"ORBIT", "orbit", 0}, {"ORIGIN", "origin", 0},
+        {"OSPEED", "ospeed", 0}, {"PARENT", "parent", 0}, {"POSPRIM", "posprim", 0}, {"POSUVU", "posuv", 0},
+        {"POSUVV", "posuv", 1}, {"PSCALE", "pscale", 0}, {"SCALEX", "scale", 0}, {"SCALEY", "scale", 1},
+        {"SCALEZ", "scale", 2}, {"PVX", "pv", 0}, {"PVY", "pv", 1}, {"PVZ", "pv", 2}, {"RESTX", "rest", 0},
+        {"RESTY", "rest", 1}, {"RESTZ", "rest", 2}, {"SPEED", "speed", 0}, {"SPEEDMIN", "speedlimit", 0},
+        {"SPEEDMAX", "speedlimit", 1}, {"SPRINGK", "springk", 0}, {"SROT", "spriterot", 0}, {"STEXU", "spriteuv", 0},
+        {"STEXV", "spriteuv", 1}, {"STEXW", "spriteuv", 2}, {"STEXH", "spriteuv", 3}, {"SX", "spritescale", 0},
+        {"SY", "spritescale", 1}, {"SZ", "spritescale", 2}, {"TENSION", "tension", 0}, {"TORQUEX", "torque", 0},
+        {"TORQUEY", "torque", 1}, {"TORQUEZ", "torque", 2}, {"TRANSX", "trans", 0}, {"TRANSY", "trans", 1},
+        {"TRANSZ", "trans", 2}, {"UPX", "up", 0}, {"UPY", "up", 1}, {"UPZ", "up", 2}, {"VX", "v", 0}, {"VY", "v", 1},
+        {"VZ", "v", 2}, {"WX", "w", 0}, {"WY", "w", 1}, {"WZ", "w", 2}};
+    // clang-format on
+    std::map<std::pair<std::string, int>, float> expected;
+    const GB_AttributeDict& dict = net.detail().pointAttribs();
+    for (size_t k = 0; k < dict.entries(); ++k) {
+        const GB_Attribute& attrib = *dict[k];
+        if (attrib.getType() == GB_ATTRIB_RAW || attrib.getName() == "pstate") continue;
+        for (int c = 0; c < attrib.components(); ++c) {
+            const float value = float(10 * k) + float(c + 1);
+            char* at = net.point(0)->data() + attrib.getOffset() + 4 * c;
+            if (GBisFloatType(attrib.getType()))
+                *reinterpret_cast<float*>(at) = value;
+            else
+                *reinterpret_cast<int*>(at) = int(value);
+            expected[{attrib.getName(), c}] = value;
+        }
+    }
+    net.point(0)->setPos({-1, -2, -3, -4});
+    op->setupVars(&net.context(), nullptr);
+    op->setCurPoint(net.point(0));
+    op->setIteration(17);
+    EV_clearError(0);
+    std::map<std::string, int> ids;
+    int next = 200;
+    for (const CH_LocalVariable* v = FLX_LocalVar::myVariablePair.variables; v->name; ++v) {
+        EXPECT_EQ(v->id, next++) << v->name;
+        ids[v->name] = v->id;
+    }
+    EXPECT_EQ(ids.size(), 132u);
+    const auto get = [&](const std::string& name) {
+        EXPECT_TRUE(ids.count(name)) << name;
+        return op->getVariableValue(ids[name], 0);
+    };
+    for (const Name& n : names) EXPECT_EQ(get(n.variable), expected.at({n.attrib, n.component})) << n.variable;
+    EXPECT_EQ(get("TX"), -1);
+    EXPECT_EQ(get("TY"), -2);
+    EXPECT_EQ(get("TZ"), -3);
+    EXPECT_EQ(get("ITER"), 17);
+    EXPECT_EQ(get("PT"), 0);
+    EXPECT_EQ(get("NPT"), 1);
+    EXPECT_EQ(get("NGRP"), 0);
+    EXPECT_EQ(get("TIMEINC"), net.timeStep());
+    const double w = expected[{"w", 0}];
+    EXPECT_NEAR(get("WA"), std::sqrt(w * w + (w + 1) * (w + 1) + (w + 2) * (w + 2)) * 57.295776, 1e-2);
+    for (const auto& [name, id] : std::initializer_list<std::pair<const char*, int>>{{"AGE", 200},
+                                                                                     {"CB", 210},
+                                                                                     {"CR", 212},
+                                                                                     {"ID", 242},
+                                                                                     {"LIFE", 245},
+                                                                                     {"PT", 278},
+                                                                                     {"TIMEINC", 312},
+                                                                                     {"VX", 325},
+                                                                                     {"WZ", 331}})
+        EXPECT_EQ(ids[name], id) << name;
+
+    const std::pair<const char*, int> bits[] = {{"DEAD", 0x2},       {"STOPPED", 0x4},       {"JUSTHIT", 0x8},
+                                                {"STUCK", 0x10},     {"SUPPPOS", 0x100},     {"SUPPVEL", 0x200},
+                                                {"SUPPUP", 0x400},   {"SUPPAGE", 0x800},     {"SUPPREAP", 0x1000},
+                                                {"SUPPROT", 0x2000}, {"SUPPANGVEL", 0x4000}, {"SLIDING", 0x8000}};
+    for (const auto& [name, mask] : bits) {
+        net.context().state(net.point(0)) = mask;
+        for (const auto& [other, otherMask] : bits) EXPECT_EQ(get(other), mask == otherMask) << name << " " << other;
+    }
+    EXPECT_EQ(EV_errNo(0), EV_ERR_NONE);
+    EXPECT_EQ(op->getVariableValue(199, 0), 0);
+    EXPECT_EQ(op->getVariableValue(332, 0), 0);
+    op->setCurPoint(nullptr);
+    EXPECT_EQ(get("MASS"), 0);
+}
+
+TEST(ParticleVariables, DerivedValues) {
+    Recording r(4);
+    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::Rot); };
+    r.net.start(*r.op);
+    const auto value = [&](const char* expression) { return r.values(expression)[0]; };
+    const auto life = [&](float age, float span) {
+        r.net.setValue("life", 0, {age, span});
+        r.net.setInt("pstate", 0, FLX_SUPPRESS_AGE | FLX_SUPPRESS_REAP);
+        return value("$LIFE");
+    };
+    EXPECT_EQ(life(2, 1), 1);
+    EXPECT_EQ(life(2, 0), 0);
+    EXPECT_EQ(life(0.5f, 2), 0.25f);
+    EXPECT_EQ(life(3, -1), -3);
+    EXPECT_EQ(life(3, 0.000009f), 0);
+    r.net.setInt("pstate", 0, 0);
+    r.net.setValue("life", 0, {0, 100});
+
+    EXPECT_EQ(value("$ROTX + $ROTA"), 0) << "the identity has no axis";
+    r.net.setValue("rot", 0, {0, 0.5f, 0, 0.8660254f});
+    EXPECT_NEAR(value("$ROTA"), 60, 1e-4);
+    EXPECT_NEAR(value("$ROTY"), 1, 1e-6);
+    r.net.setValue("rot", 0, {0, 0, 2, -1.5f});
+    EXPECT_NEAR(value("$ROTA"), 360, 1e-3) << "beyond -1 counts as -1";
+    r.net.setValue("v", 0, {2, -3, 6});
+    EXPECT_EQ(value("$SPEED"), 7);
+
+    for (int i = 0; i < 4; ++i) {
+        r.net.setValue("v", i, {0, 0, 0});
+        r.net.point(i)->setPos({float(i), 5, float(2 * i * i), 1});
+    }
+    EXPECT_EQ(r.values("$BBX"), (std::vector<float>{0, 1 / 3.0f, 2 * (1 / 3.0f), 1}));
+    EXPECT_EQ(r.values("$BBY"), (std::vector<float>{0, 0, 0, 0})) << "no extent";
+    EXPECT_NEAR(r.values("$BBZ")[1], 2 / 18.0, 1e-6);
+
+    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::Speed); };
+    r.net.start(*r.op);
+    r.source.work = [give = Probe::addSource(r.net, "more", 1).work](Probe& self, OP_Context& context) mutable {
+        give(self, context);
+        *Probe::contextOf(context).getDetail()->points()(0)->castAttribData<float>(
+            Probe::contextOf(context).getSpeedOffset()) = 42;
+    };
+    r.net.start(*r.op);
+    EXPECT_EQ(value("$SPEED"), 42) << "the attribute counts, not the velocity";
+}
+
+TEST(ParticleVariables, OncePerCookOrOncePerParticle) {
+    Recording r(5);
+    r.net.start(*r.op);
+    struct Case {
+        const char* expression;
+        int calls; // of the counted function: one test, then one value or one per particle
+    };
+    const Case cases[] = {
+        {"testcount(3)", 2},
+        {"testcount($NPT * 2)", 2},
+        {"testcount($NGRP + $TIMEINC)", 2},
+        {"testcount($FF)", 2},
+        {"testcount($TX + $NPT)", 6},
+        {"testcount($ITER)", 6},
+        {"testcount($PT)", 6},
+        {"testcount($MASS)", 6},
+        {"testcount($SPEED)", 6},
+        {"testcount($SLIDING)", 6},
+        // What the test with every variable 1 does not reach does not count.
+        {"testcount(0 ? $TX : 4)", 2},
+        {"testcount($NPT < 1 ? 7 : $TX)", 6},
+        {"testcount(0 && $TX)", 2},
+        {"testcount($NPT == 5 ? $TX : 3)", 2},
+    };
+    for (const Case& c : cases) {
+        const auto found = r.values(c.expression);
+        EXPECT_EQ(found.size(), 5u) << c.expression << "\n" << Network::messages(*r.op);
+        EXPECT_EQ(calls, c.calls) << c.expression;
+        EXPECT_EQ(r.op->aVaries, c.calls > 2) << c.expression;
+    }
+    EXPECT_EQ(r.values("$ITER * 10 + $PT"), (std::vector<float>{0, 11, 22, 33, 44}));
+    r.op->setExpression("vec", 1, "$PT");
+    r.op->setFloat("vec", 2, 9);
+    r.op->setExpression("n", 0, "$PT + 0.9");
+    r.op->setExpression("late", 0, "testcount($PT)");
+    r.op->setString("name", "`$PT`");
+    r.values("2");
+    EXPECT_TRUE(r.op->nVaries);
+    EXPECT_TRUE(r.op->nameVaries);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(r.op->rows[size_t(i)].v, UT_Vector3(0, float(i), 9)) << "one component varies";
+        EXPECT_EQ(r.op->rows[size_t(i)].n, i);
+        EXPECT_EQ(r.op->rows[size_t(i)].late, i % 2 ? float(i) : -1);
+    }
+    EXPECT_EQ(calls, 1 + 2) << "tested once, then evaluated only where it was asked";
+    r.op->setString("name", "plain $F");
+    r.values("2");
+    EXPECT_FALSE(r.op->nameVaries);
+}
+
+TEST(ParticleVariables, AWarningOrAFailureMakesAParameterPerParticle) {
+    Recording r(3);
+    r.net.start(*r.op);
+    // Attributes that nobody added stand at the defaults they would have.
+    EXPECT_EQ(r.values("$DRAG + 10 * $DIST + 100 * $SCALEZ"), (std::vector<float>{91, 91, 91}));
+    EXPECT_TRUE(r.op->aVaries);
+    EXPECT_EQ(Network::messages(*r.op),
+              "warning FLX 1: $DRAG = 1\nwarning FLX 1: $DIST = -1\nwarning FLX 1: $SCALEZ = 1")
+        << "once each";
+    EXPECT_EQ(r.values("$PARENT + $ROTA"), (std::vector<float>{-1, -1, -1}));
+    r.values("$NOSUCH");
+    EXPECT_NE(Network::messages(*r.op).find("unknown variable $NOSUCH"), std::string::npos) << Network::messages(*r.op);
+    EXPECT_TRUE(r.op->rows.empty()) << "an expression that means nothing stops the operator";
+    r.values("5");
+    EXPECT_EQ(Network::messages(*r.op), "");
+    EXPECT_FALSE(r.op->aVaries);
+}
+
+TEST(ParticleVariables, ActivationMayNotReadThem) {
+    Recording r(2);
+    r.op->setExpression("activate", 0, "$AGE");
+    r.net.start(*r.op);
+    r.net.step();
+    EXPECT_TRUE(r.op->rows.empty());
+    EXPECT_GE(r.op->error(), UT_ERROR_ABORT) << Network::messages(*r.op);
+    r.op->setExpression("activate", 0, "1");
+    r.net.step();
+    EXPECT_EQ(r.values("$PT").size(), 2u) << "only the activation was denied";
+
+    r.op->allowVar(0);
+    EV_clearError(0);
+    r.op->setCurPoint(r.net.point(0));
+    EXPECT_EQ(r.op->getVariableValue(316, 0), 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
+    EV_clearError(0);
+    r.op->getVariableValue(316, 0);
+    EXPECT_EQ(EV_errNo(0), EV_ERR_NONE) << "the refusal is spent";
+}
+
+TEST(ParticleVariables, GroupsSkippedParticlesAndEmptyDetails) {
+    Recording r(6);
+    r.net.start(*r.op);
+    GB_PointGroup* group = r.net.detail().pointGroups().newGroup("some");
+    for (const int i : {5, 1, 3}) group->add(r.net.point(i));
+    r.op->setString("source", "some");
+    EXPECT_EQ(r.values("$PT * 100 + $ITER * 10 + $NGRP"), (std::vector<float>{103, 313, 523}))
+        << "in the detail's order";
+    EXPECT_EQ(r.values("$NGRP * 2"), (std::vector<float>{6, 6, 6}));
+    r.op->setString("source", "none such");
+    EXPECT_TRUE(r.values("1").empty());
+    EXPECT_EQ(Network::messages(*r.op), "error FLX 2: none such");
+    r.net.detail().pointGroups().newGroup("empty");
+    r.op->setString("source", "empty");
+    EXPECT_TRUE(r.values("1").empty());
+    EXPECT_EQ(Network::messages(*r.op), "");
+
+    r.op->setString("source", "");
+    r.net.context().state(r.net.point(2)) = FLX_STOPPED;
+    r.op->skip = FLX_STOPPED;
+    EXPECT_EQ(r.values("testcount($ITER)"), (std::vector<float>{0, 1, 3, 4, 5})) << "the skipped one is counted";
+    EXPECT_EQ(calls, 6) << "but not evaluated";
+
+    Recording none(0);
+    none.net.start(*none.op);
+    EXPECT_TRUE(none.values("testcount($TX)").empty());
+    EXPECT_TRUE(none.op->aVaries) << "also without a particle to test with";
+    EXPECT_EQ(calls, 1);
+    none.values("testcount($NPT)");
+    EXPECT_FALSE(none.op->aVaries);
+}
+
+TEST(ParticleVariables, UserVariablesResolveDuringTheCook) {
+    Recording r(2);
+    r.source.attribs = [](Probe&, FLX_ContextData* context) {
+        context->addUserVariable("heat", 8, GB_ATTRIB_FLOAT, nullptr, nullptr);
+    };
+    r.net.start(*r.op);
+    r.net.setValue("heat", 1, {3, 4});
+    EXPECT_EQ(r.values("$HEAT2 + 1"), (std::vector<float>{1, 5}));
+    EXPECT_EQ(Network::messages(*r.op), "");
+    ASSERT_NE(r.op->resolveExtraVariableForSyntaxHighlight("HEAT1"), nullptr);
+    EXPECT_STREQ(r.op->resolveExtraVariableForSyntaxHighlight("HEAT1")->name, "HEAT1");
+    EXPECT_EQ(r.op->resolveExtraVariableForSyntaxHighlight("heat1"), nullptr);
+    EXPECT_EQ(r.op->detail(), &r.net.detail());
+}
+
+TEST(ParticleVariables, AnInterruptStopsBetweenPrimitives) {
+    Recording r(3);
+    r.net.start(*r.op);
+    UTgetInterrupt()->clear();
+    UTgetInterrupt()->interrupt();
+    EXPECT_TRUE(r.values("1").empty());
+    UTgetInterrupt()->clear();
+    UTgetInterrupt()->fireAtPoll(2); // the first is before the loop
+    EXPECT_TRUE(r.values("1").empty());
+    UTgetInterrupt()->clear();
+    EXPECT_EQ(r.values("1").size(), 3u);
+}
