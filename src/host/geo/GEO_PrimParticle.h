@@ -60,7 +60,7 @@ public:
     template <class Keep> size_t compact(Keep&& keep) {
         return compact(keep, [](uint32_t) {});
     }
-    /// The same, calling ahead(slot) 24 particles before keep sees that slot (a place to prefetch), for almost all.
+    /// The same, calling ahead(slot) 24 particles before keep sees that slot (a place to prefetch).
     template <class Keep, class Ahead> size_t compact(Keep&& keep, Ahead&& ahead);
 
     /// Whether deadParticle marked any.
@@ -110,9 +110,13 @@ template <class Keep, class Ahead> size_t GEO_PrimParticle::compact(Keep&& keep,
     constexpr size_t DISTANCE = 24;
     const size_t n = myParticles.size();
     size_t at = 0, kept = 0;
+    for (size_t i = 0; i < n && i < DISTANCE; ++i) ahead(myParticles[i]);
     myParticles.forEachSpan([&](std::span<uint32_t> part) {
         for (size_t i = 0; i < part.size(); ++i, ++at) {
-            if (i + DISTANCE < part.size()) ahead(part[i + DISTANCE]);
+            if (i + DISTANCE < part.size())
+                ahead(part[i + DISTANCE]);
+            else if (at + DISTANCE < n)
+                ahead(myParticles[at + DISTANCE]);
             const uint32_t slot = part[i];
             if (keep(slot)) {
                 if (kept != at) myParticles[kept] = slot;

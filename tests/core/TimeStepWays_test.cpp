@@ -1,0 +1,104 @@
+// The time step has a quick way for plain particles and one in the order of memory: both must give what the general way
+// gives.
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/FLX_State.h"
+#include "host/geo/GEO_PrimPoly.h"
+#include "support/Network.h"
+
+namespace {
+
+/// What the rules read and write of one particle, as bits.
+struct Record {
+    float P[4], core[13]; // v, accel, life, pstate, backtrack
+    bool operator==(const Record& other) const { return std::memcmp(this, &other, sizeof *this) == 0; }
+};
+
+enum class Way { Plain, WithSpeed, WithLooseGeometry };
+
+/// The particles after each of so many steps of a fountain whose particles die at different ages.
+std::vector<std::vector<Record>> run(Way way, int steps) {
+    Network net;
+    FLX_Node& birth = net.add("location", "birth");
+    FLX_Node& pull = net.add("force", "pull", {&birth});
+    birth.setFloat("constantrate", 0, 480);
+    birth.setFloat("life", 0, 0.5);
+    birth.setFloat("lifevar", 0, 0.4);
+    birth.setFloat("dospeed", 0, way == Way::WithSpeed);
+    pull.setFloat("force", 1, -9.8);
+    net.start(pull);
+    if (way == Way::WithLooseGeometry) {
+        auto* face = static_cast<GEO_PrimPoly*>(net.detail().insertPrimitive(GEOPRIMPOLY));
+        face->appendVertex(net.detail().appendPoint());
+    }
+    std::vector<std::vector<Record>> all;
+    for (int i = 0; i < steps; ++i) {
+        net.step();
+        EXPECT_EQ(net.detail().validate(), "");
+        const GEO_PrimParticle& prim = *net.context().hasPrimPart(&birth);
+        EXPECT_EQ(int(prim.particleCount()), net.particles());
+        auto& frame = all.emplace_back();
+        for (size_t k = 0; k < prim.particleCount(); ++k) {
+            GEO_Point* p = prim.particle(k);
+            Record record;
+            std::memcpy(record.P, p->getPos().data(), sizeof record.P);
+            std::memcpy(record.core, p->data() + net.context().getVelocityOffset(), sizeof record.core);
+            frame.push_back(record);
+        }
+    }
+    return all;
+}
+
+} // namespace
+
+TEST(TimeStepWays, EveryWayGivesTheSameBits) {
+    const auto plain = run(Way::Plain, 40);
+    ASSERT_GT(plain.back().size(), 150u);
+    ASSERT_LT(plain.back().size(), 400u); // of 800 born
+    EXPECT_EQ(run(Way::WithSpeed, 40), plain);
+    EXPECT_EQ(run(Way::WithLooseGeometry, 40), plain);
+}
+
+TEST(TimeStepWays, ThePlainWayFollowsTheRules) {
+    Network net;
+    FLX_Node& birth = net.add("location", "birth");
+    birth.setFloat("constantrate", 0, 0);
+    birth.setFloat("impulserate", 0, 4);
+    net.start(birth);
+    birth.setFloat("impulserate", 0, 0);
+    FLX_ContextData& context = net.context();
+    const GEO_PrimParticle& prim = *context.hasPrimPart(&birth);
+    const int bits[] = {0, FLX_STOPPED, FLX_JUSTHIT | FLX_SUPPRESS_AGE, FLX_DEAD | FLX_SUPPRESS_REAP};
+    for (size_t i = 0; i < 4; ++i) {
+        GEO_Point* p = prim.particle(i);
+        p->setPos({1, 2, 3, -0.0f});
+        context.velocity(p) = {8, 0, -4};
+        context.accel(p) = {0, 16, 2};
+        context.life(p)[0] = 1;
+        context.life(p)[1] = i == 0 ? 1 : 50;
+        context.state(p) = bits[i];
+    }
+    net.step();
+    ASSERT_EQ(net.particles(), 4);
+    const float dt = net.timeStep();
+    for (size_t i = 0; i < 4; ++i) {
+        GEO_Point* p = prim.particle(i);
+        const bool moves = i == 0 || i == 2;
+        EXPECT_EQ(p->getPos(), moves ? UT_Vector4(1 + 8 * dt, 2, 3 - 4 * dt, 0) : UT_Vector4(1, 2, 3, 0)) << i;
+        EXPECT_TRUE(std::signbit(p->getPos().w())) << i;
+        EXPECT_EQ(context.velocity(p), moves ? UT_Vector3(8, 16 * dt, -4 + 2 * dt) : UT_Vector3(8, 0, -4)) << i;
+        EXPECT_EQ(context.accel(p), UT_Vector3(0, 0, 0)) << i;
+        EXPECT_EQ(context.life(p)[0], i == 2 ? 1 : 1 + dt) << i;
+        EXPECT_EQ(context.backtrack(p)[0], moves ? 8 : context.backtrack(p)[0]) << i;
+        EXPECT_EQ(context.backtrack(p)[3], moves ? dt : 0) << i;
+    }
+    EXPECT_EQ(context.state(prim.particle(0)), int(FLX_DEAD)); // 1 s and one step old, a span of 1 s
+    EXPECT_EQ(context.state(prim.particle(1)), int(FLX_STOPPED));
+    EXPECT_EQ(context.state(prim.particle(2)), 0);
+    net.step();
+    EXPECT_EQ(net.particles(), 2); // the suppression lasted one step
+}
