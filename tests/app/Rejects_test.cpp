@@ -137,7 +137,7 @@ TEST_F(Rejects, BirthsWithoutEndAreRefused) {
         put("scene.json",
             scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": )" + std::string(rate) + "}}"));
         const ToolResult result = run();
-        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.status, 5);
         EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: more than 16777216 births in one cook: lower the "
                               "birth rates\n");
     }

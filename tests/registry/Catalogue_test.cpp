@@ -14,7 +14,10 @@ namespace {
 
 OP_OperatorTable& table() { return OP_Director::operatorTable("FLX"); }
 
-OP_Operator& typeOf(const FLX_CatalogueRow& row) { return *table().getOperator(row.name); }
+OP_Operator& typeOf(const FLX_CatalogueRow& row) {
+    FLX_Node::buildOperatorTable(table()); // a case may run alone
+    return *table().getOperator(row.name);
+}
 
 /// A network in which one operator is wired to what it needs: a birth upstream, geometry where it asks for some.
 struct Wired {
