@@ -1,12 +1,12 @@
 #include "app/Commands.h"
-#include "app/SceneSession.h"
+#include "app/LoadedScene.h"
 #include "app/StandardOutput.h"
 #include "scene/SceneCheck.h"
 
 #include <fmt/format.h>
 
 ExitStatus execute(const CheckOptions& options) {
-    const SceneSession session("check", options.scene, {});
+    const LoadedScene session("check", options.scene, {});
     const std::vector<SceneFinding> findings = checkScene(session.file());
     bool errors = false;
     for (const SceneFinding& finding : findings) {

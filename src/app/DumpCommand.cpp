@@ -1,7 +1,7 @@
 #include "app/Commands.h"
 #include "app/FrameRange.h"
+#include "app/LoadedScene.h"
 #include "app/NodeMessages.h"
-#include "app/SceneSession.h"
 #include "app/StandardOutput.h"
 #include "app/StopRequest.h"
 #include "scene/DumpJson.h"
@@ -19,7 +19,7 @@ int frameOf(const DumpOptions& options) {
     throw Failure{ExitStatus::BAD_USAGE, fmt::format("flx dump: --frame {}: expects a whole number", options.frame)};
 }
 
-ParticleNetwork& networkOf(const DumpOptions& options, const SceneSession& session) {
+ParticleNetwork& networkOf(const DumpOptions& options, const LoadedScene& session) {
     const std::vector<ParticleNetwork*> networks = session.networks(options.net);
     if (networks.size() > 1)
         session.refuseUsage(fmt::format("the scene has {} particle networks; choose one with --net", networks.size()));
@@ -30,7 +30,7 @@ ParticleNetwork& networkOf(const DumpOptions& options, const SceneSession& sessi
 
 ExitStatus execute(const DumpOptions& options) {
     const int frame = frameOf(options);
-    const SceneSession session("dump", options.scene, options.sets);
+    const LoadedScene session("dump", options.scene, options.sets);
     ParticleNetwork& network = networkOf(options, session);
     network.cookFrame(frame);
     if (StopRequest::raised()) return ExitStatus::INTERRUPTED;

@@ -3,6 +3,7 @@
 #include "app/StandardOutput.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -12,7 +13,7 @@ namespace {
 constexpr int WIDTH = 30;
 
 std::string timeText(double seconds) {
-    const auto whole = static_cast<long long>(seconds + 0.5);
+    const auto whole = std::llround(seconds);
     if (whole < 60) return fmt::format("{} s", whole);
     return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
 }

@@ -1,9 +1,9 @@
 #include "app/Commands.h"
 #include "app/FrameRange.h"
+#include "app/LoadedScene.h"
 #include "app/NodeMessages.h"
 #include "app/OutputPattern.h"
 #include "app/Progress.h"
-#include "app/SceneSession.h"
 #include "app/StandardOutput.h"
 #include "app/StopRequest.h"
 #include "host/node/OP_Director.h"
@@ -135,7 +135,7 @@ private:
     }
 
     const RunOptions& myOptions;
-    SceneSession mySession;
+    LoadedScene mySession;
     std::vector<ParticleNetwork*> myNetworks;
     FrameRange myRange;
     OutputPattern myOut;

@@ -154,10 +154,12 @@ void FLX_Node::addAllAttribs(FLX_ContextData* context) {
 // Messages of the set-up outlive the cooks that follow, so they are kept apart until the next reset.
 void FLX_Node::addAttribAtSetup(void* context) {
     setupErrors().clear();
+    clearErrors();
     UT_ErrorList outer;
     outer.steal(UTglobalErrors());
     addAttrib(context);
     setupErrors().steal(UTglobalErrors());
+    setupErrors().steal(errors()); // what the evaluation of parameters posted
     UTglobalErrors().steal(outer);
 }
 

@@ -49,7 +49,8 @@ ParticleNetwork::ParticleNetwork(OP_Network* parent, const char* name, OP_Operat
     : OBJ_Node(parent, name, op)
     , SEED(this, PRMseedName, 0.0)
     , STARTFRAME(this, {"startframe", "Start Frame"}, "$FSTART", PRM_Static)
-    , SUBSTEPS(this, {"substeps", "Substeps"}, 1, PRMhardMin(1, 10), PRM_Static)
+    , SUBSTEPS(this, {"substeps", "Substeps"}, 1, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, 1, 10000},
+               PRM_Static)
     , MAXPARTICLES(this, {"maxparticles", "Maximum Particles"}, 0.0)
     , DELETEDEAD(this, {"deletedead", "Delete Dead Particles"}, true)
     , INITIALSTATE(this, {"initialstate", "Initial State"}, "", PRM_StringKind::File)
@@ -99,7 +100,8 @@ bool ParticleNetwork::simulateTo(int frame) {
     }
     while (myFrame < frame && !UTgetInterrupt()->isInterrupted())
         cookCounted(myFrame + 1, [&] {
-            for (int s = 1; s <= mySubsteps; ++s) cookStep(((double(myFrame) - 2) + double(s) / mySubsteps) / myFps);
+            for (int s = 1; s <= mySubsteps && !UTgetInterrupt()->isInterrupted(); ++s)
+                cookStep(((double(myFrame) - 2) + double(s) / mySubsteps) / myFps);
         });
     error(); // takes what was posted outside of any operator
     return myFrame == frame;

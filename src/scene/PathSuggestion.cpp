@@ -13,6 +13,10 @@ std::string suggestPath(OP_Node& from, const std::string& path) {
     if (!network) return holder || above == "." || above == "/" ? "" : suggestPath(from, above);
     std::vector<std::string> names;
     const std::string prefix = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-    for (int i = 0; i < network->getNchildren(); ++i) names.push_back(prefix + network->getChild(i)->getName());
+    names.reserve(size_t(network->getNchildren()));
+    for (int i = 0; i < network->getNchildren(); ++i) {
+        const std::string name = prefix + network->getChild(i)->getName();
+        if (name != path) names.push_back(name); // it is there, and not what is wanted
+    }
     return didYouMean(path, names);
 }

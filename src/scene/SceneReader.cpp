@@ -1,5 +1,6 @@
 #include "scene/SceneReader.h"
 
+#include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
 #include "host/ut/UT_NodePath.h"
 #include "scene/SceneError.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <set>
 
 namespace {
 
@@ -55,6 +57,22 @@ void SceneReader::read(const SceneJson& scene) {
     if (const SceneJson* obj = scene.find("obj")) readChildren(*myDirector.objManager(), "obj", *obj);
     if (const SceneJson* shop = scene.find("shop")) readChildren(*myDirector.shopManager(), "shop", *shop);
     for (const Pending& pending : myPending) resolveObsolete(pending);
+    checkParents();
+}
+
+// An object that follows itself, by however many others, is nowhere.
+void SceneReader::checkParents() const {
+    std::set<const OBJ_Node*> sound;
+    OP_Network& objects = *myDirector.objManager();
+    for (int i = 0; i < objects.getNchildren(); ++i) {
+        std::set<const OBJ_Node*> chain;
+        for (OBJ_Node* object = objects.getChild(i)->castToOBJNode(); object && !sound.contains(object);) {
+            if (!chain.insert(object).second) refuse(object->getFullPath(), "the parents form a cycle");
+            const UT_String parent = object->PARENT.raw();
+            object = parent.isstring() ? object->findOBJNode(parent.c_str()) : nullptr;
+        }
+        sound.merge(chain);
+    }
 }
 
 void SceneReader::readVersion(const SceneJson& scene) const {

@@ -39,6 +39,7 @@ private:
     void readNode(OP_Node& node, const SceneJson& json);
     void readFlags(OP_Node& node, const SceneJson& flags);
     void resolveObsolete(const Pending& pending);
+    void checkParents() const;
 
     OP_Director& myDirector;
     std::vector<Pending> myPending;

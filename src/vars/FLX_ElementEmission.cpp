@@ -146,10 +146,13 @@ template <class Elements> class RandomSteps {
 public:
     RandomSteps(const Elements& elements, unsigned seed)
         : myElements(elements)
+        , mySeed(seed)
         , mySequence(seed, elements.entries()) {}
     bool next(int& element) {
-        // The geometry may have shrunk since the sequence was sized: numbers past the end are drawn again.
+        // The geometry may have changed since the sequence was sized: a larger one needs a larger sequence, and of a
+        // smaller one numbers past the end are drawn again.
         const int n = myElements.entries();
+        if (n > mySequence.size()) mySequence.construct(++mySeed, n);
         for (;;) {
             const int drawn = mySequence.next();
             if (drawn < 0) return false;
@@ -163,6 +166,7 @@ public:
 
 private:
     const Elements& myElements;
+    unsigned mySeed;
     UT_RandomSequence mySequence;
     long myDraws = 0;
 };

@@ -48,7 +48,7 @@ struct FLX_Emission {
 /// refused, or, with warning 25, when too many samples in a row gave nothing.
 void FLXbirthFromPoints(FLX_Emission& emission);
 void FLXbirthFromPrimitives(FLX_Emission& emission, FLX_PrimSampling mode);
-/// Primitives are chosen by the float primitive attribute at `weightOffset` (-1: all alike).
+/// Primitives are chosen by the float primitive attribute of that name; without it all are alike.
 void FLXbirthNonUniformlyFromRandomPrimitives(FLX_Emission& emission, FLX_PrimSampling mode, const char* weightAttrib);
 void FLXbirthFromDetail(FLX_Emission& emission);
 void FLXbirthFromMetaPrim(FLX_Emission& emission);

@@ -86,8 +86,11 @@ struct Metaballs {
             if (!ball) return;
             balls.push_back(ball);
             weight += double(ball->getWeight());
-            ball->enlargeBBox(box);
         });
+        if (e.group)
+            e.source->getBBox(box, static_cast<const GB_PrimitiveGroup*>(e.group));
+        else
+            e.source->getBBox(box);
         return !balls.empty();
     }
 
@@ -151,7 +154,7 @@ void FLXbirthFromMetaPrim(FLX_Emission& e) {
     if (e.source->primitives().entries() == 0 || (e.group && e.group->isEmpty())) return;
     clearVars(e);
     Metaballs metaballs;
-    if (!metaballs.gather(e)) return;
+    if (!e.refetch && !metaballs.gather(e)) return;
     FLX_EmissionLoop loop(e);
     if (!loop.started()) return;
 

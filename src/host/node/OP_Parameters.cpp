@@ -191,8 +191,8 @@ void OP_Parameters::setExpression(const char* name, int component, const char* t
     });
 }
 
-void OP_Parameters::setKeys(const char* name, int component, CH_Channel channel) {
-    changeParm(name, [=](PRM_Parm& parm) {
+void OP_Parameters::setKeys(const char* name, int component, const CH_Channel& channel) {
+    changeParm(name, [&](PRM_Parm& parm) {
         if (unsigned(component) < unsigned(parm.size())) parm.setKeys(component, channel);
     });
 }

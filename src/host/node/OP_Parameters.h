@@ -96,7 +96,7 @@ public:
     void setFloat(const char* name, int component, double value);
     void setInt(const char* name, int component, int value) { setFloat(name, component, value); }
     void setExpression(const char* name, int component, const char* text);
-    void setKeys(const char* name, int component, CH_Channel channel);
+    void setKeys(const char* name, int component, const CH_Channel& channel);
     void setString(const char* name, const UT_String& text, StringMeaning meaning = Expand);
     /// Raises the change serial and tells dependents; the setters call it.
     virtual void parmChanged(PRM_Parm& parm);

@@ -1,19 +1,24 @@
 #include "ops/birth/FLX_BirthOperator.h"
 
+#include <algorithm>
+
 #include "host/ut/UT_ErrorTable.h"
 
 bool FLX_BirthOperator::addBirths(FLX_ContextData* context, GEO_PrimParticle* prim, const FLX_BirthRateParms& rates,
                                   float t) {
     // The count is a float: above this, taking one away would leave it as it is, and births would never end.
     constexpr float MOST = 16777216;
-    float& born = context->born(prim);
+    float steady = 0, impulse = 0;
     if (checkActivation(context, rates.CONSTANTACTIVATE))
-        born += withoutVars([&] { return rates.CONSTANTRATE(t); }) * context->timeStep;
-    if (checkActivation(context, rates.IMPULSEACTIVATE)) born += withoutVars([&] { return rates.IMPULSERATE(t); });
-    if (born <= MOST) return true;
-    born = 0;
-    UTaddError("OP", OP_ERR_LIMIT, "more than 16777216 births in one cook: lower the birth rates");
-    return false;
+        steady = withoutVars([&] { return rates.CONSTANTRATE(t); }) * context->timeStep;
+    if (checkActivation(context, rates.IMPULSEACTIVATE)) impulse = withoutVars([&] { return rates.IMPULSERATE(t); });
+    if (!(steady + impulse <= MOST)) {
+        UTaddError("OP", OP_ERR_LIMIT, "more than 16777216 births in one cook: lower the birth rates");
+        return false;
+    }
+    // What was refused is carried over, but no further than can be counted.
+    context->born(prim) = std::min(context->born(prim) + steady + impulse, MOST);
+    return true;
 }
 
 void FLX_BirthOperator::addIdentityAttribs(FLX_ContextData* context, bool doid, bool doorigin, bool dogen,

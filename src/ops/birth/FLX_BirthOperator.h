@@ -8,8 +8,8 @@ public:
     using FLX_GenVar::FLX_GenVar;
 
 protected:
-    /// Adds this cook's births to the running count of the primitive. False, with an error and the count at 0, when it
-    /// is no count that can be born: too large, or not a number.
+    /// Adds this cook's births to the running count of the primitive. False, with an error and nothing added, when
+    /// there are more than a float can count.
     bool addBirths(FLX_ContextData* context, GEO_PrimParticle* prim, const FLX_BirthRateParms& rates, float t);
     /// "id" and "parent", "origin", "gen", "speed", as the toggles say.
     void addIdentityAttribs(FLX_ContextData* context, bool doid, bool doorigin, bool dogen, bool dospeed);

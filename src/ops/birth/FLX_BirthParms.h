@@ -35,7 +35,10 @@ struct FLX_BirthGroupParms {
         const UT_String name = GROUP();
         if (!name.isstring()) return nullptr;
         GB_PointGroup* existing = PRESERVEGROUP() ? detail.pointGroups().find(name.str()) : nullptr;
-        return existing ? existing : detail.pointGroups().newGroup(name.str(), 0);
+        if (existing) return existing;
+        GB_PointGroup* made = detail.pointGroups().newGroup(name.str(), 0);
+        if (!made) UTaddWarning("FLX", FLX_ERR_BADGROUP, name.c_str());
+        return made;
     }
 
     PRM_Text GROUP;

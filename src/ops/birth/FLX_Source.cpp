@@ -238,8 +238,12 @@ void FLX_Source::emitParticles(Cook& cook) {
     };
     const int initial = INITVEL();
     const auto velocityOf = [&](GEO_Point* point, UT_Vector3& v) {
-        const UT_Vector3 drawn = initial == UseInherited ? UT_Vector3(0, 0, 0) : spread.draw(*context);
-        v = initial == SetVelocity ? drawn : v * inherit() + drawn;
+        if (initial == UseInherited) {
+            v = v * inherit();
+        } else {
+            const UT_Vector3 drawn = spread.draw(*context);
+            v = initial == SetVelocity ? drawn : v * inherit() + drawn;
+        }
         FLXstoreSpeed(*context, point, v);
     };
 

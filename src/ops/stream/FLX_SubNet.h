@@ -36,5 +36,7 @@ public:
 
     static class OP_ScriptOperator* createScriptOperator(const class OP_OTLDefinition& definition);
     /// As nodes are labelled by default: the labels of a script are its own business.
-    UT_String inputLabel(int i) const override { return OP_Node::inputLabel(i); }
+    UT_String inputLabel(int i) const override {
+        return OP_Node::inputLabel(i); // NOLINT(bugprone-parent-virtual-call): past the sub-network on purpose
+    }
 };

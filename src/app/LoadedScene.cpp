@@ -1,4 +1,4 @@
-#include "app/SceneSession.h"
+#include "app/LoadedScene.h"
 
 #include "app/ExitStatus.h"
 #include "host/node/OP_Director.h"
@@ -7,14 +7,14 @@
 
 #include <fmt/format.h>
 
-SceneSession::SceneSession(std::string command, const std::string& path, const std::vector<std::string>& sets)
+LoadedScene::LoadedScene(std::string command, const std::string& path, const std::vector<std::string>& sets)
     : myCommand(std::move(command)) {
     load(path);
     for (const std::string& assignment : sets)
         if (!myFile.assign(assignment)) refuseUsage(fmt::format("--set {}: {}", assignment, myFile.error()));
 }
 
-void SceneSession::load(const std::string& path) {
+void LoadedScene::load(const std::string& path) {
     switch (myFile.load(path)) {
     case SceneFile::Status::LOADED: return;
     case SceneFile::Status::UNREADABLE: throw Failure{ExitStatus::FILE_PROBLEM, myFile.error()};
@@ -22,7 +22,7 @@ void SceneSession::load(const std::string& path) {
     }
 }
 
-std::vector<ParticleNetwork*> SceneSession::networks(const std::string& path) const {
+std::vector<ParticleNetwork*> LoadedScene::networks(const std::string& path) const {
     std::vector<ParticleNetwork*> all, wanted;
     std::vector<std::string> paths;
     const OP_Network& objects = *OPgetDirector()->objManager();
@@ -42,6 +42,6 @@ std::vector<ParticleNetwork*> SceneSession::networks(const std::string& path) co
     return wanted;
 }
 
-void SceneSession::refuseUsage(const std::string& what) const {
+void LoadedScene::refuseUsage(const std::string& what) const {
     throw Failure{ExitStatus::BAD_USAGE, fmt::format("flx {}: {}", myCommand, what)};
 }

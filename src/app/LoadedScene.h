@@ -8,10 +8,10 @@
 class ParticleNetwork;
 
 /// A loaded scene as a command works on it. Everything throws Failure.
-class SceneSession {
+class LoadedScene {
 public:
     /// `command` ("run") is named in messages about the command line; `sets` are assignments as typed.
-    SceneSession(std::string command, const std::string& path, const std::vector<std::string>& sets);
+    LoadedScene(std::string command, const std::string& path, const std::vector<std::string>& sets);
 
     /// The network at the path, or all of the scene for an empty path: at least one.
     std::vector<ParticleNetwork*> networks(const std::string& path) const;
