@@ -188,7 +188,7 @@ TEST(Cook, TheSamePrimitiveTwiceIsAnErrorWhenAsked) {
     std::vector<FLX_ParticleList*> lists;
     int count = -1;
     for (const int check : {0, 1}) {
-        b.work = [&](Probe& self, OP_Context& context) {
+        b.work = [&lists, &count, check](Probe& self, OP_Context& context) {
             lists.clear();
             self.buildParticleListArray(lists, count, context, check);
         };
@@ -482,7 +482,8 @@ TEST(Cook, MenusListWhatTheInputHolds) {
 
     PRM_Name names[4] = {{"kept", "kept"}, {}, {}, {}};
     int count = 1;
-    Probe::buildGenericGroupMenu({"x", "y", "z"}, names, 4, count);
+    const Names letters = {"x", "y", "z"};
+    Probe::buildGenericGroupMenu(letters, names, 4, count);
     EXPECT_EQ(count, 3);
     EXPECT_STREQ(names[2].token, "y");
     EXPECT_EQ(fresh.getPrevContextData(), &net.context()) << "the input was cooked by it";
