@@ -3,7 +3,7 @@
 #include "core/FLX_ContextData.h"
 
 FLX_ContextDataHandle& FLX_ContextDataHandle::operator=(const FLX_ContextDataHandle& src) {
-    if (myRef == src.myRef) return *this;
+    if (this == &src || myRef == src.myRef) return *this;
     release();
     bind(src.myRef);
     return *this;

@@ -33,7 +33,7 @@ public:
         return before;
     }
     friend bool operator==(const CountingIterator& a, const CountingIterator& b) { return a.myAt == b.myAt; }
-    friend bool operator!=(const CountingIterator& a, const CountingIterator& b) { return a.myAt != b.myAt; }
+    friend bool operator!=(const CountingIterator& a, const CountingIterator& b) { return !(a == b); }
 
 private:
     const char* myAt;
@@ -120,7 +120,7 @@ private:
     }
 
     // The parser's message is "[json.exception...] parse error at line 3, column 4: syntax error while ... - what".
-    static std::string describe(const std::string& token, std::string what) {
+    static std::string describe(const std::string& token, const std::string& what) {
         const size_t dash = what.rfind("; last read");
         const size_t reason = what.find(" - ");
         if (what.find("number overflow") != std::string::npos) return fmt::format("the number {} is too large", token);

@@ -171,6 +171,7 @@ void SceneReader::readFlags(OP_Node& node, const SceneJson& flags) {
 void SceneReader::resolveObsolete(const Pending& pending) {
     const auto texts = [&] {
         std::vector<std::string> out;
+        out.reserve(size_t(pending.node->parms().entries()));
         for (int i = 0; i < pending.node->parms().entries(); ++i) out.push_back(pending.node->evalStringRaw(i).str());
         return out;
     };

@@ -56,7 +56,7 @@ EV_Term EV_Parser::parse() {
 }
 
 // One of two parts, of which only one is run. With a constant condition the code of the other is dropped.
-template <class Yes, class No> EV_Term EV_Parser::conditional(EV_Term condition, Yes yes, No no) {
+template <class Yes, class No> EV_Term EV_Parser::conditional(const EV_Term& condition, Yes yes, No no) {
     const EV_Emitter::Value c = myEmitter.condition(condition);
     if (myEmitter.isConstant(c)) {
         const bool isTrue = myEmitter.constantValue(c) != 0;
@@ -122,7 +122,7 @@ EV_Term EV_Parser::binary(int level) {
 }
 
 // && and ||: the right side is run only when the left one does not settle the result.
-EV_Term EV_Parser::lazy(const Operator& op, EV_Term left) {
+EV_Term EV_Parser::lazy(const Operator& op, const EV_Term& left) {
     const EV_Emitter::Value a = myEmitter.condition(left);
     const bool isAnd = op.op == VM_Op::And;
     const bool known = myEmitter.isConstant(a);

@@ -19,7 +19,7 @@ private:
     };
     EV_Term expression(); // with ?:
     EV_Term binary(int level);
-    EV_Term lazy(const Operator& op, EV_Term left);
+    EV_Term lazy(const Operator& op, const EV_Term& left);
     EV_Term unary();
     EV_Term power();
     EV_Term postfix();
@@ -28,7 +28,7 @@ private:
     EV_Term call(const EV_Token& name);
     EV_Term ifCall(const EV_Token& name);
     EV_Term dot(const EV_Term& vector);
-    template <class Yes, class No> EV_Term conditional(EV_Term condition, Yes yes, No no);
+    template <class Yes, class No> EV_Term conditional(const EV_Term& condition, Yes yes, No no);
     const Operator* binaryOperator(int level) const;
 
     EV_Token take();

@@ -1,6 +1,7 @@
 #include "host/expr/EV_StringExpand.h"
 #include "host/expr/EV_Lexer.h"
 #include <algorithm>
+#include <utility>
 
 static constexpr size_t MAX_PARTS = 1000;
 
@@ -97,8 +98,7 @@ void EV_StringExpand::parse() {
 bool EV_StringExpand::expandPart(Part& part, EV_Scope& scope, double t, int thread, std::string& out) {
     // An older error is put aside, to see whether this part raises one.
     EV_ThreadError& error = EV_threadError(thread);
-    EV_ThreadError before = std::move(error);
-    EV_clearError(thread);
+    EV_ThreadError before = std::exchange(error, {});
     const std::string value = ev_EvaluateString(part.expression, scope, t, thread);
     const bool done = error.number == EV_ERR_NONE;
     out += done ? value : part.source;

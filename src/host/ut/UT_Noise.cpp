@@ -44,7 +44,7 @@ constexpr uint32_t octaveKey(uint32_t seed, int octave) {
 #define UT_NOISE_LANES 4
 #define UT_NOISE_FN inline __attribute__((always_inline))
 #define UT_NOISE_ENTRY static
-#include "host/ut/UT_NoiseKernel.h"
+#include "host/ut/UT_NoiseKernel.inl"
 #undef UT_NOISE_SPACE
 #undef UT_NOISE_LANES
 #undef UT_NOISE_FN
@@ -55,7 +55,7 @@ constexpr uint32_t octaveKey(uint32_t seed, int octave) {
 #define UT_NOISE_LANES 8
 #define UT_NOISE_FN inline __attribute__((always_inline, target("avx2")))
 #define UT_NOISE_ENTRY static __attribute__((target("avx2")))
-#include "host/ut/UT_NoiseKernel.h"
+#include "host/ut/UT_NoiseKernel.inl"
 
 const Kernels& kernels() { return __builtin_cpu_supports("avx2") ? wide::theKernels : baseline::theKernels; }
 #else
