@@ -57,6 +57,9 @@ TEST_F(Rejects, BadScenesWriteNothing) {
     expectBad(
         scene(R"({"name": "a", "type": "force", "inputs": ["b"]}, {"name": "b", "type": "force", "inputs": ["a"]})"),
         "scene.json: /obj/fx/b: the inputs form a cycle: b -> a -> b");
+    expectBad(R"({"flx": 1, "obj": [{"name": "a", "type": "geo", "parms": {"parent": "/obj/b"}},
+        {"name": "b", "type": "geo", "parms": {"parent": "/obj/a"}}, {"name": "fx", "type": "flxnet"}]})",
+              "scene.json: /obj/a: the parents form a cycle");
     expectBad(scene(R"({"name": "a", "type": "location", "parms": {"lfie": 3}})"),
               "scene.json: /obj/fx/a: unknown parameter \"lfie\"; did you mean \"life\"?");
     expectBad(scene(R"({"name": "a", "type": "location"}, {"name": "a", "type": "location"})"),
@@ -140,6 +143,40 @@ TEST_F(Rejects, BirthsWithoutEndAreRefused) {
         EXPECT_EQ(result.status, 5);
         EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: more than 16777216 births in one cook: lower the "
                               "birth rates\n");
+    }
+}
+
+TEST_F(Rejects, RefusedBirthsAreCarriedOverWithoutEnd) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": 1e7, "life": 0}})"));
+    const ToolResult result = run(); // 4e7 births wait in the end, more than a float counts
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST_F(Rejects, BadTogglesOfTheSetUpAreTold) {
+    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"doid": "$NOPE"}})"));
+    const ToolResult result = run();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "scene.json: /obj/fx/birth: error OP 1: doid: \"$NOPE\": unknown variable $NOPE at column 1\n");
+}
+
+// Between two births the source grows from 4 to 60 points, and its group moves past the first 4.
+TEST_F(Rejects, ASourceThatGrowsIsSampledWhereItGrew) {
+    for (const char* type : {"pointrandom", "surfacerandom"}) {
+        put("scene.json", std::string(R"({"flx": 1, "frames": [1, 2], "obj": [
+            {"name": "g", "type": "geo", "nodes": [
+                {"name": "grid", "type": "grid", "parms": {"rows": "frac($T*24)<0.001 ? 2 : 30", "cols": 2}},
+                {"name": "late", "type": "group", "inputs": ["grid"],
+                 "parms": {"name": "late", "kind": ")") +
+                              (type[0] == 'p' ? "points" : "prims") + R"(",
+                           "rule": "frac($T*24)<0.001 ? 1 : )" +
+                              (type[0] == 'p' ? "$PT" : "$PR") + R"(>20"}}]},
+            {"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "source", "parms": {"emittype": ")" +
+                              type + R"(", "soppath": "/obj/g/late", "source": "late", "accuratebirths": 1}}]}]})");
+        const ToolResult result = flx({"run", "scene.json", "--json"});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_NE(result.out.find("\"particles\":8"), std::string::npos) << result.out;
     }
 }
 

@@ -92,7 +92,7 @@ EV_Term EV_Parser::expression() {
         expect(":");
         return expression();
     };
-    return conditional(std::move(condition), yes, no);
+    return conditional(condition, yes, no);
 }
 
 const EV_Parser::Operator* EV_Parser::binaryOperator(int level) const {
@@ -112,7 +112,7 @@ EV_Term EV_Parser::binary(int level) {
     while (const Operator* op = binaryOperator(level)) {
         const EV_Token sign = take();
         if (op->level < 2) {
-            left = lazy(*op, std::move(left));
+            left = lazy(*op, left);
         } else {
             EV_Term right = binary(op->level + 1);
             left = myEmitter.binary(op->op, std::move(left), std::move(right), op->sign, sign.offset);
@@ -240,7 +240,7 @@ EV_Term EV_Parser::ifCall(const EV_Token& name) {
         return out;
     };
     EV_Term condition = argument();
-    EV_Term out = conditional(std::move(condition), argument, argument);
+    EV_Term out = conditional(condition, argument, argument);
     if (!myToken.is(")")) wrongCount();
     take();
     return out;
