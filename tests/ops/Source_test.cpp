@@ -6,26 +6,14 @@
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
 #include "host/ut/UT_RandomSequence.h"
+#include "ops/birth/FLX_Source.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"
 
 namespace {
 
-enum Type {
-    Point,
-    PointRandom,
-    Center,
-    CenterRandom,
-    CenterAttrib,
-    Edge,
-    EdgeRandom,
-    EdgeAttrib,
-    Surface,
-    SurfaceRandom,
-    SurfaceAttrib,
-    Volume,
-    Metaball
-};
+using enum FLX_Source::EmissionType;
+using Type = FLX_Source::EmissionType;
 
 using Fill = std::function<void(GU_Detail&, float)>;
 

@@ -44,7 +44,7 @@ constexpr EmissionRow emissionRows[] = {
 };
 // clang-format on
 
-// Bits of a guide's display flags: particles are shown as points, geometry as it is.
+// Bits of a guide's display flags: what kind of source geometry it shows.
 constexpr int SHOW_GEOMETRY = 0x1;
 constexpr int SHOW_METABALLS = 0x4;
 
