@@ -3,8 +3,7 @@
 FLX_ParticleOperator::FLX_ParticleOperator(OP_Network* parent, const char* name, OP_Operator* op)
     : FLX_LocalVar(parent, name, op) {}
 
-bool FLX_ParticleOperator::gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group) {
-    if (buildParticleList(opContext, 0) >= UT_ERROR_ABORT) return false;
+bool FLX_ParticleOperator::select(FLX_ContextData& context, const GB_PointGroup*& group) {
     if (!checkActivation(&context, ACTIVATE)) return false;
     if (const UT_String text = SOURCE(); text.isstring()) {
         group = parsePointGroups(text.c_str(), context.getDetail(), 1);

@@ -29,6 +29,9 @@ public:
     /// Tests once whether a parameter depends on particle variables; a constant one is evaluated now.
     FLX_Chosen<PRM_Float> choose(const PRM_Float& p) const { return {p, myTime, depends(p)}; }
     FLX_Chosen<PRM_Int> choose(const PRM_Int& p) const { return {p, myTime, depends(p)}; }
+    /// One component, which must outlive what is returned.
+    FLX_Chosen<PRM_FloatComponent> choose(const PRM_FloatComponent& p) const { return {p, myTime, depends(p)}; }
+    FLX_Chosen<PRM_FloatComponent> choose(PRM_FloatComponent&&) const = delete;
     FLX_ChosenVector choose(const PRM_Floats<3>& p) const {
         FLX_ChosenVector chosen(p, myTime);
         for (int i = 0; i < 3; ++i) chosen.decide(i, depends(p[i]));
@@ -113,13 +116,19 @@ public:
 
 protected:
     template <class Steps> UT_ErrorSeverity cookParticles(OP_Context& opContext, Steps&& steps) {
+        return cookParticles(
+            opContext, [] { return true; }, steps);
+    }
+    /// `begin()` is called once the particle list is built, before activation and source group; false ends the cook.
+    template <class Begin, class Steps>
+    UT_ErrorSeverity cookParticles(OP_Context& opContext, Begin&& begin, Steps&& steps) {
         FLX_ContextData* context = contextOf(opContext);
         const bool showGuide = doUpdateViewport(context) != 0;
         if (showGuide) context->appendGuide(this, guideHandle());
         if (lockInputs(opContext) >= UT_ERROR_ABORT) return error();
         setupDynamicVars(context);
         const GB_PointGroup* group = nullptr;
-        if (gather(opContext, *context, group)) {
+        if (buildParticleList(opContext, 0) < UT_ERROR_ABORT && begin() && select(*context, group)) {
             const CH_EvaluateScope scope(opContext.getThread(), opContext.getTime(), getCollection());
             FLX_ParticleCook cook(*this, *context, group, opContext.getTime(), opContext.getThread(), showGuide);
             steps(cook);
@@ -133,6 +142,6 @@ protected:
     bool mayRun() { return !UTgetInterrupt()->opInterrupt(-1) && error() < UT_ERROR_ABORT; }
 
 private:
-    /// Particle list, activation and source group; false when there is nothing to do.
-    bool gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group);
+    /// Activation and source group; false when there is nothing to do.
+    bool select(FLX_ContextData& context, const GB_PointGroup*& group);
 };

@@ -54,3 +54,15 @@ constexpr float degrees(float radians) { return float(double(radians) * (180 / p
 constexpr double degrees(double radians) { return radians * (180 / pi); }
 
 } // namespace UT_Math
+
+/// Splits x into a whole number, rounded down, which is returned, and a fraction in [0, 1), which stays in x. Beyond
+/// the range of int the whole number saturates and nothing stays; NaN gives 0 and 0.
+inline int SYSsplitFloat(float& x) {
+    constexpr float LIMIT = 2147483648.0f;
+    const float whole = std::floor(x);
+    const bool fits = whole >= -LIMIT && whole < LIMIT;
+    const int part = fits ? int(whole) : x > 0 ? 0x7fffffff : x < 0 ? -0x7fffffff - 1 : 0;
+    // A tiny negative x would round up to a fraction of 1.
+    x = fits ? std::fmin(x - whole, 0x1.fffffep-1f) : 0;
+    return part;
+}
