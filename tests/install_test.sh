@@ -43,6 +43,9 @@ if command -v pkg-config >/dev/null; then
     echo "pkg-config: ok"
 fi
 
+grep -q '^\[FLXRotationAxes\]$' "$scratch/moved/share/flx/predefined.rules"
+echo "rules: ok"
+
 if [ -x "$scratch/moved/bin/flx" ]; then
     "$scratch/moved/bin/flx" --help >/dev/null
     test -s "$scratch/moved/share/man/man1/flx.1"
