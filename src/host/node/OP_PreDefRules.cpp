@@ -13,7 +13,7 @@ constexpr const char* theFileName = "predefined.rules";
 
 // The text of predefined.rules beside this file, which is installed too.
 constexpr const char* theBuiltIn =
-#include "OP_BuiltInRules.inl"
+#include "host/node/OP_BuiltInRules.inl"
 
 std::string_view trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(" \t\r");
