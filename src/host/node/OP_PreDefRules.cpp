@@ -11,8 +11,7 @@ namespace {
 
 constexpr const char* theFileName = "predefined.rules";
 
-// The text of predefined.rules beside this file, which is installed too.
-constexpr const char* theBuiltIn =
+// theBuiltIn: the text of predefined.rules beside this file, which is installed too.
 #include "host/node/OP_BuiltInRules.inl"
 
 std::string_view trimmed(std::string_view text) {
