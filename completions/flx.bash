@@ -11,7 +11,7 @@ _flx() {
 
     case $prev in
         --frames | --frame | --net | --set) return ;;
-        --out)
+        --out | --profile-json)
             _filedir
             return
             ;;
@@ -19,7 +19,7 @@ _flx() {
 
     local options='--help'
     case $command in
-        run) options+=' --frames --out --net --set --json --quiet' ;;
+        run) options+=' --frames --out --net --set --json --quiet --profile --profile-json' ;;
         dump) options+=' --frame --net --set --guides' ;;
         ops) options+=' --functions --json' ;;
     esac

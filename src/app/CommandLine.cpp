@@ -77,6 +77,9 @@ private:
         addSets(to, myRun.sets);
         to->add_flag("--json", myRun.json, "One JSON object per network and frame on standard output");
         to->add_flag("--quiet", myRun.quiet, "No progress");
+        to->add_flag("--profile", myRun.profile, "At the end, a table of what every node cost, on standard error");
+        to->add_option("--profile-json", myRun.profileJson, "Every cook as an event of a trace, for trace viewers")
+            ->type_name("FILE");
     }
     void addDump(CLI::App* to) {
         addScene(to, myDump.scene);

@@ -4,6 +4,7 @@
 #include "app/NodeMessages.h"
 #include "app/OutputPattern.h"
 #include "app/Progress.h"
+#include "app/RunProfile.h"
 #include "app/StandardOutput.h"
 #include "app/StopRequest.h"
 #include "host/node/OP_Director.h"
@@ -45,21 +46,44 @@ public:
         , myRange(rangeOf(options))
         , myOut(options.out)
         , myMessages(mySession.name())
-        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet), myRange) {}
+        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet), myRange)
+        , myProfile(options.profile, options.profileJson) {}
 
     ExitStatus execute() {
         if (writes()) prepareOutput();
+        myProfile.watch(mySession.networks(""), mySession.name());
+        ExitStatus status = ExitStatus::DONE;
+        try {
+            status = simulate();
+        } catch (const Failure&) {
+            finishProfile(); // what was measured up to here; the message is what stopped the run
+            throw;
+        }
+        if (const std::string error = finishProfile(); !error.empty()) fail(error);
+        return status;
+    }
+
+private:
+    ExitStatus simulate() {
         for (int frame = firstCooked(); frame <= myRange.last; ++frame)
             for (ParticleNetwork* network : myNetworks) {
-                if (frame >= network->STARTFRAME(0) || frame >= myRange.first) cook(*network, frame);
+                if (frame >= network->STARTFRAME(0) || frame >= myRange.first)
+                    myProfile.frame(*network, frame, true, [&] { cook(*network, frame); });
                 if (StopRequest::raised()) return interrupted(frame);
-                if (frame >= myRange.first) put(*network, frame);
+                if (frame >= myRange.first) myProfile.frame(*network, frame, false, [&] { put(*network, frame); });
             }
         myProgress.finish(writes() ? summary(myRange.last) : "");
         return myMessages.status();
     }
 
-private:
+    /// The error line, or "".
+    std::string finishProfile() {
+        std::string table, error;
+        myProfile.finish(table, error);
+        if (!table.empty()) myProgress.message(table);
+        return error;
+    }
+
     bool writes() const { return !myOptions.out.empty(); }
 
     void prepareOutput() const {
@@ -141,6 +165,7 @@ private:
     OutputPattern myOut;
     NodeMessages myMessages;
     Progress myProgress;
+    RunProfile myProfile;
 };
 
 } // namespace

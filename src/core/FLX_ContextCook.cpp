@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_CookRecorder.h"
 #include "core/FLX_ExpressionStack.h"
 #include "core/FLX_Node.h"
 
@@ -16,6 +17,7 @@ constexpr int NOTIFY_PARTICLES_AND_GUIDES = 7;
 FLX_ContextData* FLX_ContextData::getExpressionData(int thread) { return FLX_ExpressionStack::top(thread); }
 
 void FLX_ContextData::runStep(OP_Context& context) {
+    const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Step);
     if (cookNode)
         cookNode->timestep(context);
     else
@@ -33,6 +35,7 @@ void FLX_ContextData::clearCookState() {
 }
 
 void FLX_ContextData::cook(OP_Context& context) {
+    const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Context);
     context.setData(this);
     context.setPass(OP_Context::newPass());
     {
@@ -43,10 +46,12 @@ void FLX_ContextData::cook(OP_Context& context) {
             myParticleList.merge(&myCarriedList);
         else
             timeStep = myPreviousTimeStep; // the rules integrate over the interval that has just passed
-        if (myDoCookFirst)
+        if (myDoCookFirst) {
+            const FLX_RecordedPhase preparation(*this, FLX_RecordedPhase::Phase::Step);
             FLX_Node::prepParticles(context);
-        else
+        } else {
             runStep(context);
+        }
         timeStep = coming;
 
         myParticleList.clear();
@@ -79,6 +84,7 @@ void FLX_ContextData::cook(OP_Context& context) {
 
 void FLX_ContextData::cookGuide(OP_Context& context) {
     if (!cookNode) return;
+    const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Context);
     context.setData(this);
     context.setPass(OP_Context::newPass());
     {

@@ -120,6 +120,7 @@ void FLX_ContextData::frameReset() {
     cookNode = displayNode = nullptr;
     infoEnabled = guidesWanted = 0;
     maxParticles = 0;
+    recorder = nullptr;
 }
 
 void FLX_ContextData::offsetReset() {

@@ -21,6 +21,7 @@
 #include "host/ut/UT_String.h"
 #include "host/ut/UT_Vector3.h"
 
+class FLX_CookRecorder;
 class FLX_Node;
 class OBJ_Node;
 class OP_Context;
@@ -55,7 +56,8 @@ public:
     FLX_Node* displayNode = nullptr;
     int infoEnabled = 0;
     int guidesWanted = 0;
-    int maxParticles = 0; ///< births are allowed below it; 0 or less: no limit
+    int maxParticles = 0;                 ///< births are allowed below it; 0 or less: no limit
+    FLX_CookRecorder* recorder = nullptr; ///< is told of the cooks; not owned
 
     // ---- collected during a cook
     std::vector<GU_DetailHandle> guideHandles;

@@ -154,6 +154,7 @@ void ParticleNetwork::prepareContext(float time) {
     ctx.infoEnabled = INFO(time);
     ctx.guidesWanted = GUIDES(time);
     ctx.maxParticles = MAXPARTICLES(time);
+    ctx.recorder = myRecorder;
     ctx.setDoCookFirst(COOKFIRST(time));
     const Text* const inputs[] = {&INPUT1, &INPUT2, &INPUT3, &INPUT4};
     for (int i = 0; i < 4; ++i) ctx.setInputGeo((*inputs[i])(time), i);

@@ -8,6 +8,7 @@
 #include <vector>
 
 class FLX_ContextData;
+class FLX_CookRecorder;
 class FLX_Node;
 
 /// The object that holds particle operators and owns their simulation: it resets it at the start frame and cooks it
@@ -45,6 +46,9 @@ public:
     /// cook afterwards.
     void cookGuides();
 
+    /// Who is told of every cook from the next step on (null: nobody); not owned, and outlives the cooks.
+    void setRecorder(FLX_CookRecorder* recorder) { myRecorder = recorder; }
+
     /// Null before the first frame.
     FLX_ContextData* context() const { return myContext; }
     /// The particles; null before the first frame.
@@ -76,6 +80,7 @@ private:
     FLX_Node* cookNode() const;
 
     FLX_ContextData* myContext = nullptr;
+    FLX_CookRecorder* myRecorder = nullptr;
     bool myRunning = false; ///< the start frame was cooked
     bool myBusy = false;
     bool myUsed = false; ///< operators have cooked since they were made

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/FLX_CookRecorder.h"
 #include "host/node/CH_Manager.h"
 #include "host/ut/UT_Interrupt.h"
 #include "vars/FLX_Chosen.h"
@@ -84,6 +85,7 @@ template <class Work> void FLX_ParticleCook::forEachPoint(const Work& work) cons
 
 template <class Formula, class... Sources>
 void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sources) const {
+    if (myContext.recorder) myContext.recorder->passMade(myOperator, myGroup ? "source group" : "no queue");
     const int stateOffset = myContext.getStateOffset();
     const auto skipped = [=](const GEO_Point* p) { return (*p->castAttribData<int>(stateOffset) & skip) != 0; };
     if (!(sources.varies() || ...)) {

@@ -53,6 +53,17 @@ TEST_F(RunTool, JsonLinesFollowTheBirthCount) {
     }
 }
 
+// On a machine without wider registers both runs are the same.
+TEST_F(RunTool, TheBaselineInstructionSetGivesTheSameBits) {
+    const std::vector<std::string> arguments{"run", example("fountain.json"), "--json", "--frames", "40-41"};
+    const ToolResult wide = flx(arguments);
+    setenv("FLX_CPU", "baseline", 1);
+    const ToolResult baseline = flx(arguments);
+    unsetenv("FLX_CPU");
+    ASSERT_EQ(wide.lines().size(), 2u) << wide.err;
+    EXPECT_EQ(wide.out, baseline.out);
+}
+
 TEST_F(RunTool, DeathsBalanceBirths) {
     // Exactly 10 per frame. Ages are sums of float steps; who has reached the end is seen once more, and gone a frame
     // later.
