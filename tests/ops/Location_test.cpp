@@ -70,6 +70,18 @@ TEST(Location, RefusedBirthsAreOwed) {
     EXPECT_EQ(Network::messages(l.birth), "");
 }
 
+TEST(Location, WhatIsNotANumberIsToldOfOnce) {
+    Location l;
+    l.set("impulserate", {2});
+    l.birth.setExpression("life", 0, "0 / ($ITER * 0)");
+    l.birth.setExpression("constantrate", 0, "0 / 0");
+    l.net.start(l.birth);
+    EXPECT_EQ(l.net.particles(), 0);
+    EXPECT_EQ(l.born(), 2);
+    EXPECT_EQ(Network::messages(l.birth), "warning OP 5: constantrate: not a number; 0 is used instead\n"
+                                          "warning OP 5: life: not a number; 0 is used instead");
+}
+
 TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
     Location l;
     l.set("impulserate", {700});
