@@ -45,7 +45,8 @@ public:
         , myRange(rangeOf(options))
         , myOut(options.out)
         , myMessages(mySession.name())
-        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet), myRange) {}
+        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet),
+                     {firstCooked(), myRange.last}) {}
 
     ExitStatus execute() {
         if (writes()) prepareOutput();
@@ -53,7 +54,10 @@ public:
             for (ParticleNetwork* network : myNetworks) {
                 if (frame >= network->STARTFRAME(0) || frame >= myRange.first) cook(*network, frame);
                 if (StopRequest::raised()) return interrupted(frame);
-                if (frame >= myRange.first) put(*network, frame);
+                if (frame >= myRange.first)
+                    put(*network, frame);
+                else
+                    myProgress.leadIn(frame, network->getFullPath(), network->particleCount());
             }
         myProgress.finish(writes() ? summary(myRange.last) : "");
         return myMessages.status();
@@ -123,9 +127,10 @@ private:
 
     std::string summary(int last) const {
         std::string out;
-        for (const ParticleNetwork* network : myNetworks)
-            out += fmt::format("{}{} to {}", out.empty() ? "wrote " : "\nwrote ", fileOf(*network, myRange.first),
-                               fileOf(*network, last));
+        for (const ParticleNetwork* network : myNetworks) {
+            const std::string from = fileOf(*network, myRange.first), to = fileOf(*network, last);
+            out += (out.empty() ? "wrote " : "\nwrote ") + (from == to ? from : from + " to " + to);
+        }
         return out;
     }
     ExitStatus interrupted(int frame) {
