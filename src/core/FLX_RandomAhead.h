@@ -24,7 +24,7 @@ public:
     FLX_RandomAhead& operator=(const FLX_RandomAhead&) = delete;
 
     /// As `random` of the context.
-    float random() {
+    float random() { // lint-ok: the context's own sequence
         if (myUsed == WINDOW) fill(myStates[myUsed]);
         return FLX_Random::unit(myStates[++myUsed]);
     }
