@@ -46,7 +46,8 @@ public:
         , myRange(rangeOf(options))
         , myOut(options.out)
         , myMessages(mySession.name())
-        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet), myRange)
+        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet),
+                     {firstCooked(), myRange.last})
         , myProfile(options.profile, options.profileJson) {}
 
     ExitStatus execute() {
@@ -70,7 +71,10 @@ private:
                 if (frame >= network->STARTFRAME(0) || frame >= myRange.first)
                     myProfile.frame(*network, frame, true, [&] { cook(*network, frame); });
                 if (StopRequest::raised()) return interrupted(frame);
-                if (frame >= myRange.first) myProfile.frame(*network, frame, false, [&] { put(*network, frame); });
+                if (frame >= myRange.first)
+                    myProfile.frame(*network, frame, false, [&] { put(*network, frame); });
+                else
+                    myProgress.leadIn(frame, network->getFullPath(), network->particleCount());
             }
         myProgress.finish(writes() ? summary(myRange.last) : "");
         return myMessages.status();
@@ -147,9 +151,10 @@ private:
 
     std::string summary(int last) const {
         std::string out;
-        for (const ParticleNetwork* network : myNetworks)
-            out += fmt::format("{}{} to {}", out.empty() ? "wrote " : "\nwrote ", fileOf(*network, myRange.first),
-                               fileOf(*network, last));
+        for (const ParticleNetwork* network : myNetworks) {
+            const std::string from = fileOf(*network, myRange.first), to = fileOf(*network, last);
+            out += (out.empty() ? "wrote " : "\nwrote ") + (from == to ? from : from + " to " + to);
+        }
         return out;
     }
     ExitStatus interrupted(int frame) {

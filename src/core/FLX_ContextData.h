@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -13,6 +12,7 @@
 #include "core/FLX_BlindData.h"
 #include "core/FLX_ContextDataHandle.h"
 #include "core/FLX_ParticleList.h"
+#include "core/FLX_Random.h"
 #include "core/FLX_UserVariables.h"
 #include "host/geo/GEO_PrimParticle.h"
 #include "host/geo/GU_Detail.h"
@@ -159,7 +159,8 @@ public:
     /// Births since the reset.
     long long getNumBorn() const { return myNumBorn; }
     int getNumParticles() const { return myNumParticles; }
-    bool allowBirth() const { return maxParticles <= 0 || myNumParticles < maxParticles; }
+    bool allowBirth() const { return allowBirths(1); }
+    bool allowBirths(int n) const { return maxParticles <= 0 || n <= maxParticles - myNumParticles; }
 
     /// The operator's particle primitive, created when needed; null without a detail or before the first reset.
     GEO_PrimParticle* getPrimPart(FLX_Node* node);
@@ -175,8 +176,12 @@ public:
 
     // ---- identity and randomness
     int nextID();
-    float random() { return unitFloat(advanceSeed()); } ///< in [0, 1); lint-ok: this is the source of random numbers
-    inline float randomSample();                        ///< in [0, 1), from a scrambled copy of the state
+    /// Where the next id is counted; null when the detail's "nextid" is another attribute. Good until a detail
+    /// attribute is appended.
+    int* idCounter();
+    float random() { return FLX_Random::unit(advanceSeed()); } ///< in [0, 1); lint-ok: the source of random numbers
+    /// In [0, 1), from a scrambled copy of the state.
+    float randomSample() { return FLX_Random::unit(FLX_Random::scramble(advanceSeed())); }
 
     // ---- events
     GB_Attribute* getEventAttr() const;
@@ -212,11 +217,8 @@ private:
     GEO_PrimParticle* particlePrim(int number) const;
     void runStep(OP_Context& context);
     void clearCookState();
-    static float unitFloat(unsigned bits) {
-        const unsigned inOneToTwo = (bits & 0x7fffffu) | 0x3f800000u;
-        return std::bit_cast<float>(inOneToTwo) - 1.0f;
-    }
-    unsigned advanceSeed() { return mySeed = mySeed * 1664525u + 1013904223u; }
+    friend class FLX_RandomAhead;
+    unsigned advanceSeed() { return mySeed = FLX_Random::advance(mySeed); }
 
     UT_String myName;
     bool myGuideOnly = false;
@@ -251,14 +253,3 @@ private:
     flx_ContextDataHandleRef* myHandleRef = nullptr;
     std::string myLoadError;
 };
-
-inline float FLX_ContextData::randomSample() {
-    unsigned x = advanceSeed();
-    x += ~(x << 16);
-    x ^= x >> 5;
-    x *= 9;
-    x ^= x >> 13;
-    x += ~(x << 9);
-    x ^= x >> 17;
-    return unitFloat(x);
-}

@@ -22,6 +22,9 @@ public:
     /// Lets this node's expressions see the context's user variables until cleanupDynamicVars.
     void setupDynamicVars(FLX_ContextData* context);
     void cleanupDynamicVars();
+    /// As on every node; in the middle of a cook this node's expressions see the new variable from here on.
+    int addUserVariable(FLX_ContextData* context, const char* name, int size, GB_AttribType type, const void* def,
+                        const char* varname);
 
     // ---- per particle
     void setCurPoint(const GEO_Point* point) { myCurPoint = point; }
@@ -61,5 +64,6 @@ private:
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
     FLX_CoreOffsets myCore;
     GU_Detail* myVarDetail = nullptr;
+    bool myDynamicVars = false; ///< between set-up and clean-up
     FLX_ContextData* myVarContext = nullptr;
 };

@@ -1,5 +1,7 @@
 // Births at one point in space, against the random sequence written out again.
 #include <cmath>
+#include <cstring>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -68,14 +70,26 @@ TEST(Location, RefusedBirthsAreOwed) {
     EXPECT_EQ(Network::messages(l.birth), "");
 }
 
+TEST(Location, WhatIsNotANumberIsToldOfOnce) {
+    Location l;
+    l.set("impulserate", {2});
+    l.birth.setExpression("life", 0, "0 / ($ITER * 0)");
+    l.birth.setExpression("constantrate", 0, "0 / 0");
+    l.net.start(l.birth);
+    EXPECT_EQ(l.net.particles(), 0);
+    EXPECT_EQ(l.born(), 2);
+    EXPECT_EQ(Network::messages(l.birth), "warning OP 5: constantrate: not a number; 0 is used instead\n"
+                                          "warning OP 5: life: not a number; 0 is used instead");
+}
+
 TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
     Location l;
     l.set("impulserate", {700});
     UTgetInterrupt()->clear();
-    UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 511
+    UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 512
     l.net.start(l.birth);
     UTgetInterrupt()->clear();
-    EXPECT_EQ(l.net.particles(), 511);
+    EXPECT_EQ(l.net.particles(), 512);
     l.net.step();
     EXPECT_EQ(l.net.particles(), 1400) << "what was not born is owed";
     l.set("impulserate", {1e30}); // no births bring it down
@@ -109,6 +123,49 @@ TEST(Location, LifeAndVelocityAreDrawnInOrder) {
         }
         EXPECT_EQ(outside, !ball);
         EXPECT_EQ(l.net.context().getRandomSeed(), model.seed);
+    }
+}
+
+// Births that are all alike are written in batches; an expression of the same value makes them one by one.
+TEST(Location, BatchesEqualSingleBirths) {
+    const auto run = [](bool single, bool ball) {
+        auto l = std::make_unique<Location>();
+        l->set("impulserate", {331.5});
+        l->set("lifevar", {100});
+        l->set("life", {100.02});
+        l->set("var", {1, 2, 3});
+        l->set("doellipse", {double(ball)});
+        for (const char* toggle : {"doorigin", "dogen", "dospeed", "preservegroup"}) l->set(toggle, {1});
+        l->set("originindex", {5});
+        if (single) l->birth.setExpression("originindex", 0, "5 + 0 * $ITER");
+        l->birth.setString("group", "born");
+        l->net.start(l->birth, 3);
+        l->net.context().addAttrib(FLX_Attrib::PrevVel);
+        for (int frame = 0; frame < 12; ++frame) {
+            l->net.context().deleteDead = 1; // places come free here and there
+            l->net.context().maxParticles = frame < 8 ? 1500 : 2200;
+            for (int i = frame; i < l->net.particles(); i += 7) l->net.setValue("life", i, {1, 0.5f});
+            l->net.step();
+        }
+        return l;
+    };
+    for (const bool ball : {true, false}) {
+        const auto a = run(false, ball), b = run(true, ball);
+        GU_Detail &one = a->net.detail(), &other = b->net.detail();
+        ASSERT_EQ(one.validate(), "");
+        ASSERT_EQ(a->net.particles(), 2200);
+        ASSERT_EQ(one.points().entries(), other.points().entries());
+        EXPECT_EQ(a->net.context().getRandomSeed(), b->net.context().getRandomSeed());
+        EXPECT_EQ(a->net.context().nextID(), b->net.context().nextID());
+        EXPECT_EQ(a->net.context().getNumBorn(), b->net.context().getNumBorn());
+        EXPECT_EQ(a->born(), b->born());
+        const size_t bytes = one.pointRecords().stride();
+        const auto *young = one.pointGroups().find("born"), *same = other.pointGroups().find("born");
+        for (size_t i = 0; i < one.points().entries(); ++i) {
+            const GEO_Point *p = one.points()(i), *q = other.points()(i);
+            ASSERT_EQ(std::memcmp(static_cast<const void*>(p), static_cast<const void*>(q), bytes), 0) << i;
+            ASSERT_EQ(young->contains(p), same->contains(q));
+        }
     }
 }
 

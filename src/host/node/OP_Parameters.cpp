@@ -1,5 +1,7 @@
 #include "host/node/OP_Parameters.h"
 
+#include <cmath>
+
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
 #include "host/expr/EV_Number.h"
@@ -25,6 +27,11 @@ double clamped(double value, const PRM_Range& range) {
     if (range.minKind == PRM_RangeKind::Hard && !(value >= range.min)) return range.min;
     if (range.maxKind == PRM_RangeKind::Hard && !(value <= range.max)) return range.max;
     return value;
+}
+
+void warnNotANumber(UT_ErrorList& errors, const PRM_Template& row, double kept) {
+    errors.add({"OP", OP_ERR_BAD_PARM, UT_ERROR_WARNING,
+                row.token + ": not a number; " + EV_numberText(kept) + " is used instead"});
 }
 
 UT_String typedText(const PRM_Parm& parm) {
@@ -69,7 +76,10 @@ double OP_Parameters::evalNumber(PRM_Parm& parm, int component, double t, int th
     if (c.kind != PRM_Parm::Component::Constant) value = evaluateComponent(parm, component, t, thread);
     if (row.type == PRM_Type::Multi) return double(parm.instances().size());
     if (row.type != PRM_Type::Float) value = EV_toInt(value);
-    return row.hasRange ? clamped(value, row.range) : value;
+    if (!row.hasRange) return value;
+    const double kept = clamped(value, row.range);
+    if (std::isnan(value) && !std::isnan(kept) && !isTestingVariables()) warnNotANumber(errors(), row, kept);
+    return kept;
 }
 
 double OP_Parameters::evaluateComponent(PRM_Parm& parm, int component, double t, int thread) {

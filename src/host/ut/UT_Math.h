@@ -8,6 +8,8 @@
 ///
 /// The block forms compute `out[i] = f(in[i])` for i < n with exactly the bits of the one-value form; `out` may be
 /// `in`. Domain errors give NaN or an infinity as IEEE 754 says, never an exception or errno.
+template <class T> class UT_Vector3T;
+
 namespace UT_Math {
 
 constexpr double pi = 3.14159265358979323846;
@@ -47,6 +49,8 @@ inline float fmod(float a, float b) { return std::fmod(a, b); }
 
 /// True within ±0.00001, both ends included; false for NaN.
 constexpr bool isZero(float x) { return -1e-5f <= x && x <= 1e-5f; }
+/// Every component is.
+template <class T> bool isZero(const UT_Vector3T<T>& v) { return isZero(v.x()) && isZero(v.y()) && isZero(v.z()); }
 
 constexpr float radians(float degrees) { return float(double(degrees) * (pi / 180)); }
 constexpr double radians(double degrees) { return degrees * (pi / 180); }

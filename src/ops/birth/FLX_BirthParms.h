@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/FLX_RandomAhead.h"
 #include "vars/FLX_GenVar.h"
 
 /// Blocks of parameters that the birth operators share, with what they mean.
@@ -51,14 +52,18 @@ struct FLX_LifeParms {
         : LIFE(owner, {"life", "Life Expectancy"}, 100, FLXlifeRange)
         , LIFEVAR(owner, {"lifevar", "Life Variance"}, 0, FLXlifevarRange) {}
 
+    /// `Random` draws as a context does.
+    struct Values {
+        float spread, mean;
+
+        template <class Random> float draw(Random& random) const { return mean + spread * (2 * random.random() - 1); }
+    };
     struct Sources {
         FLX_Chosen<PRM_Float> life, lifevar;
 
-        float draw(FLX_ContextData& context) const {
-            const float spread = lifevar();
-            const float mean = life();
-            return mean + spread * (2 * context.random() - 1);
-        }
+        bool varies() const { return life.varies() || lifevar.varies(); }
+        Values operator()() const { return {lifevar(), life()}; }
+        float draw(FLX_ContextData& context) const { return (*this)().draw(context); }
     };
 
     PRM_Float LIFE;
@@ -77,6 +82,7 @@ struct FLX_SpreadParms {
         FLX_ChosenVector vel, var;
         FLX_RereadToggle doellipse;
 
+        bool varies() const { return vel.varies() || var.varies() || doellipse.varies(); }
         UT_Vector3 draw(FLX_ContextData& context) const {
             const UT_Vector3 d = drawUnit(context);
             UT_Vector3 result;
@@ -96,6 +102,21 @@ struct FLX_SpreadParms {
             } while (doellipse() && d.length2() >= 1);
             return d;
         }
+    };
+    /// The same when nothing varies.
+    struct Values {
+        explicit Values(const Sources& sources)
+            : mean(sources.vel.constant())
+            , spread(sources.var.constant())
+            , ball(sources.doellipse.constant()) {}
+
+        UT_Vector3 draw(FLX_RandomAhead& random) const {
+            const float* d = ball ? random.ball() : random.cube();
+            return {mean[0] + spread[0] * d[0], mean[1] + spread[1] * d[1], mean[2] + spread[2] * d[2]};
+        }
+
+        UT_Vector3 mean, spread;
+        bool ball;
     };
 
     PRM_Floats<3> VEL;
