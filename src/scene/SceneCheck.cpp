@@ -1,6 +1,7 @@
 #include "scene/SceneCheck.h"
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_Node.h"
 #include "host/expr/EV_StringExpand.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
@@ -68,7 +69,7 @@ private:
         return network.context()->getUserVariables();
     }
     void checkStreams(const ParticleNetwork& network) {
-        const FLX_Node* output = network.cookNode();
+        const OP_Node* output = network.cookNode();
         if (!output) return;
         for (const StreamCheck::Finding& found : StreamCheck::check(*output))
             findings.push_back({found.error, found.node->getFullPath(), found.text});

@@ -1,6 +1,8 @@
 // What the tool says of expressions that mean nothing or cannot be evaluated: where, what, and what was meant.
 #include "app/ToolFixture.h"
 
+#include <algorithm>
+
 using BadExpressions = ToolTest;
 
 namespace {
@@ -10,20 +12,22 @@ struct Bad {
     const char* message; // after `"scale": `
 };
 
-// Those that compiling tells.
-const Bad theCompileErrors[] = {{"$VXX * 2", R"("$VXX * 2": unknown variable $VXX at column 1; did you mean $VX?)"},
-                                {"1 + sinn(2)", R"("1 + sinn(2)" : unknown function sinn at column 5;
-did you mean sin ?) "},
-    {"flxpointd(1, 'P', 0)", R"(unknown function flxpointd at column 1; did you mean flxpoint)"},
-{"sin(1, 2)", R"("sin(1, 2)": sin takes 1 argument, 2 given, at column 1)"},
-    {"flxpoint(1, 'P')", R"("flxpoint(1, 'P')": flxpoint takes 3 arguments, 2 given, at column 1)"},
-    {"flxevent(3)", R"(argument 1 of flxevent must be a string, not a number, at column 10)"},
-    {"flxpointnum('3')", R"(argument 1 of flxpointnum must be a number, not a string, at column 13)"},
-    {"2 * (3 + ", R"("2 * (3 + ": )"},
-    {"'open", R"("'open": )"},
-    {"ch('../birth/lif')", R"(did you mean "life"?)"},
-    {"ch('scale')", "in a circle by ch"},
+// Each as check prints it.
+// clang-format off
+const Bad theCompileErrors[] = {
+    {"$VXX * 2", R"j("$VXX * 2": unknown variable $VXX at column 1; did you mean $VX?)j"},
+    {"1 + sinn(2)", R"j("1 + sinn(2)": unknown function sinn at column 5; did you mean sin?)j"},
+    {"flxpointd(1, 'P', 0)", R"j(unknown function flxpointd at column 1; did you mean flxpoint)j"},
+    {"sin(1, 2)", R"j("sin(1, 2)": sin takes 1 argument, 2 given, at column 1)j"},
+    {"flxpoint(1, 'P')", R"j("flxpoint(1, 'P')": flxpoint takes 3 arguments, 2 given, at column 1)j"},
+    {"flxevent(3)", R"j(argument 1 of flxevent must be a string, not a number, at column 10)j"},
+    {"flxpointnum('3')", R"j(argument 1 of flxpointnum must be a number, not a string, at column 13)j"},
+    {"2 * (3 + ", R"j("2 * (3 + ": )j"},
+    {"'open", R"j("'open": )j"},
+    {"ch('../birth/lif')", R"j(did you mean "life"?)j"},
+    {"ch('scale')", R"j(in a circle by ch)j"},
 };
+// clang-format on
 
 } // namespace
 
