@@ -3,6 +3,7 @@
 #include "host/ut/UT_EnvControl.h"
 #include "ops/birth/FLX_Location.h"
 #include "ops/birth/FLX_Source.h"
+#include "ops/collision/FLX_Collision.h"
 #include "ops/motion/FLX_Force.h"
 #include "ops/stream/FLX_Collect.h"
 #include "ops/stream/FLX_Null.h"
@@ -50,6 +51,7 @@ std::vector<FLX_CatalogueRow> FLXcatalogue() {
     // clang-format off
     return {
         FLX_ROW("collect",  "Collect",    FLX_Collect,  1, ANY, PLUMBING),
+        FLX_ROW("collision", "Collision", FLX_Collision, 1, 1),
         FLX_ROW("force",    "Force",      FLX_Force,    1, 1),
         FLX_ROW("location", "Location",   FLX_Location, 0, 0,   GENERATOR),
         FLX_ROW("null",     "Null",       FLX_Null,     0, 1),

@@ -132,7 +132,9 @@ protected:
     /// To be asked by the steps once everything is chosen, before the loop: false stops the cook.
     bool mayRun() { return !UTgetInterrupt()->opInterrupt(-1) && error() < UT_ERROR_ABORT; }
 
-private:
-    /// Particle list, activation and source group; false when there is nothing to do.
-    bool gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group);
+    /// Particle list, activation, source group and variables; false when there is nothing to do.
+    virtual bool gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group);
+    /// The source group, null when none is named; false when there is nothing to do: it does not parse (an error) or is
+    /// empty.
+    bool parseSource(FLX_ContextData& context, const GB_PointGroup*& group);
 };

@@ -112,6 +112,7 @@ TEST(Catalogue, NamesInputsFlagsAndVariables) {
     };
     const Type types[] = {
         {"collect", "Collect", "FLX_Collect", 1, 9999, 4, 0, false},
+        {"collision", "Collision", "FLX_Collision", 1, 1, 0, 132, true},
         {"force", "Force", "FLX_Force", 1, 1, 0, 132, true},
         {"location", "Location", "FLX_Location", 0, 0, 2, 39, false},
         {"null", "Null", "FLX_Null", 0, 1, 0, 132, false},
