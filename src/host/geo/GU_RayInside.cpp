@@ -50,7 +50,7 @@ void GU_RayIntersect::countCrossings(const UT_Vector3& p, const UT_Vector3& dir,
 }
 
 int GU_RayIntersect::isInside(const UT_Vector3& p, int thorough) const {
-    if (!myBox.isInside(p)) return 0;
+    if (mySweep || !myBox.isInside(p)) return 0;
     int crossings, winding, inside = 0;
     if (myShapes.isOriented()) {
         countCrossings(p, PROBES[0], crossings, winding);

@@ -2,106 +2,22 @@
 
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
+#include "host/geo/GU_RayPolygon.h"
+#include "host/geo/GU_RaySearch.h"
+#include "host/geo/GU_RaySweep.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace {
-
-bool isFinite(const UT_Vector3& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
-
-double largest(const UT_Vector3& d) { return std::max({std::fabs(d.x()), std::fabs(d.y()), std::fabs(d.z())}); }
-
-bool nearer(const GU_RayCandidate& a, const GU_RayCandidate& b) {
-    const float s = std::fabs(a.t), t = std::fabs(b.t);
-    if (s != t) return s < t;
-    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
-}
-
-bool further(const GU_RayCandidate& a, const GU_RayCandidate& b) {
-    const float s = std::fabs(a.t), t = std::fabs(b.t);
-    if (s != t) return s > t;
-    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
-}
-
-bool before(const GU_RayCandidate& a, const GU_RayCandidate& b) {
-    if (a.t != b.t) return a.t < b.t;
-    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
-}
-
-// (u, v) in the fan about the vertex mean, from the weights of edge i's ends.
-void fanParameters(uint32_t i, uint32_t n, double a, double b, GU_RayHit& hit) {
-    const double rim = a + b;
-    hit.u = static_cast<float>((i + (rim > 0 ? b / rim : 0)) / n);
-    hit.v = static_cast<float>(std::max(0.0, n < 5 ? 1 - rim * rim : 1 - rim));
-}
-
-void triangleParameters(const float (&b)[3], GU_RayHit& hit) {
-    const uint32_t least = b[0] <= b[1] ? (b[0] <= b[2] ? 0 : 2) : (b[1] <= b[2] ? 1 : 2);
-    const uint32_t i = (least + 1) % 3, j = (least + 2) % 3;
-    fanParameters(i, 3, double(b[i]) - b[least], double(b[j]) - b[least], hit);
-}
-
-} // namespace
-
 /// One ray on its way through the structure.
-struct GU_RayIntersect::Query {
+struct GU_RayIntersect::Query : GU_RaySearch {
     Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, const UT_BoundingBox& scene,
           std::vector<GU_RayCandidate>& list)
-        : org(o)
-        , dir(d)
-        , frame(o, d)
-        , low(info.getMin())
-        , high(info.getMax())
-        , find(info.getFindType())
-        , scale(largest(d))
-        , line(o, UT_Vector3D(d) / scale, bound(low, -1e-6), bound(high, 1e-6), scene)
-        , candidates(list) {}
+        : GU_RaySearch(o, d, info, scene, list)
+        , frame(o, d) {}
 
-    UT_Vector3 org, dir;
     GU_RayFrame frame;
-    float low, high;
-    int find;
-    double scale; ///< from lengths of dir to the units of `line`
-    GU_BvhLine line;
-    GU_RayCandidate best{};
-    bool found = false;
     OutlineAnswer outline;
-    std::vector<GU_RayCandidate>& candidates;
-
-    UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }
-
-    void add(const GU_RayCandidate& c) {
-        if (!(c.t >= low && c.t <= high) || !std::isfinite(c.t)) return;
-        if (find == GU_FIND_ALL)
-            candidates.push_back(c);
-        else if (find == GU_FIND_FURTHEST)
-            keepFurthest(c);
-        else
-            keepNearest(c);
-    }
-
-private:
-    // A range end in the units of `line`, moved outward by rounding.
-    float bound(double end, double outward) const {
-        const double most = std::numeric_limits<float>::max();
-        const double x = end * scale + std::fabs(end * scale) * outward;
-        return static_cast<float>(std::clamp(x, -most, most));
-    }
-    void keepNearest(const GU_RayCandidate& c) {
-        if (found && !nearer(c, best)) return;
-        best = c;
-        found = true;
-        const float limit = bound(std::fabs(double(c.t)), 1e-6);
-        line.high = std::min(line.high, limit);
-        line.low = std::max(line.low, -limit);
-    }
-    void keepFurthest(const GU_RayCandidate& c) {
-        if (found && !further(c, best)) return;
-        best = c;
-        found = true;
-        line.reach = bound(std::fabs(double(c.t)), -1e-6);
-    }
 };
 
 GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGroup* group) {
@@ -112,6 +28,22 @@ GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGrou
     myShapes.collect(*detail, group);
     build();
 }
+
+GU_RayIntersect::GU_RayIntersect(const GU_Detail* begin, const GU_Detail* end) {
+    if (!validForDeformingGeometry(begin, end)) return;
+    mySweep = std::make_unique<GU_RaySweep>(*begin, *end);
+    myBox = mySweep->getBBox();
+}
+
+GU_RayIntersect::~GU_RayIntersect() = default;
+
+int GU_RayIntersect::validForDeformingGeometry(const GU_Detail* begin, const GU_Detail* end) {
+    return begin && end && GU_RaySweep::sameTopology(*begin, *end);
+}
+
+size_t GU_RayIntersect::entries() const { return mySweep ? mySweep->entries() : myShapes.shapes().size(); }
+
+size_t GU_RayIntersect::skipped() const { return mySweep ? mySweep->skipped() : 0; }
 
 void GU_RayIntersect::build() {
     for (const UT_BoundingBox& box : myShapes.boxes()) myBox.enlargeBounds(box);
@@ -145,9 +77,10 @@ GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
 }
 
 int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+    if (mySweep) return mySweep->sendRay(org, dir, info);
     info.reset();
     info.myCandidates.clear();
-    if (!isFinite(org) || !isFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
+    if (!GUisFinite(org) || !GUisFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
     Query query(org, dir, info, myBox, info.myCandidates);
     const auto visit = [&](uint32_t leaf) { visitLeaf(leaf, query); };
     if (query.find == GU_FIND_FURTHEST)
@@ -253,13 +186,13 @@ bool GU_RayIntersect::outlineHolds(const GU_RayShape& shape, const GU_RayFrame& 
 // Leaves one candidate per crossing of a shape, in order along the ray.
 void GU_RayIntersect::keepDistinct(std::vector<GU_RayCandidate>& list) const {
     std::sort(list.begin(), list.end(), [](const GU_RayCandidate& a, const GU_RayCandidate& b) {
-        return a.shape != b.shape ? a.shape < b.shape : before(a, b);
+        return a.shape != b.shape ? a.shape < b.shape : GUbefore(a, b);
     });
     const auto same = [&](const GU_RayCandidate& a, const GU_RayCandidate& b) {
         return a.shape == b.shape && a.item != b.item && double(b.t) - a.t <= double(a.slack) + b.slack;
     };
     list.erase(std::unique(list.begin(), list.end(), same), list.end());
-    std::sort(list.begin(), list.end(), before);
+    std::sort(list.begin(), list.end(), GUbefore);
 }
 
 void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
@@ -267,7 +200,7 @@ void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
     const GU_RayCandidate* nearest = nullptr;
     for (const GU_RayCandidate& c : info.myCandidates) {
         info.myHits.push_back(finish(c, query.at(c.t)));
-        if (nearest && !nearer(c, *nearest)) continue;
+        if (nearest && !GUnearer(c, *nearest)) continue;
         nearest = &c;
         info.myHit = info.myHits.back();
     }
@@ -286,9 +219,9 @@ GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& po
         at = UT_Vector3(UT_Vector3D(p[0]) * c.b[0] + UT_Vector3D(p[1]) * c.b[1] + UT_Vector3D(p[2]) * c.b[2]);
     }
     switch (shape.kind) {
-    case GU_RayShape::TRIANGLE: triangleParameters(c.b, hit); return hit;
+    case GU_RayShape::TRIANGLE: GUtriangleParameters(c.b, hit); return hit;
     case GU_RayShape::FAN:
-    case GU_RayShape::FOLDED: fanParameters(part, shape.vertices, c.b[0], c.b[1], hit); return hit;
+    case GU_RayShape::FOLDED: GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit); return hit;
     case GU_RayShape::QUAD: shape.prim->parametric(at, hit.u, hit.v); return hit;
     case GU_RayShape::MESH: {
         const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);
