@@ -338,7 +338,12 @@ TEST(DeformingCollision, RandomTrianglesAgreeWithAModel) {
         rig.start();
         std::vector<Model> models;
         for (int i = 0; i < PARTICLES; ++i) {
-            const UT_Vector3 p = vector(1), v = vector(1) * (1 / DT);
+            // Towards some place that the triangle passes, or a little beside it.
+            const UT_Vector3 p = vector(1);
+            const float s = std::fabs(number(1)), a = number(1), b = number(1);
+            const auto corner = [&](int k) { return from[k] * (1 - s) + to[k] * s; };
+            const UT_Vector3 aim = corner(0) * (1 - a - b) + corner(1) * a + corner(2) * b;
+            const UT_Vector3 v = (aim - p) * (1 / (std::max(s, 0.1f) * DT));
             rig.place(i, p, v);
             Model model{{}, {}, UT_Vector3D(p), UT_Vector3D(v)};
             for (int k = 0; k < 3; ++k) model.from[k] = UT_Vector3D(from[k]), model.to[k] = UT_Vector3D(to[k]);

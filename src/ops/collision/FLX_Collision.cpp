@@ -164,9 +164,7 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myRules.timeStep = context.timeStep;
     myRules.behavior = myBehavior;
     if (myBehavior == FLX_HIT_BOUNCE) myRules.finalBehavior = std::clamp(FINALBEHAVIOR(), 0, int(FLX_FINAL_SLIDE));
-    allowVar(0);
     myRules.iterations = myHint == FLX_GeoHint::Translating ? 1 : BOUNCE(t);
-    allowVar(1);
     myRules.oversampling = myParts;
     myRules.addPrimToHitId = HITUSE() == 1;
     if (myBehavior == FLX_HIT_BOUNCE && myHint == FLX_GeoHint::Static && ENFORCEORIENT())

@@ -7,7 +7,7 @@
 
 /// Finds the particles whose last move crossed the surface of some geometry, and lets them die, bounce, stop, stick,
 /// slide, or go on; tells where and how they hit.
-class FLX_Collision final : public FLX_IntersectBase {
+class FLX_Collision : public FLX_IntersectBase {
 public:
     FLX_Collision(OP_Network* parent, const char* name, OP_Operator* op);
     ~FLX_Collision() override;

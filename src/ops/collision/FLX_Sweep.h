@@ -103,8 +103,8 @@ public:
     /// it first uses up the time left.
     int finish(bool moveOn);
 
-    /// Where the distance to the surface ahead goes; null when nobody asks.
-    float* distance() const { return value<float>(rules.at.distance); }
+    /// Where the distance to the surface ahead goes; null when nobody asks. After a hit it stays 0.
+    float* distance() const { return touched ? nullptr : value<float>(rules.at.distance); }
     const FLX_SurfaceHit* previous() const { return last.prim >= 0 ? &last : nullptr; }
     int& state() const { return *point->castAttribData<int>(rules.at.core.state); }
     template <class T> T* value(int offset) const { return offset < 0 ? nullptr : point->castAttribData<T>(offset); }
