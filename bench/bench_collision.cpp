@@ -1,5 +1,7 @@
 // Particles that bounce off a hundred thousand triangles: the whole network against one pass over an array of
 // structures, and what the sweep alone costs.
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 
@@ -26,8 +28,9 @@ private:
 
 /// Particles over hills, pulled down, in a network of location, force and collision.
 struct Rain {
-    Rain(const char* name, const std::string& hills, bool distance)
-        : simulation(name)
+    Rain(const char* name, const std::string& hills, bool distance, bool inOrder = false)
+        : ordered(inOrder)
+        , simulation(name)
         , birth(addImmortals(simulation, COUNT))
         , pull(simulation.add("force", "pull", &birth))
         , hit(simulation.add("collision", "hit", &pull)) {
@@ -42,27 +45,36 @@ struct Rain {
         birth.setFloat("impulserate", 0, double(COUNT));
         startFull(simulation, birth, hit);
         Random random;
-        const FLX_ContextData& context = simulation.context();
+        std::vector<std::pair<UT_Vector3, UT_Vector3>> starts;
+        for (size_t i = 0; i < COUNT; ++i) {
+            UT_Vector3 p, v(0, 0, 0);
+            p.x() = random.between(-4.5f, 4.5f), p.y() = random.between(0.5f, 5), p.z() = random.between(-4.5f, 4.5f);
+            v.x() = random.between(-0.2f, 0.2f), v.z() = random.between(-0.2f, 0.2f);
+            starts.emplace_back(p, v);
+        }
+        const auto cell = [](const UT_Vector3& p) { return std::pair(std::floor(p.x() * 8), std::floor(p.z() * 8)); };
+        if (ordered)
+            std::stable_sort(starts.begin(), starts.end(),
+                             [&](const auto& a, const auto& b) { return cell(a.first) < cell(b.first); });
         const GEO_PrimParticle& prim = simulation.primitive(birth);
         for (size_t i = 0; i < prim.particleCount(); ++i) {
-            GEO_Point* p = prim.particle(i);
-            const float x = random.between(-4.5f, 4.5f), y = random.between(0.5f, 5), z = random.between(-4.5f, 4.5f);
-            p->setPos({x, y, z, 1});
-            context.velocity(p) = {random.between(-0.2f, 0.2f), 0, random.between(-0.2f, 0.2f)};
+            prim.particle(i)->setPos(UT_Vector4(starts[i].first, 1));
+            simulation.context().velocity(prim.particle(i)) = starts[i].second;
         }
     }
     void run(int frames) {
         for (int i = 0; i < frames; ++i) simulation.cook();
     }
 
+    bool ordered; ///< neighbours in space are neighbours in memory
     Simulation simulation;
     FLX_Node &birth, &pull, &hit;
 };
 
 /// The network's cook alone, on the same particles again and again.
 struct Moment {
-    Moment(const char* name, const std::string& hills, bool distance, int after)
-        : rain(name, hills, distance) {
+    Moment(const char* name, const std::string& hills, bool distance, bool ordered, int after)
+        : rain(name, hills, distance, ordered) {
         rain.start();
         rain.run(after);
         rain.simulation.timeStep();
@@ -112,15 +124,21 @@ void compareNetwork(const std::string& hills) {
 void compareCasts(const std::string& hills) {
     Comparison table("one cook of location, force and collision, 100 000 particles, ns per particle");
     std::vector<std::unique_ptr<Moment>> moments;
-    for (const int after : {4, 40, 90})
-        for (const bool distance : {false, true}) {
-            const std::string name = "after" + std::to_string(after) + (distance ? "dist" : "");
-            moments.push_back(std::make_unique<Moment>(name.c_str(), hills, distance, after));
-            Moment& moment = *moments.back();
-            table.add(
-                "frame " + std::to_string(after) + (distance ? ", with \"dist\"" : ""), double(COUNT),
-                [&] { moment.cook(); }, [&] { moment.restore(); });
-        }
+    const auto add = [&](int after, bool distance, bool ordered) {
+        const std::string name = std::to_string(after) + (distance ? "dist" : "") + (ordered ? "ordered" : "");
+        moments.push_back(std::make_unique<Moment>(("after" + name).c_str(), hills, distance, ordered, after));
+        Moment& moment = *moments.back();
+        table.add(
+            "frame " + std::to_string(after) + (distance ? ", with \"dist\"" : "") +
+                (ordered ? ", particles in order of place" : ""),
+            double(COUNT), [&] { moment.cook(); }, [&] { moment.restore(); });
+    };
+    for (const int after : {4, 40, 90}) {
+        add(after, false, false);
+        add(after, true, false);
+    }
+    add(40, false, true);
+    add(90, false, true);
     table.run(9);
     table.print(0);
 }

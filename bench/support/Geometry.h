@@ -77,4 +77,35 @@ inline void fillHills(GU_Detail& detail, int cells, float phase = 0) {
         }
 }
 
+/// A closed ball of 2 * cols * (rows - 1) triangles with shared points, normals outward.
+inline void fillBall(GU_Detail& detail, int rows, int cols, UT_Vector3 centre, float radius) {
+    constexpr float PI = 3.14159265f;
+    std::vector<GEO_Point*> points;
+    const int count = (rows - 1) * cols + 2;
+    for (int i = 0; i < count; ++i) detail.appendPoint();
+    for (int i = 0; i < count; ++i) points.push_back(detail.points()(size_t(i)));
+    const auto put = [&](int i, float x, float y, float z) {
+        points[size_t(i)]->setPos(UT_Vector4(centre + UT_Vector3(x, y, z) * radius, 1));
+    };
+    const auto at = [&](int row, int col) {
+        return row == 0      ? points[size_t(count) - 2]
+               : row == rows ? points[size_t(count) - 1]
+                             : points[size_t((row - 1) * cols + col % cols)];
+    };
+    for (int row = 1; row < rows; ++row)
+        for (int col = 0; col < cols; ++col) {
+            const float a = PI * float(row) / float(rows), b = 2 * PI * float(col) / float(cols);
+            put((row - 1) * cols + col, std::sin(a) * std::cos(b), std::cos(a), std::sin(a) * std::sin(b));
+        }
+    put(count - 2, 0, 1, 0);
+    put(count - 1, 0, -1, 0);
+    for (int row = 0; row < rows; ++row)
+        for (int col = 0; col < cols; ++col) {
+            GEO_Point* const first[] = {at(row, col), at(row, col + 1), at(row + 1, col + 1)};
+            GEO_Point* const second[] = {at(row, col), at(row + 1, col + 1), at(row + 1, col)};
+            if (row > 0) GU_PrimPoly::build(&detail, first);
+            if (row + 1 < rows) GU_PrimPoly::build(&detail, second);
+        }
+}
+
 } // namespace bench

@@ -1,5 +1,7 @@
 #include "ops/collision/FLX_Collider.h"
 
+#include <utility>
+
 namespace {
 
 UT_Vector3D centroid(const GU_Detail& detail) {
@@ -19,7 +21,7 @@ void FLX_Collider::fetch(FLX_Node& node, const Request& request) {
     const size_t moments = request.hint == FLX_GeoHint::Translating ? size_t(request.parts) + 1
                            : request.hint == FLX_GeoHint::Deforming ? 2
                                                                     : 1;
-    myHint = request.hint;
+    if (request.hint != std::exchange(myHint, request.hint)) myMoments.clear();
     myMoments.resize(moments);
     mySpan = moments > 1 ? request.timeStep / float(moments - 1) : 0;
     for (size_t i = 0; i < moments; ++i) {
