@@ -13,11 +13,23 @@
 struct GU_RayIntersect::Query : GU_RaySearch {
     Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, const UT_BoundingBox& scene,
           std::vector<GU_RayCandidate>& list)
-        : GU_RaySearch(o, d, info, scene, list)
-        , frame(o, d) {}
+        : GU_RaySearch(o, d, info, list)
+        , frame(o, d) {
+        aim(UT_Vector3D(o), UT_Vector3D(d), low, high, scene);
+    }
 
     GU_RayFrame frame;
     OutlineAnswer outline;
+};
+
+struct GU_RayIntersect::Visitor {
+    const GU_RayIntersect& rays;
+    Query& query;
+    void ahead(uint32_t leaf) const {
+        const char* p = reinterpret_cast<const char*>(&rays.myLeaves[leaf]);
+        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
+    }
+    void operator()(uint32_t leaf) const { rays.visitLeaf(leaf, query); }
 };
 
 GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGroup* group) {
@@ -46,20 +58,51 @@ size_t GU_RayIntersect::entries() const { return mySweep ? mySweep->entries() : 
 size_t GU_RayIntersect::skipped() const { return mySweep ? mySweep->skipped() : 0; }
 
 void GU_RayIntersect::build() {
-    for (const UT_BoundingBox& box : myShapes.boxes()) myBox.enlargeBounds(box);
     myBvh.build(myShapes.boxes());
+    fillLeaves();
+}
+
+void GU_RayIntersect::fillLeaves() {
+    myBox.initBounds();
+    for (const UT_BoundingBox& box : myShapes.boxes()) myBox.enlargeBounds(box);
     myLeaves.resize(myBvh.leafCount());
     for (size_t l = 0; l < myLeaves.size(); ++l) {
         const uint32_t* items = myBvh.leafItems(l);
         Leaf& leaf = myLeaves[l];
         for (int i = 0; i < 4; ++i) {
-            leaf.item[i] = items[i];
+            leaf.lane[i] = laneOf(items[i]);
             for (size_t v = 0; v < 3; ++v)
                 for (int k = 0; k < 3; ++k)
                     leaf.corners[v][k][i] = items[i] == GU_Bvh::NO_ITEM ? 0 : myShapes.triangles()[items[i]][v][k];
         }
     }
     myShapes.dropBuildData();
+}
+
+uint32_t GU_RayIntersect::laneOf(uint32_t item) const {
+    if (item == GU_Bvh::NO_ITEM) return item;
+    const GU_RayShape::Kind kind = myShapes.shapes()[myShapes.items()[item].shape].kind;
+    return kind == GU_RayShape::QUADRIC || kind == GU_RayShape::FOLDED ? item | Leaf::SPECIAL : item;
+}
+
+int GU_RayIntersect::refit(const GU_Detail* detail, const GB_PrimitiveGroup* group) {
+    if (!detail || mySweep) return 0;
+    GU_RayShapes shapes;
+    shapes.collect(*detail, group);
+    if (shapes.items() != myShapes.items()) return 0;
+    myShapes = std::move(shapes);
+    myDataId = detail->dataId();
+    myChangeCount = detail->getChangeCount();
+    myLayoutSerial = detail->layoutSerial();
+    myBvh.refit(myShapes.boxes());
+    fillLeaves();
+    return 1;
+}
+
+int GU_RayIntersect::refit(const GU_Detail* begin, const GU_Detail* end) {
+    if (!mySweep || !validForDeformingGeometry(begin, end) || !mySweep->refit(*begin, *end)) return 0;
+    myBox = mySweep->getBBox();
+    return 1;
 }
 
 int GU_RayIntersect::validForDetail(const GU_Detail* detail) const {
@@ -81,8 +124,9 @@ int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_Ra
     info.reset();
     info.myCandidates.clear();
     if (!GUisFinite(org) || !GUisFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
+    if (GU_RaySearch::misses(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox)) return 0;
     Query query(org, dir, info, myBox, info.myCandidates);
-    const auto visit = [&](uint32_t leaf) { visitLeaf(leaf, query); };
+    const Visitor visit{*this, query};
     if (query.find == GU_FIND_FURTHEST)
         myBvh.along<true>(query.line, visit);
     else
@@ -116,12 +160,18 @@ void GU_RayIntersect::visitLeaf(uint32_t number, Query& query) const {
     const GU_Float4 error = m * m * GU_Float4::splat(0x1p-17f) + GU_Float4::splat(1e-36f);
     const int missed = less(min(min(a, b), c), GU_Float4::splat(0) - error) & less(error, max(max(a, b), c));
     for (uint32_t i = 0; i < 4; ++i) {
-        if (missed >> i & 1 || leaf.item[i] == GU_Bvh::NO_ITEM) continue;
-        if (myShapes.isQuadric(leaf.item[i]))
-            testQuadric(number * 4 + i, query);
+        if (missed >> i & 1 || !leaf.isUsed(i)) continue;
+        if (leaf.isSpecial(i))
+            testSpecial(number * 4 + i, query);
         else
             testTriangle(number * 4 + i, query);
     }
+}
+
+void GU_RayIntersect::testSpecial(uint32_t place, Query& query) const {
+    const uint32_t item = myLeaves[place / 4].item(place % 4);
+    if (myShapes.isQuadric(item)) return testQuadric(place, query);
+    if (outlineHolds(myShapes.items()[item].shape, query.frame, query.outline)) testTriangle(place, query);
 }
 
 void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
@@ -132,7 +182,8 @@ void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
     const double area = u + v + w;
     if (area == 0) return; // seen from the side, or without area: the triangles next to it are hit
     const double t = (u * a.z() + v * b.z() + w * c.z()) / area;
-    const uint32_t item = myLeaves[place / 4].item[place % 4];
+    if (!query.isWanted(static_cast<float>(t))) return;
+    const uint32_t item = myLeaves[place / 4].item(place % 4);
     const GU_RayItem& piece = myShapes.items()[item];
     const double depth = std::max({std::fabs(a.z()), std::fabs(b.z()), std::fabs(c.z())});
     const GU_RayCandidate candidate{
@@ -142,13 +193,11 @@ void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
         item,
         place,
         {static_cast<float>(u / area), static_cast<float>(v / area), static_cast<float>(w / area)}};
-    const bool folded = myShapes.shapes()[piece.shape].kind == GU_RayShape::FOLDED;
-    if (folded && !outlineHolds(piece.shape, query.frame, query.outline)) return;
     query.add(candidate);
 }
 
 void GU_RayIntersect::testQuadric(uint32_t place, Query& query) const {
-    const uint32_t item = myLeaves[place / 4].item[place % 4], number = myShapes.items()[item].shape;
+    const uint32_t item = myLeaves[place / 4].item(place % 4), number = myShapes.items()[item].shape;
     double t[2];
     int sides[2];
     const int count =

@@ -47,6 +47,13 @@ public:
     GU_RayIntersect(const GU_RayIntersect&) = delete;
     GU_RayIntersect& operator=(const GU_RayIntersect&) = delete;
 
+    /// Follows the detail to where its points are now, which costs much less than building: queries then answer as from
+    /// a new structure. 0, and nothing changed, when its primitives do not come apart into the same pieces as before
+    /// (another topology, faces that lost or gained an edge or a bend): build a new one then.
+    int refit(const GU_Detail* detail, const GB_PrimitiveGroup* group = nullptr);
+    /// The same for deforming geometry; also 0 when validForDeformingGeometry says no.
+    int refit(const GU_Detail* begin, const GU_Detail* end);
+
     /// Non-zero when both details are there and have the same topology: as many points, as many primitives, and the
     /// primitives of one number of the same kind, with as many vertices, equally closed (meshes: with as many columns,
     /// equally wrapped), and each vertex on the point of the same number. Slots and attributes do not matter.
@@ -88,15 +95,23 @@ private:
     /// Four items as the search visits them: corners[vertex][axis][lane]. Lanes of items that are no triangles hold
     /// NaN.
     struct alignas(16) Leaf {
+        static constexpr uint32_t SPECIAL = 0x80000000u; ///< no triangle that always counts: look at its shape
         float corners[3][3][4];
-        uint32_t item[4];
+        uint32_t lane[4]; ///< item with the bit SPECIAL, or NO_ITEM
+
+        bool isUsed(uint32_t i) const { return lane[i] != GU_Bvh::NO_ITEM; }
+        bool isSpecial(uint32_t i) const { return lane[i] & SPECIAL; }
+        uint32_t item(uint32_t i) const { return lane[i] & ~SPECIAL; }
     };
     struct Query;
     using Corners = GU_RayShapes::Triangle;
     void build();
+    void fillLeaves();
+    uint32_t laneOf(uint32_t item) const;
     Corners corners(uint32_t place) const;
     void visitLeaf(uint32_t leaf, Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
+    void testSpecial(uint32_t place, Query& query) const;
     void testQuadric(uint32_t place, Query& query) const;
     void keepDistinct(std::vector<GU_RayCandidate>& candidates) const;
     /// The hit of a candidate; `position` is only looked at for quadrics.
@@ -110,6 +125,7 @@ private:
         uint32_t shape = GU_Bvh::NO_ITEM;
         bool holds = false;
     };
+    struct Visitor;
     bool outlineHolds(uint32_t shape, const GU_RayFrame& frame, OutlineAnswer& answer) const;
     bool outlineHolds(const GU_RayShape& shape, const GU_RayFrame& frame) const;
     bool nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& candidate, UT_Vector3& position,

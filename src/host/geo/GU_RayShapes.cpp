@@ -64,8 +64,7 @@ void GU_RayShapes::beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind,
     myShapes.push_back({&prim, kind, first, static_cast<uint32_t>(vertices), UT_Vector3(0, 0, 0)});
 }
 
-void GU_RayShapes::addEdge(const UT_Vector3& a, const UT_Vector3& b) {
-    const uint64_t from = hashPoint(a), to = hashPoint(b);
+void GU_RayShapes::addEdge(uint64_t from, uint64_t to) {
     // Odd in the direction, and no use of one edge can make up for another's.
     if (from < to)
         myEdgeSum += mix(from + 3 * to);
@@ -74,9 +73,8 @@ void GU_RayShapes::addEdge(const UT_Vector3& a, const UT_Vector3& b) {
 }
 
 void GU_RayShapes::addTriangle(uint32_t part, const UT_Vector3& a, const UT_Vector3& b, const UT_Vector3& c) {
-    addEdge(a, b);
-    addEdge(b, c);
-    addEdge(c, a);
+    const uint64_t hashes[3] = {hashPoint(a), hashPoint(b), hashPoint(c)};
+    for (int i = 0; i < 3; ++i) addEdge(hashes[i], hashes[(i + 1) % 3]);
     if (a == b || b == c || c == a) return; // without area for sure, and its edges cancel
     UT_BoundingBox box(a, a);
     box.enlargeBounds(b);

@@ -29,42 +29,74 @@ bool isQuadric(const GEO_Primitive& prim) {
 
 /// One ray on its way through the structure. Section 0 of its way lies before the step, 2 behind it.
 struct GU_RaySweep::Query : GU_RaySearch {
-    Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, const UT_BoundingBox& scene,
-          std::vector<GU_RayCandidate>& list)
-        : GU_RaySearch(o, d, info, scene, list)
+    Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, std::vector<GU_RayCandidate>& list)
+        : GU_RaySearch(o, d, info, list)
         , start(info.getStartFraction() > 0 ? std::min(double(info.getStartFraction()), 1.0) : 0)
         , origin(o)
         , way(d) {
         const double length = info.getRangeLength(), most = std::numeric_limits<float>::max();
         rate = length > 0 && std::isfinite(length) ? (1 - start) / length : 0;
-        const double first = std::max(double(low), -most), last = std::min(double(high), most);
+        const double first = std::clamp(double(low), -most, most), last = std::clamp(double(high), -most, most);
         const double begin = rate > 0 ? -start / rate : first, end = rate > 0 ? length : last;
         const double knots[SECTIONS + 1] = {first, std::clamp(begin, first, last), std::clamp(end, first, last), last};
         std::copy(knots, knots + SECTIONS + 1, ends);
     }
 
-    /// The section is empty, or only a moment that belongs to the step.
-    bool isEmpty(uint32_t section) const {
-        if (section == 1) return rate > 0 && (ends[0] > length() || ends[SECTIONS] < -start / rate);
-        return !(ends[section] < ends[section + 1]) && !(ends[0] == ends[SECTIONS] && isEmpty(1) && isHere(section));
+    /// Turns to a section, false when nothing can be met during it. `scene` is a box in the frame of the tree.
+    bool enter(uint32_t which, const UT_Vector3D& drift, const UT_BoundingBox& scene, const UT_BoundingBox& world) {
+        if (!isUsed(which)) return false;
+        section = which;
+        const double first = ends[which], last = ends[which + 1];
+        const UT_Vector3D from = origin - drift * startOf(which);
+        const UT_Vector3D along = which == 1 ? way - drift * rate : way;
+        if (misses(from, along, first, last, scene)) return false;
+        aim(from, along, first, last, scene);
+        setView(world);
+        return true;
     }
+
     double fraction(double t) const { return std::clamp(start + rate * t, 0.0, 1.0); }
     UT_Vector3D at(const Moving& p, double f) const {
         return f == 1 ? UT_Vector3D(p.to) : UT_Vector3D(p.from) + (UT_Vector3D(p.to) - UT_Vector3D(p.from)) * f;
     }
-    /// The corner as the particle sees it during a section.
-    void look(const Moving& p, uint32_t section, UT_Vector3D& place, UT_Vector3D& speed) const {
-        place = at(p, section == 0 ? 0 : section == 1 ? start : 1) - origin;
+    /// The corner as the particle sees it during the section.
+    void look(const Moving& p, UT_Vector3D& place, UT_Vector3D& speed) const {
+        place = at(p, startOf(section)) - origin;
         speed = (section == 1 ? (UT_Vector3D(p.to) - UT_Vector3D(p.from)) * rate : UT_Vector3D(0, 0, 0)) - way;
     }
 
     double start, rate = 0;
     UT_Vector3D origin, way;
     double ends[SECTIONS + 1]; ///< of the sections
+    uint32_t section = 1;      ///< the one at hand
+    /// Its ends in float: where the particle is, and at which fraction of the step the surface.
+    struct {
+        float at[2][3], fraction[2], slop[3];
+    } view;
 
 private:
     double length() const { return (1 - start) / rate; }
-    bool isHere(uint32_t section) const { return section == 0 ? ends[0] < 0 : ends[0] > 0; }
+    double startOf(uint32_t which) const { return which == 0 ? 0 : which == 1 ? start : 1; }
+    // Whether the range has more of the section than a moment that belongs to the step.
+    bool isUsed(uint32_t which) const {
+        const bool meetsStep = !(rate > 0) || (ends[0] <= length() && ends[SECTIONS] >= -start / rate);
+        if (which == 1) return meetsStep;
+        if (ends[which] < ends[which + 1]) return true;
+        return !meetsStep && (which == 0 ? ends[0] < 0 : ends[0] > 0); // all of the range is one moment
+    }
+    void setView(const UT_BoundingBox& world) {
+        for (uint32_t e = 0; e < 2; ++e)
+            view.fraction[e] = static_cast<float>(section == 1 ? fraction(ends[1 + e]) : startOf(section));
+        for (int k = 0; k < 3; ++k) {
+            double most = std::max(std::fabs(double(world.vmin()[k])), std::fabs(double(world.vmax()[k])));
+            for (uint32_t e = 0; e < 2; ++e) {
+                const double at = origin[k] + way[k] * ends[section + e];
+                view.at[e][k] = static_cast<float>(std::clamp(at, -3e38, 3e38));
+                most = std::max(most, std::fabs(at));
+            }
+            view.slop[k] = static_cast<float>(std::min(2e-6 * most, 3e38));
+        }
+    }
 };
 
 bool GU_RaySweep::sameTopology(const GU_Detail& begin, const GU_Detail& end) {
@@ -88,65 +120,89 @@ bool GU_RaySweep::sameTopology(const GU_Detail& begin, const GU_Detail& end) {
 }
 
 GU_RaySweep::GU_RaySweep(const GU_Detail& begin, const GU_Detail& end) {
-    collect(begin, end);
-    build();
+    myPieces = Pieces(begin, end);
+    myBvh.build(myPieces.boxes);
+    fillLeaves();
 }
 
-void GU_RaySweep::collect(const GU_Detail& begin, const GU_Detail& end) {
+bool GU_RaySweep::refit(const GU_Detail& begin, const GU_Detail& end) {
+    Pieces pieces(begin, end);
+    if (pieces.items != myPieces.items) return false;
+    myPieces = std::move(pieces);
+    myBvh.refit(myPieces.boxes);
+    fillLeaves();
+    return true;
+}
+
+GU_RaySweep::Pieces::Pieces(const GU_Detail& begin, const GU_Detail& end) {
     for (size_t n = 0; n < end.primitives().entries(); ++n) {
         const GEO_Primitive &from = *begin.primitives()[n], &to = *end.primitives()[n];
-        const size_t before = myItems.size();
+        const size_t before = items.size();
         if (to.getPrimitiveId() == GEOPRIMPOLY)
             addPolygon(static_cast<const GEO_PrimPoly&>(from), static_cast<const GEO_PrimPoly&>(to));
         else if (to.getPrimitiveId() == GEOPRIMMESH)
             addMesh(static_cast<const GEO_PrimMesh&>(from), static_cast<const GEO_PrimMesh&>(to));
         else if (isQuadric(to))
-            ++mySkipped;
-        if (myItems.size() == before && !myShapes.empty() && myShapes.back().prim == &to) myShapes.pop_back();
+            ++skipped;
+        if (items.size() == before && !shapes.empty() && shapes.back().prim == &to) shapes.pop_back();
+    }
+    enclose();
+}
+
+void GU_RaySweep::Pieces::enclose() {
+    for (const auto& triangle : triangles)
+        for (const Moving& p : triangle) drift += UT_Vector3D(p.to) - UT_Vector3D(p.from);
+    drift /= std::max(1.0, 3 * static_cast<double>(triangles.size()));
+    boxes.reserve(triangles.size());
+    for (const auto& triangle : triangles) {
+        boxes.emplace_back();
+        for (const Moving& p : triangle) {
+            boxes.back().enlargeBounds(p.from);
+            boxes.back().enlargeBounds(UT_Vector3(UT_Vector3D(p.to) - drift));
+            box.enlargeBounds(p.from);
+            box.enlargeBounds(p.to);
+        }
     }
 }
 
-void GU_RaySweep::addPolygon(const GEO_PrimPoly& from, const GEO_PrimPoly& to) {
+void GU_RaySweep::Pieces::addPolygon(const GEO_PrimPoly& from, const GEO_PrimPoly& to) {
     const int n = to.getVertexCount();
     if (!to.isClosed() || n < 3) return;
-    std::vector<Moving> outline;
-    std::vector<UT_Vector3> sides[2];
+    std::vector<Moving>& p = outline;
+    p.clear();
     for (int i = 0; i < n; ++i) {
-        const Moving p{GUpointOf(from, i), GUpointOf(to, i)};
-        if (!GUisFinite(p.from) || !GUisFinite(p.to)) return;
-        outline.push_back(p);
-        sides[0].push_back(p.from);
-        sides[1].push_back(p.to);
+        p.push_back({GUpointOf(from, i), GUpointOf(to, i)});
+        if (!GUisFinite(p.back().from) || !GUisFinite(p.back().to)) return;
     }
-    myShapes.push_back({&to, Shape::TRIANGLE, static_cast<uint32_t>(myOutlines.size()), static_cast<uint32_t>(n)});
-    if (n == 3) return addTriangle(0, outline[0], outline[1], outline[2]);
-    const bool star = GUisStar(sides[0], GUmeanOf(sides[0]), from.computeNormal()) &&
-                      GUisStar(sides[1], GUmeanOf(sides[1]), to.computeNormal());
-    myShapes.back().kind = star ? Shape::FAN : Shape::FOLDED;
-    myOutlines.insert(myOutlines.end(), outline.begin(), outline.end());
-    addFan(outline, 0);
+    shapes.push_back({&to, Shape::TRIANGLE, static_cast<uint32_t>(outlines.size()), static_cast<uint32_t>(n)});
+    if (n == 3) return addTriangle(0, p[0], p[1], p[2]);
+    outlines.insert(outlines.end(), p.begin(), p.end());
+    const Moving mean = addFan(0);
+    const bool star =
+        GUisStar(sides[0], mean.from, from.computeNormal()) && GUisStar(sides[1], mean.to, to.computeNormal());
+    shapes.back().kind = star ? Shape::FAN : Shape::FOLDED;
 }
 
-void GU_RaySweep::addMesh(const GEO_PrimMesh& from, const GEO_PrimMesh& to) {
+void GU_RaySweep::Pieces::addMesh(const GEO_PrimMesh& from, const GEO_PrimMesh& to) {
     const int rows = to.cellRows(), cols = to.cellCols();
     if (rows < 1 || cols < 1) return;
-    myShapes.push_back({&to, Shape::MESH, 0, 0});
-    std::vector<Moving> cell;
+    shapes.push_back({&to, Shape::MESH, 0, 0});
     for (int row = 0; row < rows; ++row)
         for (int col = 0; col < cols; ++col) {
-            cell.clear();
+            outline.clear();
             bool finite = true;
             for (int vertex : {to.vertexIndex(row, col), to.vertexIndex(row, col + 1), to.vertexIndex(row + 1, col + 1),
                                to.vertexIndex(row + 1, col)}) {
-                cell.push_back({GUpointOf(from, vertex), GUpointOf(to, vertex)});
-                finite &= GUisFinite(cell.back().from) && GUisFinite(cell.back().to);
+                outline.push_back({GUpointOf(from, vertex), GUpointOf(to, vertex)});
+                finite &= GUisFinite(outline.back().from) && GUisFinite(outline.back().to);
             }
-            if (finite) addFan(cell, static_cast<uint32_t>(row * cols + col) * 4);
+            if (finite) addFan(static_cast<uint32_t>(row * cols + col) * 4);
         }
 }
 
-void GU_RaySweep::addFan(const std::vector<Moving>& outline, uint32_t firstPart) {
-    std::vector<UT_Vector3> sides[2];
+// Triangles about the mean of `outline`, which is returned.
+GU_RaySweep::Moving GU_RaySweep::Pieces::addFan(uint32_t firstPart) {
+    for (std::vector<UT_Vector3>& side : sides) side.clear();
     for (const Moving& p : outline) {
         sides[0].push_back(p.from);
         sides[1].push_back(p.to);
@@ -154,44 +210,50 @@ void GU_RaySweep::addFan(const std::vector<Moving>& outline, uint32_t firstPart)
     const Moving mean{GUmeanOf(sides[0]), GUmeanOf(sides[1])};
     for (size_t i = 0; i < outline.size(); ++i)
         addTriangle(firstPart + static_cast<uint32_t>(i), outline[i], outline[(i + 1) % outline.size()], mean);
+    return mean;
 }
 
-void GU_RaySweep::addTriangle(uint32_t part, const Moving& a, const Moving& b, const Moving& c) {
-    UT_BoundingBox box;
-    for (const Moving* p : {&a, &b, &c}) {
-        box.enlargeBounds(p->from);
-        box.enlargeBounds(p->to);
-    }
-    myBoxes.push_back(box);
-    myTriangles.push_back({a, b, c});
-    myItems.push_back({static_cast<uint32_t>(myShapes.size() - 1), part});
+void GU_RaySweep::Pieces::addTriangle(uint32_t part, const Moving& a, const Moving& b, const Moving& c) {
+    triangles.push_back({a, b, c});
+    items.push_back({static_cast<uint32_t>(shapes.size() - 1), part});
 }
 
-void GU_RaySweep::build() {
-    for (const UT_BoundingBox& box : myBoxes) myBox.enlargeBounds(box);
-    myBvh.build(myBoxes);
+void GU_RaySweep::fillLeaves() {
+    myTreeBox.initBounds();
+    for (const UT_BoundingBox& box : myPieces.boxes) myTreeBox.enlargeBounds(box);
     myLeaves.resize(myBvh.leafCount());
     for (size_t l = 0; l < myLeaves.size(); ++l)
-        for (int i = 0; i < 4; ++i) {
+        for (size_t i = 0; i < 4; ++i) {
             const uint32_t item = myBvh.leafItems(l)[i];
             myLeaves[l].item[i] = item;
-            if (item != GU_Bvh::NO_ITEM)
-                std::copy(myTriangles[item].begin(), myTriangles[item].end(), myLeaves[l].corners[i]);
+            for (size_t v = 0; v < 3; ++v) {
+                const Moving p = item == GU_Bvh::NO_ITEM ? Moving{{0, 0, 0}, {0, 0, 0}} : myPieces.triangles[item][v];
+                for (int k = 0; k < 3; ++k) {
+                    myLeaves[l].corners[0][v][k][i] = p.from[k];
+                    myLeaves[l].corners[1][v][k][i] = p.to[k];
+                }
+            }
         }
-    myTriangles = {};
-    myBoxes = {};
+    myPieces.triangles = {};
+    myPieces.boxes = {};
 }
+
+struct GU_RaySweep::Visitor {
+    const GU_RaySweep& sweep;
+    Query& query;
+    void ahead(uint32_t leaf) const {
+        const char* p = reinterpret_cast<const char*>(&sweep.myLeaves[leaf]);
+        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
+    }
+    void operator()(uint32_t leaf) const { sweep.visitLeaf(leaf, query); }
+};
 
 int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
     info.reset();
     info.myCandidates.clear();
     if (!GUisFinite(org) || !GUisFinite(dir) || !(info.myMin <= info.myMax)) return 0;
-    Query query(org, dir, info, myBox, info.myCandidates);
-    const auto visit = [&](uint32_t leaf) { visitLeaf(leaf, query); };
-    if (query.find == GU_FIND_FURTHEST)
-        myBvh.along<true>(query.line, visit);
-    else
-        myBvh.along<false>(query.line, visit);
+    Query query(org, dir, info, info.myCandidates);
+    for (uint32_t section : {1u, 2u, 0u}) walk(section, query);
     if (query.find == GU_FIND_ALL)
         finishAll(info, query);
     else if (query.found)
@@ -199,43 +261,73 @@ int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInf
     return info.myHit.prim != nullptr;
 }
 
-void GU_RaySweep::visitLeaf(uint32_t leaf, Query& query) const {
+void GU_RaySweep::walk(uint32_t section, Query& query) const {
+    if (!query.enter(section, myPieces.drift, myTreeBox, myPieces.box)) return;
+    const Visitor visit{*this, query};
+    if (query.find == GU_FIND_FURTHEST)
+        myBvh.along<true>(query.line, visit);
+    else
+        myBvh.along<false>(query.line, visit);
+}
+
+// The corners relative to the particle at both ends of the section, four triangles at once in float: none that lie to
+// one side of it throughout is met. `slop` is far above what rounding does to coordinates of this size.
+int GU_RaySweep::missed(const Leaf& leaf, const Query& query) const {
+    const auto& ends = query.view;
+    const GU_Float4 zero = GU_Float4::splat(0);
+    int mask = 0;
+    for (size_t k = 0; k < 3; ++k) {
+        GU_Float4 low = GU_Float4::splat(HUGE_VALF), high = zero - low;
+        const GU_Float4 slop = GU_Float4::splat(ends.slop[k]);
+        for (size_t v = 0; v < 3; ++v) {
+            const GU_Float4 from = GU_Float4::load(leaf.corners[0][v][k]);
+            const GU_Float4 way = GU_Float4::load(leaf.corners[1][v][k]) - from;
+            for (int e = 0; e < 2; ++e) {
+                const GU_Float4 p = from + way * GU_Float4::splat(ends.fraction[e]) - GU_Float4::splat(ends.at[e][k]);
+                low = min(low, p);
+                high = max(high, p);
+            }
+        }
+        mask |= less(slop, low) | less(high, zero - slop);
+    }
+    return mask;
+}
+
+void GU_RaySweep::visitLeaf(uint32_t number, Query& query) const {
+    const Leaf& leaf = myLeaves[number];
+    const int skip = missed(leaf, query);
     for (uint32_t i = 0; i < 4; ++i)
-        if (myLeaves[leaf].item[i] != GU_Bvh::NO_ITEM) testTriangle(leaf * 4 + i, query);
+        if (!(skip >> i & 1) && leaf.item[i] != GU_Bvh::NO_ITEM) testTriangle(number * 4 + i, query);
 }
 
 void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
-    for (uint32_t section = 0; section < SECTIONS; ++section)
-        if (!query.isEmpty(section)) testSection(place, section, query);
-}
-
-void GU_RaySweep::testSection(uint32_t place, uint32_t section, Query& query) const {
     const Leaf& leaf = myLeaves[place / 4];
     const uint32_t item = leaf.item[place % 4];
-    const Shape& shape = myShapes[myItems[item].shape];
     GU_SweptTriangle triangle;
-    for (int k = 0; k < 3; ++k) query.look(leaf.corners[place % 4][k], section, triangle.at[k], triangle.speed[k]);
+    for (size_t k = 0; k < 3; ++k) query.look(leaf.corner(place % 4, k), triangle.at[k], triangle.speed[k]);
     GU_SweptHit hits[GU_MOST_SWEPT_HITS];
-    const int count = GUsweepTriangle(triangle, query.ends[section], query.ends[section + 1], hits);
+    const int count = GUsweepTriangle(triangle, query.ends[query.section], query.ends[query.section + 1], hits);
     for (int i = 0; i < count; ++i) {
         const GU_SweptHit& hit = hits[i];
+        if (!query.isWanted(static_cast<float>(hit.s))) continue;
+        const Shape& shape = myPieces.shapes[myPieces.items[item].shape];
         const bool rim = hit.b[2] < 1e-9; // the outline belongs to the polygon
         if (shape.kind == Shape::FOLDED && !rim && !outlineHolds(shape, query, hit.s)) continue;
         query.add({static_cast<float>(hit.s),
                    static_cast<float>(hit.slack + 2.4e-7 * std::fabs(hit.s)),
-                   myItems[item].shape,
+                   myPieces.items[item].shape,
                    item,
                    place,
                    {static_cast<float>(hit.b[0]), static_cast<float>(hit.b[1]), static_cast<float>(hit.b[2])},
                    static_cast<float>(hit.until),
-                   section});
+                   query.section});
     }
 }
 
 // Twice the area of the polygon at that fraction of the step as a vector.
 UT_Vector3D GU_RaySweep::outlineNormal(const Shape& shape, double fraction) const {
     const auto at = [&](uint32_t i) {
-        const Moving& p = myOutlines[shape.first + i];
+        const Moving& p = myPieces.outlines[shape.first + i];
         return UT_Vector3D(p.from) * (1 - fraction) + UT_Vector3D(p.to) * fraction;
     };
     const UT_Vector3D origin = at(0);
@@ -256,7 +348,7 @@ bool GU_RaySweep::outlineHolds(const Shape& shape, const Query& query, double t)
     const GU_RayFrame frame(UT_Vector3(0, 0, 0), UT_Vector3(normal));
     const UT_Vector3D here = frame.project(query.origin + query.way * t);
     const auto image = [&](uint32_t i) {
-        const Moving& p = myOutlines[shape.first + i];
+        const Moving& p = myPieces.outlines[shape.first + i];
         return frame.project(UT_Vector3D(p.from) * (1 - f) + UT_Vector3D(p.to) * f) - here;
     };
     int winding = 0;
@@ -302,11 +394,11 @@ void GU_RaySweep::finishAll(GU_RayInfo& info, const Query& query) const {
 }
 
 GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) const {
-    const Shape& shape = myShapes[c.shape];
-    const uint32_t part = myItems[c.item].part;
+    const Shape& shape = myPieces.shapes[c.shape];
+    const uint32_t part = myPieces.items[c.item].part;
     const double f = query.fraction(c.t);
-    const Moving* corners = myLeaves[c.place / 4].corners[c.place % 4];
-    const UT_Vector3D p[3] = {query.at(corners[0], f), query.at(corners[1], f), query.at(corners[2], f)};
+    const auto corner = [&](size_t v) { return query.at(myLeaves[c.place / 4].corner(c.place % 4, v), f); };
+    const UT_Vector3D p[3] = {corner(0), corner(1), corner(2)};
     const UT_Vector3D a = p[1] - p[0], b = p[2] - p[0];
     GU_RayHit hit;
     hit.prim = shape.prim;
@@ -316,13 +408,13 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
         GUtriangleParameters(c.b, hit);
     } else if (shape.kind == Shape::MESH) {
         const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);
-        const int cell = static_cast<int>(part / 4), cols = mesh.cellCols();
+        const int cell = static_cast<int>(part / 4), cols = mesh.cellCols(), row = cell / cols;
         const uint32_t i = part % 4, j = (i + 1) % 4;
         const auto along = [&](uint32_t k, uint32_t first, uint32_t second) { return k == first || k == second; };
         const double x = c.b[0] * along(i, 1, 2) + c.b[1] * along(j, 1, 2) + 0.5 * c.b[2];
         const double y = c.b[0] * along(i, 2, 3) + c.b[1] * along(j, 2, 3) + 0.5 * c.b[2];
         hit.u = static_cast<float>((cell % cols + x) / cols);
-        hit.v = static_cast<float>((cell / cols + y) / mesh.cellRows());
+        hit.v = static_cast<float>((row + y) / mesh.cellRows());
     } else {
         const UT_Vector3D normal = outlineNormal(shape, f);
         hit.normal = unitOrZero(normal, normal.length());

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr double BESIDE = 1e-10;   ///< how far beside the triangle counts, in sizes of the motion
-constexpr double SHARP = 1e-12;    ///< roots known this well need no search around them
+constexpr double SHARP = 1e-12;    ///< what places known this well need no search around them, in sizes of the motion
 constexpr double ROUNDING = 1e-14; ///< of the cubic's coefficients, in size * edge^2; ten times what can happen
 constexpr double NO_AREA = 1e-13;  ///< in squares of the longest edge
 constexpr int MOST_MOMENTS = 3 + 9 * 2 + 3;
@@ -68,6 +68,7 @@ private:
     UT_Vector3D myFrom[3], myTo[3]; ///< the corners at both ends of the part of interest
     double myLow, myHigh;           ///< which this is
     double mySize = 0;
+    double mySharp = 0; ///< moments, as parts of it, known this well are known
     Cubic myCubic{};
     double myError = 0; ///< of the cubic
     GU_SweptHit* myHits = nullptr;
@@ -98,12 +99,17 @@ Sweep::Sweep(const GU_SweptTriangle& triangle, double low, double high)
     : myLow(low)
     , myHigh(high) {
     clip(triangle, myLow, myHigh);
+    double travel = 0;
     if (!(myLow <= myHigh)) return;
     for (int i = 0; i < 3; ++i) {
         myFrom[i] = triangle.corner(i, myLow);
         myTo[i] = triangle.corner(i, myHigh);
-        for (int k = 0; k < 3; ++k) mySize = std::max({mySize, std::fabs(myFrom[i][k]), std::fabs(myTo[i][k])});
+        for (int k = 0; k < 3; ++k) {
+            mySize = std::max({mySize, std::fabs(myFrom[i][k]), std::fabs(myTo[i][k])});
+            travel = std::max(travel, std::fabs(myTo[i][k] - myFrom[i][k]));
+        }
     }
+    mySharp = std::min(1e-8, SHARP * mySize / travel);
 }
 
 bool Sweep::isApart() const {
@@ -151,7 +157,7 @@ bool Sweep::band(double low, double high, const Quadratic& slope, Band& out) con
     if (first > myError || last < -myError) return false;
     const double root = first >= 0 ? low : last <= 0 ? high : solve(low, high, 0, sign, slope);
     const double steepness = sign * slope.at(root);
-    if (first < -myError && last > myError && myError < SHARP * steepness) {
+    if (first < -myError && last > myError && myError < mySharp * steepness) {
         out = {root, root, root};
         return true;
     }
@@ -246,7 +252,7 @@ int Sweep::contacts(GU_SweptHit (&hits)[GU_MOST_SWEPT_HITS]) {
     const int count = bands(found);
     double b[3];
     for (int i = 0; i < count; ++i) {
-        if (found[i].high - found[i].low > 4 * SHARP)
+        if (found[i].high - found[i].low > 4 * mySharp)
             runs(found[i]);
         else if (touches(found[i].root, b))
             add(found[i].root, b);
