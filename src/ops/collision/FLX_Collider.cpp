@@ -57,21 +57,39 @@ bool FLX_Collider::prepare() {
         moment->diffuse = FLX_SurfaceAttrib(*moment->detail, GEO_STD_ATTRIB_DIFFUSE);
     }
     if (myHint == FLX_GeoHint::Deforming) return prepareDeforming();
-    if (myHint == FLX_GeoHint::Translating) {
+    if (myHint == FLX_GeoHint::Translating)
         prepareTranslating();
-        return true;
-    }
-    Moment& only = *myMoments.front();
-    if (!only.rays || !only.rays->validForDetail(only.detail)) only.rays = GU_RayIntersect::shared(only.detail);
-    myReach = only.rays->getBBox();
+    else
+        prepareStatic();
     return true;
+}
+
+// Brings a structure of the moment's own up to date: refits it while the topology stays.
+template <class... Details> void FLX_Collider::follow(Moment& moment, const Details*... details) {
+    ++myUpdates;
+    if (!moment.following || !moment.following->refit(details...))
+        moment.following = std::make_unique<GU_RayIntersect>(details...);
+    moment.rays = moment.following.get();
+}
+
+// Geometry that stands still is shared with whoever else asks for it; once it has changed it is likely to change again.
+void FLX_Collider::prepareStatic() {
+    Moment& only = *myMoments.front();
+    if (!only.rays) {
+        ++myUpdates;
+        only.shared = GU_RayIntersect::shared(only.detail);
+        only.rays = only.shared.get();
+    } else if (!only.rays->validForDetail(only.detail)) {
+        follow(only, only.detail);
+        only.shared.reset();
+    }
+    myReach = only.rays->getBBox();
 }
 
 void FLX_Collider::prepareTranslating() {
     for (size_t i = 0; i + 1 < myMoments.size(); ++i) {
         Moment& moment = *myMoments[i];
-        if (!moment.rays || !moment.rays->validForDetail(moment.detail))
-            moment.rays = std::make_shared<const GU_RayIntersect>(moment.detail);
+        if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment, moment.detail);
         moment.velocity = UT_Vector3((centroid(*myMoments[i + 1]->detail) - centroid(*moment.detail)) / double(mySpan));
         myReach.enlargeBounds(moment.rays->getBBox());
         myReach.enlargeBounds(moved(moment.rays->getBBox(), moment.velocity * mySpan));
@@ -85,8 +103,7 @@ bool FLX_Collider::prepareDeforming() {
         return false;
     }
     const Version begin(*from.detail), end(*to.detail);
-    if (!from.rays || !(from.version == begin) || !(to.version == end))
-        from.rays = std::make_shared<const GU_RayIntersect>(from.detail, to.detail);
+    if (!from.rays || !(from.version == begin) || !(to.version == end)) follow(from, from.detail, to.detail);
     from.version = begin;
     to.version = end;
     myReach = from.rays->getBBox();

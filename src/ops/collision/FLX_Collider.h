@@ -37,7 +37,7 @@ public:
     }
     /// What part k of the step is tested against; null without geometry.
     const GU_RayIntersect* rays(int k = 0) const {
-        return k >= 0 && size_t(k) < myMoments.size() ? myMoments[size_t(k)]->rays.get() : nullptr;
+        return k >= 0 && size_t(k) < myMoments.size() ? myMoments[size_t(k)]->rays : nullptr;
     }
     UT_Vector3 velocity(int k) const { return myMoments[size_t(k)]->velocity; }
     /// What hits in part k read from the surface; deforming geometry names primitives of the end of the step.
@@ -45,6 +45,8 @@ public:
     const FLX_SurfaceAttrib& diffuse(int k) const { return hitMoment(k).diffuse; }
     /// Where anything can be hit during the step.
     const UT_BoundingBox& reach() const { return myReach; }
+    /// How often a ray structure was made or brought up to date.
+    int updates() const { return myUpdates; }
     const OP_Node* sop() const { return myMoments.empty() ? nullptr : myMoments.back()->lookup.lastSop; }
 
 private:
@@ -62,9 +64,11 @@ private:
     struct Moment {
         GU_Detail own; ///< a transformed or kept copy
         FLX_GeoLookup lookup;
-        Version version; ///< deforming: that the rays were made for
         const GU_Detail* detail = nullptr;
-        std::shared_ptr<const GU_RayIntersect> rays;
+        Version version;                       ///< deforming: that the rays were made for
+        const GU_RayIntersect* rays = nullptr; ///< one of the two below
+        std::shared_ptr<const GU_RayIntersect> shared;
+        std::unique_ptr<GU_RayIntersect> following;
         UT_Vector3 velocity{0, 0, 0}; ///< until the next moment
         FLX_SurfaceAttrib texture, diffuse;
     };
@@ -72,11 +76,14 @@ private:
         return myHint == FLX_GeoHint::Deforming ? *myMoments.back() : *myMoments[size_t(k)];
     }
     static void fetchMoment(Moment& moment, FLX_Node& node, const Request& request, float t, bool last);
+    void prepareStatic();
     void prepareTranslating();
     bool prepareDeforming();
+    template <class... Details> void follow(Moment& moment, const Details*... details);
 
     FLX_GeoHint myHint = FLX_GeoHint::Static;
     float mySpan = 0; ///< between two moments
+    int myUpdates = 0;
     std::vector<std::unique_ptr<Moment>> myMoments;
     UT_BoundingBox myReach;
 };
