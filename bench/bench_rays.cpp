@@ -177,13 +177,13 @@ void compareCasts(const char* title, const GU_Detail& detail, const GU_RayInters
     const size_t theirs = table.add("Embree, closest", MOVES, [&] { theHits = packaged.cast(moves); });
     table.add("Embree, closest, moves by cell", MOVES, [&] { theHits = packaged.cast(sorted); });
     table.add("Embree, closest, robust", MOVES, [&] { theHits = robust.cast(moves); });
-    table.run(15);
+    table.run(7);
     table.print(theirs);
     table.bar(ours, theirs, 2.0);
     std::printf("  hits: %zu, Embree %zu\n", cast(rays, moves, GU_FIND_CLOSEST), packaged.cast(moves));
 #else
     (void)detail;
-    table.run(15);
+    table.run(7);
     table.print(ours);
 #endif
 }
@@ -211,7 +211,10 @@ void compareSweeps(const char* title, const GU_Detail& begin, const GU_Detail& e
     table.add("all, surface at rest", MOVES, [&] { theHits = cast(fixed, moves, GU_FIND_ALL); });
     const size_t sweep = table.add("closest, moving", MOVES, [&] { theHits = cast(moving, moves, GU_FIND_CLOSEST); });
     table.add("all, moving", MOVES, [&] { theHits = cast(moving, moves, GU_FIND_ALL); });
-    table.run(9);
+    GU_RayIntersect following(&begin, &end);
+    table.add("refit, per move", MOVES, [&] { theHits = static_cast<size_t>(following.refit(&begin, &end)); });
+    table.add("build, per move", MOVES, [&] { theHits = GU_RayIntersect(&begin, &end).entries(); });
+    table.run(5);
     table.print(still);
     table.bar(sweep, still, 3.0);
     std::printf("  hits: %zu, moving %zu\n", cast(fixed, moves, GU_FIND_ALL), cast(moving, moves, GU_FIND_ALL));

@@ -43,9 +43,6 @@ struct alignas(16) Bounds {
     }
 };
 
-/// Leaves are tested whole, so what counts is how many of them items fill.
-uint32_t leavesFor(uint32_t items) { return (items + LEAF - 1) / LEAF; }
-
 /// The bins of one set of items along all three axes.
 struct Bins {
     int count;
@@ -54,7 +51,7 @@ struct Bins {
     uint32_t items[BINS][3] = {};
 
     Bins(const Bounds& centers, uint32_t itemCount)
-        : count(static_cast<int>(std::min<uint32_t>(BINS, 4 + itemCount / 16)))
+        : count(static_cast<int>(std::min<uint32_t>(BINS, 4 + itemCount)))
         , low(GU_Float4::load(centers.low)) {
         alignas(16) float perUnit[4] = {0, 0, 0, 0};
         for (int k = 0; k < 3; ++k) {
@@ -95,7 +92,7 @@ void Split::tryAxis(const Bins& bins, int k, uint32_t count) {
     for (int b = bins.count - 1; b > 0; --b) {
         grown.enlarge(bins.box[b][k]);
         sum += bins.items[b][k];
-        right[b] = grown.halfArea() * leavesFor(sum);
+        right[b] = grown.halfArea() * sum;
     }
     grown = Bounds();
     sum = 0;
@@ -103,7 +100,7 @@ void Split::tryAxis(const Bins& bins, int k, uint32_t count) {
         grown.enlarge(bins.box[b][k]);
         sum += bins.items[b][k];
         if (sum == 0 || sum == count) continue;
-        const double total = grown.halfArea() * leavesFor(sum) + right[b + 1];
+        const double total = grown.halfArea() * sum + right[b + 1];
         if (!(total < cost)) continue;
         cost = total;
         axis = k;

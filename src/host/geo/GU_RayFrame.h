@@ -36,6 +36,7 @@ public:
     int z() const { return myZ; }
     double shearX() const { return myShearX; }
     double shearY() const { return myShearY; }
+    double scale() const { return myScale; } ///< from the z axis to lengths of the direction
 
     /// Twice the area of (origin, a, b) in the xy plane, positive when counter-clockwise; antisymmetric, its sign
     /// exact.

@@ -146,19 +146,31 @@ void GU_RayIntersect::visitLeaf(uint32_t number, Query& query) const {
     const int axes[3] = {f.x(), f.y(), f.z()};
     const GU_Float4 shearX = GU_Float4::splat(static_cast<float>(f.shearX())),
                     shearY = GU_Float4::splat(static_cast<float>(f.shearY()));
-    GU_Float4 x[3], y[3], m = GU_Float4::splat(0);
+    GU_Float4 x[3], y[3], z[3], m = GU_Float4::splat(0);
     for (int v = 0; v < 3; ++v) {
         GU_Float4 p[3];
         for (int k = 0; k < 3; ++k) {
             p[k] = GU_Float4::load(leaf.corners[v][axes[k]]) - GU_Float4::splat(query.org[axes[k]]);
             m = max(abs(p[k]), m);
         }
+        z[v] = p[2];
         x[v] = p[0] - shearX * p[2];
         y[v] = p[1] - shearY * p[2];
     }
     const GU_Float4 a = x[2] * y[1] - y[2] * x[1], b = x[0] * y[2] - y[0] * x[2], c = x[1] * y[0] - y[1] * x[0];
     const GU_Float4 error = m * m * GU_Float4::splat(0x1p-17f) + GU_Float4::splat(1e-36f);
-    const int missed = less(min(min(a, b), c), GU_Float4::splat(0) - error) & less(error, max(max(a, b), c));
+    const GU_Float4 zero = GU_Float4::splat(0);
+    int missed = less(min(min(a, b), c), zero - error) & less(error, max(max(a, b), c));
+    if (missed == 15) return;
+    // The same for the range: t = sum / area, and the sign of area is sure where it is above its error.
+    const GU_Float4 scale = GU_Float4::splat(static_cast<float>(f.scale()));
+    const GU_Float4 sum = (a * z[0] + b * z[1] + c * z[2]) * scale, area = a + b + c;
+    const GU_Float4 low = GU_Float4::splat(query.wantedLow), high = GU_Float4::splat(query.wantedHigh);
+    const GU_Float4 slack = GU_Float4::splat(8) * error, depth = m * abs(scale);
+    const GU_Float4 under = (low * area - sum) * area, over = (sum - high * area) * area;
+    const int outside =
+        less(slack * (depth + abs(low)) * abs(area), under) | less(slack * (depth + abs(high)) * abs(area), over);
+    missed |= outside & less(slack, abs(area));
     for (uint32_t i = 0; i < 4; ++i) {
         if (missed >> i & 1 || !leaf.isUsed(i)) continue;
         if (leaf.isSpecial(i))

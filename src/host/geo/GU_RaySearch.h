@@ -14,6 +14,8 @@ struct GU_RaySearch {
         , dir(d)
         , low(info.getMin())
         , high(info.getMax())
+        , wantedLow(low)
+        , wantedHigh(high)
         , find(info.getFindType())
         , candidates(list) {}
 
@@ -27,6 +29,7 @@ struct GU_RaySearch {
 
     UT_Vector3 org, dir;
     float low, high;
+    float wantedLow, wantedHigh; ///< range that the closest hit so far leaves
     int find;
     double scale = 1; ///< from lengths of dir to the units of `line`; 1 for a point at rest
     GU_BvhLine line;
@@ -89,6 +92,8 @@ private:
             line.reach = bound(std::fabs(double(best.t)), -1e-6);
             return;
         }
+        wantedLow = std::max(wantedLow, -std::fabs(best.t));
+        wantedHigh = std::min(wantedHigh, std::fabs(best.t));
         const float limit = bound(std::fabs(double(best.t)), 1e-6);
         line.high = std::min(line.high, limit);
         line.low = std::max(line.low, -limit);
