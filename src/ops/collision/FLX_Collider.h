@@ -5,7 +5,7 @@
 
 #include "core/FLX_Node.h"
 #include "host/geo/GU_RayIntersect.h"
-#include "ops/collision/FLX_HitAttribs.h"
+#include "ops/collision/FLX_SurfaceAttrib.h"
 
 /// How a collider moves: the order of the "geohint" menu.
 enum class FLX_GeoHint { Static, Translating, Deforming };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 #include "host/geo/GU_Detail.h"
 
 /// A surface attribute that particles take from where they hit: of the vertices where they have it, else of the points.
