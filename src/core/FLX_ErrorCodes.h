@@ -14,6 +14,7 @@ enum FLX_ErrorCodes {
     FLX_ERR_NOT_OWNER = 12,
     FLX_ERR_VEX = 13,
     FLX_ERR_DISTRIBUTION_ATTRIB = 16,
-    FLX_ERR_SUBNET = 23, ///< posted under the host's type "OP"
+    FLX_ERR_DEFORMING = 22, ///< the deforming geometry changes its topology
+    FLX_ERR_SUBNET = 23,    ///< posted under the host's type "OP"
     FLX_ERR_BIRTH_MISSES = 25,
 };

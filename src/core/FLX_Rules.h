@@ -60,13 +60,16 @@ struct FLX_Rules {
         v.x() += a.x() * dt;
         v.y() += a.y() * dt;
         v.z() += a.z() * dt;
-        if (Plain || speedLimit < 0) return;
-        const float* limit = floats(p, speedLimit);
+        if (!Plain && speedLimit >= 0) limitSpeed(v, floats(p, speedLimit));
+    }
+
+    /// Brings the length of v into [limits[0], limits[1]].
+    static void limitSpeed(UT_Vector3& v, const float* limits) {
         const float length = speedOf(v);
-        if (limit[0] >= 0 && length < limit[0])
-            setLength(v, limit[0]);
-        else if (limit[1] >= 0 && length > limit[1])
-            setLength(v, limit[1]);
+        if (limits[0] >= 0 && length < limits[0])
+            setLength(v, limits[0]);
+        else if (limits[1] >= 0 && length > limits[1])
+            setLength(v, limits[1]);
     }
 
     /// Turns "up" by the rotation of the velocity since the step before.

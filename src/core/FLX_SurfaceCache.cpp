@@ -10,7 +10,8 @@ FLX_SurfaceCache::FLX_SurfaceCache(FLX_ContextData& context)
 }
 
 FLX_SurfaceCache::Surface* FLX_SurfaceCache::surface(int pathIndex) {
-    if (pathIndex < 0 || size_t(pathIndex) >= mySurfaces.size() || !myContext.cookNode) return nullptr;
+    if (pathIndex < 0 || !myPaths || pathIndex >= myPaths->entries() || !myContext.cookNode) return nullptr;
+    if (size_t(pathIndex) >= mySurfaces.size()) mySurfaces.resize(size_t(myPaths->entries()));
     Surface& surface = mySurfaces[size_t(pathIndex)];
     if (!surface.fetched) {
         surface.fetched = true;

@@ -3,6 +3,7 @@
 #include "host/ut/UT_EnvControl.h"
 #include "ops/birth/FLX_Location.h"
 #include "ops/birth/FLX_Source.h"
+#include "ops/collision/FLX_Collision.h"
 #include "ops/motion/FLX_Acceleration.h"
 #include "ops/motion/FLX_AngVelocity.h"
 #include "ops/motion/FLX_Force.h"
@@ -62,6 +63,7 @@ std::vector<FLX_CatalogueRow> FLXcatalogue() {
         FLX_ROW("acceleration", "Acceleration",     FLX_Acceleration, 1, 1),
         FLX_ROW("angvelocity",  "Angular Velocity", FLX_AngVelocity,  1, 1),
         FLX_ROW("collect",      "Collect",          FLX_Collect,      1, ANY, PLUMBING),
+        FLX_ROW("collision",    "Collision",        FLX_Collision,    1, 1),
         FLX_ROW("force",        "Force",            FLX_Force,        1, 1),
         FLX_ROW("location",     "Location",         FLX_Location,     0, 0,   GENERATOR),
         FLX_ROW("lookat",       "Lookat",           FLX_Lookat,       1, 1),

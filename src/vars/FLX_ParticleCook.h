@@ -130,7 +130,7 @@ protected:
         if (lockInputs(opContext) >= UT_ERROR_ABORT) return error();
         setupDynamicVars(context);
         const GB_PointGroup* group = nullptr;
-        if (buildParticleList(opContext, 0) < UT_ERROR_ABORT && begin() && select(*context, group)) {
+        if (buildParticleList(opContext, 0) < UT_ERROR_ABORT && begin() && select(opContext, *context, group)) {
             const CH_EvaluateScope scope(opContext.getThread(), opContext.getTime(), getCollection());
             FLX_ParticleCook cook(*this, *context, group, opContext.getTime(), opContext.getThread(), showGuide);
             steps(cook);
@@ -143,7 +143,9 @@ protected:
     /// To be asked by the steps once everything is chosen, before the loop: false stops the cook.
     bool mayRun() { return !UTgetInterrupt()->opInterrupt(-1) && error() < UT_ERROR_ABORT; }
 
-private:
-    /// Activation and source group; false when there is nothing to do.
-    bool select(FLX_ContextData& context, const GB_PointGroup*& group);
+    /// Activation, source group and variables, once the particle list stands; false when there is nothing to do.
+    virtual bool select(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group);
+    /// The source group, null when none is named; false when there is nothing to do: it does not parse (an error) or is
+    /// empty.
+    bool parseSource(FLX_ContextData& context, const GB_PointGroup*& group);
 };

@@ -114,6 +114,7 @@ TEST(Catalogue, NamesInputsFlagsAndVariables) {
         {"acceleration", "Acceleration", "FLX_Acceleration", 1, 1, 0, 132, false},
         {"angvelocity", "Angular Velocity", "FLX_AngVelocity", 1, 1, 0, 132, false},
         {"collect", "Collect", "FLX_Collect", 1, 9999, 4, 0, false},
+        {"collision", "Collision", "FLX_Collision", 1, 1, 0, 132, true},
         {"force", "Force", "FLX_Force", 1, 1, 0, 132, true},
         {"location", "Location", "FLX_Location", 0, 0, 2, 39, false},
         {"lookat", "Lookat", "FLX_Lookat", 1, 1, 0, 132, true},

@@ -33,6 +33,8 @@ public:
     using FLX_Node::parsePointGroups;
     // Of the catalogue's adders.
     using FLX_Node::addMassAttrib;
+    using FLX_Node::addSpeedAttrib;
+    using FLX_Node::addSpeedLimitAttrib;
     using FLX_Node::addUpAttrib;
 
     GU_Detail& giveGuide() {

@@ -94,6 +94,19 @@ int GEO_Primitive::evaluateVertexAttribs(GB_AttributeData& out, float u, float v
     return 1;
 }
 
+int GEO_Primitive::evaluateFloats(const GB_Attribute& attrib, bool ofVertices, float u, float v, float* out,
+                                  int count) const {
+    const int n = getVertexCount();
+    GEO_Weights w;
+    if (!n || (ofVertices && !getVertex(0)) || !weights(u, v, w)) return 0;
+    for (int c = 0; c < count; ++c)
+        out[c] = mix(w, n, 0.0f, [&](int i) {
+            const char* record = ofVertices ? getVertex(i)->data() : getVertexPoint(i)->data();
+            return reinterpret_cast<const float*>(record + attrib.getOffset())[c];
+        });
+    return 1;
+}
+
 bool GEO_Primitive::parametric(const UT_Vector3&, float&, float&) const { return false; }
 
 bool GEO_Primitive::enlargeBBox(UT_BoundingBox& box) const {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 
+class GB_Attribute;
 class GB_AttributeData;
 class GB_Detail;
 class GEO_Detail;
@@ -75,6 +76,9 @@ public:
     int evaluateAttribs(GB_AttributeData& out, float u, float v) const;
     /// The same for vertex attributes; 0 when the primitive has no vertex records.
     int evaluateVertexAttribs(GB_AttributeData& out, float u, float v) const;
+    /// Components 0 ... count - 1 of one float or vector attribute at (u, v), of the points or of the vertices (which
+    /// particles and quadrics may lack); 0, nothing written, without such a location or vertex records.
+    int evaluateFloats(const GB_Attribute& attrib, bool ofVertices, float u, float v, float* out, int count) const;
     /// (u, v) of the location nearest to p, for p on the surface or close to it. False when the primitive is empty or
     /// has no inverse.
     virtual bool parametric(const UT_Vector3& p, float& u, float& v) const;

@@ -2,6 +2,7 @@
 
 #include "core/FLX_RandomAhead.h"
 #include "vars/FLX_GenVar.h"
+#include "vars/FLX_GroupParms.h"
 
 /// Blocks of parameters that the birth operators share, with what they mean.
 
@@ -26,24 +27,9 @@ struct FLX_BirthRateParms {
 };
 
 /// The group that newborn particles join.
-struct FLX_BirthGroupParms {
+struct FLX_BirthGroupParms : FLX_GroupParms {
     explicit FLX_BirthGroupParms(OP_Parameters* owner)
-        : GROUP(owner, {"group", "Birth Group"}, "")
-        , PRESERVEGROUP(owner, {"preservegroup", "Preserve Group"}, false) {}
-
-    /// Made, or emptied unless preserved, once per cook; null without a name or for a name no group may have.
-    GB_PointGroup* make(GU_Detail& detail) const {
-        const UT_String name = GROUP();
-        if (!name.isstring()) return nullptr;
-        GB_PointGroup* existing = PRESERVEGROUP() ? detail.pointGroups().find(name.str()) : nullptr;
-        if (existing) return existing;
-        GB_PointGroup* made = detail.pointGroups().newGroup(name.str(), 0);
-        if (!made) UTaddWarning("FLX", FLX_ERR_BADGROUP, name.c_str());
-        return made;
-    }
-
-    PRM_Text GROUP;
-    PRM_Toggle PRESERVEGROUP;
+        : FLX_GroupParms(owner, "Birth Group") {}
 };
 
 /// Life spans: the mean plus or minus up to the variance, in seconds.

@@ -1,0 +1,111 @@
+#include "ops/collision/FLX_Collider.h"
+
+#include <utility>
+
+namespace {
+
+UT_Vector3D centroid(const GU_Detail& detail) {
+    UT_Vector3D sum(0, 0, 0);
+    detail.points().forEach(nullptr, [&](const GEO_Point* p) { sum += UT_Vector3D(UT_Vector3(p->getPos())); });
+    const size_t n = detail.points().entries();
+    return n ? sum / double(n) : sum;
+}
+
+UT_BoundingBox moved(const UT_BoundingBox& box, const UT_Vector3& by) {
+    return box.isValid() ? UT_BoundingBox(box.vmin() + by, box.vmax() + by) : box;
+}
+
+} // namespace
+
+void FLX_Collider::fetch(FLX_Node& node, const Request& request) {
+    const size_t moments = request.hint == FLX_GeoHint::Translating ? size_t(request.parts) + 1
+                           : request.hint == FLX_GeoHint::Deforming ? 2
+                                                                    : 1;
+    if (request.hint != std::exchange(myHint, request.hint)) myMoments.clear();
+    myMoments.resize(moments);
+    mySpan = moments > 1 ? request.timeStep / float(moments - 1) : 0;
+    for (size_t i = 0; i < moments; ++i) {
+        if (!myMoments[i]) myMoments[i] = std::make_unique<Moment>();
+        const bool last = i + 1 == moments;
+        const float t = last ? request.time : request.time - request.timeStep + float(i) * mySpan;
+        fetchMoment(*myMoments[i], node, request, t, last);
+    }
+}
+
+// The geometry of a node is made anew at every other time it is asked for: what has to outlive that is copied.
+void FLX_Collider::fetchMoment(Moment& moment, FLX_Node& node, const Request& request, float t, bool last) {
+    FLX_GeoLookup& lookup = moment.lookup;
+    GU_Detail* found = node.getGeo(nullptr, request.context, t, last, request.ignoreTransform, &moment.own, lookup);
+    moment.detail = found;
+    if (!found || found == &moment.own || request.hint == FLX_GeoHint::Static) return;
+    const FLX_GeoLookup::CopyKey key{found->dataId(), found->getChangeCount(), found->layoutSerial(), lookup.transform};
+    if (!(lookup.copied == key)) {
+        moment.own.copy(*found);
+        lookup.copied = key;
+    }
+    moment.detail = &moment.own;
+}
+
+bool FLX_Collider::prepare() {
+    myReach.initBounds();
+    for (const auto& moment : myMoments) {
+        if (!moment->detail) {
+            for (const auto& each : myMoments) each->rays = nullptr;
+            return true;
+        }
+        moment->texture = FLX_SurfaceAttrib(*moment->detail, GEO_STD_ATTRIB_TEXTURE);
+        moment->diffuse = FLX_SurfaceAttrib(*moment->detail, GEO_STD_ATTRIB_DIFFUSE);
+    }
+    if (myHint == FLX_GeoHint::Deforming) return prepareDeforming();
+    if (myHint == FLX_GeoHint::Translating)
+        prepareTranslating();
+    else
+        prepareStatic();
+    return true;
+}
+
+// Brings a structure of the moment's own up to date: refits it while the topology stays.
+template <class... Details> void FLX_Collider::follow(Moment& moment, const Details*... details) {
+    ++myUpdates;
+    if (!moment.following || !moment.following->refit(details...))
+        moment.following = std::make_unique<GU_RayIntersect>(details...);
+    moment.rays = moment.following.get();
+}
+
+// Geometry that stands still is shared with whoever else asks for it; once it has changed it is likely to change again.
+void FLX_Collider::prepareStatic() {
+    Moment& only = *myMoments.front();
+    if (!only.rays) {
+        ++myUpdates;
+        only.shared = GU_RayIntersect::shared(only.detail);
+        only.rays = only.shared.get();
+    } else if (!only.rays->validForDetail(only.detail)) {
+        follow(only, only.detail);
+        only.shared.reset();
+    }
+    myReach = only.rays->getBBox();
+}
+
+void FLX_Collider::prepareTranslating() {
+    for (size_t i = 0; i + 1 < myMoments.size(); ++i) {
+        Moment& moment = *myMoments[i];
+        if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment, moment.detail);
+        moment.velocity = UT_Vector3((centroid(*myMoments[i + 1]->detail) - centroid(*moment.detail)) / double(mySpan));
+        myReach.enlargeBounds(moment.rays->getBBox());
+        myReach.enlargeBounds(moved(moment.rays->getBBox(), moment.velocity * mySpan));
+    }
+}
+
+bool FLX_Collider::prepareDeforming() {
+    Moment &from = *myMoments[0], &to = *myMoments[1];
+    if (!GU_RayIntersect::validForDeformingGeometry(from.detail, to.detail)) {
+        from.rays = nullptr;
+        return false;
+    }
+    const Version begin(*from.detail), end(*to.detail);
+    if (!from.rays || !(from.version == begin) || !(to.version == end)) follow(from, from.detail, to.detail);
+    from.version = begin;
+    to.version = end;
+    myReach = from.rays->getBBox();
+    return true;
+}

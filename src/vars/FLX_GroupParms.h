@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/FLX_ErrorCodes.h"
+#include "host/geo/GU_Detail.h"
+#include "host/node/PRM_Handle.h"
+#include "host/ut/UT_ErrorLog.h"
+
+/// The group that an operator's particles join: those born, those that hit something.
+struct FLX_GroupParms {
+    FLX_GroupParms(OP_Parameters* owner, const char* label)
+        : GROUP(owner, {"group", label}, "")
+        , PRESERVEGROUP(owner, {"preservegroup", "Preserve Group"}, false) {}
+
+    /// Made, or emptied unless preserved, once per cook; null without a name or for a name no group may have.
+    GB_PointGroup* make(GU_Detail& detail) const {
+        const UT_String name = GROUP();
+        if (!name.isstring()) return nullptr;
+        GB_PointGroup* existing = PRESERVEGROUP() ? detail.pointGroups().find(name.str()) : nullptr;
+        if (existing) return existing;
+        GB_PointGroup* made = detail.pointGroups().newGroup(name.str(), 0);
+        if (!made) UTaddWarning("FLX", FLX_ERR_BADGROUP, name.c_str());
+        return made;
+    }
+
+    PRM_Text GROUP;
+    PRM_Toggle PRESERVEGROUP;
+};

@@ -1,0 +1,368 @@
+// Collisions with geometry that moves: as a whole, in parts of the step, or point by point.
+#include "ops/CollisionRig.h"
+
+#include <random>
+
+namespace {
+
+/// A floor that stands at height c * t.
+std::function<void(GU_Detail&, float)> risingFloor(float c) {
+    return [c](GU_Detail& detail, float t) { addFloor(detail, c * t); };
+}
+std::function<void(GU_Detail&, float)> risingTriangles(float c) {
+    return [c](GU_Detail& detail, float t) {
+        const float y = c * t;
+        addFace(detail, {{-5, y, 5}, {5, y, 5}, {5, y, -5}});
+        addFace(detail, {{-5, y, 5}, {5, y, -5}, {-5, y, -5}});
+    };
+}
+
+constexpr int TRANSLATING = 1, DEFORMING = 2;
+
+} // namespace
+
+// From 0.1 above a floor that rises at 2, thrown down at 10: they meet after 1/120 s, a fifth of the step.
+TEST(MovingCollision, AFloorThatRisesThrowsBackFaster) {
+    CollisionRig rig(risingFloor(2), 1, false);
+    rig.addHitAttributes();
+    rig.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+    rig.fly({2, 0.1f, 0}, {0, -10, 0});
+    expectNear(rig.velocity(), {0, 14, 0}, 1e-4);
+    expectNear(rig.position(), {2, 2 * DT, 0}, 1e-5, "it goes with the floor to the end of the step");
+    EXPECT_NEAR(rig.net.value("hittime", 0), 1.0 / 120, 1e-6);
+    EXPECT_NEAR(rig.backtrack()[3], DT - 1.0 / 120, 1e-6);
+    EXPECT_EQ(rig.net.intValue("numhit", 0), 1);
+    expectNear(rig.vector("hitpos"), {2, 0, 0}, 1e-6, "where the floor was when the part began");
+    EXPECT_EQ(rig.net.value("dist", 0), 0);
+    EXPECT_EQ(rig.state(), FLX_JUSTHIT);
+}
+
+TEST(MovingCollision, GainsAreRelativeToTheGeometry) {
+    struct Case {
+        double tangent, normal;
+        float vx, vy;
+    };
+    // Relative to the floor (3, -12): what is left of it, plus the floor's own 2 along the normal.
+    for (const Case& c : {Case{1, 1, 3, 14}, {0.5, 0.25, 1.5f, 5}, {0, 0, 0, 2}}) {
+        CollisionRig rig(risingFloor(2), 1, false);
+        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"gaintan", c.tangent}, {"gainnml", c.normal}});
+        rig.fly({2, 0.1f, 0}, {3, -10, 0});
+        expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
+    }
+}
+
+TEST(MovingCollision, BehavioursEndTheMove) {
+    struct Case {
+        int behavior, state;
+        float y;
+    };
+    const float meets = float(0.1 - 10.0 / 120);
+    for (const Case& c : {Case{0, FLX_DEAD, meets},
+                          {2, FLX_STOPPED, meets},
+                          {3, FLX_STUCK, 2 * DT},
+                          {4, FLX_SLIDING, 2 * DT},
+                          {5, 0, 0.1f - 10 * DT}}) {
+        CollisionRig rig(risingFloor(2), 1, false);
+        rig.set({{"behavior", c.behavior}, {"geohint", TRANSLATING}});
+        rig.fly({2, 0.1f, 0}, {0, -10, 0});
+        EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
+        expectNear(rig.position(), {2, c.y, 0}, 1e-5);
+        expectNear(rig.velocity(), {0, -10, 0}, 0);
+        if (c.behavior != 3) continue;
+        rig.net.step(5);
+        EXPECT_NEAR(rig.position().y(), 2 * rig.net.time(), 1e-5) << "stuck, it rises with the floor";
+    }
+}
+
+TEST(MovingCollision, WeakBouncesEndWhereThePartEnds) {
+    for (const int finally : {1, 2, 3}) {
+        CollisionRig rig(risingFloor(2), 1, false);
+        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"finalbehavior", finally}, {"minimpulse", 25}});
+        rig.fly({2, 0.1f, 0}, {0, -10, 0}); // the impulse is 24
+        const int state[] = {0, FLX_DEAD, FLX_STOPPED, FLX_STUCK};
+        EXPECT_EQ(rig.state(), state[finally] | FLX_JUSTHIT);
+        expectNear(rig.velocity(), {0, -10, 0}, 0);
+        EXPECT_NEAR(rig.position().y(), 2 * DT, 1e-5);
+    }
+}
+
+TEST(MovingCollision, PartsOfTheStepFollowTheGeometry) {
+    // The floor jumps up by 0.4 in the last quarter of the step only; the particle hangs at 0.2.
+    const auto late = [](GU_Detail& detail, float t) {
+        const float into = std::max(0.0f, t / DT - 0.75f) * 4;
+        addFloor(detail, 0.4f * std::min(into, 1.0f));
+    };
+    for (const int parts : {1, 2, 4}) {
+        CollisionRig rig(late, 1, false);
+        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"sample", parts}, {"dohittime", 1}});
+        rig.fly({2, 0.2f, 0}, {0, 0, 0});
+        const float rise = 0.4f / DT * float(parts); // within the part in which it happens
+        expectNear(rig.velocity(), {0, 2 * rise, 0}, 1e-3 * rise);
+        EXPECT_NEAR(rig.net.value("hittime", 0), DT * (1 - 0.5 / parts), 1e-6) << parts;
+        EXPECT_NEAR(rig.position().y(), 0.4, 1e-5);
+    }
+}
+
+TEST(MovingCollision, AParticleThatTheGeometryFleesIsNotHit) {
+    CollisionRig rig(risingFloor(-12), 1, false);
+    rig.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+    rig.fly({2, 0.1f, 0}, {0, -10, 0});
+    EXPECT_EQ(rig.state(), 0);
+    expectNear(rig.position(), {2, 0.1f - 10 * DT, 0});
+}
+
+TEST(MovingCollision, ARestingParticleIsCarried) {
+    // A hair above a floor that rises at 1, rising a hair slower.
+    CollisionRig rig(risingFloor(1), 1, false);
+    rig.addHitAttributes();
+    rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"tolerance", 0.001}});
+    rig.fly({2, 5e-6f, 0}, {0, 0.99999f, 0});
+    EXPECT_NEAR(rig.position().y(), DT, 1e-7) << "on the floor at the end";
+    EXPECT_EQ(rig.velocity().y(), 0.99999f);
+    EXPECT_EQ(rig.state(), 0);
+    EXPECT_EQ(rig.net.intValue("numhit", 0), 0) << "no hit";
+    EXPECT_EQ(rig.backtrack()[3], DT);
+}
+
+TEST(MovingCollision, TheToleranceProbesAroundTheStart) {
+    const auto wall = [](GU_Detail& detail, float) {
+        addFace(detail, {{0, -5, 5}, {0, -5, -5}, {0, 5, -5}, {0, 5, 5}});
+    };
+    struct Case {
+        UT_Vector3 from, velocity;
+        double tolerance;
+        bool dies;
+    };
+    for (const Case& c : {Case{{0.05f, 0, 0}, {0, 0, 1}, 0.1, true},
+                          {{0.05f, 0, 0}, {0, 0, 1}, 0.04, false},
+                          {{0.05f, 0, 0}, {0, 0, 1}, 0, false},
+                          {{-0.05f, 0, 0}, {0, 1, 0}, 0.1, true},
+                          {{0.05f, 0, 0}, {1, 0, 0}, 0.1, true},     // behind
+                          {{0.05f, 0, 0}, {0, 0, 0}, 0.1, false}}) { // no direction to probe about
+        CollisionRig rig(wall);
+        rig.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"tolerance", c.tolerance}});
+        rig.fly(c.from, c.velocity);
+        EXPECT_EQ(rig.state(), c.dies ? FLX_DEAD | FLX_JUSTHIT : 0) << c.tolerance;
+    }
+}
+
+TEST(MovingCollision, PartOfAMoveIsTestedByWholeParts) {
+    // Two floors; the first, still, stops the particle's move after 0.2 of the step. What the second tests is what is
+    // left, in whole parts.
+    for (const int parts : {1, 2, 4}) {
+        Network net;
+        Probe& source = Probe::addSource(net, "source", 1);
+        FLX_Node& first = net.add("collision", "first", {&source});
+        FLX_Node& second = net.add("collision", "second", {&first});
+        first.setString("soppath", net.addGeometry(
+                                       "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
+        second.setString("soppath", net.addGeometry(
+                                        "roof", [](GU_Detail& d, float) { addFloor(d, 0.39f); }, true));
+        first.setFloat("behavior", 0, 1);
+        second.setFloat("geohint", 0, TRANSLATING);
+        second.setFloat("sample", 0, parts);
+        net.start(second);
+        net.point(0)->setPos({2, 0.1f, 0, 1});
+        net.setValue("v", 0, {0, -12, 0});
+        net.step(); // ends at 0.4, after 0.8 of a step upwards: 0.39 lies in its last part
+        EXPECT_EQ(net.intValue("pstate", 0), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
+    }
+}
+
+// ---- deforming
+
+TEST(DeformingCollision, AFloorThatRisesThrowsBackFaster) {
+    struct Case {
+        double tangent, normal;
+        float vx, vy;
+    };
+    for (const Case& c : {Case{1, 1, 3, 14}, {0.5, 0.25, 1.5f, 5}, {0, 0, 0, 2}}) {
+        CollisionRig rig(risingTriangles(2), 1, false);
+        rig.addHitAttributes();
+        rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"gaintan", c.tangent}, {"gainnml", c.normal}});
+        rig.fly({2, 0.1f, 0}, {3, -10, 0});
+        const float until = 1.0f / 120, left = DT - until;
+        const UT_Vector3 spot(2 + 3 * until, 2 * until, 0);
+        expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
+        expectNear(rig.position(), spot + UT_Vector3(c.vx, c.vy, 0) * left, 1e-5);
+        expectNear(rig.vector("hitpos"), spot, 1e-6);
+        EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
+        EXPECT_NEAR(rig.backtrack()[3], left, 1e-6);
+        EXPECT_EQ(rig.net.intValue("numhit", 0), 1) << "a gain of 0 leaves it on the floor, which is no new hit";
+    }
+}
+
+TEST(DeformingCollision, BehavioursEndTheMove) {
+    struct Case {
+        int behavior, state;
+        float y;
+    };
+    const float meets = 2.0f / 120;
+    for (const Case& c : {Case{0, FLX_DEAD, meets},
+                          {2, FLX_STOPPED, meets},
+                          {3, FLX_STUCK, 2 * DT},
+                          {4, FLX_SLIDING, 2 * DT},
+                          {5, 0, 0.1f - 10 * DT}}) {
+        CollisionRig rig(risingTriangles(2), 1, false);
+        rig.set({{"behavior", c.behavior}, {"geohint", DEFORMING}});
+        rig.fly({2, 0.1f, 0}, {0, -10, 0});
+        EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
+        expectNear(rig.position(), {2, c.y, 0}, 1e-5);
+        expectNear(rig.velocity(), {0, -10, 0}, 0);
+    }
+}
+
+TEST(DeformingCollision, ARisingSurfaceHitsAParticleAtRest) {
+    CollisionRig rig(risingTriangles(6), 1, false);
+    rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"dohittime", 1}, {"gainnml", 0.5}});
+    rig.fly({2, 0.1f, 1}, {0, 0, 0});
+    expectNear(rig.velocity(), {0, 9, 0}, 1e-4);
+    EXPECT_NEAR(rig.net.value("hittime", 0), 0.1 / 6, 1e-6);
+    EXPECT_NEAR(rig.position().y(), 0.1 + 9 * (DT - 0.1 / 6), 1e-5);
+}
+
+TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
+    // A roof comes down at 2 while the particle, after its bounce off a still floor a fifth into the step, rises at 12;
+    // they meet at s with 0.2 - 2 s = 12 (s - 1/120).
+    Network net;
+    Probe& source = Probe::addSource(net, "source", 1);
+    FLX_Node& first = net.add("collision", "first", {&source});
+    FLX_Node& second = net.add("collision", "second", {&first});
+    first.setString("soppath", net.addGeometry(
+                                   "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
+    second.setString("soppath", net.addGeometry("roof", [](GU_Detail& d, float t) {
+        addFace(d, {{-5, 0.2f - 2 * t, -5}, {5, 0.2f - 2 * t, -5}, {0, 0.2f - 2 * t, 5}});
+    }));
+    for (FLX_Node* node : {&first, &second}) {
+        node->setFloat("behavior", 0, 1);
+        node->setFloat("dohittime", 0, 1);
+    }
+    second.setFloat("geohint", 0, DEFORMING);
+    net.start(second);
+    net.point(0)->setPos({0, 0.1f, 0, 1});
+    net.setValue("v", 0, {0, -12, 0});
+    net.step();
+    const double s = 0.3 / 14;
+    EXPECT_NEAR(net.value("hittime", 0), s, 1e-6);
+    EXPECT_NEAR(net.value("v", 0, 1), -16, 1e-4);
+    EXPECT_NEAR(net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
+}
+
+TEST(DeformingCollision, ChangingTopologyIsAnError) {
+    CollisionRig rig(
+        [](GU_Detail& detail, float t) {
+            const float y = 0;
+            addFace(detail, {{-5, y, 5}, {5, y, 5}, {5, y, -5}});
+            if (t > 1.5f * DT) addFace(detail, {{-5, y, 5}, {5, y, -5}, {-5, y, -5}});
+        },
+        1, false);
+    rig.set("geohint", DEFORMING);
+    rig.fly({2, 0.1f, 4}, {0, 1, 0});
+    rig.place(0, {2, 0.1f, 4}, {0, -12, 0});
+    rig.net.step();
+    EXPECT_EQ(Network::messages(rig.hit), "error FLX 22: The deforming geometry changes its topology");
+    EXPECT_EQ(rig.state(), 0);
+    rig.net.step(); // the error has frozen it; now the topology stays
+    rig.net.step();
+    EXPECT_EQ(Network::messages(rig.hit), "");
+}
+
+// ---- against a model: the first moment, found by fine steps and halving, at which a moving point lies in the plane of
+// three moving points and inside their triangle
+
+namespace {
+
+struct Model {
+    UT_Vector3D from[3], to[3];
+    UT_Vector3D p, v;
+
+    UT_Vector3D corner(int i, double s) const { return from[i] * (1 - s) + to[i] * s; }
+    double volume(double s) const {
+        const UT_Vector3D a = corner(0, s), e = corner(1, s) - a, f = corner(2, s) - a;
+        return dot(cross(e, f), p + v * (s * DT) - a);
+    }
+    /// Smallest barycentric weight of the point's foot.
+    double inside(double s) const {
+        const UT_Vector3D x = p + v * (s * DT), a = corner(0, s), b = corner(1, s), c = corner(2, s);
+        const UT_Vector3D n = cross(b - a, c - a);
+        const double all = dot(n, n);
+        return std::min({dot(cross(c - b, x - b), n), dot(cross(a - c, x - c), n), dot(cross(b - a, x - a), n)}) / all;
+    }
+    /// Fraction of the step, or 2 for never; `sure` is false when it is too close to call.
+    double first(bool& sure) const {
+        constexpr int STEPS = 4000;
+        double previous = volume(0);
+        for (int i = 1; i <= STEPS; ++i) {
+            double low = double(i - 1) / STEPS, high = double(i) / STEPS;
+            const double next = volume(high);
+            if (std::fabs(next) < 1e-7 || std::fabs(previous) < 1e-7) sure = false;
+            if ((previous < 0) != (next < 0)) {
+                for (int k = 0; k < 60; ++k) {
+                    const double mid = (low + high) / 2;
+                    ((volume(mid) < 0) == (previous < 0) ? low : high) = mid;
+                }
+                const double w = inside(low);
+                if (std::fabs(w) < 1e-4) sure = false;
+                if (w > 0) return low;
+            }
+            previous = next;
+        }
+        return 2;
+    }
+};
+
+} // namespace
+
+TEST(DeformingCollision, RandomTrianglesAgreeWithAModel) {
+    std::mt19937 random(7); // lint-ok: the test's own numbers
+    const auto number = [&](double size) { return float(size * (double(random()) / 4294967296.0 * 2 - 1)); };
+    const auto vector = [&](double size) {
+        const float x = number(size), y = number(size), z = number(size);
+        return UT_Vector3(x, y, z);
+    };
+    constexpr int ROUNDS = 12, PARTICLES = 60;
+    int hits = 0, unsure = 0;
+    for (int round = 0; round < ROUNDS; ++round) {
+        UT_Vector3 from[3], to[3];
+        for (int i = 0; i < 3; ++i) {
+            from[i] = vector(1);
+            to[i] = from[i] + vector(1);
+        }
+        CollisionRig rig(
+            [&](GU_Detail& detail, float t) {
+                const UT_Vector3* at = t < DT / 2 ? from : to;
+                addFace(detail, {at[0], at[1], at[2]});
+            },
+            PARTICLES, false);
+        rig.set({{"behavior", 5}, {"geohint", DEFORMING}, {"donumhit", 1}, {"dohittime", 1}, {"dohitpos", 1}});
+        rig.start();
+        std::vector<Model> models;
+        for (int i = 0; i < PARTICLES; ++i) {
+            // Towards some place that the triangle passes, or a little beside it.
+            const UT_Vector3 p = vector(1);
+            const float s = std::fabs(number(1)), a = number(1), b = number(1);
+            const auto corner = [&](int k) { return from[k] * (1 - s) + to[k] * s; };
+            const UT_Vector3 aim = corner(0) * (1 - a - b) + corner(1) * a + corner(2) * b;
+            const UT_Vector3 v = (aim - p) * (1 / (std::max(s, 0.1f) * DT));
+            rig.place(i, p, v);
+            Model model{{}, {}, UT_Vector3D(p), UT_Vector3D(v)};
+            for (int k = 0; k < 3; ++k) model.from[k] = UT_Vector3D(from[k]), model.to[k] = UT_Vector3D(to[k]);
+            models.push_back(model);
+        }
+        rig.net.step();
+        for (int i = 0; i < PARTICLES; ++i) {
+            bool sure = true;
+            const double expected = models[size_t(i)].first(sure);
+            if (!sure) {
+                ++unsure;
+                continue;
+            }
+            ASSERT_EQ(rig.net.intValue("numhit", i), expected < 2) << round << " " << i;
+            if (expected == 2) continue;
+            ++hits;
+            ASSERT_NEAR(rig.net.value("hittime", i), expected * DT, 2e-6) << round << " " << i;
+        }
+    }
+    EXPECT_GT(hits, 40);
+    EXPECT_LT(unsure, ROUNDS * PARTICLES / 10);
+}
