@@ -58,6 +58,8 @@ public:
     long long died() const { return myDied; }
     uint64_t stateHash() const;
 
+    /// The operator that is cooked; null when there is none.
+    FLX_Node* cookNode() const;
     /// Every operator, in order, those inside sub-networks after the one that holds them.
     std::vector<OP_Node*> operators() const;
     /// The worst severity of this node and every operator, set-up messages included.
@@ -73,7 +75,6 @@ private:
     template <class Cooks> void cookCounted(int frame, const Cooks& cooks);
     void cookStep(double time);
     void prepareContext(float time);
-    FLX_Node* cookNode() const;
 
     FLX_ContextData* myContext = nullptr;
     bool myRunning = false; ///< the start frame was cooked

@@ -1,6 +1,7 @@
 #include "scene/SceneCheck.h"
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_Node.h"
 #include "host/expr/EV_StringExpand.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
@@ -8,10 +9,12 @@
 #include "host/node/SOP_Node.h"
 #include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_NodePath.h"
+#include "scene/ChannelCheck.h"
 #include "scene/ParticleNetwork.h"
 #include "scene/PathSuggestion.h"
 #include "scene/SceneDirectory.h"
 #include "scene/SceneError.h"
+#include "scene/StreamCheck.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -62,7 +65,14 @@ private:
         network.resetSimulation();
         report(network);
         for (const OP_Node* node : network.operators()) report(*node);
+        checkStreams(network);
         return network.context()->getUserVariables();
+    }
+    void checkStreams(const ParticleNetwork& network) {
+        const OP_Node* output = network.cookNode();
+        if (!output) return;
+        for (const StreamCheck::Finding& found : StreamCheck::check(*output))
+            findings.push_back({found.error, found.node->getFullPath(), found.text});
     }
     void report(const OP_Node& node) {
         for (const UT_Error& error : node.setupErrors())
@@ -72,7 +82,9 @@ private:
     void checkParm(PRM_Parm& parm) {
         myParm = &parm;
         for (int i = 0; i < parm.size(); ++i) checkComponent(parm.component(i));
-        if (parm.row().type == PRM_Type::String) checkText(parm);
+        bool readsWell = true;
+        for (int i = 0; i < std::max(parm.size(), 1); ++i) readsWell = checkReads(i) && readsWell;
+        if (parm.row().type == PRM_Type::String && readsWell) checkText(parm);
         for (std::vector<PRM_Parm>& instance : parm.instances())
             for (PRM_Parm& entry : instance) checkParm(entry);
     }
@@ -91,6 +103,13 @@ private:
     }
     void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
         add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));
+    }
+    /// False when evaluating would fail, and that has been said.
+    bool checkReads(int component) {
+        const std::vector<ChannelCheck::Finding> found = myChannels.check({myNode, myParm, component});
+        for (const ChannelCheck::Finding& finding : found)
+            add(finding.error, fmt::format("\"{}\": {}", myParm->row().token, finding.text));
+        return std::none_of(found.begin(), found.end(), [](const auto& finding) { return finding.error; });
     }
     void checkOrdinal(const PRM_Template& row, double value) {
         if (row.type != PRM_Type::Menu || !row.menu || !row.menu->names()) return;
@@ -139,7 +158,8 @@ private:
     }
 
     OP_Node* myNode = nullptr;
-    const PRM_Parm* myParm = nullptr;
+    PRM_Parm* myParm = nullptr;
+    ChannelCheck myChannels;
 };
 
 std::string replacementText(const std::vector<std::string>& names) {

@@ -95,3 +95,42 @@ TEST(OpsJson, TextForms) {
     OpsJson::writeFunctions(functions);
     EXPECT_NE(functions.str().find("clamp("), std::string::npos);
 }
+
+TEST_F(SceneChecks, ReadsThatGoRoundOrNowhere) {
+    const std::vector<std::string> found = check(R"j({"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "a", "type": "location", "parms": {"life": "ch('../b/scale') + 1", "vel": ["ch('vel2')", "ch('vely')", 0],
+          "group": "`chs('group')`"}},
+        {"name": "b", "type": "force", "inputs": ["a"], "parms": {"scale": "2 * ch('../c/scale')", "mass": "ch('scal')",
+          "force": ["ch('../nobody/scale')", "ch(strcat('fo', 'rcez'))", "$F < 3 ? 1 : ch('forcez')"]}},
+        {"name": "c", "type": "force", "inputs": ["b"], "parms": {"scale": "ch('../a/life')", "mass": "ch('../b/scale')"}}]})j");
+    const std::vector<std::string> expected = {
+        "error /obj/fx/a: \"group\": parameters read each other in a circle by ch: /obj/fx/a/group -> /obj/fx/a/group",
+        "error /obj/fx/a: \"life\": parameters read each other in a circle by ch: /obj/fx/a/life -> /obj/fx/b/scale -> "
+        "/obj/fx/c/scale -> /obj/fx/a/life",
+        "error /obj/fx/a: \"vel\": parameters read each other in a circle by ch: /obj/fx/a/vely -> /obj/fx/a/vely",
+        "error /obj/fx/b: \"force\": \"ch('../nobody/scale')\": ch: there is no node \"../nobody\" seen from /obj/fx/b "
+        "at "
+        "column 1",
+        "warning /obj/fx/b: \"force\": parameters read each other in a circle by ch: /obj/fx/b/forcez -> "
+        "/obj/fx/b/forcez",
+        "error /obj/fx/b: \"mass\": \"ch('scal')\": ch: /obj/fx/b has no parameter \"scal\"; did you mean \"scale\"? "
+        "at "
+        "column 1",
+    };
+    for (const std::string& line : expected) EXPECT_EQ(std::count(found.begin(), found.end(), line), 1) << line;
+    EXPECT_EQ(found.size(), expected.size()) << testing::PrintToString(found);
+}
+
+TEST_F(SceneChecks, ParticlesThatTwoAskFor) {
+    const auto network = [](const std::string& last) {
+        return R"({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location"},
+            {"name": "a", "type": "force", "inputs": ["birth"]}, {"name": "b", "type": "force", "inputs": ["birth"]},)" +
+               last + "]}";
+    };
+    const std::string text =
+        "/obj/fx/birth: its particles are taken 2 times, by a, b; they can flow down one branch only";
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(check(network(R"({"name": "all", "type": "collect", "inputs": ["a", "b"]})")), Lines{"error " + text});
+    EXPECT_EQ(check(network(R"({"name": "one", "type": "switch", "inputs": ["a", "b"]})")), Lines{"warning " + text});
+    EXPECT_EQ(check(network(R"({"name": "null1", "type": "null", "inputs": ["b"]})")), Lines{}); // a is not cooked
+}
