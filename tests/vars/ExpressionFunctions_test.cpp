@@ -329,3 +329,32 @@ TEST(ExpressionFunctionsInNetworks, EventsOfTheSameCookAreSeen) {
     row.net.step();
     EXPECT_EQ(row.net.value("accel", 0), 10);
 }
+
+// noise and turb are the field that a force adds, at the same roughness, seed and type.
+TEST(ExpressionFunctionsInNetworks, NoiseIsTheFieldOfForces) {
+    for (const int depth : {0, 3}) {
+        Network net;
+        Probe& source = Probe::addSource(net, "source", 6);
+        FLX_Node& field = net.add("force", "field", {&source});
+        field.setInt("ignoremass", 0, 1);
+        field.setInt("seed", 0, 0);
+        field.setInt("turb", 0, depth);
+        field.setFloat("rough", 0, 0.5);
+        field.setFloat("amp", 0, 1);
+        const std::string text = depth ? "-turb(vector3($TX, $TY, $TZ), 3)" : "-noise($TX, $TY, $TZ)";
+        FLX_Node& words = net.add("force", "words", {&field});
+        words.setInt("ignoremass", 0, 1);
+        net.start(words);
+        for (int i = 0; i < 6; ++i) {
+            const auto n = float(i);
+            net.point(i)->setPos({0.37f * n, 1.9f - 0.71f * n, n * n * 0.13f, 1});
+        }
+        net.step();
+        float largest = 0;
+        for (int i = 0; i < 6; ++i) largest = std::max(largest, std::abs(net.value("accel", i)));
+        EXPECT_GT(largest, 0.05f);
+        words.setExpression("force", 0, text.c_str());
+        net.step();
+        for (int i = 0; i < 6; ++i) EXPECT_EQ(net.value("accel", i), 0) << i;
+    }
+}
