@@ -82,8 +82,9 @@ private:
     void checkParm(PRM_Parm& parm) {
         myParm = &parm;
         for (int i = 0; i < parm.size(); ++i) checkComponent(parm.component(i));
-        if (parm.row().type == PRM_Type::String) checkText(parm);
-        for (int i = 0; i < std::max(parm.size(), 1); ++i) checkReads(i);
+        bool readsWell = true;
+        for (int i = 0; i < std::max(parm.size(), 1); ++i) readsWell = checkReads(i) && readsWell;
+        if (parm.row().type == PRM_Type::String && readsWell) checkText(parm);
         for (std::vector<PRM_Parm>& instance : parm.instances())
             for (PRM_Parm& entry : instance) checkParm(entry);
     }
@@ -103,9 +104,12 @@ private:
     void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
         add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));
     }
-    void checkReads(int component) {
-        for (const ChannelCheck::Finding& found : myChannels.check({myNode, myParm, component}))
-            add(found.error, fmt::format("\"{}\": {}", myParm->row().token, found.text));
+    /// False when evaluating would fail, and that has been said.
+    bool checkReads(int component) {
+        const std::vector<ChannelCheck::Finding> found = myChannels.check({myNode, myParm, component});
+        for (const ChannelCheck::Finding& finding : found)
+            add(finding.error, fmt::format("\"{}\": {}", myParm->row().token, finding.text));
+        return std::none_of(found.begin(), found.end(), [](const auto& finding) { return finding.error; });
     }
     void checkOrdinal(const PRM_Template& row, double value) {
         if (row.type != PRM_Type::Menu || !row.menu || !row.menu->names()) return;
@@ -115,16 +119,7 @@ private:
             add(false, fmt::format("\"{}\": {} names no entry of the menu, there are {}", row.token, value, count));
     }
 
-    void checkVectorExpression(const std::string& text) {
-        EV_EXPRESSION expression(text, 3);
-        if (!expression.bind(myNode->scope()))
-            addExpressionError(expression.syntaxError(), expression.bindError());
-        else if (expression.resultType() == EV_STRING)
-            add(true, fmt::format("\"{}\": a vector is needed, \"{}\" is a string", myParm->row().token, text));
-    }
-
     void checkText(PRM_Parm& parm) {
-        if (parm.row().stringKind == PRM_StringKind::VectorExpression) return checkVectorExpression(parm.text());
         EV_StringExpand* expansion = parm.expansion();
         std::string text = parm.text();
         if (expansion) {

@@ -16,7 +16,7 @@ struct Bad {
 // clang-format off
 const Bad theCompileErrors[] = {
     {"$VXX * 2", R"j("$VXX * 2": unknown variable $VXX at column 1; did you mean $VX?)j"},
-    {"1 + sinn(2)", R"j("1 + sinn(2)": unknown function sinn at column 5; did you mean sin?)j"},
+    {"1 + sqr(2)", R"j("1 + sqr(2)": unknown function sqr at column 5; did you mean sqrt?)j"},
     {"flxpointd(1, 'P', 0)", R"j(unknown function flxpointd at column 1; did you mean flxpoint)j"},
     {"sin(1, 2)", R"j("sin(1, 2)": sin takes 1 argument, 2 given, at column 1)j"},
     {"flxpoint(1, 'P')", R"j("flxpoint(1, 'P')": flxpoint takes 3 arguments, 2 given, at column 1)j"},
