@@ -13,6 +13,8 @@
 #include "core/FLX_BlindData.h"
 #include "core/FLX_ContextDataHandle.h"
 #include "core/FLX_ParticleList.h"
+#include "core/FLX_PassDomain.h"
+#include "core/FLX_StepPass.h"
 #include "core/FLX_UserVariables.h"
 #include "host/geo/GEO_PrimParticle.h"
 #include "host/geo/GU_Detail.h"
@@ -22,6 +24,7 @@
 #include "host/ut/UT_Vector3.h"
 
 class FLX_Node;
+class FLX_PassQueue;
 class OBJ_Node;
 class OP_Context;
 
@@ -35,6 +38,12 @@ struct FLX_CoreOffsets {
     int born = -1;
     int source = -1;
     int generator = -1;
+};
+
+/// In which order the operators of a cook work on the particles. The results are the same.
+enum class FLX_CookOrder {
+    Chunk,    ///< all operators on some particles, then on the next
+    Operator, ///< each operator on all particles, then the next operator
 };
 
 /// The whole state of one particle simulation. A host creates one per network, resets it, and cooks it once per step;
@@ -91,14 +100,54 @@ public:
     /// The context being cooked on that thread (0 = calling thread), or null.
     static FLX_ContextData* getExpressionData(int thread);
 
+    // ---- passes (see FLX_PassQueue). What reads or changes particles runs those that wait first: getDetail and
+    // everything else here that gives access to particles, their number or their attributes. The `peek` functions do
+    // not: for what no pass changes, such as names, groups as such, offsets, which primitives there are.
+    FLX_CookOrder getCookOrder() const { return myCookOrder; }
+    void setCookOrder(FLX_CookOrder order) { myCookOrder = order; }
+    /// Runs the passes that wait.
+    void flushPasses() const {
+        if (myPassesWait) runPasses();
+    }
+    /// Whether passes may wait now: within a cook, chunk by chunk. A point that two particles share must see one pass
+    /// before the next.
+    bool queuesPasses() const { return myQueueing && !myPointsShared; }
+    /// Hands a pass over the first `entries` primitives of the list over: it waits until something needs the particles,
+    /// or the cook ends.
+    void enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_ParticleList& list, int entries);
+    /// The time step becomes the first pass of the cook; false when it must run at once.
+    bool enqueueStep(const FLX_StepPhases& phases);
+    /// Reap, rules and preparation may go over a particle in one. Particles bound to geometry fetch it in mid-step, and
+    /// a point that two particles share must see every rule before any preparation: then the phases run one after the
+    /// other.
+    bool canFuseStep() const { return getPosPathOffset() < 0 && !myPointsShared; }
+    /// Particles will go, and points be renumbered, when the passes that wait run.
+    bool willReap() const;
+    /// See FLX_PassQueue::completeLater.
+    void completeInfoLater(FLX_Node* node);
+    /// To be called before a group loses members while passes wait: info texts may count them yet.
+    void settleGroupCounts() const;
+
     const UT_String& getName() const { return myName; }
-    GU_Detail* getDetail() const { return myDetail; }
+    GU_Detail* getDetail() const {
+        flushPasses();
+        return myDetail;
+    }
+    GU_Detail* peekDetail() const { return myDetail; }
     void setRefDetail(GU_Detail* detail) {
+        flushPasses();
         myDetail = detail;
         myNextIdOffset = -1;
     }
-    GU_Detail* getDisplayDetail() const { return myDisplayDetail; }
-    FLX_ParticleList* getParticleList() { return &myParticleList; }
+    GU_Detail* getDisplayDetail() const {
+        flushPasses();
+        return myDisplayDetail;
+    }
+    FLX_ParticleList* getParticleList() {
+        flushPasses();
+        return &myParticleList;
+    }
+    FLX_ParticleList* peekParticleList() { return &myParticleList; }
     unsigned getRandomSeed() const { return mySeed; }
     bool isGuideOnly() const { return myGuideOnly; }
 
@@ -156,8 +205,11 @@ public:
     }
     /// Births since the reset.
     long long getNumBorn() const { return myNumBorn; }
-    int getNumParticles() const { return myNumParticles; }
-    bool allowBirth() const { return maxParticles <= 0 || myNumParticles < maxParticles; }
+    int getNumParticles() const {
+        flushPasses();
+        return myNumParticles;
+    }
+    bool allowBirth() const { return maxParticles <= 0 || getNumParticles() < maxParticles; }
 
     /// The operator's particle primitive, created when needed; null without a detail or before the first reset.
     GEO_PrimParticle* getPrimPart(FLX_Node* node);
@@ -203,6 +255,8 @@ public:
     FLX_BlindData* stealBlindData(const FLX_Node* node);
 
 private:
+    class Queueing;
+
     void setupAttributes();
     void setupInitialState();
     bool findSharedPoints() const;
@@ -210,6 +264,7 @@ private:
     GEO_PrimParticle* particlePrim(int number) const;
     void runStep(OP_Context& context);
     void clearCookState();
+    void runPasses() const;
     static float unitFloat(unsigned bits) {
         const unsigned inOneToTwo = (bits & 0x7fffffu) | 0x3f800000u;
         return std::bit_cast<float>(inOneToTwo) - 1.0f;
@@ -243,6 +298,10 @@ private:
     bool myDoCook = true;
     bool myDoCookFirst = false;
     int myRuleSuppression = 0;
+    FLX_CookOrder myCookOrder = FLX_CookOrder::Chunk;
+    bool myQueueing = false;
+    mutable bool myPassesWait = false;
+    std::unique_ptr<FLX_PassQueue> myPasses;
     FLX_UserVariables myUserVariables;
     std::map<int, std::unique_ptr<FLX_BlindData>> myBlindData;
     int myRefCount = 1;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 #include "host/expr/EV_Number.h"
 #include "host/ut/UT_Math.h"
@@ -15,9 +16,9 @@ FLX_LocalVar::FLX_LocalVar(OP_Network* parent, const char* name, OP_Operator* op
 }
 
 void FLX_LocalVar::setupVars(FLX_ContextData* context, const GB_PointGroup* group) {
-    myVarDetail = context->getDetail();
+    myVarDetail = context->peekDetail();
     myBox.pend(myVarDetail);
-    myPointCount = int(myVarDetail->points().entries());
+    myPointsCounted = false;
     myGroupCount = group ? int(group->entries()) : 0;
     myTimeIncrement = context->timeStep;
     myWarned.reset();
@@ -55,7 +56,7 @@ const CH_LocalVariable* FLX_LocalVar::resolveExtraVariableForSyntaxHighlight(con
 float FLX_LocalVar::getVariableValue(int index, int thread) {
     if (myTest.deny(thread)) return 0;
     if (myTest.running()) return testValue(index, thread);
-    if (!myCurPoint) return 0;
+    if (!point()) return 0;
     if (FLX_ContextData::isUserVariable(index))
         return myVarContext ? myVarContext->getUserVariableValue(myCurPoint, index, thread) : 0;
     const FLX_ParticleVariable* variable = FLX_ParticleVariables::find(index);
@@ -132,10 +133,12 @@ float FLX_LocalVar::particleValue(const FLX_ParticleVariable& variable) {
     case FLX_VarRead::Velocity: return component(myCore.velocity, i);
     case FLX_VarRead::StateBit: return *myCurPoint->castAttribData<int>(myCore.state) & i ? 1.0f : 0.0f;
     case FLX_VarRead::Position: return myCurPoint->getPos()[i];
-    case FLX_VarRead::BoundingBox: return myBox.relative(myCurPoint->getPos()[i], i);
+    case FLX_VarRead::BoundingBox:
+        if (myBox.isPending()) flushPasses();
+        return myBox.relative(myCurPoint->getPos()[i], i);
     case FLX_VarRead::Iteration: return float(myIteration);
     case FLX_VarRead::PointNumber: return float(myVarDetail->points().number(myCurPoint));
-    case FLX_VarRead::PointCount: return float(myPointCount);
+    case FLX_VarRead::PointCount: return pointCount();
     case FLX_VarRead::GroupCount: return float(myGroupCount);
     case FLX_VarRead::TimeIncrement: return myTimeIncrement;
     case FLX_VarRead::RotationAngle: return halfAngle(component(at, 3)) * HALF_ANGLE_TO_DEGREES;
@@ -150,10 +153,24 @@ float FLX_LocalVar::particleValue(const FLX_ParticleVariable& variable) {
     return 0;
 }
 
+// Without a running pass there may be passes that change what a variable reads, or take the point away.
+const GEO_Point* FLX_LocalVar::point() {
+    flushPasses();
+    if (const GU_Detail* detail = std::exchange(myFirstPointOf, nullptr))
+        myCurPoint = detail->points().entries() > 0 ? detail->points()(0) : nullptr;
+    return myCurPoint;
+}
+
+float FLX_LocalVar::pointCount() {
+    if (!std::exchange(myPointsCounted, true)) myPointCount = int(myVarDetail->points().entries());
+    return float(myPointCount);
+}
+
 // ---- the dependency test
 
 void FLX_LocalVar::beginTest(GU_Detail* detail) {
-    myCurPoint = detail && detail->points().entries() > 0 ? detail->points()(0) : nullptr;
+    myCurPoint = nullptr;
+    myFirstPointOf = detail;
 }
 
 int FLX_LocalVar::isVarDependent(GU_Detail* detail, EV_EXPRESSION* expression, int thread) {

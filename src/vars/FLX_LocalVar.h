@@ -24,12 +24,15 @@ public:
     void cleanupDynamicVars();
 
     // ---- per particle
-    void setCurPoint(const GEO_Point* point) { myCurPoint = point; }
+    void setCurPoint(const GEO_Point* point) {
+        myCurPoint = point;
+        myFirstPointOf = nullptr;
+    }
     void setIteration(int iteration) { myIteration = iteration; }
     /// Reading it makes a parameter under test per-particle.
     const GEO_Point* curPoint() {
         myTest.setDependent();
-        return myCurPoint;
+        return point();
     }
     GU_Detail* curGdp() const;
 
@@ -46,13 +49,18 @@ private:
     float missingValue(const FLX_ParticleVariable& variable);
     bool isPresent(const FLX_ParticleVariable& variable) const;
     void beginTest(GU_Detail* detail);
+    /// The current point, found now when it is the first one of a detail that was tested against.
+    const GEO_Point* point();
+    float pointCount();
 
     int offset(FLX_Attrib attrib) const { return myOffsets[size_t(attrib)]; }
     float component(int offset, int i) const { return myCurPoint->castAttribData<float>(offset)[i]; }
 
     const GEO_Point* myCurPoint = nullptr;
+    const GU_Detail* myFirstPointOf = nullptr; // else the current point is this detail's first
     int myIteration = 0;
     FLX_VariableTest myTest;
+    bool myPointsCounted = true;
     int myPointCount = 0;
     int myGroupCount = 0;
     FLX_BoundingBox myBox;

@@ -31,12 +31,14 @@ struct FLX_BirthGroupParms {
         , PRESERVEGROUP(owner, {"preservegroup", "Preserve Group"}, false) {}
 
     /// Made, or emptied unless preserved, once per cook; null without a name or for a name no group may have.
-    GB_PointGroup* make(GU_Detail& detail) const {
+    GB_PointGroup* make(const FLX_ContextData& context) const {
         const UT_String name = GROUP();
         if (!name.isstring()) return nullptr;
-        GB_PointGroup* existing = PRESERVEGROUP() ? detail.pointGroups().find(name.str()) : nullptr;
+        GB_PointGroupList& groups = context.peekDetail()->pointGroups();
+        GB_PointGroup* existing = PRESERVEGROUP() ? groups.find(name.str()) : nullptr;
         if (existing) return existing;
-        GB_PointGroup* made = detail.pointGroups().newGroup(name.str(), 0);
+        context.settleGroupCounts();
+        GB_PointGroup* made = groups.newGroup(name.str(), 0);
         if (!made) UTaddWarning("FLX", FLX_ERR_BADGROUP, name.c_str());
         return made;
     }
