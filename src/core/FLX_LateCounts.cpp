@@ -7,7 +7,9 @@ constexpr char FENCE = '\1'; // before "what", between it and the number, and be
 std::string nameOf(const GEO_PrimParticle& prim) { return "p" + std::to_string(prim.getNum()); }
 std::string nameOf(const GB_PointGroup& group) { return "g" + group.getName(); }
 
-std::string markOf(const std::string& what, size_t count) { return FENCE + what + FENCE + std::to_string(count) + FENCE; }
+std::string markOf(const std::string& what, size_t count) {
+    return FENCE + what + FENCE + std::to_string(count) + FENCE;
+}
 
 } // namespace
 

@@ -83,8 +83,7 @@ public:
         for (size_t s = 0; s < mySlabs.size(); ++s)
             for (uint32_t w = 0; w < WORDS && mySlabs[s].live; w += 4) {
                 const uint64_t* bits = &mySlabs[s].bits[w];
-                if (bits[0] | bits[1] | bits[2] | bits[3])
-                    fn(static_cast<uint32_t>(s) * SLAB_RECORDS + w * 64u, bits);
+                if (bits[0] | bits[1] | bits[2] | bits[3]) fn(static_cast<uint32_t>(s) * SLAB_RECORDS + w * 64u, bits);
             }
     }
 
