@@ -67,6 +67,14 @@ private:
         to->add_option("--net", net, "Only the particle network at this path")->type_name("PATH");
     }
 
+    static void addCookOrder(CLI::App* to, std::string& order) {
+        to->add_option("--cook-order", order,
+                       "chunk: all operators on some particles, then on the next (default); operator: each operator on "
+                       "all of them, which is slower and gives the same")
+            ->type_name("ORDER")
+            ->check(CLI::IsMember({"chunk", "operator"}));
+    }
+
     void addRun(CLI::App* to) {
         addScene(to, myRun.scene);
         to->add_option("--frames", myRun.frames, "First and last frame, instead of the scene's own")->type_name("A-B");
@@ -75,6 +83,7 @@ private:
             ->type_name("PATTERN");
         addNet(to, myRun.net);
         addSets(to, myRun.sets);
+        addCookOrder(to, myRun.cookOrder);
         to->add_flag("--json", myRun.json, "One JSON object per network and frame on standard output");
         to->add_flag("--quiet", myRun.quiet, "No progress");
     }
@@ -83,6 +92,7 @@ private:
         to->add_option("--frame", myDump.frame, "The frame to print")->type_name("N");
         addNet(to, myDump.net);
         addSets(to, myDump.sets);
+        addCookOrder(to, myDump.cookOrder);
         to->add_flag("--guides", myDump.guides, "Guide geometry too");
     }
     void addCheck(CLI::App* to) { addScene(to, myCheck.scene); }

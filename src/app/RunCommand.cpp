@@ -48,6 +48,7 @@ public:
         , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet), myRange) {}
 
     ExitStatus execute() {
+        LoadedScene::setCookOrder(myNetworks, myOptions.cookOrder);
         if (writes()) prepareOutput();
         for (int frame = firstCooked(); frame <= myRange.last; ++frame)
             for (ParticleNetwork* network : myNetworks) {

@@ -13,8 +13,6 @@
 #include "core/FLX_BlindData.h"
 #include "core/FLX_ContextDataHandle.h"
 #include "core/FLX_ParticleList.h"
-#include "core/FLX_PassDomain.h"
-#include "core/FLX_StepPass.h"
 #include "core/FLX_UserVariables.h"
 #include "host/geo/GEO_PrimParticle.h"
 #include "host/geo/GU_Detail.h"
@@ -24,7 +22,9 @@
 #include "host/ut/UT_Vector3.h"
 
 class FLX_Node;
+class FLX_Pass;
 class FLX_PassQueue;
+struct FLX_StepPhases;
 class OBJ_Node;
 class OP_Context;
 
@@ -112,9 +112,9 @@ public:
     /// Whether passes may wait now: within a cook, chunk by chunk. A point that two particles share must see one pass
     /// before the next.
     bool queuesPasses() const { return myQueueing && !myPointsShared; }
-    /// Hands a pass over the first `entries` primitives of the list over: it waits until something needs the particles,
-    /// or the cook ends.
-    void enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_ParticleList& list, int entries);
+    /// Hands over a pass over the first `entries` primitives of the list: it waits until something needs the particles,
+    /// or the cook ends. With `inOrder` it meets the particles in the list's order.
+    void enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_ParticleList& list, int entries, bool inOrder);
     /// The time step becomes the first pass of the cook; false when it must run at once.
     bool enqueueStep(const FLX_StepPhases& phases);
     /// Reap, rules and preparation may go over a particle in one. Particles bound to geometry fetch it in mid-step, and

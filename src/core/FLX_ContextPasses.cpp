@@ -2,10 +2,12 @@
 #include "core/FLX_ContextData.h"
 #include "core/FLX_PassQueue.h"
 
-void FLX_ContextData::enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_ParticleList& list, int entries) {
+void FLX_ContextData::enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_ParticleList& list, int entries,
+                                  bool inOrder) {
     // What counts the particles must count those that stay.
-    if (pass->needsOrder() && willReap()) flushPasses();
-    myPasses->add(std::move(pass), FLXdomainOf(list, entries));
+    if (pass->countsParticles() && willReap()) flushPasses();
+    inOrder |= pass->countsParticles();
+    myPasses->add(std::move(pass), FLXdomainOf(list, entries), inOrder);
     myPassesWait = true;
 }
 

@@ -47,9 +47,9 @@ public:
     /// formula keeps to its own particle. False: it is to be run over all particles before anything else happens.
     bool isSelfContained() const { return mySelfContained; }
 
-    /// It counts the particles it meets ($ITER), or fills tables that all particles share: it must meet them in its
-    /// operator's order, and none that are about to be reaped.
-    bool needsOrder() const { return myNeedsOrder; }
+    /// It uses the number of the particle in its operator's order ($ITER): those that are about to be reaped must have
+    /// gone before it runs.
+    bool countsParticles() const { return myCountsParticles; }
 
     /// Runs over `n` particles in chunks, the first being the operator's particle number `iteration`.
     void runAll(GEO_PointAccess access, const uint32_t* slots, size_t n, int iteration);
@@ -57,9 +57,9 @@ public:
 protected:
     FLX_Pass() = default;
     void setSelfContained(bool on) { mySelfContained = on; }
-    void setNeedsOrder(bool on) { myNeedsOrder = on; }
+    void setCountsParticles(bool on) { myCountsParticles = on; }
 
 private:
     bool mySelfContained = true;
-    bool myNeedsOrder = false;
+    bool myCountsParticles = false;
 };

@@ -8,13 +8,13 @@
 #include "core/FLX_LateCounts.h"
 #include "core/FLX_Node.h"
 
-void FLX_PassQueue::add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain) {
-    myPasses.push_back({std::move(pass), std::move(domain), false});
+void FLX_PassQueue::add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain, bool inOrder) {
+    myPasses.push_back({std::move(pass), std::move(domain), false, inOrder});
 }
 
 void FLX_PassQueue::addStep(std::unique_ptr<FLX_StepPass> step, FLX_PassDomain domain) {
     myStep = step.get();
-    myPasses.push_back({std::move(step), std::move(domain), true});
+    myPasses.push_back({std::move(step), std::move(domain), true, false});
 }
 
 void FLX_PassQueue::clear() {
@@ -198,7 +198,7 @@ bool FLX_PassQueue::coversEveryPoint() const {
     if (myContext.pointsShared()) return false; // counts prove nothing then
     const FLX_PassDomain& first = myPasses.front().domain;
     for (const Entry& entry : myPasses) {
-        if (entry.pass->needsOrder() || entry.domain.size() != first.size()) return false;
+        if (entry.inOrder || entry.domain.size() != first.size()) return false;
         for (const FLX_PassRange& range : entry.domain)
             if (!rangeOf(first, *range.prim)) return false;
     }

@@ -19,7 +19,8 @@ public:
         : myContext(context) {}
 
     bool empty() const { return myPasses.empty(); }
-    void add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain);
+    /// With `inOrder` the pass meets particles in the order of its domain, if it is the last one when the queue runs.
+    void add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain, bool inOrder);
     /// The same for the time step, which must be the first.
     void addStep(std::unique_ptr<FLX_StepPass> step, FLX_PassDomain domain);
     /// Runs all that waits.
@@ -38,6 +39,7 @@ private:
         std::unique_ptr<FLX_Pass> pass;
         FLX_PassDomain domain;
         bool isStep;
+        bool inOrder;
     };
 
     void walk() const;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <vector>
 
+enum class FLX_CookOrder;
 class FLX_ContextData;
 class FLX_Node;
 
@@ -45,6 +46,10 @@ public:
     /// cook afterwards.
     void cookGuides();
 
+    /// The order in which operators work on the particles from the next step on; chunk by chunk unless told otherwise.
+    /// Results are the same.
+    void setCookOrder(FLX_CookOrder order) { myCookOrder = order; }
+
     /// Null before the first frame.
     FLX_ContextData* context() const { return myContext; }
     /// The particles; null before the first frame.
@@ -76,6 +81,7 @@ private:
     FLX_Node* cookNode() const;
 
     FLX_ContextData* myContext = nullptr;
+    FLX_CookOrder myCookOrder{};
     bool myRunning = false; ///< the start frame was cooked
     bool myBusy = false;
     bool myUsed = false; ///< operators have cooked since they were made

@@ -34,8 +34,9 @@ void FLX_ParticleCook::enqueue(std::unique_ptr<FLX_Pass> pass) const {
     const FLX_ParticleList& list = *myOperator.peekParticleList();
     int entries = 0;
     while (entries < list.entries() && !UTgetInterrupt()->opInterrupt(-1)) ++entries;
-    myContext.enqueuePass(std::move(pass), list, entries);
-    if (myOperator.passUse() == FLX_PassUse::Closing) myContext.flushPasses();
+    const bool closing = myOperator.passUse() == FLX_PassUse::Closing;
+    myContext.enqueuePass(std::move(pass), list, entries, closing);
+    if (closing) myContext.flushPasses();
 }
 
 // In the detail's order.
