@@ -7,7 +7,7 @@ void FLX_ContextData::enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_Part
     // What counts the particles must count those that stay.
     if (pass->countsParticles() && willReap()) flushPasses();
     inOrder |= pass->countsParticles();
-    myPasses->add(std::move(pass), FLXdomainOf(list, entries), inOrder);
+    myPasses->add(std::move(pass), FLX_PassDomain(list, entries), inOrder);
     myPassesWait = true;
 }
 
@@ -15,7 +15,7 @@ bool FLX_ContextData::enqueueStep(const FLX_StepPhases& phases) {
     if (!queuesPasses() || !canFuseStep()) return false;
     flushPasses();
     if (std::unique_ptr<FLX_StepPass> step = FLX_StepPass::make(*this, phases)) {
-        myPasses->addStep(std::move(step), FLXdomainOf(myParticleList, myParticleList.entries()));
+        myPasses->addStep(std::move(step), FLX_PassDomain(myParticleList, myParticleList.entries()));
         myPassesWait = true;
     }
     return true;

@@ -24,7 +24,7 @@ FLX_LateCounts::FLX_LateCounts(const GB_PointGroupList& groups) {
 void FLX_LateCounts::settle(const GB_PointGroupList& groups, const FLX_PassDomain& domain,
                             const std::vector<size_t>& dropped) {
     for (size_t i = 0; i < groups.entries(); ++i) myLosses[i].count -= groups[i]->entries();
-    for (size_t i = 0; i < domain.size(); ++i) myLosses.push_back({nameOf(*domain[i].prim), dropped[i]});
+    for (size_t i = 0; i < dropped.size(); ++i) myLosses.push_back({nameOf(*domain.ranges()[i].prim), dropped[i]});
 }
 
 size_t FLX_LateCounts::lossOf(const std::string& what) const {

@@ -50,12 +50,6 @@ void FLX_PassQueue::walk() const {
 
 namespace {
 
-const FLX_PassRange* rangeOf(const FLX_PassDomain& domain, const GEO_PrimParticle& prim) {
-    for (const FLX_PassRange& range : domain)
-        if (range.prim == &prim) return &range;
-    return nullptr;
-}
-
 /// The slots of a chunk without those of a set. Worked out once for as many passes as want the same.
 class Survivors {
 public:
@@ -82,11 +76,10 @@ private:
 // The last pass's primitives come first, in its order: what it adds to tables that all particles share comes in the
 // order in which it would have come without the others.
 void FLX_PassQueue::walkSequences() const {
-    std::vector<GEO_PrimParticle*> prims;
+    UT_BitSet met(myContext.peekDetail()->primitives().entries());
     for (size_t i = myPasses.size(); i-- > 0;)
-        for (const FLX_PassRange& range : myPasses[i].domain)
-            if (std::find(prims.begin(), prims.end(), range.prim) == prims.end()) prims.push_back(range.prim);
-    for (GEO_PrimParticle* prim : prims) walkSequence(*prim);
+        for (const FLX_PassRange& range : myPasses[i].domain.ranges())
+            if (met.set(size_t(range.prim->getNum()))) walkSequence(*range.prim);
 }
 
 void FLX_PassQueue::walkSequence(GEO_PrimParticle& prim) const {
@@ -99,7 +92,7 @@ void FLX_PassQueue::walkSequence(GEO_PrimParticle& prim) const {
     std::vector<Turn> turns;
     size_t end = 0;
     for (const Entry& entry : myPasses)
-        if (const FLX_PassRange* range = rangeOf(entry.domain, prim); range && range->count) {
+        if (const FLX_PassRange* range = entry.domain.find(prim); range && range->count) {
             turns.push_back({entry.pass.get(), range->count, range->iteration, entry.isStep});
             end = std::max(end, range->count);
         }
@@ -176,19 +169,12 @@ void takeAway(Mask& mask, uint32_t first, const UT_BitSet& set) {
 /// Points of the particles of a domain's primitives that lie behind it.
 UT_BitSet bornBehind(const FLX_PassDomain& domain, size_t slotEnd) {
     UT_BitSet born;
-    for (const FLX_PassRange& range : domain)
+    for (const FLX_PassRange& range : domain.ranges())
         for (size_t i = range.count; i < range.prim->particleCount(); ++i) {
             if (!born.size()) born.resize(slotEnd);
             born.set(range.prim->particleSlot(i));
         }
     return born;
-}
-
-bool sameRanges(const FLX_PassDomain& a, const FLX_PassDomain& b) {
-    return std::all_of(a.begin(), a.end(), [&](const FLX_PassRange& range) {
-        const FLX_PassRange* other = rangeOf(b, *range.prim);
-        return other && other->count == range.count;
-    });
 }
 
 } // namespace
@@ -197,13 +183,10 @@ bool sameRanges(const FLX_PassDomain& a, const FLX_PassDomain& b) {
 bool FLX_PassQueue::coversEveryPoint() const {
     if (myContext.pointsShared()) return false; // counts prove nothing then
     const FLX_PassDomain& first = myPasses.front().domain;
-    for (const Entry& entry : myPasses) {
-        if (entry.inOrder || entry.domain.size() != first.size()) return false;
-        for (const FLX_PassRange& range : entry.domain)
-            if (!rangeOf(first, *range.prim)) return false;
-    }
+    for (const Entry& entry : myPasses)
+        if (entry.inOrder || !entry.domain.samePrimitives(first)) return false;
     size_t particles = 0;
-    for (const FLX_PassRange& range : first) particles += range.prim->particleCount();
+    for (const FLX_PassRange& range : first.ranges()) particles += range.prim->particleCount();
     return particles == myContext.peekDetail()->points().entries();
 }
 
@@ -218,7 +201,7 @@ void FLX_PassQueue::walkRecords() const {
     sets.reserve(myPasses.size());
     std::vector<Turn> turns;
     for (size_t i = 0; i < myPasses.size(); ++i) {
-        if (i == 0 || !sameRanges(myPasses[i - 1].domain, myPasses[i].domain))
+        if (i == 0 || !myPasses[i - 1].domain.sameParticles(myPasses[i].domain))
             sets.push_back(bornBehind(myPasses[i].domain, points.slotEnd()));
         turns.push_back({myPasses[i].pass.get(), sets.back().any() ? &sets.back() : nullptr});
     }

@@ -95,10 +95,11 @@ void FLX_StepPass::noteReapable(uint32_t slot) {
 }
 
 void FLX_StepPass::reap(FLX_ContextData& context, const FLX_PassDomain& domain, std::vector<size_t>& dropped) const {
-    dropped.assign(domain.size(), 0);
+    const std::vector<FLX_PassRange>& ranges = domain.ranges();
+    dropped.assign(ranges.size(), 0);
     size_t total = 0;
-    for (size_t i = 0; myReaps && i < domain.size(); ++i) {
-        const FLX_PassRange& range = domain[i];
+    for (size_t i = 0; myReaps && i < ranges.size(); ++i) {
+        const FLX_PassRange& range = ranges[i];
         const bool any = myReapable.any();
         if (myDeletesDead && (any || range.prim->anyMarkedDead()))
             dropped[i] = dropDead(context, *range.prim, myReapable);

@@ -12,7 +12,7 @@ void runStep(FLX_ContextData& context, const FLX_ParticleList& list, const FLX_S
     if (!step) return;
     context.flushPasses();
     FLX_PassQueue alone(context);
-    alone.addStep(std::move(step), FLXdomainOf(list, list.entries()));
+    alone.addStep(std::move(step), FLX_PassDomain(list, list.entries()));
     alone.run();
 }
 
