@@ -188,6 +188,7 @@ public:
     int addUserVariable(const char* name, int size, GB_AttribType type, const void* def, const char* varname);
     CH_LocalVariable* getUserVariables() { return myUserVariables.table(); }
     const CH_LocalVariable* getUserVariables() const { return myUserVariables.table(); }
+    const FLX_UserVariables& userVariables() const { return myUserVariables; }
     static int isUserVariable(int id) { return id >= FLX_UserVariables::FIRST_ID; }
     float getUserVariableValue(const GEO_Point* point, int id, int thread) const;
 

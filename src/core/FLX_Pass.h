@@ -17,6 +17,10 @@ struct FLX_Chunk {
 
     GEO_Point* point(size_t k) const { return access(slots[k]); }
 
+    /// The first n particles, and those from the n-th on.
+    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration}; }
+    FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n)}; }
+
     /// Calls work(k, point) for every particle in order, fetching records ahead.
     template <class Work> void forEach(const Work& work) const {
         constexpr size_t AHEAD = 24;
