@@ -34,6 +34,7 @@ flx_ContextDataHandleRef* FLX_ContextData::getIndirectHandle() {
 void FLX_ContextData::reset(FLX_Node* node, GU_Detail* detail, const char* initialStateFile, bool keepGeometry,
                             unsigned seed, bool resetPending) {
     setRefDetail(detail);
+    myFoundIn = nullptr;
     myLoadError.clear();
     if (detail && !keepGeometry) detail->stashAll();
     myNumParticles = 0;
@@ -148,6 +149,19 @@ void FLX_ContextData::recacheOffset() {
     myCore.source = prims.getOffset("source", 4, GB_ATTRIB_RAW);
     myCore.generator = prims.getOffset("generator", 4, GB_ATTRIB_INDEX);
     myUserVariables.recache(points);
+}
+
+int FLX_ContextData::foundOffset(FLX_Attrib attrib) const {
+    const GB_AttributeDict& points = myDetail->pointAttribs();
+    if (myFoundIn != myDetail || myFoundSerial != points.layoutSerial()) {
+        for (int i = 0; i < FLX_NUM_ATTRIBS; ++i) {
+            const FLX_AttribRow& row = FLXattribRow(FLX_Attrib(i));
+            myFound[size_t(i)] = points.getOffset(row.name, row.size, row.type);
+        }
+        myFoundIn = myDetail;
+        myFoundSerial = points.layoutSerial();
+    }
+    return myFound[size_t(attrib)];
 }
 
 int FLX_ContextData::addAttrib(FLX_Attrib attrib) {

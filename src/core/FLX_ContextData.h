@@ -168,6 +168,8 @@ public:
 
     // ---- attributes. Offsets are bytes into a point's attribute data; -1: absent.
     int offset(FLX_Attrib attrib) const { return myOffsets[size_t(attrib)]; }
+    /// What the detail itself says of an attribute by name, size and type; looked up again when it has others.
+    int foundOffset(FLX_Attrib attrib) const;
     void setOffset(FLX_Attrib attrib, int offset) { myOffsets[size_t(attrib)] = offset; }
 #define FLX_ATTRIBUTE_ACCESS(stem, ...)                                                                                \
     int get##stem##Offset() const { return offset(FLX_Attrib::stem); }                                                 \
@@ -240,6 +242,7 @@ public:
     int addUserVariable(const char* name, int size, GB_AttribType type, const void* def, const char* varname);
     CH_LocalVariable* getUserVariables() { return myUserVariables.table(); }
     const CH_LocalVariable* getUserVariables() const { return myUserVariables.table(); }
+    const FLX_UserVariables& userVariables() const { return myUserVariables; }
     static int isUserVariable(int id) { return id >= FLX_UserVariables::FIRST_ID; }
     float getUserVariableValue(const GEO_Point* point, int id, int thread) const;
 
@@ -289,6 +292,9 @@ private:
     int myNumParticles = 0;
     long long myNumBorn = 0;
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
+    mutable std::array<int, size_t(FLX_NUM_ATTRIBS)> myFound{};
+    mutable const GU_Detail* myFoundIn = nullptr;
+    mutable uint64_t myFoundSerial = 0;
     FLX_CoreOffsets myCore;
     int myNextIdOffset = -1; // of the detail attribute "nextid"; -1: not looked up yet
     bool myPointsShared = false;

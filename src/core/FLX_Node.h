@@ -95,6 +95,8 @@ public:
     // ---- shared with operators and interfaces
     /// What a cook of this operator does to the passes that wait.
     virtual FLX_PassUse passUse() const { return FLX_PassUse::Barrier; }
+    /// Runs the passes that wait in the cook that is going on, if any.
+    void flushPasses() const;
     FLX_ParticleList* getParticleList();
     FLX_ParticleList* peekParticleList() { return &myParticleList; }
     /// Puts the counts into the info text that it lacks yet.
@@ -153,8 +155,6 @@ protected:
     // ---- inputs, cooked. A barrier's inputs have done all they do to the particles when these return.
     UT_ErrorSeverity lockInputs(OP_Context& context);
     UT_ErrorSeverity lockInput(int i, OP_Context& context);
-    /// Runs the passes that wait in the cook that is going on, if any.
-    void flushPasses() const;
 
     // ---- messages of type "FLX"; the text may be null
     void addError(FLX_ErrorCodes code, const char* text = nullptr) { UTaddError("FLX", code, text); }

@@ -17,6 +17,10 @@ struct FLX_Chunk {
 
     GEO_Point* point(size_t k) const { return access(slots[k]); }
 
+    /// The first n particles, and those from the n-th on.
+    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration}; }
+    FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n)}; }
+
     /// Calls work(k, point) for every particle in order, fetching records ahead.
     template <class Work> void forEach(const Work& work) const {
         constexpr size_t AHEAD = 24;
@@ -47,8 +51,8 @@ public:
     /// formula keeps to its own particle. False: it is to be run over all particles before anything else happens.
     bool isSelfContained() const { return mySelfContained; }
 
-    /// It uses the number of the particle in its operator's order ($ITER): those that are about to be reaped must have
-    /// gone before it runs.
+    /// It uses the number of the particle, in its operator's order or in the detail's: those that are about to be reaped
+    /// must have gone before it runs.
     bool countsParticles() const { return myCountsParticles; }
 
     /// Runs over `n` particles in chunks, the first being the operator's particle number `iteration`.

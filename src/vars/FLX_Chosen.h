@@ -30,6 +30,9 @@ public:
 
     bool varies() const { return myVaries; }
     const value_type& constant() const { return myConstant; }
+    /// What is evaluated, and at what time.
+    const Handle* handle() const { return myHandle; }
+    float time() const { return myTime; }
     value_type operator()() const { return myVaries ? (*myHandle)(myTime) : myConstant; }
 
 private:
@@ -54,6 +57,9 @@ public:
         if (!dependent) myConstant[i] = (*myHandle)[i](myTime);
     }
     bool varies() const { return myVaries[0] || myVaries[1] || myVaries[2]; }
+    bool varies(int i) const { return myVaries[i]; }
+    const PRM_Floats<3>* handle() const { return myHandle; }
+    float time() const { return myTime; }
     const UT_Vector3& constant() const { return myConstant; }
     float component(int i) const { return myVaries[i] ? (*myHandle)[i](myTime) : myConstant[i]; }
     UT_Vector3 operator()() const {

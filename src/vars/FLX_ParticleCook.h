@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <type_traits>
 
 #include "host/node/CH_Manager.h"
 #include "host/ut/UT_Interrupt.h"
@@ -41,7 +40,15 @@ public:
     /// values come from `sources` (what `choose` returned, or `late` of it), evaluated from left to right before the
     /// call; for a skipped particle nothing is evaluated. When nothing varies the loop is compiled for plain values in
     /// registers. The formula and the sources are copied: capture by value.
-    template <class Formula, class... Sources> void each(int skip, Formula&& formula, const Sources&... sources) const;
+    template <class Formula, class... Sources> void each(int skip, Formula&& formula, const Sources&... sources) const {
+        loop(skip, true, formula, sources...);
+    }
+    /// The same for a formula that writes what another particle's expressions read: each value is evaluated at its
+    /// particle's turn, when the formula has been through with the particles before.
+    template <class Formula, class... Sources>
+    void eachInTurn(int skip, Formula&& formula, const Sources&... sources) const {
+        loop(skip, false, formula, sources...);
+    }
 
     /// Whether running this pass between the chunks of other operators' passes gives the same, and the cook goes that
     /// way: the operator says so, the pass is self-contained, there is no source group, no primitive stands in the list
@@ -52,6 +59,8 @@ private:
     bool depends(const FLX_ParmRef& parm) const {
         return myOperator.isVarDependent(myContext.peekDetail(), parm, myTime, myThread) != 0;
     }
+    template <class Formula, class... Sources>
+    void loop(int skip, bool mayUseColumns, const Formula& formula, const Sources&... sources) const;
     template <class Formula, class... Values>
     static auto constantPass(FLX_Skip skip, const Formula& formula, const Values&... values) {
         return std::make_unique<FLX_ConstantPass<Formula, Values...>>(skip, formula, values...);
@@ -70,13 +79,13 @@ private:
 };
 
 template <class Formula, class... Sources>
-void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sources) const {
-    using Plain = std::decay_t<Formula>;
+void FLX_ParticleCook::loop(int skip, bool mayUseColumns, const Formula& formula, const Sources&... sources) const {
     const FLX_Skip skipped{myContext.getStateOffset(), skip};
     if ((sources.varies() || ...))
-        run(std::make_unique<FLX_VaryingPass<Plain, Sources...>>(myOperator, skipped, formula, sources...));
+        run(std::make_unique<FLX_VaryingPass<Formula, Sources...>>(myOperator, skipped, mayUseColumns, formula,
+                                                                   sources...));
     else
-        run(constantPass<Plain>(skipped, formula, flx_detail::constantArgument(sources)...));
+        run(constantPass(skipped, formula, flx_detail::constantArgument(sources)...));
 }
 
 /// The cook that every operator on particles shares: guide, inputs, particle list, activation, source group, variables;

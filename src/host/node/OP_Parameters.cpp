@@ -20,13 +20,6 @@ void beginEvaluation(int thread) {
     if (OP_EvalState::current().nesting == 0) EV_clearError(thread);
 }
 
-// Written so that NaN ends at a hard bound, too.
-double clamped(double value, const PRM_Range& range) {
-    if (range.minKind == PRM_RangeKind::Hard && !(value >= range.min)) return range.min;
-    if (range.maxKind == PRM_RangeKind::Hard && !(value <= range.max)) return range.max;
-    return value;
-}
-
 UT_String typedText(const PRM_Parm& parm) {
     if (parm.size() == 0) return parm.text();
     const PRM_Parm::Component& c = parm.component(0);
@@ -68,8 +61,7 @@ double OP_Parameters::evalNumber(PRM_Parm& parm, int component, double t, int th
     double value = c.constant;
     if (c.kind != PRM_Parm::Component::Constant) value = evaluateComponent(parm, component, t, thread);
     if (row.type == PRM_Type::Multi) return double(parm.instances().size());
-    if (row.type != PRM_Type::Float) value = EV_toInt(value);
-    return row.hasRange ? clamped(value, row.range) : value;
+    return row.number(value);
 }
 
 double OP_Parameters::evaluateComponent(PRM_Parm& parm, int component, double t, int thread) {

@@ -2,6 +2,7 @@
 #include "host/vm/VM_Formulas.h"
 #include "host/vm/VM_Kernels.h"
 #include <algorithm>
+#include <set>
 
 VM_Host::~VM_Host() = default;
 
@@ -40,6 +41,13 @@ struct OneLane {
 
 // ---- columns
 
+// Bit k: operand k is a constant.
+unsigned numbersAmong(const VM_Program& program, const VM_Instruction& i) {
+    unsigned numbers = 0;
+    for (int k = 0; k < VM_arity(i.op); ++k) numbers |= i.src[k] < program.constants.size() ? 1u << k : 0u;
+    return numbers;
+}
+
 struct Columns {
     const VM_Program& program;
     double* r;
@@ -57,15 +65,9 @@ struct Columns {
     }
     void compute(const VM_Instruction& i) const {
         VM_Operand operands[4];
-        unsigned numbers = 0;
-        const int arity = VM_arity(i.op);
-        for (int k = 0; k < arity; ++k) {
-            const uint16_t source = i.src[k];
-            operands[k].column = column(source);
-            if (source >= program.constants.size()) continue;
-            operands[k].number = program.constants[source];
-            numbers |= 1u << k;
-        }
+        const unsigned numbers = numbersAmong(program, i);
+        for (int k = 0; k < VM_arity(i.op); ++k)
+            operands[k] = {column(i.src[k]), numbers >> k & 1 ? program.constants[i.src[k]] : 0};
         const int whole = (lanes + VM_LANE_GROUP - 1) & ~(VM_LANE_GROUP - 1);
         VM_Kernel kernel = VM_kernel(i.op, numbers);
         (kernel ? kernel : VM_kernel(i.op, 0))(column(i.dst), operands, whole);
@@ -91,6 +93,16 @@ template <class Machine> bool run(const Machine& machine, const VM_Program& prog
 
 void VM_loadConstants(const VM_Program& program, double* registers, int lanes) {
     for (double constant : program.constants) registers = std::fill_n(registers, lanes, constant);
+}
+
+std::vector<uint16_t> VM_constantColumns(const VM_Program& program) {
+    std::set<uint16_t> out;
+    for (const VM_Instruction& i : program.code) {
+        if (i.op <= VM_Op::Host || VM_kernel(i.op, numbersAmong(program, i))) continue;
+        for (int k = 0; k < VM_arity(i.op); ++k)
+            if (i.src[k] < program.constants.size()) out.insert(i.src[k]);
+    }
+    return {out.begin(), out.end()};
 }
 
 bool VM_run(const VM_Program& program, double* registers, VM_Host& host) {

@@ -17,6 +17,10 @@ public:
 // Writes the constants into a register file of numRegisters * lanes doubles. Needed once for any number of runs.
 void VM_loadConstants(const VM_Program& program, double* registers, int lanes);
 
+// The constants that an operation over columns reads as columns; all others it takes as numbers, so that those need not
+// be loaded for runs over columns of a program without calls to its host.
+std::vector<uint16_t> VM_constantColumns(const VM_Program& program);
+
 // Runs a program over one lane, or over the first `lanes` of columns of VM_LANES; both give the same bits. False when
 // the host stopped it. Registers that are not constants may hold anything before, but must be initialised memory. Lanes
 // past `lanes` end up with anything.
