@@ -34,7 +34,6 @@ flx_ContextDataHandleRef* FLX_ContextData::getIndirectHandle() {
 void FLX_ContextData::reset(FLX_Node* node, GU_Detail* detail, const char* initialStateFile, bool keepGeometry,
                             unsigned seed, bool resetPending) {
     setRefDetail(detail);
-    myFoundIn = nullptr;
     myLoadError.clear();
     if (detail && !keepGeometry) detail->stashAll();
     myNumParticles = 0;

@@ -137,6 +137,7 @@ public:
     void setRefDetail(GU_Detail* detail) {
         flushPasses();
         myDetail = detail;
+        myFoundIn = nullptr;
         myNextIdOffset = -1;
     }
     GU_Detail* getDisplayDetail() const {
