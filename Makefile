@@ -10,7 +10,7 @@ PREFIX ?= /usr/local
 
 # Targets build in the order they are named even under -j; the parallel work happens inside ninja and ctest.
 .NOTPARALLEL:
-.PHONY: all help setup build demo test bench asan tsan format lint install clean
+.PHONY: all help setup build demo test bench instructions asan tsan format lint install clean
 
 all: build
 
@@ -19,7 +19,8 @@ help:
 	@echo 'make setup      install the Debian packages that are missing (root or sudo)'
 	@echo 'make demo       setup, build, simulate an example into build/demo'
 	@echo 'make test       setup, build, run every test'
-	@echo 'make bench      build and run the benchmarks, table in build/bench/results.txt'
+	@echo 'make bench      build and run the benchmarks, table in bench/results.md'
+	@echo 'make instructions  hold the instructions per particle against bench/instructions.txt'
 	@echo 'make asan tsan  build and test with sanitizers'
 	@echo 'make format     reformat the sources; make lint checks them'
 	@echo 'make install    PREFIX=$(PREFIX), DESTDIR is honoured'
@@ -43,6 +44,11 @@ bench: setup
 	cmake --preset bench
 	cmake --build --preset bench --parallel $(JOBS)
 	scripts/bench
+
+instructions: setup
+	cmake --preset release
+	cmake --build --preset release --target flx_instructions --parallel $(JOBS)
+	scripts/instructions
 
 # A sanitizer's shadow memory may clash with a randomised address space, so it is switched off where that is allowed.
 asan tsan: setup

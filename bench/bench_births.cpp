@@ -83,8 +83,8 @@ int main() {
     table.bar(grow, plain, 12);
     table.bar(reuse, plain, 12);
     for (const auto& [count, births] : {std::pair{allocations, n}, std::pair{steadyAllocations, n / part}})
-        std::printf("  bar: no allocation per particle: %zu for %zu births, %s\n", count, births,
-                    count < births / 100 ? "holds" : "MISSED");
+        bar("births do not allocate", "allocations / " + std::to_string(births) + " births",
+            double(count) / double(births), 0.01);
     std::printf("  records %016llx %016llx\n", static_cast<unsigned long long>(growing.hash(growingBirth)),
                 static_cast<unsigned long long>(steady.hash(steadyBirth)));
 }

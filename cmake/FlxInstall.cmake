@@ -20,6 +20,8 @@ if(layers)
     install(FILES ${CMAKE_BINARY_DIR}/flxConfig.cmake ${CMAKE_BINARY_DIR}/flxConfigVersion.cmake
         ${CMAKE_CURRENT_LIST_DIR}/FindSleef.cmake DESTINATION ${package_dir})
 
+    install(FILES ${PROJECT_SOURCE_DIR}/src/host/node/predefined.rules DESTINATION ${CMAKE_INSTALL_DATADIR}/flx)
+
     # Static libraries: users before used, and pkg-config finds everything else they link.
     set(FLX_PC_LIBS "")
     foreach(layer ${layers})
@@ -41,4 +43,5 @@ if(TARGET flx_cli)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     install(FILES ${PROJECT_SOURCE_DIR}/completions/_flx DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/data/ DESTINATION ${CMAKE_INSTALL_DATADIR}/flx)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -15,7 +15,7 @@ _flx() {
             mapfile -t COMPREPLY < <(compgen -W 'chunk operator' -- "$cur")
             return
             ;;
-        --out)
+        --out | --profile-json)
             _filedir
             return
             ;;
@@ -23,7 +23,7 @@ _flx() {
 
     local options='--help'
     case $command in
-        run) options+=' --frames --out --net --set --cook-order --json --quiet' ;;
+        run) options+=' --frames --out --net --set --cook-order --json --quiet --profile --profile-json' ;;
         dump) options+=' --frame --net --set --cook-order --guides' ;;
         ops) options+=' --functions --json' ;;
     esac

@@ -13,9 +13,12 @@ mv "$scratch/first" "$scratch/moved"     # an installation may be moved
 
 cat >"$scratch/user/main.cpp" <<'EOF'
 #include "host/ut/UT_Math.h"
+#include "host/ut/UT_PathSearch.h"
 #include "host/ut/UT_Vector3.h"
 
-int main() {
+int main(int argc, char** argv) {
+    UT_String found;
+    if (argc > 1) return UT_PathSearch::kestrelFindFile(found, argv[1]) ? 0 : 1;
     const UT_Vector3 across = cross(UT_Vector3(1, 0, 0), UT_Vector3(0, 1, 0));
     return across.z() == 1.0f && UT_Math::sin(0.0) == 0.0 ? 0 : 1;
 }
@@ -43,8 +46,14 @@ if command -v pkg-config >/dev/null; then
     echo "pkg-config: ok"
 fi
 
+grep -q '^\[FLXRotationAxes\]$' "$scratch/moved/share/flx/predefined.rules"
+echo "rules: ok"
+
 if [ -x "$scratch/moved/bin/flx" ]; then
     "$scratch/moved/bin/flx" --help >/dev/null
+    cp "$scratch/user/build/user" "$scratch/moved/bin"
+    (cd / && "$scratch/moved/bin/user" middleware/FLX/varlist.tbl)   # data files are found where the tool stands
+    (cd / && ! "$scratch/moved/bin/user" middleware/FLX/nothing.tbl)
     test -s "$scratch/moved/share/man/man1/flx.1"
     echo "tool: ok"
 fi

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -15,6 +16,19 @@ inline double median(std::vector<double> values) {
     const auto middle = values.begin() + long(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
+}
+
+/// Says what a value should be at most and whether it is. With FLX_BENCH_BARS in the environment the line goes into
+/// that file, too, for scripts/bench: question, measured, value, limit, apart by tabs.
+inline void bar(const std::string& question, const std::string& measured, double value, double limit) {
+    std::printf("  bar: %s: %.4g, at most %.4g: %s\n", measured.c_str(), value, limit,
+                value <= limit ? "holds" : "MISSED");
+    std::fflush(stdout);
+    const char* file = std::getenv("FLX_BENCH_BARS");
+    std::FILE* out = file ? std::fopen(file, "a") : nullptr;
+    if (!out) return;
+    std::fprintf(out, "%s\t%s\t%.6g\t%.6g\n", question.c_str(), measured.c_str(), value, limit);
+    std::fclose(out);
 }
 
 /// Cases run round-robin in one process, so that what disturbs the machine meets all of them alike. Ratios are the
@@ -59,12 +73,9 @@ public:
         return median(ratios);
     }
 
-    /// Prints what the ratio should be at most and whether it is.
+    /// Says what the ratio should be at most and whether it is.
     void bar(size_t which, size_t reference, double limit) const {
-        const double value = ratio(which, reference);
-        std::printf("  bar: \"%s\" <= %.2f x \"%s\": %.2f, %s\n", myCases[which].name.c_str(), limit,
-                    myCases[reference].name.c_str(), value, value <= limit ? "holds" : "MISSED");
-        std::fflush(stdout);
+        bench::bar(myTitle, myCases[which].name + " / " + myCases[reference].name, ratio(which, reference), limit);
     }
 
 private:

@@ -1,6 +1,8 @@
 #include "app/Commands.h"
 #include "scene/SceneError.h"
 
+#include <algorithm>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -18,14 +20,17 @@ std::vector<std::string> optionNames(const CLI::App& command) {
     return names;
 }
 
+/// What follows "--" is no option, whatever it starts with.
 void refuseExtras(const CLI::App& command) {
-    for (const std::string& extra : command.remaining())
-        if (extra.size() > 1 && extra[0] == '-') {
-            const std::string name = extra.substr(0, extra.find('='));
+    const std::vector<std::string> extras = command.remaining();
+    const auto separator = std::find(extras.begin(), extras.end(), "--");
+    for (auto extra = extras.begin(); extra != separator; ++extra)
+        if (extra->size() > 1 && (*extra)[0] == '-') {
+            const std::string name = extra->substr(0, extra->find('='));
             refuse(command, fmt::format("unknown option \"{}\"{}", name, didYouMean(name, optionNames(command))));
         }
-    for (const std::string& extra : command.remaining())
-        refuse(command, fmt::format("one argument too many: \"{}\"", extra));
+    for (auto extra = extras.begin(); extra != extras.end(); ++extra)
+        if (extra != separator) refuse(command, fmt::format("one argument too many: \"{}\"", *extra));
 }
 
 class Parser {
@@ -86,6 +91,9 @@ private:
         addCookOrder(to, myRun.cookOrder);
         to->add_flag("--json", myRun.json, "One JSON object per network and frame on standard output");
         to->add_flag("--quiet", myRun.quiet, "No progress");
+        to->add_flag("--profile", myRun.profile, "At the end, a table of what every node cost, on standard error");
+        to->add_option("--profile-json", myRun.profileJson, "Every cook as an event of a trace, for trace viewers")
+            ->type_name("FILE");
     }
     void addDump(CLI::App* to) {
         addScene(to, myDump.scene);

@@ -8,9 +8,9 @@
 
 /// What the commands were asked to do, as typed.
 struct RunOptions {
-    std::string scene, frames, out, net, cookOrder;
+    std::string scene, frames, out, net, cookOrder, profileJson;
     std::vector<std::string> sets;
-    bool json = false, quiet = false;
+    bool json = false, quiet = false, profile = false;
 };
 struct DumpOptions {
     std::string scene, frame, net, cookOrder;

@@ -10,7 +10,9 @@ namespace {
 
 bool write(const OpsOptions& options) {
     if (options.name.empty()) {
-        if (options.json)
+        if (options.functions && options.json)
+            OpsJson::writeFunctionsJson(std::cout);
+        else if (options.json)
             OpsJson::writeJson(std::cout);
         else if (options.functions)
             OpsJson::writeFunctions(std::cout);

@@ -31,8 +31,18 @@ Progress::Progress(Style style, FrameRange range)
 
 void Progress::update(int frame, const std::string& net, long long particles) {
     if (myStyle == Style::Bar) draw(frame, particles);
-    if (myStyle != Style::Lines) return;
-    StandardOutput::write(fmt::format("{} frame {}: {} particles\n", net, frame, particles));
+    if (myStyle == Style::Lines) line(fmt::format("{} frame {}: {} particles\n", net, frame, particles));
+}
+
+void Progress::leadIn(int frame, const std::string& net, long long particles) {
+    if (myStyle == Style::Bar) draw(frame, particles);
+    if (myStyle != Style::Lines || Clock::now() - myDrawn < std::chrono::seconds(2)) return;
+    line(fmt::format("{} frame {}: {} particles, on the way\n", net, frame, particles));
+}
+
+void Progress::line(const std::string& text) {
+    myDrawn = Clock::now();
+    StandardOutput::write(text);
     StandardOutput::flush();
 }
 
@@ -42,12 +52,12 @@ void Progress::draw(int frame, long long particles) {
     myDrawn = now;
     myShown = true;
     const double seconds = std::max(std::chrono::duration<double>(now - myStart).count(), 1e-6);
-    const int done = frame - myRange.first + 1;
+    const double done = double(frame) - myRange.first + 1, all = double(myRange.last) - myRange.first + 1;
     const double rate = done / seconds;
-    const int filled = int(double(WIDTH) * done / myRange.count());
+    const int filled = int(WIDTH * done / all);
     StandardOutput::write(fmt::format("\r[{:=<{}}{:{}}] frame {} of {}  {} particles  {:.1f} fps  {} left\x1b[K", "",
                                       filled, "", WIDTH - filled, frame, myRange.last, particles, rate,
-                                      timeText((myRange.last - frame) / rate)));
+                                      timeText((all - done) / rate)));
     StandardOutput::flush();
 }
 

@@ -13,6 +13,7 @@ public:
     /// The style for standard output as it is.
     static Style styleFor(bool quiet);
 
+    /// `range` is what is simulated: frames that lead in to the wanted ones included.
     Progress(Style style, FrameRange range);
     ~Progress() { clear(); }
     Progress(const Progress&) = delete;
@@ -20,6 +21,8 @@ public:
 
     /// A network has finished a frame.
     void update(int frame, const std::string& net, long long particles);
+    /// A network has finished a frame before the wanted ones. Lines tell of it every other second, no more.
+    void leadIn(int frame, const std::string& net, long long particles);
     /// A line for standard error.
     void message(const std::string& line);
     /// Everything is done; the line, when there is one, closes.
@@ -27,6 +30,7 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    void line(const std::string& text);
     void draw(int frame, long long particles);
     void clear();
 
@@ -34,5 +38,5 @@ private:
     FrameRange myRange;
     bool myShown = false;
     Clock::time_point myStart = Clock::now();
-    Clock::time_point myDrawn;
+    Clock::time_point myDrawn = myStart; ///< the bar, or a line
 };

@@ -4,6 +4,7 @@
 #include "app/NodeMessages.h"
 #include "app/OutputPattern.h"
 #include "app/Progress.h"
+#include "app/RunProfile.h"
 #include "app/StandardOutput.h"
 #include "app/StopRequest.h"
 #include "host/node/OP_Director.h"
@@ -45,22 +46,49 @@ public:
         , myRange(rangeOf(options))
         , myOut(options.out)
         , myMessages(mySession.name())
-        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet), myRange) {}
+        , myProgress(options.json ? Progress::Style::None : Progress::styleFor(options.quiet),
+                     {firstCooked(), myRange.last})
+        , myProfile(options.profile, options.profileJson) {}
 
     ExitStatus execute() {
         LoadedScene::setCookOrder(myNetworks, myOptions.cookOrder);
         if (writes()) prepareOutput();
+        myProfile.watch(mySession.networks(""), mySession.name());
+        ExitStatus status = ExitStatus::DONE;
+        try {
+            status = simulate();
+        } catch (const Failure&) {
+            finishProfile(); // what was measured up to here; the message is what stopped the run
+            throw;
+        }
+        if (const std::string error = finishProfile(); !error.empty()) fail(error);
+        return status;
+    }
+
+private:
+    ExitStatus simulate() {
         for (int frame = firstCooked(); frame <= myRange.last; ++frame)
             for (ParticleNetwork* network : myNetworks) {
-                if (frame >= network->STARTFRAME(0) || frame >= myRange.first) cook(*network, frame);
+                if (frame >= network->STARTFRAME(0) || frame >= myRange.first)
+                    myProfile.frame(*network, frame, true, [&] { cook(*network, frame); });
                 if (StopRequest::raised()) return interrupted(frame);
-                if (frame >= myRange.first) put(*network, frame);
+                if (frame >= myRange.first)
+                    myProfile.frame(*network, frame, false, [&] { put(*network, frame); });
+                else
+                    myProgress.leadIn(frame, network->getFullPath(), network->particleCount());
             }
         myProgress.finish(writes() ? summary(myRange.last) : "");
         return myMessages.status();
     }
 
-private:
+    /// The error line, or "".
+    std::string finishProfile() {
+        std::string table, error;
+        myProfile.finish(table, error);
+        if (!table.empty()) myProgress.message(table);
+        return error;
+    }
+
     bool writes() const { return !myOptions.out.empty(); }
 
     void prepareOutput() const {
@@ -124,9 +152,10 @@ private:
 
     std::string summary(int last) const {
         std::string out;
-        for (const ParticleNetwork* network : myNetworks)
-            out += fmt::format("{}{} to {}", out.empty() ? "wrote " : "\nwrote ", fileOf(*network, myRange.first),
-                               fileOf(*network, last));
+        for (const ParticleNetwork* network : myNetworks) {
+            const std::string from = fileOf(*network, myRange.first), to = fileOf(*network, last);
+            out += (out.empty() ? "wrote " : "\nwrote ") + (from == to ? from : from + " to " + to);
+        }
         return out;
     }
     ExitStatus interrupted(int frame) {
@@ -142,6 +171,7 @@ private:
     OutputPattern myOut;
     NodeMessages myMessages;
     Progress myProgress;
+    RunProfile myProfile;
 };
 
 } // namespace

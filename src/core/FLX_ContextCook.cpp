@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_CookRecorder.h"
 #include "core/FLX_ExpressionStack.h"
 #include "core/FLX_Node.h"
 #include "core/FLX_PassQueue.h"
@@ -39,6 +40,7 @@ private:
 };
 
 void FLX_ContextData::runStep(OP_Context& context) {
+    const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Step);
     if (cookNode)
         cookNode->timestep(context);
     else
@@ -56,6 +58,7 @@ void FLX_ContextData::clearCookState() {
 }
 
 void FLX_ContextData::cook(OP_Context& context) {
+    const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Context);
     context.setData(this);
     context.setPass(OP_Context::newPass());
     {
@@ -67,10 +70,12 @@ void FLX_ContextData::cook(OP_Context& context) {
             myParticleList.merge(&myCarriedList);
         else
             timeStep = myPreviousTimeStep; // the rules integrate over the interval that has just passed
-        if (myDoCookFirst)
+        if (myDoCookFirst) {
+            const FLX_RecordedPhase preparation(*this, FLX_RecordedPhase::Phase::Step);
             FLX_Node::prepParticles(context);
-        else
+        } else {
             runStep(context);
+        }
         timeStep = coming;
 
         // The step may wait still: it has its own list of what it works on.
@@ -105,6 +110,7 @@ void FLX_ContextData::cook(OP_Context& context) {
 
 void FLX_ContextData::cookGuide(OP_Context& context) {
     if (!cookNode) return;
+    const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Context);
     context.setData(this);
     context.setPass(OP_Context::newPass());
     {

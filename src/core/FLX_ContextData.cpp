@@ -122,6 +122,7 @@ void FLX_ContextData::frameReset() {
     cookNode = displayNode = nullptr;
     infoEnabled = guidesWanted = 0;
     maxParticles = 0;
+    recorder = nullptr;
 }
 
 void FLX_ContextData::offsetReset() {
@@ -236,14 +237,19 @@ void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
     }
 }
 
-int FLX_ContextData::nextID() {
+int* FLX_ContextData::idCounter() {
     GB_AttributeTable& attribs = myDetail->attribs();
     if (myNextIdOffset < 0) {
         const int firstId = 1;
         myNextIdOffset = attribs.append("nextid", 4, GB_ATTRIB_INT, &firstId);
-        if (myNextIdOffset < 0) return -1;
+        if (myNextIdOffset < 0) return nullptr;
     }
-    return (*attribs.castAttribData<int>(myNextIdOffset))++;
+    return attribs.castAttribData<int>(myNextIdOffset);
+}
+
+int FLX_ContextData::nextID() {
+    int* counter = idCounter();
+    return counter ? (*counter)++ : -1;
 }
 
 int FLX_ContextData::addUserVariable(const char* name, int size, GB_AttribType type, const void* def,

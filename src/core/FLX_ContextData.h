@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -13,6 +12,7 @@
 #include "core/FLX_BlindData.h"
 #include "core/FLX_ContextDataHandle.h"
 #include "core/FLX_ParticleList.h"
+#include "core/FLX_Random.h"
 #include "core/FLX_UserVariables.h"
 #include "host/geo/GEO_PrimParticle.h"
 #include "host/geo/GU_Detail.h"
@@ -21,6 +21,7 @@
 #include "host/ut/UT_String.h"
 #include "host/ut/UT_Vector3.h"
 
+class FLX_CookRecorder;
 class FLX_Node;
 class FLX_Pass;
 class FLX_PassQueue;
@@ -64,7 +65,8 @@ public:
     FLX_Node* displayNode = nullptr;
     int infoEnabled = 0;
     int guidesWanted = 0;
-    int maxParticles = 0; ///< births are allowed below it; 0 or less: no limit
+    int maxParticles = 0;                 ///< births are allowed below it; 0 or less: no limit
+    FLX_CookRecorder* recorder = nullptr; ///< is told of the cooks; not owned
 
     // ---- collected during a cook
     std::vector<GU_DetailHandle> guideHandles;
@@ -112,9 +114,10 @@ public:
     /// Whether passes may wait now: within a cook, chunk by chunk. A point that two particles share must see one pass
     /// before the next.
     bool queuesPasses() const { return myQueueing && !myPointsShared; }
-    /// Hands over a pass over the first `entries` primitives of the list: it waits until something needs the particles,
-    /// or the cook ends. With `inOrder` it meets the particles in the list's order.
-    void enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_ParticleList& list, int entries, bool inOrder);
+    /// Hands over a pass of an operator over the first `entries` primitives of the list: it waits until something needs
+    /// the particles, or the cook ends. With `inOrder` it meets the particles in the list's order.
+    void enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_Node& node, const FLX_ParticleList& list, int entries,
+                     bool inOrder);
     /// The time step becomes the first pass of the cook; false when it must run at once.
     bool enqueueStep(const FLX_StepPhases& phases);
     /// Reap, rules and preparation may go over a particle in one. Particles bound to geometry fetch it in mid-step, and
@@ -212,7 +215,10 @@ public:
         flushPasses();
         return myNumParticles;
     }
-    bool allowBirth() const { return maxParticles <= 0 || getNumParticles() < maxParticles; }
+    /// With those that the passes that wait will reap.
+    int peekNumParticles() const { return myNumParticles; }
+    bool allowBirth() const { return allowBirths(1); }
+    bool allowBirths(int n) const { return maxParticles <= 0 || n <= maxParticles - getNumParticles(); }
 
     /// The operator's particle primitive, created when needed; null without a detail or before the first reset.
     GEO_PrimParticle* getPrimPart(FLX_Node* node);
@@ -228,8 +234,12 @@ public:
 
     // ---- identity and randomness
     int nextID();
-    float random() { return unitFloat(advanceSeed()); } ///< in [0, 1); lint-ok: this is the source of random numbers
-    inline float randomSample();                        ///< in [0, 1), from a scrambled copy of the state
+    /// Where the next id is counted; null when the detail's "nextid" is another attribute. Good until a detail
+    /// attribute is appended.
+    int* idCounter();
+    float random() { return FLX_Random::unit(advanceSeed()); } ///< in [0, 1); lint-ok: the source of random numbers
+    /// In [0, 1), from a scrambled copy of the state.
+    float randomSample() { return FLX_Random::unit(FLX_Random::scramble(advanceSeed())); }
 
     // ---- events
     GB_Attribute* getEventAttr() const;
@@ -269,11 +279,8 @@ private:
     void runStep(OP_Context& context);
     void clearCookState();
     void runPasses() const;
-    static float unitFloat(unsigned bits) {
-        const unsigned inOneToTwo = (bits & 0x7fffffu) | 0x3f800000u;
-        return std::bit_cast<float>(inOneToTwo) - 1.0f;
-    }
-    unsigned advanceSeed() { return mySeed = mySeed * 1664525u + 1013904223u; }
+    friend class FLX_RandomAhead;
+    unsigned advanceSeed() { return mySeed = FLX_Random::advance(mySeed); }
 
     UT_String myName;
     bool myGuideOnly = false;
@@ -315,14 +322,3 @@ private:
     flx_ContextDataHandleRef* myHandleRef = nullptr;
     std::string myLoadError;
 };
-
-inline float FLX_ContextData::randomSample() {
-    unsigned x = advanceSeed();
-    x += ~(x << 16);
-    x ^= x >> 5;
-    x *= 9;
-    x ^= x >> 13;
-    x += ~(x << 9);
-    x ^= x >> 17;
-    return unitFloat(x);
-}

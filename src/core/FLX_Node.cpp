@@ -215,13 +215,13 @@ int FLX_Node::checkActivation(FLX_ContextData* context, const PRM_Float& activat
     return value > 0.0f;
 }
 
-void FLX_Node::evalVector(EV_EXPRESSION* expression, float& x, float& y, float& z, int thread) {
+void FLX_Node::evalVector(EV_EXPRESSION* expression, float& x, float& y, float& z, int thread, const char* token) {
     ev_Vector value;
     const bool done = ev_EvaluateVector(*expression, value, scope(), CH_Manager::getEvaluateTime(thread), thread);
     x = done ? float(value[0]) : 0;
     y = done ? float(value[1]) : 0;
     z = done ? float(value[2]) : 0;
-    if (EV_errNo(thread) && !isTestingVariables()) evaluationError("", expression->text().c_str(), thread);
+    if (EV_errNo(thread) && !isTestingVariables()) evaluationError(token, expression->text().c_str(), thread);
 }
 
 void FLX_Node::warnDisplayFlag() {

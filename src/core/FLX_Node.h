@@ -127,6 +127,10 @@ public:
                       GU_Detail* copy, FLX_GeoLookup& lookup);
     virtual const char* getGeoPathParmName() const;
 
+    /// The three elements of an expression at the thread's evaluate time; all 0, with the error reported (as one of
+    /// the parameter `token`, when given), when it fails.
+    void evalVector(EV_EXPRESSION* expression, float& x, float& y, float& z, int thread, const char* token = "");
+
     // ---- dependency on per-particle variables. Never, for operators without such variables.
     virtual int isVarDependent(GU_Detail*, EV_EXPRESSION*, int thread);
     virtual int isVarDependent(GU_Detail*, const FLX_ParmRef& parm, float t, int thread);
@@ -209,8 +213,6 @@ protected:
         return myGroupManager.parsePrimitiveGroupsCopy(text, detail, strict, 1, 0);
     }
     void destroyAdhocGroups() { myGroupManager.destroyAdhocGroups(); }
-    /// The three elements of an expression; all 0, with the error reported, when it fails.
-    void evalVector(EV_EXPRESSION* expression, float& x, float& y, float& z, int thread);
     void cacheForDisplay(OP_Context& context);
     /// Appends a line from the particle along the vector (times the scale, or normalised) to the guide.
     void addAccelGuide(GEO_Point* particle, float x, float y, float z, float scale, int normalise);

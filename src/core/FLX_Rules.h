@@ -11,12 +11,6 @@
 
 class FLX_SurfaceCache;
 
-/// True when each component lies within 1e-5 of zero.
-inline bool FLXisNearZero(const UT_Vector3& v) {
-    constexpr float TINY = 1e-5f;
-    return -TINY <= v.x() && v.x() <= TINY && -TINY <= v.y() && v.y() <= TINY && -TINY <= v.z() && v.z() <= TINY;
-}
-
 /// The default rules: forward Euler, so the position moves with the velocity of the step before it takes the
 /// acceleration. Offsets and the time step are captured once; a rule for an optional attribute is called only when
 /// `has…` says so.

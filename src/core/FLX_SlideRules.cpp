@@ -1,6 +1,7 @@
 #include "core/FLX_SlideRules.h"
 
 #include "core/FLX_SurfaceCache.h"
+#include "host/ut/UT_Math.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ void preProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, const FLX_C
     normal.assign(0, 0, 0);
     delta.assign(0, 0, 0);
     SurfaceFrame frame;
-    if (!surfaceFrame(p, surfaces, frame) || FLXisNearZero(frame.normal)) {
+    if (!surfaceFrame(p, surfaces, frame) || UT_Math::isZero(frame.normal)) {
         rules.state(p) &= ~FLX_SLIDING;
         return;
     }
@@ -51,20 +52,20 @@ void preProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, const FLX_C
     }
 
     const UT_Vector3 rel = frame.position - xyz(p->getPos());
-    const bool moved = !FLXisNearZero(rel);
+    const bool moved = !UT_Math::isZero(rel);
     const UT_Vector3 vRel = moved ? v - (rel - projection(rel, n)) * (1.0f / rules.dt) : v;
     const int fdynamic = context.getFDynamicOffset(), fstatic = context.getFStaticOffset();
-    if (!FLXisNearZero(vRel) && fdynamic >= 0) {
+    if (!UT_Math::isZero(vRel) && fdynamic >= 0) {
         accel = accel - vRel * (against.length() * optional(fdynamic) / vRel.length());
-    } else if (FLXisNearZero(vRel) && fstatic >= 0) {
+    } else if (UT_Math::isZero(vRel) && fstatic >= 0) {
         const float s = against.length() * optional(fstatic);
         accel = s * s < accel.length2() ? accel - accel * (s / accel.length()) : UT_Vector3(0, 0, 0);
     }
 
     if (moved) delta = projection(rel, n) * (1.0f / rules.dt);
-    if (FLXisNearZero(delta)) return;
+    if (UT_Math::isZero(delta)) return;
     if (dot(n, rel) > 1e-5f) {
-        const UT_Vector3 vN = FLXisNearZero(v) ? v : projection(v, n);
+        const UT_Vector3 vN = UT_Math::isZero(v) ? v : projection(v, n);
         if (vN.length2() < delta.length2()) v = v + (delta - vN);
     }
 }
@@ -82,10 +83,10 @@ bool postProcessSlidingParticle(GEO_Point* p, const FLX_Rules& rules, FLX_Surfac
     UT_Vector3& v = FLX_Rules::vec(p, rules.core.velocity);
     const UT_Vector3 n = normal.normalized();
     const UT_Vector3 d = v - delta;
-    if (FLXisNearZero(d)) return true;
+    if (UT_Math::isZero(d)) return true;
     if (pointsAway(d, n)) {
         const UT_Vector3& accel = FLX_Rules::vec(p, rules.core.accel);
-        if (FLXisNearZero(accel) || pointsAway(accel, n)) return false;
+        if (UT_Math::isZero(accel) || pointsAway(accel, n)) return false;
     }
 
     FLX_SurfaceCache::Surface* surface = nullptr;

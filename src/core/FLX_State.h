@@ -15,5 +15,6 @@ enum FLX_StateBits : int {
     FLX_SUPPRESS_ANGVEL = 0x4000,
     FLX_SLIDING = 0x8000, ///< slides on a surface; survives preparation
 
+    FLX_UNMOVED = FLX_DEAD | FLX_STOPPED | FLX_STUCK, ///< what motion operators leave alone
     FLX_CLEARED_EACH_STEP = 0x7f08,
 };

@@ -13,10 +13,9 @@ FLX_UserVariables& FLX_UserVariables::operator=(const FLX_UserVariables& src) {
         copies[record.get()] = copy.get();
         myRecords.emplace(name, std::move(copy));
     }
-    for (const CH_LocalVariable& variable : src.myTable) {
-        if (!variable.name) break;
-        const Component& component = src.myComponents[size_t(variable.id - FIRST_ID)];
-        registerName(variable.name, *copies[component.record], component.index);
+    for (const CH_LocalVariable* variable = src.table(); variable && variable->name; ++variable) {
+        const Component& component = src.myComponents[size_t(variable->id - FIRST_ID)];
+        registerNames({{variable->name, component.index}}, *copies[component.record]);
     }
     return *this;
 }
@@ -24,7 +23,7 @@ FLX_UserVariables& FLX_UserVariables::operator=(const FLX_UserVariables& src) {
 void FLX_UserVariables::clear() {
     myRecords.clear();
     myComponents.clear();
-    myTable.clear();
+    myTables.clear();
     myNames.clear();
 }
 
@@ -36,16 +35,28 @@ int FLX_UserVariables::idOf(const std::string& name) {
     return ids.emplace(name, FIRST_ID + int(ids.size())).first->second;
 }
 
-void FLX_UserVariables::registerName(const std::string& name, const Record& record, int component) {
-    const int id = idOf(name);
-    const auto slot = size_t(id - FIRST_ID);
-    if (slot >= myComponents.size()) myComponents.resize(slot + 1, {nullptr, 0});
-    myComponents[slot] = {&record, component};
+std::vector<FLX_UserVariables::Name> FLX_UserVariables::namesOf(const std::string& variable, int size,
+                                                                GB_AttribType type) {
+    if (type == GB_ATTRIB_VECTOR) return {{variable + "X", 0}, {variable + "Y", 1}, {variable + "Z", 2}};
+    std::vector<Name> names;
+    if (size == 4) names.push_back({variable, 0});
+    for (int i = 0; i < size / 4; ++i) names.push_back({variable + std::to_string(i + 1), i});
+    return names;
+}
 
-    if (!myTable.empty()) myTable.pop_back();
-    myNames.push_back(std::make_unique<std::string>(name));
-    myTable.push_back({myNames.back()->c_str(), id, 0});
-    myTable.push_back({});
+void FLX_UserVariables::registerNames(const std::vector<Name>& names, const Record& record) {
+    std::vector<CH_LocalVariable> table;
+    if (!myTables.empty()) table.assign(myTables.back().begin(), myTables.back().end() - 1);
+    for (const Name& name : names) {
+        const int id = idOf(name.text);
+        const auto slot = size_t(id - FIRST_ID);
+        if (slot >= myComponents.size()) myComponents.resize(slot + 1, {nullptr, 0});
+        myComponents[slot] = {&record, name.component};
+        myNames.push_back(std::make_unique<std::string>(name.text));
+        table.push_back({myNames.back()->c_str(), id, 0});
+    }
+    table.push_back({});
+    myTables.push_back(std::move(table));
 }
 
 int FLX_UserVariables::add(GB_AttributeDict& attribs, const char* name, int size, GB_AttribType type, const void* def,
@@ -65,13 +76,7 @@ int FLX_UserVariables::add(GB_AttributeDict& attribs, const char* name, int size
     const Record& record = *owned;
     myRecords.emplace(variable, std::move(owned));
 
-    if (type == GB_ATTRIB_VECTOR) {
-        static constexpr const char* suffixes[] = {"X", "Y", "Z"};
-        for (int i = 0; i < 3; ++i) registerName(variable + suffixes[i], record, i);
-        return offset;
-    }
-    if (size == 4) registerName(variable, record, 0);
-    for (int i = 0; i < size / 4; ++i) registerName(variable + std::to_string(i + 1), record, i);
+    registerNames(namesOf(variable, size, type), record);
     return offset;
 }
 

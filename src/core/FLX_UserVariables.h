@@ -26,9 +26,10 @@ public:
     void recache(const GB_AttributeDict& attribs);
     void clear();
 
-    /// The names and ids, ended by a null name; null while there are none. Replaced when a variable is added.
+    /// The names and ids, ended by a null name; null while there are none. Adding variables replaces it; the tables
+    /// before it hold what they held, until `clear`.
     CH_LocalVariable* table() const {
-        return myTable.empty() ? nullptr : const_cast<CH_LocalVariable*>(myTable.data());
+        return myTables.empty() ? nullptr : const_cast<CH_LocalVariable*>(myTables.back().data());
     }
     /// Where in the attribute data the value stands, an int or a float. False when no record has the id.
     bool place(int id, int& offset, bool& isInt) const;
@@ -46,11 +47,17 @@ private:
         int index;
     };
 
-    void registerName(const std::string& name, const Record& record, int component);
+    struct Name {
+        std::string text;
+        int component;
+    };
+
+    static std::vector<Name> namesOf(const std::string& variable, int size, GB_AttribType type);
+    void registerNames(const std::vector<Name>& names, const Record& record);
     static int idOf(const std::string& name);
 
     std::map<std::string, std::unique_ptr<Record>> myRecords; // by upper-case variable name
     std::vector<Component> myComponents;                      // by id - FIRST_ID; null record: not ours
     std::vector<std::unique_ptr<std::string>> myNames;
-    std::vector<CH_LocalVariable> myTable;
+    std::vector<std::vector<CH_LocalVariable>> myTables; // the last one counts; a node may still hold an older one
 };

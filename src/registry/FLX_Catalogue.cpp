@@ -3,7 +3,17 @@
 #include "host/ut/UT_EnvControl.h"
 #include "ops/birth/FLX_Location.h"
 #include "ops/birth/FLX_Source.h"
+#include "ops/motion/FLX_Acceleration.h"
+#include "ops/motion/FLX_AngVelocity.h"
 #include "ops/motion/FLX_Force.h"
+#include "ops/motion/FLX_Lookat.h"
+#include "ops/motion/FLX_Position.h"
+#include "ops/motion/FLX_Rotation.h"
+#include "ops/motion/FLX_SpeedLimit.h"
+#include "ops/motion/FLX_Translation.h"
+#include "ops/motion/FLX_Turn.h"
+#include "ops/motion/FLX_UpVector.h"
+#include "ops/motion/FLX_Velocity.h"
 #include "ops/stream/FLX_Collect.h"
 #include "ops/stream/FLX_Null.h"
 #include "ops/stream/FLX_SubNet.h"
@@ -49,13 +59,23 @@ std::vector<FLX_CatalogueRow> FLXcatalogue() {
     const unsigned switchFlags = UT_EnvControl::getInt(113) ? 0 : PLUMBING;
     // clang-format off
     return {
-        FLX_ROW("collect",  "Collect",    FLX_Collect,  1, ANY, PLUMBING),
-        FLX_ROW("force",    "Force",      FLX_Force,    1, 1),
-        FLX_ROW("location", "Location",   FLX_Location, 0, 0,   GENERATOR),
-        FLX_ROW("null",     "Null",       FLX_Null,     0, 1),
-        FLX_ROW("source",   "Source",     FLX_Source,   0, 1,   GENERATOR),
-        FLX_ROW("subnet",   "SubNetwork", FLX_SubNet,   0, 4,   SUBNET),
-        FLX_ROW("switch",   "Switch",     FLX_Switch,   1, ANY, switchFlags),
+        FLX_ROW("acceleration", "Acceleration",     FLX_Acceleration, 1, 1),
+        FLX_ROW("angvelocity",  "Angular Velocity", FLX_AngVelocity,  1, 1),
+        FLX_ROW("collect",      "Collect",          FLX_Collect,      1, ANY, PLUMBING),
+        FLX_ROW("force",        "Force",            FLX_Force,        1, 1),
+        FLX_ROW("location",     "Location",         FLX_Location,     0, 0,   GENERATOR),
+        FLX_ROW("lookat",       "Lookat",           FLX_Lookat,       1, 1),
+        FLX_ROW("null",         "Null",             FLX_Null,         0, 1),
+        FLX_ROW("position",     "Position",         FLX_Position,     1, 1),
+        FLX_ROW("rotation",     "Rotation",         FLX_Rotation,     1, 1),
+        FLX_ROW("source",       "Source",           FLX_Source,       0, 1,   GENERATOR),
+        FLX_ROW("speedlimit",   "Speed Limit",      FLX_SpeedLimit,   1, 1),
+        FLX_ROW("subnet",       "SubNetwork",       FLX_SubNet,       0, 4,   SUBNET),
+        FLX_ROW("switch",       "Switch",           FLX_Switch,       1, ANY, switchFlags),
+        FLX_ROW("translation",  "Translation",      FLX_Translation,  1, 1),
+        FLX_ROW("turn",         "Turn",             FLX_Turn,         1, 1),
+        FLX_ROW("upvector",     "Up Vector",        FLX_UpVector,     1, 1),
+        FLX_ROW("velocity",     "Velocity",         FLX_Velocity,     1, 1),
     };
     // clang-format on
 }

@@ -5,11 +5,9 @@
 #include "host/node/PI_ScriptOperator.h"
 #include "ops/stream/FLX_SubNet.h"
 #include "registry/FLX_Catalogue.h"
+#include "vars/FLX_ExpressionFunctions.h"
 
 namespace {
-
-// The library's expression functions, ended by a record without a name.
-const EV_FUNCTION expressionFunctions[] = {{}};
 
 OP_ScriptOperator* createScriptOperator(const OP_OTLDefinition& definition) {
     return definition.isSubNetwork ? FLX_SubScript::createScriptOperator(definition) : nullptr;
@@ -36,5 +34,5 @@ void FLX_Node::buildOperatorTable(OP_OperatorTable& table) {
 
 void FLX_Node::initializeExpressions() {
     OPgetDirector();
-    for (const EV_FUNCTION* function = expressionFunctions; function->name; ++function) ev_AddFunction(function);
+    for (const EV_FUNCTION& function : FLXexpressionFunctions()) ev_AddFunction(&function);
 }

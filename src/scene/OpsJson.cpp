@@ -133,6 +133,12 @@ void writeFunction(JsonStream& json, const EV_FUNCTION& function) {
     json.endObject();
 }
 
+void writeFunctionArray(JsonStream& json) {
+    json.key("functions").beginArray();
+    for (const EV_FUNCTION* function : EV_listFunctions()) writeFunction(json, *function);
+    json.endArray();
+}
+
 // ---- text
 
 std::string defaultText(const PRM_Template& row) {
@@ -199,9 +205,9 @@ void OpsJson::writeJson(std::ostream& out) {
     JsonStream json(out);
     json.beginObject().key("operators").beginArray().newline();
     for (int i = 0; i < table.entries(); ++i) writeOperator(json, table.entry(i));
-    json.endArray().key("functions").beginArray();
-    for (const EV_FUNCTION* function : EV_listFunctions()) writeFunction(json, *function);
-    json.endArray().endObject().newline();
+    json.endArray();
+    writeFunctionArray(json);
+    json.endObject().newline();
 }
 
 bool OpsJson::writeJson(std::ostream& out, const std::string& type) {
@@ -240,6 +246,15 @@ void OpsJson::writeFunctions(std::ostream& out) {
     OPgetDirector();
     for (const EV_FUNCTION* function : EV_listFunctions())
         out << fmt::format("{:<36} {}\n", callText(*function), function->help);
+}
+
+void OpsJson::writeFunctionsJson(std::ostream& out) {
+    registerSceneTypes();
+    OPgetDirector();
+    JsonStream json(out);
+    json.beginObject();
+    writeFunctionArray(json);
+    json.endObject().newline();
 }
 
 std::vector<std::string> OpsJson::typeNames() {

@@ -19,6 +19,8 @@ void writeList(std::ostream& out);
 bool writeType(std::ostream& out, const std::string& type);
 /// The expression functions with one line of help each.
 void writeFunctions(std::ostream& out);
+/// The same as {"functions": [...]}.
+void writeFunctionsJson(std::ostream& out);
 
 /// All names that writeType knows, for "did you mean".
 std::vector<std::string> typeNames();

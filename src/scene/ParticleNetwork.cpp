@@ -154,6 +154,7 @@ void ParticleNetwork::prepareContext(float time) {
     ctx.infoEnabled = INFO(time);
     ctx.guidesWanted = GUIDES(time);
     ctx.maxParticles = MAXPARTICLES(time);
+    ctx.recorder = myRecorder;
     ctx.setDoCookFirst(COOKFIRST(time));
     ctx.setCookOrder(myCookOrder);
     const Text* const inputs[] = {&INPUT1, &INPUT2, &INPUT3, &INPUT4};

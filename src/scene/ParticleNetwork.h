@@ -9,6 +9,7 @@
 
 enum class FLX_CookOrder;
 class FLX_ContextData;
+class FLX_CookRecorder;
 class FLX_Node;
 
 /// The object that holds particle operators and owns their simulation: it resets it at the start frame and cooks it
@@ -49,6 +50,8 @@ public:
     /// The order in which operators work on the particles from the next step on; chunk by chunk unless told otherwise.
     /// Results are the same.
     void setCookOrder(FLX_CookOrder order) { myCookOrder = order; }
+    /// Who is told of every cook from the next step on (null: nobody); not owned, and outlives the cooks.
+    void setRecorder(FLX_CookRecorder* recorder) { myRecorder = recorder; }
 
     /// Null before the first frame.
     FLX_ContextData* context() const { return myContext; }
@@ -63,6 +66,8 @@ public:
     long long died() const { return myDied; }
     uint64_t stateHash() const;
 
+    /// The operator that is cooked; null when there is none.
+    FLX_Node* cookNode() const;
     /// Every operator, in order, those inside sub-networks after the one that holds them.
     std::vector<OP_Node*> operators() const;
     /// The worst severity of this node and every operator, set-up messages included.
@@ -78,10 +83,10 @@ private:
     template <class Cooks> void cookCounted(int frame, const Cooks& cooks);
     void cookStep(double time);
     void prepareContext(float time);
-    FLX_Node* cookNode() const;
 
     FLX_ContextData* myContext = nullptr;
     FLX_CookOrder myCookOrder{};
+    FLX_CookRecorder* myRecorder = nullptr;
     bool myRunning = false; ///< the start frame was cooked
     bool myBusy = false;
     bool myUsed = false; ///< operators have cooked since they were made

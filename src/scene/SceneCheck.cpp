@@ -1,6 +1,7 @@
 #include "scene/SceneCheck.h"
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_Node.h"
 #include "host/expr/EV_StringExpand.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
@@ -8,10 +9,12 @@
 #include "host/node/SOP_Node.h"
 #include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_NodePath.h"
+#include "scene/ChannelCheck.h"
 #include "scene/ParticleNetwork.h"
 #include "scene/PathSuggestion.h"
 #include "scene/SceneDirectory.h"
 #include "scene/SceneError.h"
+#include "scene/StreamCheck.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -62,7 +65,14 @@ private:
         network.resetSimulation();
         report(network);
         for (const OP_Node* node : network.operators()) report(*node);
+        checkStreams(network);
         return network.context()->getUserVariables();
+    }
+    void checkStreams(const ParticleNetwork& network) {
+        const OP_Node* output = network.cookNode();
+        if (!output) return;
+        for (const StreamCheck::Finding& found : StreamCheck::check(*output))
+            findings.push_back({found.error, found.node->getFullPath(), found.text});
     }
     void report(const OP_Node& node) {
         for (const UT_Error& error : node.setupErrors())
@@ -73,6 +83,7 @@ private:
         myParm = &parm;
         for (int i = 0; i < parm.size(); ++i) checkComponent(parm.component(i));
         if (parm.row().type == PRM_Type::String) checkText(parm);
+        for (int i = 0; i < std::max(parm.size(), 1); ++i) checkReads(i);
         for (std::vector<PRM_Parm>& instance : parm.instances())
             for (PRM_Parm& entry : instance) checkParm(entry);
     }
@@ -92,6 +103,10 @@ private:
     void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
         add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));
     }
+    void checkReads(int component) {
+        for (const ChannelCheck::Finding& found : myChannels.check({myNode, myParm, component}))
+            add(found.error, fmt::format("\"{}\": {}", myParm->row().token, found.text));
+    }
     void checkOrdinal(const PRM_Template& row, double value) {
         if (row.type != PRM_Type::Menu || !row.menu || !row.menu->names()) return;
         int count = 0;
@@ -100,7 +115,16 @@ private:
             add(false, fmt::format("\"{}\": {} names no entry of the menu, there are {}", row.token, value, count));
     }
 
+    void checkVectorExpression(const std::string& text) {
+        EV_EXPRESSION expression(text, 3);
+        if (!expression.bind(myNode->scope()))
+            addExpressionError(expression.syntaxError(), expression.bindError());
+        else if (expression.resultType() == EV_STRING)
+            add(true, fmt::format("\"{}\": a vector is needed, \"{}\" is a string", myParm->row().token, text));
+    }
+
     void checkText(PRM_Parm& parm) {
+        if (parm.row().stringKind == PRM_StringKind::VectorExpression) return checkVectorExpression(parm.text());
         EV_StringExpand* expansion = parm.expansion();
         std::string text = parm.text();
         if (expansion) {
@@ -139,7 +163,8 @@ private:
     }
 
     OP_Node* myNode = nullptr;
-    const PRM_Parm* myParm = nullptr;
+    PRM_Parm* myParm = nullptr;
+    ChannelCheck myChannels;
 };
 
 std::string replacementText(const std::vector<std::string>& names) {

@@ -84,6 +84,8 @@ public:
         , myTyped(toggle->isTyped())
         , myConstant(myTyped && (*toggle)()) {}
 
+    bool varies() const { return !myTyped; }
+    bool constant() const { return myConstant; }
     bool operator()() const { return myTyped ? myConstant : (*myToggle)(); }
 
 private:

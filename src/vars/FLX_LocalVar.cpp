@@ -18,9 +18,20 @@ void FLX_LocalVar::setupVars(FLX_ContextData* context, const GB_PointGroup* grou
 void FLX_LocalVar::setupDynamicVars(FLX_ContextData* context) {
     getCollection()->setExtraVariables(context->getUserVariables());
     myVarContext = context;
+    myDynamicVars = true;
 }
 
-void FLX_LocalVar::cleanupDynamicVars() { getCollection()->setExtraVariables(nullptr); }
+void FLX_LocalVar::cleanupDynamicVars() {
+    getCollection()->setExtraVariables(nullptr);
+    myDynamicVars = false;
+}
+
+int FLX_LocalVar::addUserVariable(FLX_ContextData* context, const char* name, int size, GB_AttribType type,
+                                  const void* def, const char* varname) {
+    const int offset = FLX_Node::addUserVariable(context, name, size, type, def, varname);
+    if (myDynamicVars && context == myVarContext) setupDynamicVars(context);
+    return offset;
+}
 
 GU_Detail* FLX_LocalVar::curGdp() const {
     const FLX_ContextData* context = getPrevContextData();

@@ -20,6 +20,9 @@ public:
     /// Lets this node's expressions see the context's user variables until cleanupDynamicVars.
     void setupDynamicVars(FLX_ContextData* context);
     void cleanupDynamicVars();
+    /// As on every node; in the middle of a cook this node's expressions see the new variable from here on.
+    int addUserVariable(FLX_ContextData* context, const char* name, int size, GB_AttribType type, const void* def,
+                        const char* varname);
 
     // ---- per particle
     void setCurPoint(const GEO_Point* point) {
@@ -57,5 +60,6 @@ private:
     FLX_VariableTest myTest;
     FLX_VariableReader myReader;
     std::bitset<FLX_ParticleVariables::COUNT> myWarned; // whose missing attribute this cook has told of
+    bool myDynamicVars = false;                         // between set-up and clean-up
     FLX_ContextData* myVarContext = nullptr;
 };

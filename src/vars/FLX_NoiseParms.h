@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ut/UT_Math.h"
 #include "host/ut/UT_Noise.h"
 #include "vars/FLX_ParticleCook.h"
 
@@ -10,12 +11,7 @@ struct FLX_NoiseSources {
     FLX_ChosenVector freq, amp, offset;
 
     /// The amplitude is zero for every particle: no noise, and none of the other parameters is needed.
-    bool absent() const { return !amp.varies() && FLX_NoiseSources::isZero(amp.constant()); }
-
-    static bool isZero(const UT_Vector3& a) {
-        constexpr float TINY = 0.00001f;
-        return -TINY <= a.x() && a.x() <= TINY && -TINY <= a.y() && a.y() <= TINY && -TINY <= a.z() && a.z() <= TINY;
-    }
+    bool absent() const { return !amp.varies() && UT_Math::isZero(amp.constant()); }
 };
 
 /// Seed, turbulence, roughness, exponent, frequency, amplitude, offset and type: one block for every operator with
@@ -51,7 +47,7 @@ struct FLX_NoiseParms {
     UT_Vector3 at(const UT_Vector4& p, const UT_Vector3& amp, const UT_Vector3& freq, const UT_Vector3& offset,
                   Turb&& turb, Rough&& rough, Atten&& atten) const {
         UT_Vector3 noise(0, 0, 0);
-        if (FLX_NoiseSources::isZero(amp)) return noise;
+        if (UT_Math::isZero(amp)) return noise;
         const UT_Vector3 at((p.x() - offset.x()) * freq.x(), (p.y() - offset.y()) * freq.y(),
                             (p.z() - offset.z()) * freq.z());
         const int depth = turb();

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/FLX_CookRecorder.h"
+
 namespace {
 
 bool holdsOneTwice(const FLX_ParticleList& list) {
@@ -15,13 +17,19 @@ bool holdsOneTwice(const FLX_ParticleList& list) {
 
 } // namespace
 
-bool FLX_ParticleCook::mayWait(const FLX_Pass& pass) const {
-    return myContext.queuesPasses() && myOperator.passUse() != FLX_PassUse::Barrier && pass.isSelfContained() &&
-           !myGroup && !myShowGuide && !guideOnly() && !holdsOneTwice(*myOperator.peekParticleList());
+const char* FLX_ParticleCook::whyNotQueued(const FLX_Pass& pass) const {
+    if (!myContext.queuesPasses()) return "no queue";
+    if (myOperator.passUse() == FLX_PassUse::Barrier) return "barrier";
+    if (myGroup) return "source group";
+    if (!pass.isSelfContained()) return "expressions";
+    if (myShowGuide || guideOnly()) return "guide";
+    return holdsOneTwice(*myOperator.peekParticleList()) ? "particles met twice" : nullptr;
 }
 
 void FLX_ParticleCook::run(std::unique_ptr<FLX_Pass> pass) const {
-    if (mayWait(*pass)) return enqueue(std::move(pass));
+    const char* reason = whyNotQueued(*pass);
+    if (myContext.recorder) myContext.recorder->passMade(myOperator, reason);
+    if (!reason) return enqueue(std::move(pass));
     myContext.flushPasses();
     if (myGroup)
         runOnGroup(*pass);
@@ -35,7 +43,7 @@ void FLX_ParticleCook::enqueue(std::unique_ptr<FLX_Pass> pass) const {
     int entries = 0;
     while (entries < list.entries() && !UTgetInterrupt()->opInterrupt(-1)) ++entries;
     const bool closing = myOperator.passUse() == FLX_PassUse::Closing;
-    myContext.enqueuePass(std::move(pass), list, entries, closing);
+    myContext.enqueuePass(std::move(pass), myOperator, list, entries, closing);
     if (closing) myContext.flushPasses();
 }
 
@@ -74,8 +82,7 @@ void FLX_ParticleCook::runOnList(FLX_Pass& pass) const {
 FLX_ParticleOperator::FLX_ParticleOperator(OP_Network* parent, const char* name, OP_Operator* op)
     : FLX_LocalVar(parent, name, op) {}
 
-bool FLX_ParticleOperator::gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group) {
-    if (buildParticleList(opContext, 0) >= UT_ERROR_ABORT) return false;
+bool FLX_ParticleOperator::select(FLX_ContextData& context, const GB_PointGroup*& group) {
     if (!checkActivation(&context, ACTIVATE)) return false;
     if (const UT_String text = SOURCE(); text.isstring()) {
         group = parsePointGroups(text.c_str(), context.getDetail(), 1);

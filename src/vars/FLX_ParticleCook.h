@@ -30,6 +30,9 @@ public:
     /// Tests once whether a parameter depends on particle variables; a constant one is evaluated now.
     FLX_Chosen<PRM_Float> choose(const PRM_Float& p) const { return {p, myTime, depends(p)}; }
     FLX_Chosen<PRM_Int> choose(const PRM_Int& p) const { return {p, myTime, depends(p)}; }
+    /// One component, which must outlive what is returned.
+    FLX_Chosen<PRM_FloatComponent> choose(const PRM_FloatComponent& p) const { return {p, myTime, depends(p)}; }
+    FLX_Chosen<PRM_FloatComponent> choose(PRM_FloatComponent&&) const = delete;
     FLX_ChosenVector choose(const PRM_Floats<3>& p) const {
         FLX_ChosenVector chosen(p, myTime);
         for (int i = 0; i < 3; ++i) chosen.decide(i, depends(p[i]));
@@ -53,7 +56,7 @@ public:
     /// Whether running this pass between the chunks of other operators' passes gives the same, and the cook goes that
     /// way: the operator says so, the pass is self-contained, there is no source group, no primitive stands in the list
     /// twice, and no guide is drawn.
-    bool mayWait(const FLX_Pass& pass) const;
+    bool mayWait(const FLX_Pass& pass) const { return !whyNotQueued(pass); }
 
 private:
     bool depends(const FLX_ParmRef& parm) const {
@@ -65,6 +68,8 @@ private:
     static auto constantPass(FLX_Skip skip, const Formula& formula, const Values&... values) {
         return std::make_unique<FLX_ConstantPass<Formula, Values...>>(skip, formula, values...);
     }
+    /// Null when the pass may wait; else the reason in a word or two.
+    const char* whyNotQueued(const FLX_Pass& pass) const;
     void run(std::unique_ptr<FLX_Pass> pass) const;
     void enqueue(std::unique_ptr<FLX_Pass> pass) const;
     void runOnGroup(FLX_Pass& pass) const;
@@ -99,13 +104,19 @@ public:
 
 protected:
     template <class Steps> UT_ErrorSeverity cookParticles(OP_Context& opContext, Steps&& steps) {
+        return cookParticles(
+            opContext, [] { return true; }, steps);
+    }
+    /// `begin()` is called once the particle list is built, before activation and source group; false ends the cook.
+    template <class Begin, class Steps>
+    UT_ErrorSeverity cookParticles(OP_Context& opContext, Begin&& begin, Steps&& steps) {
         FLX_ContextData* context = contextOf(opContext);
         const bool showGuide = doUpdateViewport(context) != 0;
         if (showGuide) context->appendGuide(this, guideHandle());
         if (lockInputs(opContext) >= UT_ERROR_ABORT) return error();
         setupDynamicVars(context);
         const GB_PointGroup* group = nullptr;
-        if (gather(opContext, *context, group)) {
+        if (buildParticleList(opContext, 0) < UT_ERROR_ABORT && begin() && select(*context, group)) {
             const CH_EvaluateScope scope(opContext.getThread(), opContext.getTime(), getCollection());
             FLX_ParticleCook cook(*this, *context, group, opContext.getTime(), opContext.getThread(), showGuide);
             steps(cook);
@@ -119,6 +130,6 @@ protected:
     bool mayRun() { return !UTgetInterrupt()->opInterrupt(-1) && error() < UT_ERROR_ABORT; }
 
 private:
-    /// Particle list, activation and source group; false when there is nothing to do.
-    bool gather(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group);
+    /// Activation and source group; false when there is nothing to do.
+    bool select(FLX_ContextData& context, const GB_PointGroup*& group);
 };

@@ -3,12 +3,10 @@
 #include <vector>
 
 #include "host/geo/GEO_PrimMetaball.h"
+#include "host/ut/UT_Math.h"
 #include "vars/FLX_EmissionLoop.h"
 
 namespace {
-
-constexpr float TINY = 0.00001f;
-bool isTiny(float x) { return -TINY <= x && x <= TINY; }
 
 UT_Vector4 drawInBox(FLX_ContextData& context, const UT_BoundingBox& box) {
     const UT_Vector3 low = box.vmin(), size = box.size();
@@ -41,7 +39,8 @@ void clearVars(FLX_Emission& e) {
 void FLXbirthFromDetail(FLX_Emission& e) {
     UT_BoundingBox box;
     if (e.source->primitives().entries() == 0 || !e.source->getBBox(box)) return;
-    if (isTiny(box.size().x()) || isTiny(box.size().y()) || isTiny(box.size().z())) return;
+    const UT_Vector3 size = box.size();
+    if (UT_Math::isZero(size.x()) || UT_Math::isZero(size.y()) || UT_Math::isZero(size.z())) return;
     clearVars(e);
     FLX_EmissionLoop loop(e);
     if (!loop.started()) return;
@@ -141,11 +140,11 @@ void blendAttributes(const Metaballs& metaballs, const UT_Vector3& at, FLX_Attri
     float sum = 0;
     for (const GEO_PrimMetaball* ball : metaballs.balls) {
         const float density = ball->density(at);
-        if (isTiny(density)) continue;
+        if (UT_Math::isZero(density)) continue;
         data.addScaleData(map.getFloatOffsets(), ball->getVertexPoint(0)->data(), density);
         sum += density;
     }
-    if (!isTiny(sum)) data.mulf(map.getFloatOffsets(), 1 / std::abs(sum));
+    if (!UT_Math::isZero(sum)) data.mulf(map.getFloatOffsets(), 1 / std::abs(sum));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "ToolFixture.h"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -20,6 +21,30 @@ protected:
     }
 };
 
+// The value at t of keys with straight lines between them.
+double between(const std::vector<std::pair<double, double>>& keys, double t) {
+    for (size_t i = 1; i < keys.size(); ++i)
+        if (t < keys[i].first) {
+            const double share = (t - keys[i - 1].first) / (keys[i].first - keys[i - 1].first);
+            return keys[i - 1].second + share * (keys[i].second - keys[i - 1].second);
+        }
+    return keys.back().second;
+}
+
+// v turned by a unit quaternion (x, y, z, w): the vector part of q v q*.
+std::array<double, 3> turned(const nlohmann::json& q, const std::array<double, 3>& v) {
+    const double x = q[0], y = q[1], z = q[2], w = q[3];
+    const double s = -(x * v[0] + y * v[1] + z * v[2]);
+    const double a = w * v[0] + y * v[2] - z * v[1], b = w * v[1] + z * v[0] - x * v[2],
+                 c = w * v[2] + x * v[1] - y * v[0];
+    return {-s * x + w * a - b * z + c * y, -s * y + w * b - c * x + a * z, -s * z + w * c - a * y + b * x};
+}
+
+std::array<double, 3> unit(double x, double y, double z) {
+    const double l = std::hypot(x, y, z);
+    return {x / l, y / l, z / l};
+}
+
 double length(const nlohmann::json& v) {
     return std::hypot(v[0].get<double>(), v[1].get<double>(), v[2].get<double>());
 }
@@ -30,7 +55,7 @@ double length(const nlohmann::json& v) {
 // anew: FLX_WRITE_GOLDEN=1 build/release/bin/test_app --gtest_filter='Examples.Golden*'
 TEST_F(Examples, GoldenHashes) {
     nlohmann::ordered_json table;
-    for (const std::string name : {"fountain", "inside", "mesh_sparks", "metaballs", "rain"}) {
+    for (const std::string name : {"flock", "fountain", "inside", "mesh_sparks", "metaballs", "rain"}) {
         const nlohmann::json state = dump(name, 24);
         table[name] = {{"frame", 24}, {"particles", state["particles"]}, {"hash", state["hash"]}};
     }
@@ -146,4 +171,68 @@ TEST_F(Examples, PuffsBlendTheirColours) {
     }
     EXPECT_GT(pure, 100);
     EXPECT_GT(mixed, 100);
+}
+
+TEST_F(Examples, TheFlockLooksAtTheBeacon) {
+    for (const int frame : {2, 24, 61, 96}) {
+        const nlohmann::json state = dump("flock", frame);
+        const double t = (frame - 1) / 24.0;
+        const double beacon[3] = {between({{0, -6}, {2, 6}, {4, -6}}, t), 3,
+                                  between({{0, 0}, {1, 5}, {3, -5}, {4, 0}}, t)};
+        const auto& points = state["points"];
+        const auto& birds = state["prims"][0]["points"];
+        ASSERT_EQ(state["prims"][0]["generator"], "/obj/fx/birds");
+        ASSERT_NEAR(double(birds.size()), 60 * (t + 1.0 / 24), 2);
+        for (const size_t i : birds) {
+            const auto &p = points["P"][i], &v = points["v"][i];
+            const auto facing = turned(points["rot"][i], unit(v[0], v[1], v[2]));
+            const auto want =
+                unit(beacon[0] - p[0].get<double>(), beacon[1] - p[1].get<double>(), beacon[2] - p[2].get<double>());
+            for (size_t c = 0; c < 3; ++c) ASSERT_NEAR(facing[c], want[c], 1e-5) << frame << " " << i;
+            const double age = points["life"][i][0];
+            if (age > 0) { // once its first step has limited it
+                ASSERT_GE(length(v), 1 - 1e-5);
+                ASSERT_LE(length(v), 1.8 + 1e-5);
+            }
+        }
+    }
+}
+
+TEST_F(Examples, TheFlockCircles) {
+    // From one frame to the next a velocity within its limits turns by a 24th of its turn speed, about y.
+    const nlohmann::json a = dump("flock", 60)["points"], b = dump("flock", 61)["points"];
+    int turning = 0;
+    for (size_t i = 0; i < a["id"].size(); ++i) {
+        const auto &v = a["v"][i], &w = b["v"][i];
+        const double age = a["life"][i][0], speed = length(v);
+        if (age == 0 || speed < 0.9) continue; // not limited yet; a lantern
+        ASSERT_EQ(a["id"][i], b["id"][i]);
+        const double was = std::atan2(-v[2].get<double>(), v[0].get<double>()),
+                     is = std::atan2(-w[2].get<double>(), w[0].get<double>());
+        const double angle = std::remainder(is - was, 2 * M_PI) * 180 / M_PI;
+        EXPECT_LE(std::abs(angle), 5 + 1e-3);
+        EXPECT_NEAR(length(w), speed, 1e-5);
+        // They bank to the side they turn to.
+        const auto& up = b["up"][i];
+        const double side = up[0].get<double>() * w[2].get<double>() - up[2].get<double>() * w[0].get<double>();
+        EXPECT_TRUE(std::abs(angle) < 0.01 || side * angle > 0);
+        turning += std::abs(angle) > 1;
+    }
+    EXPECT_GT(turning, 80);
+}
+
+TEST_F(Examples, LanternsSlideAlongTheWire) {
+    const nlohmann::json state = dump("flock", 70);
+    const auto& points = state["points"];
+    const auto& lanterns = state["prims"][1]["points"];
+    ASSERT_EQ(state["prims"][1]["generator"], "/obj/fx/lanterns");
+    ASSERT_GT(lanterns.size(), 10u);
+    for (const size_t i : lanterns) {
+        const double age = points["life"][i][0], u = 2 * age / 4; // two spans of wire
+        const double p[3] = {-6 + 6 * u, 4 + (u < 1 ? -u : u - 2), -3 + 3 * u};
+        const double half = std::fmod(90 * age, 360) * M_PI / 360;
+        const double rot[4] = {0, std::sin(half), 0, std::cos(half)};
+        for (size_t c = 0; c < 3; ++c) EXPECT_NEAR(points["P"][i][c].get<double>(), p[c], 1e-5) << age;
+        for (size_t c = 0; c < 4; ++c) EXPECT_NEAR(points["rot"][i][c].get<double>(), rot[c], 1e-6) << age;
+    }
 }

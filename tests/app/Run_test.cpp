@@ -1,8 +1,10 @@
 #include "ToolFixture.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <map>
+#include <unistd.h>
 
 namespace {
 
@@ -53,6 +55,17 @@ TEST_F(RunTool, JsonLinesFollowTheBirthCount) {
     }
 }
 
+// On a machine without wider registers both runs are the same.
+TEST_F(RunTool, TheBaselineInstructionSetGivesTheSameBits) {
+    const std::vector<std::string> arguments{"run", example("fountain.json"), "--json", "--frames", "40-41"};
+    const ToolResult wide = flx(arguments);
+    setenv("FLX_CPU", "baseline", 1);
+    const ToolResult baseline = flx(arguments);
+    unsetenv("FLX_CPU");
+    ASSERT_EQ(wide.lines().size(), 2u) << wide.err;
+    EXPECT_EQ(wide.out, baseline.out);
+}
+
 TEST_F(RunTool, DeathsBalanceBirths) {
     // Exactly 10 per frame. Ages are sums of float steps; who has reached the end is seen once more, and gone a frame
     // later.
@@ -99,7 +112,27 @@ TEST_F(RunTool, ProgressIsOneLinePerFrameWithoutATerminal) {
               "/obj/fx frame 1: 1 particles\n/obj/fx frame 2: 2 particles\n");
     EXPECT_EQ(flx({"run", "scene.json", "--frames", "1-2", "--quiet"}).out, "");
     EXPECT_EQ(flx({"run", "scene.json", "--frames", "2", "--out", "o.ply"}).out,
-              "/obj/fx frame 2: 2 particles\nwrote o.ply to o.ply\n");
+              "/obj/fx frame 2: 2 particles\nwrote o.ply\n");
+}
+
+TEST_F(RunTool, FramesBeforeTheWantedOnesShowOnTheBar) {
+    put("scene.json", R"({"flx": 1, "obj": [{"name": "fx", "type": "flxnet", "parms": {"startframe": -300},
+        "nodes": [{"name": "birth", "type": "location", "parms": {"constantrate": 24}}]}]})");
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(grantpt(terminal), 0);
+    ASSERT_EQ(unlockpt(terminal), 0);
+    const char* const name = ptsname(terminal);
+    const int keepOpen = open(name, O_RDWR | O_NOCTTY); // else the text goes with the last writer
+    ASSERT_EQ(flx({"run", "scene.json", "--frames", "2-2"}, 0, name).status, 0);
+    char text[4096];
+    const ssize_t got = read(terminal, text, sizeof text);
+    ASSERT_GT(got, 0);
+    const std::string shown(text, size_t(got));
+    EXPECT_NE(shown.find("frame -300 of 2  1 particles"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("frame 2 of 2  303 particles"), std::string::npos) << shown;
+    close(keepOpen);
+    close(terminal);
 }
 
 TEST_F(RunTool, NegativeFramesAndFramesBeforeTheStart) {

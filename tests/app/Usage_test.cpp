@@ -36,11 +36,20 @@ TEST_F(Usage, WrongCommandLinesAreRefusedInOneLine) {
          "flx run: unknown option \"--frmaes\"; did you mean \"--frames\"? (see flx run --help)"},
         {{"run", "scene.json", "--jsn=1"},
          "flx run: unknown option \"--jsn\"; did you mean \"--json\"? (see flx run --help)"},
+        {{"run", "--", "scene.json", "--json"}, "flx run: one argument too many: \"--json\" (see flx run --help)"},
         {{"run", "scene.json", "other.json"}, "flx run: one argument too many: \"other.json\" (see flx run --help)"},
         {{"dump", "scene.json"}, "flx dump: expects --frame N"},
         {{"dump", "scene.json", "--frame", "1.5"}, "flx dump: --frame 1.5: expects a whole number"},
         {{"ops", "forse"}, "flx ops: unknown operator type \"forse\"; did you mean \"force\"?"},
     });
+}
+
+TEST_F(Usage, TwoDashesEndTheOptions) {
+    for (const char* name : {"-scene.json", "--json"}) {
+        put(name, scene(BIRTH));
+        EXPECT_EQ(flx({"run", "--frames", "1-2", "--json", "--", name}).lines().size(), 2u) << name;
+        EXPECT_EQ(flx({"check", "--", name}).status, 0) << name;
+    }
 }
 
 TEST_F(Usage, WrongFrameRangesAndPatternsAreRefused) {

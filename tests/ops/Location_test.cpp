@@ -1,5 +1,7 @@
 // Births at one point in space, against the random sequence written out again.
 #include <cmath>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -68,14 +70,26 @@ TEST(Location, RefusedBirthsAreOwed) {
     EXPECT_EQ(Network::messages(l.birth), "");
 }
 
+TEST(Location, WhatIsNotANumberIsToldOfOnce) {
+    Location l;
+    l.set("impulserate", {2});
+    l.birth.setExpression("life", 0, "0 / ($ITER * 0)");
+    l.birth.setExpression("constantrate", 0, "0 / 0");
+    l.net.start(l.birth);
+    EXPECT_EQ(l.net.particles(), 0);
+    EXPECT_EQ(l.born(), 2);
+    EXPECT_EQ(Network::messages(l.birth), "warning OP 5: constantrate: not a number; 0 is used instead\n"
+                                          "warning OP 5: life: not a number; 0 is used instead");
+}
+
 TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
     Location l;
     l.set("impulserate", {700});
     UTgetInterrupt()->clear();
-    UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 511
+    UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 512
     l.net.start(l.birth);
     UTgetInterrupt()->clear();
-    EXPECT_EQ(l.net.particles(), 511);
+    EXPECT_EQ(l.net.particles(), 512);
     l.net.step();
     EXPECT_EQ(l.net.particles(), 1400) << "what was not born is owed";
     l.set("impulserate", {1e30}); // no births bring it down
@@ -109,6 +123,55 @@ TEST(Location, LifeAndVelocityAreDrawnInOrder) {
         }
         EXPECT_EQ(outside, !ball);
         EXPECT_EQ(l.net.context().getRandomSeed(), model.seed);
+    }
+}
+
+// Births that are all alike are written in batches; an expression of the same value makes them one by one.
+TEST(Location, BatchesEqualSingleBirths) {
+    struct State {
+        std::vector<std::string> records;
+        std::vector<bool> members;
+        std::vector<double> counts;
+    };
+    const auto run = [](bool single, bool ball) {
+        Location l;
+        l.set("impulserate", {331.5});
+        l.set("lifevar", {100});
+        l.set("life", {100.02});
+        l.set("var", {1, 2, 3});
+        l.set("doellipse", {double(ball)});
+        for (const char* toggle : {"doorigin", "dogen", "dospeed", "preservegroup"}) l.set(toggle, {1});
+        l.set("originindex", {5});
+        if (single) l.birth.setExpression("originindex", 0, "5 + 0 * $ITER");
+        l.birth.setString("group", "born");
+        l.net.start(l.birth, 3);
+        FLX_ContextData& context = l.net.context();
+        context.addAttrib(FLX_Attrib::PrevVel);
+        for (int frame = 0; frame < 12; ++frame) {
+            context.deleteDead = 1; // places come free here and there
+            context.maxParticles = frame < 8 ? 1500 : 2200;
+            for (int i = frame; i < l.net.particles(); i += 7) l.net.setValue("life", i, {1, 0.5f});
+            l.net.step();
+        }
+        const GU_Detail& detail = l.net.detail();
+        EXPECT_EQ(detail.validate(), "");
+        State state;
+        for (size_t i = 0; i < detail.points().entries(); ++i) {
+            const GEO_Point* p = detail.points()(i);
+            state.records.emplace_back(reinterpret_cast<const char*>(p), detail.pointRecords().stride());
+            state.members.push_back(detail.pointGroups().find("born")->contains(p));
+        }
+        state.counts = {double(l.net.particles()), double(context.getRandomSeed()), double(context.nextID()),
+                        double(context.getNumBorn()), l.born()};
+        return state;
+    };
+    for (const bool ball : {true, false}) {
+        const State batches = run(false, ball), singles = run(true, ball);
+        EXPECT_EQ(batches.counts, singles.counts);
+        EXPECT_EQ(batches.counts[0], 2200);
+        EXPECT_EQ(batches.members, singles.members);
+        ASSERT_EQ(batches.records.size(), singles.records.size());
+        for (size_t i = 0; i < batches.records.size(); ++i) ASSERT_EQ(batches.records[i], singles.records[i]) << i;
     }
 }
 

@@ -111,13 +111,23 @@ TEST(Catalogue, NamesInputsFlagsAndVariables) {
         bool obsolete;
     };
     const Type types[] = {
+        {"acceleration", "Acceleration", "FLX_Acceleration", 1, 1, 0, 132, false},
+        {"angvelocity", "Angular Velocity", "FLX_AngVelocity", 1, 1, 0, 132, false},
         {"collect", "Collect", "FLX_Collect", 1, 9999, 4, 0, false},
         {"force", "Force", "FLX_Force", 1, 1, 0, 132, true},
         {"location", "Location", "FLX_Location", 0, 0, 2, 39, false},
+        {"lookat", "Lookat", "FLX_Lookat", 1, 1, 0, 132, true},
         {"null", "Null", "FLX_Null", 0, 1, 0, 132, false},
+        {"position", "Position", "FLX_Position", 1, 1, 0, 132, true},
+        {"rotation", "Rotation", "FLX_Rotation", 1, 1, 0, 132, false},
         {"source", "Source", "FLX_Source", 0, 1, 2, 39, true},
+        {"speedlimit", "Speed Limit", "FLX_SpeedLimit", 1, 1, 0, 132, false},
         {"subnet", "SubNetwork", "FLX_SubNet", 0, 4, 0x22, 0, false},
         {"switch", "Switch", "FLX_Switch", 1, 9999, 4, 0, false},
+        {"translation", "Translation", "FLX_Translation", 1, 1, 0, 132, false},
+        {"turn", "Turn", "FLX_Turn", 1, 1, 0, 132, false},
+        {"upvector", "Up Vector", "FLX_UpVector", 1, 1, 0, 132, false},
+        {"velocity", "Velocity", "FLX_Velocity", 1, 1, 0, 132, false},
     };
     for (const Type& t : types) {
         const OP_Operator* op = table().getOperator(t.name);
@@ -156,7 +166,8 @@ TEST(Catalogue, ParameterTablesAreSound) {
             EXPECT_FALSE(parm.token.empty());
             EXPECT_TRUE(seen.insert(parm.token).second) << "twice";
             if (parm.type != PRM_Type::Folder) {
-                EXPECT_FALSE(parm.label.empty());
+                // A vector's expression stands below the menu that chooses it.
+                EXPECT_TRUE(!parm.label.empty() || parm.stringKind == PRM_StringKind::VectorExpression);
                 EXPECT_EQ(parm.defaults.size(), size_t(parm.size));
             }
             for (const std::string& named : parm.enable.tokens)

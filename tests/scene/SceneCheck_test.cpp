@@ -29,19 +29,22 @@ TEST_F(SceneChecks, ASoundSceneHasNoFindings) {
 }
 
 TEST_F(SceneChecks, FindsWhatIsWrong) {
-    const std::vector<std::string> found = check(R"(
+    const std::vector<std::string> found = check(R"j(
         {"name": "ground", "type": "geo", "nodes": [
             {"name": "grid1", "type": "grid", "parms": {"type": 7, "size": ["$TT", 1]}},
             {"name": "f", "type": "file", "parms": {"path": "gone.ply"}}]},
         {"name": "fx", "type": "flxnet", "parms": {"input1": "/obj/ground/grid", "startframe": {"keys": [[0, 1]]}}, "nodes": [
             {"name": "birth", "type": "location", "parms": {"life": "1 +", "group": "`$NOPE`"}},
-            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}}]})");
+            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}},
+            {"name": "set", "type": "velocity", "inputs": ["pull"], "parms": {"velv": "vector3($VXX, 0, 0)"}},
+            {"name": "put", "type": "position", "inputs": ["set"], "parms": {"posv": "vector3(1, 2"}},
+            {"name": "by", "type": "position", "inputs": ["put"], "parms": {"refposv": "opname(\".\")"}}]})j");
     const auto has = [&](const std::string& part) {
         for (const std::string& line : found)
             if (line.find(part) != std::string::npos) return true;
         return false;
     };
-    EXPECT_EQ(found.size(), 9u) << testing::PrintToString(found);
+    EXPECT_EQ(found.size(), 12u) << testing::PrintToString(found);
     EXPECT_TRUE(has("warning /obj/ground/grid1: \"type\": 7 names no entry of the menu, there are 2"));
     EXPECT_TRUE(has("error /obj/ground/grid1: \"size\": "));
     EXPECT_TRUE(has("error /obj/ground/f: \"file\": there is no file \"gone.ply\""));
@@ -52,6 +55,9 @@ TEST_F(SceneChecks, FindsWhatIsWrong) {
     EXPECT_TRUE(has("error /obj/fx/birth: \"group\": "));
     EXPECT_TRUE(
         has("error /obj/fx/pull: \"scale\": \"$VXX * 2\": unknown variable $VXX at column 1; did you mean $VX?"));
+    EXPECT_TRUE(has("error /obj/fx/set: \"velv\": \"vector3($VXX, 0, 0)\": unknown variable $VXX at column 9"));
+    EXPECT_TRUE(has("error /obj/fx/put: \"posv\": "));
+    EXPECT_TRUE(has("error /obj/fx/by: \"refposv\": a vector is needed"));
     EXPECT_TRUE(has("warning /obj/ground/f: parameter \"path\" is now called \"file\""));
 }
 
@@ -94,4 +100,44 @@ TEST(OpsJson, TextForms) {
     EXPECT_FALSE(OpsJson::writeType(type, "nothing"));
     OpsJson::writeFunctions(functions);
     EXPECT_NE(functions.str().find("clamp("), std::string::npos);
+}
+
+TEST_F(SceneChecks, ReadsThatGoRoundOrNowhere) {
+    const std::vector<std::string> found = check(R"j({"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "a", "type": "location", "parms": {"life": "ch('../b/scale') + 1", "vel": ["ch('vel2')", "ch('vely')", 0],
+          "group": "`chs('group')`"}},
+        {"name": "b", "type": "force", "inputs": ["a"], "parms": {"scale": "2 * ch('../c/scale')", "mass": "ch('scal')",
+          "force": ["ch('../nobody/scale')", "ch(strcat('fo', 'rcez'))", "$F < 3 ? 1 : ch('forcez')"]}},
+        {"name": "c", "type": "force", "inputs": ["b"], "parms": {"scale": "ch('../a/life')", "mass": "ch('../b/scale')"}}]})j");
+    const std::vector<std::string> expected = {
+        // the second component reads itself; so does the group
+        "error /obj/fx/a: \"life\": parameters read each other in a circle by ch: /obj/fx/a/life -> /obj/fx/b/scale -> "
+        "/obj/fx/c/scale -> /obj/fx/a/life",
+        "error /obj/fx/a: \"vel\": parameters read each other in a circle by ch: /obj/fx/a/vely -> /obj/fx/a/vely",
+        "error /obj/fx/b: \"force\": \"ch('../nobody/scale')\": ch: there is no node \"../nobody\" seen from /obj/fx/b "
+        "at "
+        "column 1",
+        "warning /obj/fx/b: \"force\": parameters read each other in a circle by ch: /obj/fx/b/forcez -> "
+        "/obj/fx/b/forcez",
+        "error /obj/fx/b: \"mass\": \"ch('scal')\": ch: /obj/fx/b has no parameter \"scal\"; did you mean \"scale\"? "
+        "at "
+        "column 1",
+    };
+    for (const std::string& line : expected) EXPECT_EQ(std::count(found.begin(), found.end(), line), 1) << line;
+    EXPECT_EQ(found.size(), expected.size() + 1)
+        << testing::PrintToString(found); // and the string, told by expanding it
+}
+
+TEST_F(SceneChecks, ParticlesThatTwoAskFor) {
+    const auto network = [](const std::string& last) {
+        return R"({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location"},
+            {"name": "a", "type": "force", "inputs": ["birth"]}, {"name": "b", "type": "force", "inputs": ["birth"]},)" +
+               last + "]}";
+    };
+    const std::string text =
+        "/obj/fx/birth: its particles are taken 2 times, by a, b; they can flow down one branch only";
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(check(network(R"({"name": "all", "type": "collect", "inputs": ["a", "b"]})")), Lines{"error " + text});
+    EXPECT_EQ(check(network(R"({"name": "one", "type": "switch", "inputs": ["a", "b"]})")), Lines{"warning " + text});
+    EXPECT_EQ(check(network(R"({"name": "null1", "type": "null", "inputs": ["b"]})")), Lines{}); // a is not cooked
 }

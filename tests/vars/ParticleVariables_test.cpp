@@ -42,6 +42,7 @@ public:
     };
     std::vector<Row> rows;
     int skip = 0;
+    const char* adds = nullptr; ///< a user variable to add in mid-cook
     bool aVaries = false, nVaries = false, nameVaries = false;
 
     GU_Detail* detail() const { return curGdp(); }
@@ -50,6 +51,7 @@ protected:
     UT_ErrorSeverity cookFlx(OP_Context& context) override {
         rows.clear();
         return cookParticles(context, [&](FLX_ParticleCook& cook) {
+            if (adds) addUserVariable(&cook.context(), adds, 4, GB_ATTRIB_FLOAT, nullptr, nullptr);
             const auto a = cook.choose(A);
             const auto n = cook.choose(N);
             const auto v = cook.choose(V);
@@ -263,6 +265,9 @@ TEST(ParticleVariables, OncePerCookOrOncePerParticle) {
         {"testcount($FF)", 2},
         {"testcount($TX + $NPT)", 6},
         {"testcount($ITER)", 6},
+        {"testcount(flxpoint(0, 'P', 1))", 2},
+        {"testcount(flxpointid(2, 'P', 1) + flxpointnum(3) + flxevent('bang'))", 2},
+        {"testcount(flxpoint($PT, 'P', 1))", 6},
         {"testcount($PT)", 6},
         {"testcount($MASS)", 6},
         {"testcount($SPEED)", 6},
@@ -383,6 +388,25 @@ TEST(ParticleVariables, UserVariablesResolveDuringTheCook) {
     EXPECT_STREQ(r.op->resolveExtraVariableForSyntaxHighlight("HEAT1")->name, "HEAT1");
     EXPECT_EQ(r.op->resolveExtraVariableForSyntaxHighlight("heat1"), nullptr);
     EXPECT_EQ(r.op->detail(), &r.net.detail());
+}
+
+TEST(ParticleVariables, UserVariablesAddedInMidCookResolve) {
+    for (const bool others : {true, false}) {
+        Recording r(2);
+        if (others)
+            r.source.attribs = [](Probe&, FLX_ContextData* context) {
+                context->addUserVariable("heat", 8, GB_ATTRIB_FLOAT, nullptr, nullptr);
+            };
+        r.net.start(*r.op);
+        for (const char* name : {"spark", "flame", "glow", "smoke"}) {
+            r.op->adds = name;
+            const std::string text = "$SPARK + 2" + std::string(others ? " + $HEAT1" : "");
+            EXPECT_EQ(r.values(text.c_str()), (std::vector<float>{2, 2})) << name;
+        }
+        EXPECT_EQ(r.values("$SMOKE + $GLOW + 1"), (std::vector<float>{1, 1}));
+        EXPECT_EQ(Network::messages(*r.op), "");
+        EXPECT_EQ(r.op->getCollection()->extraVariables(), nullptr) << "after the cook";
+    }
 }
 
 TEST(ParticleVariables, AnInterruptStopsBetweenPrimitives) {

@@ -28,6 +28,11 @@ public:
     // The same for one part after the other: what the text reads, and whether it may fail.
     EV_Analysis analysis(const EV_Scope& scope);
 
+    /// Calls fn(EV_EXPRESSION&) for every part that is computed, in order.
+    template <class Fn> void forEachPart(Fn&& fn) {
+        for (Part& part : myParts) fn(part.expression);
+    }
+
 private:
     struct Part {
         std::string literal; // before the expression

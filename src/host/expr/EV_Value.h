@@ -1,4 +1,5 @@
 #pragma once
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,16 +41,17 @@ struct EV_Value {
     double number() const { return v[0]; }
 };
 
-// The result of a vector evaluation; an evaluation resizes it to what the expression yields.
+// The result of a vector evaluation; an evaluation resizes it to what the expression yields, at most four components.
 class ev_Vector {
 public:
     explicit ev_Vector(int size = 1)
-        : myData(size_t(size)) {}
-    int size() const { return int(myData.size()); }
-    void resize(int size) { myData.resize(size_t(size)); }
+        : mySize(size) {}
+    int size() const { return mySize; }
+    void resize(int size) { mySize = size; }
     double& operator[](int i) { return myData[size_t(i)]; }
     double operator[](int i) const { return myData[size_t(i)]; }
 
 private:
-    std::vector<double> myData;
+    std::array<double, 4> myData{};
+    int mySize;
 };

@@ -42,6 +42,14 @@ uint32_t GB_Detail::birthPointSlot() {
     return slot;
 }
 
+size_t GB_Detail::birthPointSlots(const GEO_PointModel& model, uint32_t* slots, size_t n) {
+    n = myPointPool.allocate(model.record(), slots, n);
+    for (size_t i = 0; i < n; ++i) myPoints.bySlot(slots[i])->mySlot = slots[i];
+    myPoints.append({slots, n});
+    myChangeCount += n;
+    return n;
+}
+
 GEO_Point* GB_Detail::appendPoint() {
     noteUnknownUse();
     return myPoints.bySlot(birthPointSlot());

@@ -87,6 +87,8 @@ protected:
 
     /// A new point that one particle is about to reference.
     uint32_t birthPointSlot();
+    /// Up to n of them, copies of the model, into `slots`; how many they are, at least one.
+    size_t birthPointSlots(const GEO_PointModel& model, uint32_t* slots, size_t n);
     uint32_t newVertex(uint32_t pointSlot);
     void freeVertex(uint32_t slot) { myVertexPool.release(slot); }
     /// The one particle that used this point is gone.

@@ -111,6 +111,36 @@ uint32_t GB_RecordPool::allocate() {
     return slot;
 }
 
+size_t GB_RecordPool::claim(size_t s, uint32_t index, uint32_t* slots, size_t n) {
+    Slab& slab = mySlabs[s];
+    size_t claimed = 0;
+    uint32_t used = slab.top;
+    for (uint32_t word = index / 64; word < WORDS && claimed < n; ++word)
+        for (uint64_t free = ~slab.bits[word]; free && claimed < n; free &= free - 1) {
+            index = word * 64 + static_cast<uint32_t>(std::countr_zero(free));
+            slots[claimed++] = static_cast<uint32_t>(s) * SLAB_RECORDS + index;
+            slab.bits[word] |= free & -free;
+            if (index >= used) continue; // beyond lie pages that nobody has touched: nothing to fetch
+            __builtin_prefetch(slab.base + index * myStride, 1);
+            __builtin_prefetch(slab.base + index * myStride + 64, 1);
+        }
+    slab.live += static_cast<uint32_t>(claimed);
+    slab.top = std::max(slab.top, index + 1);
+    myLive += claimed;
+    myHint = static_cast<uint32_t>(s) * SLAB_RECORDS + index + 1;
+    return claimed;
+}
+
+size_t GB_RecordPool::allocate(const char* model, uint32_t* slots, size_t n) {
+    const uint32_t first = findFree();
+    const size_t s = first >> SLAB_SHIFT;
+    if (!mySlabs[s].base) openSlab(s);
+    const size_t claimed = claim(s, first & (SLAB_RECORDS - 1), slots, n);
+    if (myStride)
+        for (size_t i = 0; i < claimed; ++i) std::memcpy(record(slots[i]), model, myStride);
+    return claimed;
+}
+
 void GB_RecordPool::release(uint32_t slot) {
     assert(isLive(slot));
     const size_t s = slot >> SLAB_SHIFT;

@@ -47,6 +47,11 @@ public:
 
     /// A new record: header zero, attributes at their defaults. Throws std::length_error past 2^32 - 2048 records.
     uint32_t allocate();
+    /// Up to n new records, each a copy of `model` (a whole record), into `slots`; how many they are, at least one:
+    /// they come from one slab.
+    size_t allocate(const char* model, uint32_t* slots, size_t n);
+    /// What a new record holds.
+    const std::vector<char>& newRecord() const { return myTemplate; }
     /// Frees a living record.
     void release(uint32_t slot);
     /// Frees every living record of the set.
@@ -125,6 +130,8 @@ private:
     static size_t slabStep(size_t stride) { return (SLAB_RECORDS * stride + 16 + 63) / 64 * 64; }
     static Block newBlock(size_t bytes);
     uint32_t findFree();
+    /// Marks up to n free records of a slab as living, from this index on.
+    size_t claim(size_t s, uint32_t index, uint32_t* slots, size_t n);
     /// Moves the hint to the first free slot of a slab from this index on. Where a record died there, it is fetched:
     /// the next birth will write it, and it has hardly been read since.
     void lookAhead(size_t s, uint32_t index);

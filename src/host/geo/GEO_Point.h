@@ -34,6 +34,20 @@ private:
 
 static_assert(sizeof(GEO_Point) == 20 && alignof(GEO_Point) == 4, "the point header is part of the record layout");
 
+/// The record of a point that is none: what births of many points alike are copied from. It starts as a new point.
+class GEO_PointModel {
+public:
+    explicit GEO_PointModel(const GB_RecordPool& pool)
+        : myRecord(pool.newRecord()) {
+        point()->setPos({0, 0, 0, 1});
+    }
+    GEO_Point* point() { return reinterpret_cast<GEO_Point*>(myRecord.data()); }
+    const char* record() const { return myRecord.data(); }
+
+private:
+    std::vector<char> myRecord;
+};
+
 /// Slot to point for hot loops; see GB_RecordView for how long it is valid.
 class GEO_PointAccess {
 public:

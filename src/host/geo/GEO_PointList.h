@@ -5,6 +5,7 @@
 #include "host/ut/UT_SegmentedArray.h"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 /// The points of a detail in order: numbers are positions in an array of slots.
@@ -66,6 +67,7 @@ private:
     friend class GEO_Detail;
     GEO_Point* firstFrom(size_t number, const GB_Group* group) const;
     void append(uint32_t slot) { myOrder.push_back(slot); }
+    void append(std::span<const uint32_t> slots) { myOrder.append(slots); }
     size_t removeSlots(const UT_BitSet& slots);
     void clear();
 

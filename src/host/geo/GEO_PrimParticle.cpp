@@ -14,6 +14,14 @@ GEO_Point* GEO_PrimParticle::birthPoint() {
     return myDetail->points().bySlot(slot);
 }
 
+size_t GEO_PrimParticle::birthSlots(const GEO_PointModel& model, uint32_t* slots, size_t n) {
+    n = myDetail->birthPointSlots(model, slots, n);
+    myParticles.append({slots, n});
+    return n;
+}
+
+GEO_PointAccess GEO_PrimParticle::pointAccess() const { return myDetail->points().access(); }
+
 GEO_ParticleVertex GEO_PrimParticle::appendParticle(GEO_Point* point) {
     myParticles.push_back(point->slot());
     myDetail->noteUnknownUse();

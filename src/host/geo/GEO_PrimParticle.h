@@ -4,7 +4,9 @@
 #include "host/ut/UT_BitSet.h"
 #include "host/ut/UT_SegmentedArray.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <span>
 
 class GEO_PrimParticle;
@@ -42,6 +44,9 @@ public:
     }
     /// The same, returning the new point.
     GEO_Point* birthPoint();
+    /// Appends n particles with new points, copies of the model, and calls fill(GEO_Point*, size_t i) for each in
+    /// order.
+    template <class Fill> void birthPoints(const GEO_PointModel& model, size_t n, Fill&& fill);
     /// Appends a particle with a point that exists.
     GEO_ParticleVertex appendParticle(GEO_Point* point);
 
@@ -93,6 +98,8 @@ private:
     void adoptVertices(const GEO_Primitive& src, const uint32_t* pointMap) override;
     void releaseRecords() override;
     std::string validate() const override;
+    size_t birthSlots(const GEO_PointModel& model, uint32_t* slots, size_t n);
+    GEO_PointAccess pointAccess() const;
     void orphan(uint32_t slot);
     void finishCompaction(size_t kept);
     /// The segment from element `first` on; returns the number of its end.
@@ -105,6 +112,16 @@ private:
 
 inline GEO_ParticleVertex::operator bool() const { return myPrim && myIndex < myPrim->particleCount(); }
 inline GEO_Point* GEO_ParticleVertex::getPt() const { return myPrim->particle(myIndex); }
+
+template <class Fill> void GEO_PrimParticle::birthPoints(const GEO_PointModel& model, size_t n, Fill&& fill) {
+    uint32_t slots[64];
+    for (size_t done = 0; done < n;) {
+        const size_t got = birthSlots(model, slots, std::min(n - done, std::size(slots)));
+        const GEO_PointAccess access = pointAccess();
+        for (size_t i = 0; i < got; ++i) fill(access(slots[i]), done + i);
+        done += got;
+    }
+}
 
 template <class Keep, class Ahead> size_t GEO_PrimParticle::compact(Keep&& keep, Ahead&& ahead) {
     constexpr size_t DISTANCE = 24;

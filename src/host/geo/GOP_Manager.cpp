@@ -38,8 +38,8 @@ std::optional<Range> parseRange(std::string_view text) {
     if (!last) return std::nullopt;
     uint64_t step = 1;
     if (take(text, ':')) step = takeNumber(text).value_or(0);
-    if (!text.empty() || step < 1) return std::nullopt;
-    return Range{std::min(*first, *last), std::max(*first, *last), step};
+    if (!text.empty() || step < 1 || *last < *first) return std::nullopt;
+    return Range{*first, *last, step};
 }
 
 bool hasOpenBracket(std::string_view text) {

@@ -12,9 +12,9 @@ class GEO_Detail;
 /// A string is blank-separated tokens, taken left to right: a group name, a pattern of group names (`*`, `?`, `[]`),
 /// an element number, a range `0-9`, or a range with a step `0-9:2`; `!` in front removes instead of adding, and a
 /// string that begins with such a token starts from all elements. Patterns see internal groups only when they begin
-/// with "__". Numbers past the end are left out, ends of a range may stand in either order. A pattern that matches no
-/// group and a string of blanks give an empty group. Not parsed (null): an unknown plain name, an unclosed bracket, a
-/// lone `!`, a broken range, a step below 1.
+/// with "__". Numbers past the end select nothing: how many elements there are changes from step to step. A pattern
+/// that matches no group and a string of blanks give an empty group. Not parsed (null): an unknown plain name, an
+/// unclosed bracket, a lone `!`, a broken range or one that runs backwards (`9-0`), a step below 1.
 class GOP_Manager {
 public:
     /// The group of the string. One existing name gives that very group; anything else a group this manager owns until

@@ -16,6 +16,7 @@
 /// in exact-sign tests of what the boxes hold: no box is missed whose content is hit (compare Ize, "Robust BVH Ray
 /// Traversal", 2013).
 struct GU_BvhLine {
+    GU_BvhLine() = default;
     /// `dir` has components of at most 1. The range may be infinite.
     GU_BvhLine(const UT_Vector3& from, const UT_Vector3D& dir, float low, float high, const UT_BoundingBox& scene);
 
@@ -36,13 +37,16 @@ public:
 
     /// Items are the indices of the boxes, all of which must be valid and finite.
     void build(const std::vector<UT_BoundingBox>& boxes);
+    /// The same tree over the same items in other places. A tree whose expected cost grew too much that way is built
+    /// anew; the leaves are others then. Returns whether the tree stayed.
+    bool refit(const std::vector<UT_BoundingBox>& boxes);
 
     size_t leafCount() const { return myOrder.size() / 4; }
     /// The four items of a leaf, unused places NO_ITEM.
     const uint32_t* leafItems(size_t leaf) const { return &myOrder[leaf * 4]; }
 
     /// Calls visit(leaf number) for every leaf that the line may meet, roughly front to back. visit may shrink the
-    /// range.
+    /// range. A visitor with a member ahead(leaf number) is told beforehand which leaves come next.
     template <bool Furthest, class Visit> void along(GU_BvhLine& line, Visit&& visit) const;
     /// Calls visit(leaf number) -> float for leaves that may hold something nearer to p than the square root of
     /// `distance2`, which visit's result replaces, roughly from near to far.
@@ -63,6 +67,10 @@ private:
     /// Makes a node, or a leaf, of the binary node; returns its number as `child` holds it.
     int32_t collapse(const Binary& tree, int32_t node);
     int32_t makeLeaf(const Binary& tree, int32_t node);
+    UT_BoundingBox boxOf(int32_t child, const std::vector<UT_BoundingBox>& boxes) const;
+    void setChild(Node& node, int i, const UT_BoundingBox& box);
+    /// What a random ray is expected to visit, next to the surface of the root.
+    double cost() const;
     template <bool Furthest> static int crossed(const Node& node, const GU_BvhLine& line, float (&keys)[4]);
     static int near(const Node& node, const UT_Vector3& p, float distance2, float (&keys)[4]);
     /// Pushes the inner nodes of `mask`, smallest key on top, and returns the mask of the leaves.
@@ -71,6 +79,7 @@ private:
     std::vector<Node> myNodes;
     std::vector<uint32_t> myOrder;
     int32_t myRoot = EMPTY;
+    double myBuiltCost = 0;
 };
 
 template <bool Furthest> int GU_Bvh::crossed(const Node& node, const GU_BvhLine& line, float (&keys)[4]) {
@@ -141,6 +150,11 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
         if (Furthest ? -entry.key < line.reach : entry.key > std::max(-line.low, line.high)) continue;
         const Node& node = myNodes[static_cast<size_t>(entry.node)];
         int leaves = push(node, crossed<Furthest>(node, line, keys), keys, stack, top);
+        if constexpr (requires { visit.ahead(0u); }) {
+            for (int m = leaves; m; m &= m - 1)
+                visit.ahead(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(m))]));
+        }
+        if (top) __builtin_prefetch(&myNodes[static_cast<size_t>(stack[top - 1].node)]);
         for (; leaves; leaves &= leaves - 1)
             visit(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]));
     }

@@ -25,8 +25,9 @@ public:
         myScale = 1 / d[myZ];
     }
 
-    UT_Vector3D project(const UT_Vector3& p) const {
-        const UT_Vector3D a = UT_Vector3D(p) - myOrg;
+    UT_Vector3D project(const UT_Vector3& p) const { return project(UT_Vector3D(p)); }
+    UT_Vector3D project(const UT_Vector3D& p) const {
+        const UT_Vector3D a = p - myOrg;
         return {a[myX] - myShearX * a[myZ], a[myY] - myShearY * a[myZ], myScale * a[myZ]};
     }
 
@@ -35,6 +36,7 @@ public:
     int z() const { return myZ; }
     double shearX() const { return myShearX; }
     double shearY() const { return myShearY; }
+    double scale() const { return myScale; } ///< from the z axis to lengths of the direction
 
     /// Twice the area of (origin, a, b) in the xy plane, positive when counter-clockwise; antisymmetric, its sign
     /// exact.

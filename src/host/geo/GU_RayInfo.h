@@ -33,6 +33,8 @@ public:
         setRange(min, max);
         setFindType(find);
         setTolerance(tolerance, tolerance);
+        myStartFraction = 0;
+        myRangeLength = -1;
         reset();
     }
 
@@ -48,6 +50,19 @@ public:
     void setTolerance(float low, float high) { myLowTolerance = low, myHighTolerance = high; }
     float getLowTolerance() const { return myLowTolerance; }
     float getHighTolerance() const { return myHighTolerance; }
+
+    /// For structures over deforming geometry: distances are times, and the ray at time t meets the geometry as it is
+    /// at the fraction startFraction + (1 - startFraction) * t / rangeLength of the step, clamped to [0, 1]: beyond the
+    /// end of the step (a range extended by a tolerance) the surface stands still where it ended, so a hit there tells
+    /// what lies that far ahead of the particle's last position. startFraction is clamped too, NaN is 0. A rangeLength
+    /// that is not above 0 (none left of the step) or not finite keeps the geometry at startFraction throughout;
+    /// without this call it is the length of the range asked for and the start is 0.
+    void setSweep(float startFraction, float rangeLength) {
+        myStartFraction = startFraction;
+        myRangeLength = rangeLength > 0 ? rangeLength : 0;
+    }
+    float getStartFraction() const { return myStartFraction; }
+    float getRangeLength() const { return myRangeLength < 0 ? myMax - myMin : myRangeLength; }
 
     /// Forgets the results; range, find type and tolerances stay. sendRay does this itself.
     void reset() {
@@ -69,9 +84,11 @@ public:
 
 private:
     friend class GU_RayIntersect;
+    friend class GU_RaySweep;
     float myMin, myMax;
     float myLowTolerance, myHighTolerance;
     int myFind;
+    float myStartFraction, myRangeLength; ///< the length below 0: that of the range
     GU_RayHit myHit;
     std::vector<GU_RayHit> myHits;
     std::vector<GU_RayCandidate> myCandidates; ///< working storage of sendRay

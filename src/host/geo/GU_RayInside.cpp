@@ -39,8 +39,8 @@ void GU_RayIntersect::countCrossings(const UT_Vector3& p, const UT_Vector3& dir,
     GU_BvhLine line(p, UT_Vector3D(dir), 0, std::numeric_limits<float>::max(), myBox);
     myBvh.along<false>(line, [&](uint32_t leaf) {
         for (uint32_t i = 0; i < 4; ++i) {
-            const uint32_t item = myLeaves[leaf].item[i];
-            if (item == GU_Bvh::NO_ITEM) continue;
+            if (!myLeaves[leaf].isUsed(i)) continue;
+            const uint32_t item = myLeaves[leaf].item(i);
             if (myShapes.isQuadric(item))
                 testQuadric(myShapes.shapes()[myShapes.items()[item].shape]);
             else
@@ -50,7 +50,7 @@ void GU_RayIntersect::countCrossings(const UT_Vector3& p, const UT_Vector3& dir,
 }
 
 int GU_RayIntersect::isInside(const UT_Vector3& p, int thorough) const {
-    if (!myBox.isInside(p)) return 0;
+    if (mySweep || !myBox.isInside(p)) return 0;
     int crossings, winding, inside = 0;
     if (myShapes.isOriented()) {
         countCrossings(p, PROBES[0], crossings, winding);
@@ -66,8 +66,8 @@ int GU_RayIntersect::isInside(const UT_Vector3& p, int thorough) const {
 
 bool GU_RayIntersect::nearestOnItem(uint32_t place, const UT_Vector3& p, GU_RayCandidate& c, UT_Vector3& position,
                                     OutlineAnswer& answer) const {
-    const uint32_t item = myLeaves[place / 4].item[place % 4];
-    if (item == GU_Bvh::NO_ITEM) return false;
+    if (!myLeaves[place / 4].isUsed(place % 4)) return false;
+    const uint32_t item = myLeaves[place / 4].item(place % 4);
     c.item = item;
     c.place = place;
     c.shape = myShapes.items()[item].shape;

@@ -2,106 +2,34 @@
 
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
+#include "host/geo/GU_RayPolygon.h"
+#include "host/geo/GU_RaySearch.h"
+#include "host/geo/GU_RaySweep.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace {
-
-bool isFinite(const UT_Vector3& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
-
-double largest(const UT_Vector3& d) { return std::max({std::fabs(d.x()), std::fabs(d.y()), std::fabs(d.z())}); }
-
-bool nearer(const GU_RayCandidate& a, const GU_RayCandidate& b) {
-    const float s = std::fabs(a.t), t = std::fabs(b.t);
-    if (s != t) return s < t;
-    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
-}
-
-bool further(const GU_RayCandidate& a, const GU_RayCandidate& b) {
-    const float s = std::fabs(a.t), t = std::fabs(b.t);
-    if (s != t) return s > t;
-    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
-}
-
-bool before(const GU_RayCandidate& a, const GU_RayCandidate& b) {
-    if (a.t != b.t) return a.t < b.t;
-    return a.shape != b.shape ? a.shape < b.shape : a.item < b.item;
-}
-
-// (u, v) in the fan about the vertex mean, from the weights of edge i's ends.
-void fanParameters(uint32_t i, uint32_t n, double a, double b, GU_RayHit& hit) {
-    const double rim = a + b;
-    hit.u = static_cast<float>((i + (rim > 0 ? b / rim : 0)) / n);
-    hit.v = static_cast<float>(std::max(0.0, n < 5 ? 1 - rim * rim : 1 - rim));
-}
-
-void triangleParameters(const float (&b)[3], GU_RayHit& hit) {
-    const uint32_t least = b[0] <= b[1] ? (b[0] <= b[2] ? 0 : 2) : (b[1] <= b[2] ? 1 : 2);
-    const uint32_t i = (least + 1) % 3, j = (least + 2) % 3;
-    fanParameters(i, 3, double(b[i]) - b[least], double(b[j]) - b[least], hit);
-}
-
-} // namespace
-
 /// One ray on its way through the structure.
-struct GU_RayIntersect::Query {
+struct GU_RayIntersect::Query : GU_RaySearch {
     Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, const UT_BoundingBox& scene,
           std::vector<GU_RayCandidate>& list)
-        : org(o)
-        , dir(d)
-        , frame(o, d)
-        , low(info.getMin())
-        , high(info.getMax())
-        , find(info.getFindType())
-        , scale(largest(d))
-        , line(o, UT_Vector3D(d) / scale, bound(low, -1e-6), bound(high, 1e-6), scene)
-        , candidates(list) {}
+        : GU_RaySearch(o, d, info, list)
+        , frame(o, d) {
+        aim(UT_Vector3D(o), UT_Vector3D(d), low, high, scene);
+    }
 
-    UT_Vector3 org, dir;
     GU_RayFrame frame;
-    float low, high;
-    int find;
-    double scale; ///< from lengths of dir to the units of `line`
-    GU_BvhLine line;
-    GU_RayCandidate best{};
-    bool found = false;
     OutlineAnswer outline;
-    std::vector<GU_RayCandidate>& candidates;
+};
 
-    UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }
-
-    void add(const GU_RayCandidate& c) {
-        if (!(c.t >= low && c.t <= high) || !std::isfinite(c.t)) return;
-        if (find == GU_FIND_ALL)
-            candidates.push_back(c);
-        else if (find == GU_FIND_FURTHEST)
-            keepFurthest(c);
-        else
-            keepNearest(c);
+struct GU_RayIntersect::Visitor {
+    const GU_RayIntersect& rays;
+    Query& query;
+    void ahead(uint32_t leaf) const {
+        const char* p = reinterpret_cast<const char*>(&rays.myLeaves[leaf]);
+        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
     }
-
-private:
-    // A range end in the units of `line`, moved outward by rounding.
-    float bound(double end, double outward) const {
-        const double most = std::numeric_limits<float>::max();
-        const double x = end * scale + std::fabs(end * scale) * outward;
-        return static_cast<float>(std::clamp(x, -most, most));
-    }
-    void keepNearest(const GU_RayCandidate& c) {
-        if (found && !nearer(c, best)) return;
-        best = c;
-        found = true;
-        const float limit = bound(std::fabs(double(c.t)), 1e-6);
-        line.high = std::min(line.high, limit);
-        line.low = std::max(line.low, -limit);
-    }
-    void keepFurthest(const GU_RayCandidate& c) {
-        if (found && !further(c, best)) return;
-        best = c;
-        found = true;
-        line.reach = bound(std::fabs(double(c.t)), -1e-6);
-    }
+    void operator()(uint32_t leaf) const { rays.visitLeaf(leaf, query); }
 };
 
 GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGroup* group) {
@@ -113,21 +41,68 @@ GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGrou
     build();
 }
 
+GU_RayIntersect::GU_RayIntersect(const GU_Detail* begin, const GU_Detail* end) {
+    if (!validForDeformingGeometry(begin, end)) return;
+    mySweep = std::make_unique<GU_RaySweep>(*begin, *end);
+    myBox = mySweep->getBBox();
+}
+
+GU_RayIntersect::~GU_RayIntersect() = default;
+
+int GU_RayIntersect::validForDeformingGeometry(const GU_Detail* begin, const GU_Detail* end) {
+    return begin && end && GU_RaySweep::sameTopology(*begin, *end);
+}
+
+size_t GU_RayIntersect::entries() const { return mySweep ? mySweep->entries() : myShapes.shapes().size(); }
+
+size_t GU_RayIntersect::skipped() const { return mySweep ? mySweep->skipped() : 0; }
+
 void GU_RayIntersect::build() {
-    for (const UT_BoundingBox& box : myShapes.boxes()) myBox.enlargeBounds(box);
     myBvh.build(myShapes.boxes());
+    fillLeaves();
+}
+
+void GU_RayIntersect::fillLeaves() {
+    myBox.initBounds();
+    for (const UT_BoundingBox& box : myShapes.boxes()) myBox.enlargeBounds(box);
     myLeaves.resize(myBvh.leafCount());
     for (size_t l = 0; l < myLeaves.size(); ++l) {
         const uint32_t* items = myBvh.leafItems(l);
         Leaf& leaf = myLeaves[l];
         for (int i = 0; i < 4; ++i) {
-            leaf.item[i] = items[i];
+            leaf.lane[i] = laneOf(items[i]);
             for (size_t v = 0; v < 3; ++v)
                 for (int k = 0; k < 3; ++k)
                     leaf.corners[v][k][i] = items[i] == GU_Bvh::NO_ITEM ? 0 : myShapes.triangles()[items[i]][v][k];
         }
     }
     myShapes.dropBuildData();
+}
+
+uint32_t GU_RayIntersect::laneOf(uint32_t item) const {
+    if (item == GU_Bvh::NO_ITEM) return item;
+    const GU_RayShape::Kind kind = myShapes.shapes()[myShapes.items()[item].shape].kind;
+    return kind == GU_RayShape::QUADRIC || kind == GU_RayShape::FOLDED ? item | Leaf::SPECIAL : item;
+}
+
+int GU_RayIntersect::refit(const GU_Detail* detail, const GB_PrimitiveGroup* group) {
+    if (!detail || mySweep) return 0;
+    GU_RayShapes shapes;
+    shapes.collect(*detail, group);
+    if (shapes.items() != myShapes.items()) return 0;
+    myShapes = std::move(shapes);
+    myDataId = detail->dataId();
+    myChangeCount = detail->getChangeCount();
+    myLayoutSerial = detail->layoutSerial();
+    myBvh.refit(myShapes.boxes());
+    fillLeaves();
+    return 1;
+}
+
+int GU_RayIntersect::refit(const GU_Detail* begin, const GU_Detail* end) {
+    if (!mySweep || !validForDeformingGeometry(begin, end) || !mySweep->refit(*begin, *end)) return 0;
+    myBox = mySweep->getBBox();
+    return 1;
 }
 
 int GU_RayIntersect::validForDetail(const GU_Detail* detail) const {
@@ -145,11 +120,13 @@ GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
 }
 
 int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+    if (mySweep) return mySweep->sendRay(org, dir, info);
     info.reset();
     info.myCandidates.clear();
-    if (!isFinite(org) || !isFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
+    if (!GUisFinite(org) || !GUisFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
+    if (GU_RaySearch::misses(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox)) return 0;
     Query query(org, dir, info, myBox, info.myCandidates);
-    const auto visit = [&](uint32_t leaf) { visitLeaf(leaf, query); };
+    const Visitor visit{*this, query};
     if (query.find == GU_FIND_FURTHEST)
         myBvh.along<true>(query.line, visit);
     else
@@ -169,26 +146,44 @@ void GU_RayIntersect::visitLeaf(uint32_t number, Query& query) const {
     const int axes[3] = {f.x(), f.y(), f.z()};
     const GU_Float4 shearX = GU_Float4::splat(static_cast<float>(f.shearX())),
                     shearY = GU_Float4::splat(static_cast<float>(f.shearY()));
-    GU_Float4 x[3], y[3], m = GU_Float4::splat(0);
+    GU_Float4 x[3], y[3], z[3], m = GU_Float4::splat(0);
     for (int v = 0; v < 3; ++v) {
         GU_Float4 p[3];
         for (int k = 0; k < 3; ++k) {
             p[k] = GU_Float4::load(leaf.corners[v][axes[k]]) - GU_Float4::splat(query.org[axes[k]]);
             m = max(abs(p[k]), m);
         }
+        z[v] = p[2];
         x[v] = p[0] - shearX * p[2];
         y[v] = p[1] - shearY * p[2];
     }
     const GU_Float4 a = x[2] * y[1] - y[2] * x[1], b = x[0] * y[2] - y[0] * x[2], c = x[1] * y[0] - y[1] * x[0];
     const GU_Float4 error = m * m * GU_Float4::splat(0x1p-17f) + GU_Float4::splat(1e-36f);
-    const int missed = less(min(min(a, b), c), GU_Float4::splat(0) - error) & less(error, max(max(a, b), c));
+    const GU_Float4 zero = GU_Float4::splat(0);
+    int missed = less(min(min(a, b), c), zero - error) & less(error, max(max(a, b), c));
+    if (missed == 15) return;
+    // The same for the range: t = sum / area, and the sign of area is sure where it is above its error.
+    const GU_Float4 scale = GU_Float4::splat(static_cast<float>(f.scale()));
+    const GU_Float4 sum = (a * z[0] + b * z[1] + c * z[2]) * scale, area = a + b + c;
+    const GU_Float4 low = GU_Float4::splat(query.wantedLow), high = GU_Float4::splat(query.wantedHigh);
+    const GU_Float4 slack = GU_Float4::splat(8) * error, depth = m * abs(scale);
+    const GU_Float4 under = (low * area - sum) * area, over = (sum - high * area) * area;
+    const int outside =
+        less(slack * (depth + abs(low)) * abs(area), under) | less(slack * (depth + abs(high)) * abs(area), over);
+    missed |= outside & less(slack, abs(area));
     for (uint32_t i = 0; i < 4; ++i) {
-        if (missed >> i & 1 || leaf.item[i] == GU_Bvh::NO_ITEM) continue;
-        if (myShapes.isQuadric(leaf.item[i]))
-            testQuadric(number * 4 + i, query);
+        if (missed >> i & 1 || !leaf.isUsed(i)) continue;
+        if (leaf.isSpecial(i))
+            testSpecial(number * 4 + i, query);
         else
             testTriangle(number * 4 + i, query);
     }
+}
+
+void GU_RayIntersect::testSpecial(uint32_t place, Query& query) const {
+    const uint32_t item = myLeaves[place / 4].item(place % 4);
+    if (myShapes.isQuadric(item)) return testQuadric(place, query);
+    if (outlineHolds(myShapes.items()[item].shape, query.frame, query.outline)) testTriangle(place, query);
 }
 
 void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
@@ -199,7 +194,8 @@ void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
     const double area = u + v + w;
     if (area == 0) return; // seen from the side, or without area: the triangles next to it are hit
     const double t = (u * a.z() + v * b.z() + w * c.z()) / area;
-    const uint32_t item = myLeaves[place / 4].item[place % 4];
+    if (!query.isWanted(static_cast<float>(t))) return;
+    const uint32_t item = myLeaves[place / 4].item(place % 4);
     const GU_RayItem& piece = myShapes.items()[item];
     const double depth = std::max({std::fabs(a.z()), std::fabs(b.z()), std::fabs(c.z())});
     const GU_RayCandidate candidate{
@@ -209,13 +205,11 @@ void GU_RayIntersect::testTriangle(uint32_t place, Query& query) const {
         item,
         place,
         {static_cast<float>(u / area), static_cast<float>(v / area), static_cast<float>(w / area)}};
-    const bool folded = myShapes.shapes()[piece.shape].kind == GU_RayShape::FOLDED;
-    if (folded && !outlineHolds(piece.shape, query.frame, query.outline)) return;
     query.add(candidate);
 }
 
 void GU_RayIntersect::testQuadric(uint32_t place, Query& query) const {
-    const uint32_t item = myLeaves[place / 4].item[place % 4], number = myShapes.items()[item].shape;
+    const uint32_t item = myLeaves[place / 4].item(place % 4), number = myShapes.items()[item].shape;
     double t[2];
     int sides[2];
     const int count =
@@ -253,13 +247,13 @@ bool GU_RayIntersect::outlineHolds(const GU_RayShape& shape, const GU_RayFrame& 
 // Leaves one candidate per crossing of a shape, in order along the ray.
 void GU_RayIntersect::keepDistinct(std::vector<GU_RayCandidate>& list) const {
     std::sort(list.begin(), list.end(), [](const GU_RayCandidate& a, const GU_RayCandidate& b) {
-        return a.shape != b.shape ? a.shape < b.shape : before(a, b);
+        return a.shape != b.shape ? a.shape < b.shape : GUbefore(a, b);
     });
     const auto same = [&](const GU_RayCandidate& a, const GU_RayCandidate& b) {
         return a.shape == b.shape && a.item != b.item && double(b.t) - a.t <= double(a.slack) + b.slack;
     };
     list.erase(std::unique(list.begin(), list.end(), same), list.end());
-    std::sort(list.begin(), list.end(), before);
+    std::sort(list.begin(), list.end(), GUbefore);
 }
 
 void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
@@ -267,7 +261,7 @@ void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
     const GU_RayCandidate* nearest = nullptr;
     for (const GU_RayCandidate& c : info.myCandidates) {
         info.myHits.push_back(finish(c, query.at(c.t)));
-        if (nearest && !nearer(c, *nearest)) continue;
+        if (nearest && !GUnearer(c, *nearest)) continue;
         nearest = &c;
         info.myHit = info.myHits.back();
     }
@@ -286,9 +280,9 @@ GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& po
         at = UT_Vector3(UT_Vector3D(p[0]) * c.b[0] + UT_Vector3D(p[1]) * c.b[1] + UT_Vector3D(p[2]) * c.b[2]);
     }
     switch (shape.kind) {
-    case GU_RayShape::TRIANGLE: triangleParameters(c.b, hit); return hit;
+    case GU_RayShape::TRIANGLE: GUtriangleParameters(c.b, hit); return hit;
     case GU_RayShape::FAN:
-    case GU_RayShape::FOLDED: fanParameters(part, shape.vertices, c.b[0], c.b[1], hit); return hit;
+    case GU_RayShape::FOLDED: GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit); return hit;
     case GU_RayShape::QUAD: shape.prim->parametric(at, hit.u, hit.v); return hit;
     case GU_RayShape::MESH: {
         const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);

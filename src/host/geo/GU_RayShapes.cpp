@@ -4,26 +4,13 @@
 #include "host/geo/GEO_PrimPoly.h"
 #include "host/geo/GEO_PrimQuadric.h"
 #include "host/geo/GU_Detail.h"
+#include "host/geo/GU_RayPolygon.h"
 
 #include <bit>
 #include <cmath>
 #include <limits>
 
 namespace {
-
-bool isFinite(const UT_Vector3& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
-
-UT_Vector3 pointOf(const GEO_Primitive& prim, int vertex) { return UT_Vector3(prim.getVertexPoint(vertex)->getPos()); }
-
-UT_Vector3 meanOf(const std::vector<UT_Vector3>& p) {
-    UT_Vector3D sum(0, 0, 0);
-    for (const UT_Vector3& q : p) sum += UT_Vector3D(q);
-    return UT_Vector3(sum / static_cast<double>(p.size()));
-}
-
-UT_Vector3D corner(const UT_Vector3& a, const UT_Vector3& b, const UT_Vector3& c) {
-    return cross(UT_Vector3D(b) - UT_Vector3D(a), UT_Vector3D(c) - UT_Vector3D(b));
-}
 
 // Four points that two triangles cover to rounding, whichever diagonal splits them.
 bool isFlatConvex(const std::vector<UT_Vector3>& p) {
@@ -33,17 +20,7 @@ bool isFlatConvex(const std::vector<UT_Vector3>& p) {
     const double height = dot(UT_Vector3D(p[1]) - UT_Vector3D(p[0]), normal);
     if (!(std::fabs(height) <= 1e-6 * size * normal.length())) return false;
     for (size_t i = 0; i < 4; ++i)
-        if (dot(corner(p[i], p[(i + 1) % 4], p[(i + 2) % 4]), normal) < 0) return false;
-    return true;
-}
-
-// True when no triangle about the mean turns against the polygon.
-bool isStar(const std::vector<UT_Vector3>& p, const UT_Vector3& mean, const UT_Vector3& normal) {
-    const UT_Vector3D n(normal);
-    for (size_t i = 0; i < p.size(); ++i) {
-        const UT_Vector3D area = corner(p[i], p[(i + 1) % p.size()], mean);
-        if (dot(area, n) < -1e-9 * area.length()) return false;
-    }
+        if (dot(GUcorner(p[i], p[(i + 1) % 4], p[(i + 2) % 4]), normal) < 0) return false;
     return true;
 }
 
@@ -87,8 +64,7 @@ void GU_RayShapes::beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind,
     myShapes.push_back({&prim, kind, first, static_cast<uint32_t>(vertices), UT_Vector3(0, 0, 0)});
 }
 
-void GU_RayShapes::addEdge(const UT_Vector3& a, const UT_Vector3& b) {
-    const uint64_t from = hashPoint(a), to = hashPoint(b);
+void GU_RayShapes::addEdge(uint64_t from, uint64_t to) {
     // Odd in the direction, and no use of one edge can make up for another's.
     if (from < to)
         myEdgeSum += mix(from + 3 * to);
@@ -97,9 +73,8 @@ void GU_RayShapes::addEdge(const UT_Vector3& a, const UT_Vector3& b) {
 }
 
 void GU_RayShapes::addTriangle(uint32_t part, const UT_Vector3& a, const UT_Vector3& b, const UT_Vector3& c) {
-    addEdge(a, b);
-    addEdge(b, c);
-    addEdge(c, a);
+    const uint64_t hashes[3] = {hashPoint(a), hashPoint(b), hashPoint(c)};
+    for (int i = 0; i < 3; ++i) addEdge(hashes[i], hashes[(i + 1) % 3]);
     if (a == b || b == c || c == a) return; // without area for sure, and its edges cancel
     UT_BoundingBox box(a, a);
     box.enlargeBounds(b);
@@ -115,8 +90,8 @@ void GU_RayShapes::addPolygon(const GEO_PrimPoly& poly) {
     std::vector<UT_Vector3>& p = myScratch;
     p.clear();
     for (int i = 0; i < n; ++i) {
-        p.push_back(pointOf(poly, i));
-        if (!isFinite(p.back())) return;
+        p.push_back(GUpointOf(poly, i));
+        if (!GUisFinite(p.back())) return;
     }
     beginShape(poly, n == 3 ? GU_RayShape::TRIANGLE : GU_RayShape::FAN, 0, n);
     GU_RayShape& shape = myShapes.back();
@@ -127,8 +102,8 @@ void GU_RayShapes::addPolygon(const GEO_PrimPoly& poly) {
         addTriangle(0, p[0], p[1], p[2]);
         return addTriangle(1, p[0], p[2], p[3]);
     }
-    const UT_Vector3 mean = meanOf(p);
-    if (!isStar(p, mean, shape.normal)) {
+    const UT_Vector3 mean = GUmeanOf(p);
+    if (!GUisStar(p, mean, shape.normal)) {
         shape.kind = GU_RayShape::FOLDED;
         shape.first = static_cast<uint32_t>(myOutlines.size());
         myOutlines.insert(myOutlines.end(), p.begin(), p.end());
@@ -139,13 +114,13 @@ void GU_RayShapes::addPolygon(const GEO_PrimPoly& poly) {
 void GU_RayShapes::addCell(uint32_t part) {
     const std::vector<UT_Vector3>& p = myScratch;
     for (const UT_Vector3& q : p)
-        if (!isFinite(q)) return;
+        if (!GUisFinite(q)) return;
     if (isFlatConvex(p)) {
         addTriangle(part, p[0], p[1], p[2]);
         addTriangle(part, p[0], p[2], p[3]);
         return;
     }
-    const UT_Vector3 middle = meanOf(p);
+    const UT_Vector3 middle = GUmeanOf(p);
     for (size_t i = 0; i < 4; ++i) addTriangle(part, p[i], p[(i + 1) % 4], middle);
 }
 
@@ -155,9 +130,9 @@ void GU_RayShapes::addMesh(const GEO_PrimMesh& mesh) {
     beginShape(mesh, GU_RayShape::MESH, 0, 0);
     for (int row = 0; row < rows; ++row)
         for (int col = 0; col < cols; ++col) {
-            myScratch = {pointOf(mesh, mesh.vertexIndex(row, col)), pointOf(mesh, mesh.vertexIndex(row, col + 1)),
-                         pointOf(mesh, mesh.vertexIndex(row + 1, col + 1)),
-                         pointOf(mesh, mesh.vertexIndex(row + 1, col))};
+            myScratch = {GUpointOf(mesh, mesh.vertexIndex(row, col)), GUpointOf(mesh, mesh.vertexIndex(row, col + 1)),
+                         GUpointOf(mesh, mesh.vertexIndex(row + 1, col + 1)),
+                         GUpointOf(mesh, mesh.vertexIndex(row + 1, col))};
             addCell(static_cast<uint32_t>(row * cols + col));
         }
 }
@@ -166,7 +141,7 @@ void GU_RayShapes::addQuadric(const GEO_Primitive& prim) {
     GU_RayQuadric quadric;
     UT_BoundingBox box;
     if (!quadric.set(static_cast<const GEO_PrimQuadric&>(prim)) || !prim.getBBox(box)) return;
-    if (!isFinite(box.vmin()) || !isFinite(box.vmax())) return;
+    if (!GUisFinite(box.vmin()) || !GUisFinite(box.vmax())) return;
     box.expandBounds(box.radius() * 1e-5f); // what rounding may have taken from the box
     if (!quadric.isClosedSurface()) myOpen = true;
     beginShape(prim, GU_RayShape::QUADRIC, static_cast<uint32_t>(myQuadrics.size()), 0);

@@ -35,6 +35,7 @@ struct GU_RayShape {
 struct GU_RayItem {
     uint32_t shape;
     uint32_t part;
+    bool operator==(const GU_RayItem&) const = default;
 };
 
 /// The surfaces of a detail as triangles and quadrics, in primitive order.
@@ -62,7 +63,8 @@ private:
     void addQuadric(const GEO_Primitive& prim);
     void addCell(uint32_t part);
     void addTriangle(uint32_t part, const UT_Vector3& a, const UT_Vector3& b, const UT_Vector3& c);
-    void addEdge(const UT_Vector3& a, const UT_Vector3& b);
+    /// An edge by the hashes of its ends.
+    void addEdge(uint64_t from, uint64_t to);
     void beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind, uint32_t first, int vertices);
 
     std::vector<GU_RayShape> myShapes;

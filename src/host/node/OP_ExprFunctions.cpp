@@ -29,11 +29,7 @@ void inherit(OP_Node& reader, const OP_NodeFlags& from) {
 
 // ---- ch, chs
 
-struct Channel {
-    OP_Node* node = nullptr;
-    PRM_Parm* parm = nullptr;
-    int component = 0;
-};
+using Channel = OP_ChannelRef;
 
 // The component that a suffix names: x y z w, or a number from 1. Takes it off the token; -1 when there is none.
 int takeComponent(std::string& token) {
@@ -62,15 +58,8 @@ bool findParm(Channel& channel, std::string token) {
 bool findChannel(EV_CallContext& context, const std::string& path, Channel& channel) {
     OP_Node* self = nodeOf(context);
     if (!self) return context.fail("there is no node here to read parameters of");
-    const size_t slash = path.rfind('/');
-    const std::string nodePath = slash == std::string::npos ? "." : path.substr(0, std::max(slash, size_t(1)));
-    const std::string token = slash == std::string::npos ? path : path.substr(slash + 1);
-    channel.node = self->findNode(nodePath.c_str());
-    if (!channel.node) return context.fail("there is no node \"" + nodePath + "\" seen from " + self->getFullPath());
-    if (findParm(channel, token)) return true;
-    const std::string near = nearestName(token, channel.node->parms().tokens());
-    return context.fail(channel.node->getFullPath() + " has no parameter \"" + token + "\"" +
-                        (near.empty() ? std::string() : "; did you mean \"" + near + "\"?"));
+    std::string error;
+    return OPfindChannel(*self, path, channel, error) || context.fail(error);
 }
 
 /// One step of a chain of reads.
@@ -281,6 +270,22 @@ const EV_FUNCTION theFunctions[] = {
 // clang-format on
 
 } // namespace
+
+bool OPfindChannel(OP_Node& self, const std::string& path, OP_ChannelRef& channel, std::string& error) {
+    const size_t slash = path.rfind('/');
+    const std::string nodePath = slash == std::string::npos ? "." : path.substr(0, std::max(slash, size_t(1)));
+    const std::string token = slash == std::string::npos ? path : path.substr(slash + 1);
+    channel.node = self.findNode(nodePath.c_str());
+    if (!channel.node) {
+        error = "there is no node \"" + nodePath + "\" seen from " + self.getFullPath();
+        return false;
+    }
+    if (findParm(channel, token)) return true;
+    const std::string near = nearestName(token, channel.node->parms().tokens());
+    error = channel.node->getFullPath() + " has no parameter \"" + token + "\"" +
+            (near.empty() ? std::string() : "; did you mean \"" + near + "\"?");
+    return false;
+}
 
 void OPaddExpressionFunctions() {
     for (const EV_FUNCTION& function : theFunctions) ev_AddFunction(&function);

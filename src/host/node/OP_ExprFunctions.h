@@ -1,5 +1,9 @@
 #pragma once
 
+#include <string>
+
+class OP_Node;
+class PRM_Parm;
 struct EV_FUNCTION;
 
 /// Adds the expression functions that look at nodes: ch chs opname opdigits point npoints bbox.
@@ -7,3 +11,14 @@ void OPaddExpressionFunctions();
 
 /// True for those of them whose changes reach the reader by its dependencies: a cached result stays good until then.
 bool OPisTrackedFunction(const EV_FUNCTION* function);
+
+/// A component of a parameter, as ch() and chs() name it.
+struct OP_ChannelRef {
+    OP_Node* node = nullptr;
+    PRM_Parm* parm = nullptr;
+    int component = 0;
+};
+
+/// Finds what the path means where it stands on `self`. False with what is wrong, and the nearest token where the node
+/// exists.
+bool OPfindChannel(OP_Node& self, const std::string& path, OP_ChannelRef& channel, std::string& error);

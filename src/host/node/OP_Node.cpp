@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <ostream>
 #include <unordered_map>
 
 #include "host/node/OBJ_Node.h"
@@ -234,6 +235,10 @@ void OP_Node::clearExtraInputs() {
 // ---- text and tiles
 
 void OP_Node::getNodeSpecificInfoText(OP_Context&, int, std::string&) {}
+
+void OP_Node::writeIndent(std::ostream& os, int steps) {
+    for (int i = 0; i < steps; ++i) os << "    ";
+}
 
 int OP_Node::buildOpMenu(OP_Network* parent, PRM_Name* names, int size, bool (*filter)(OP_Node*)) {
     int count = 0;

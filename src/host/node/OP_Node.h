@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -154,6 +155,8 @@ public:
     // ---- text and tiles
     static const char* const OP_INFO_SEPARATOR_STRING;
     virtual void getNodeSpecificInfoText(OP_Context& context, int verbose, std::string& text);
+    /// Starts a line of written code: four blanks a step.
+    static void writeIndent(std::ostream& os, int steps);
     static double getNodeButtonWidth() { return 0.5; }
     static double getFlagWidth() { return 0.15; }
     static double getNodeHeight() { return 0.3; }

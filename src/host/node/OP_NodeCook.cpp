@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "host/node/OP_CookFrame.h"
+#include "host/node/OP_CookMonitor.h"
 #include "host/node/OP_EvalState.h"
 #include "host/node/OP_Node.h"
 #include "host/ut/UT_ErrorTable.h"
@@ -72,6 +73,7 @@ bool OP_Node::cook(OP_Context& context) {
 }
 
 void OP_Node::runCook(OP_Context& context, unsigned request) {
+    const OP_MonitoredCook monitored(*this);
     const ErrorsAside errorsAside;
     const OP_EvalAside evaluationsAside(context.getThread());
     const OP_CookFrame frame(*this, request);

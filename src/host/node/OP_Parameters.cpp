@@ -1,5 +1,7 @@
 #include "host/node/OP_Parameters.h"
 
+#include <cmath>
+
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
 #include "host/expr/EV_Number.h"
@@ -18,6 +20,11 @@ struct Nested {
 
 void beginEvaluation(int thread) {
     if (OP_EvalState::current().nesting == 0) EV_clearError(thread);
+}
+
+void warnNotANumber(UT_ErrorList& errors, const PRM_Template& row, double kept) {
+    errors.add({"OP", OP_ERR_BAD_PARM, UT_ERROR_WARNING,
+                row.token + ": not a number; " + EV_numberText(kept) + " is used instead"});
 }
 
 UT_String typedText(const PRM_Parm& parm) {
@@ -61,7 +68,10 @@ double OP_Parameters::evalNumber(PRM_Parm& parm, int component, double t, int th
     double value = c.constant;
     if (c.kind != PRM_Parm::Component::Constant) value = evaluateComponent(parm, component, t, thread);
     if (row.type == PRM_Type::Multi) return double(parm.instances().size());
-    return row.number(value);
+    const double kept = row.number(value);
+    if (row.type == PRM_Type::Float && std::isnan(value) && !std::isnan(kept) && !isTestingVariables())
+        warnNotANumber(errors(), row, kept);
+    return kept;
 }
 
 double OP_Parameters::evaluateComponent(PRM_Parm& parm, int component, double t, int thread) {

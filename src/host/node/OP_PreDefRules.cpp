@@ -11,39 +11,8 @@ namespace {
 
 constexpr const char* theFileName = "predefined.rules";
 
-constexpr const char* theBuiltIn = R"([FLXRotationAxes]
-X Axis: vector3(1, 0, 0)
-Y Axis: vector3(0, 1, 0)
-Z Axis: vector3(0, 0, 1)
-Velocity: vector3($VX, $VY, $VZ)
-Normal: vector3($NX, $NY, $NZ)
-Up Vector: vector3($UPX, $UPY, $UPZ)
-Random by Id: vector3(rand($ID) - 0.5, rand($ID + 0.25) - 0.5, rand($ID + 0.5) - 0.5)
-
-[FLXGroupRules]
-Dead: $DEAD == 1
-Stopped: $STOPPED == 1
-Stuck: $STUCK == 1
-Sliding: $SLIDING == 1
-Just Hit: $JUSTHIT == 1
-Second Half of Life: $LIFE > 0.5
-Older than One Second: $AGE > 1
-Moving: $VX != 0 || $VY != 0 || $VZ != 0
-
-[FLXEventRules]
-Dead: $DEAD == 1
-Just Hit: $JUSTHIT == 1
-Stuck: $STUCK == 1
-Second Half of Life: $LIFE > 0.5
-Below Ground: $TY < 0
-
-[FLXKillRules]
-All: 1
-Just Hit: $JUSTHIT == 1
-Stuck: $STUCK == 1
-Older than One Second: $AGE > 1
-Below Ground: $TY < 0
-)";
+// theBuiltIn: the text of predefined.rules beside this file, which is installed too.
+#include "host/node/OP_BuiltInRules.inl"
 
 std::string_view trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(" \t\r");

@@ -21,7 +21,17 @@ const char* PRMpermanentText(std::string_view text);
 enum class PRM_Type { Float, Int, Toggle, Menu, String, Button, Folder, Multi };
 
 /// What a string parameter's text refers to, so that interfaces can offer a chooser and `check` can resolve it.
-enum class PRM_StringKind { Plain, SopPath, ObjectPath, ShopPath, FlxPath, File, PointGroup, PrimitiveGroup };
+enum class PRM_StringKind {
+    Plain,
+    SopPath,
+    ObjectPath,
+    ShopPath,
+    FlxPath,
+    File,
+    PointGroup,
+    PrimitiveGroup,
+    VectorExpression
+};
 
 struct PRM_SpareData {
     const char* key = nullptr;

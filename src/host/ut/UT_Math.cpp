@@ -8,6 +8,8 @@
 #if defined(__x86_64__)
 #include <immintrin.h>
 
+#include "host/ut/UT_Cpu.h"
+
 // Functions for AVX are called from code that is compiled for it, chosen at run time. Clang passes 256-bit arguments in
 // memory unless the whole file is compiled for AVX, so there the narrower functions do all.
 #if !defined(__clang__) || defined(__AVX__)
@@ -32,7 +34,7 @@ UT_DECLARE_BINARY(atan2) UT_DECLARE_BINARY(pow)
 #endif
 
 static bool hasAvx() {
-    static const bool yes = __builtin_cpu_supports("avx");
+    static const bool yes = UT_Cpu::hasAvx();
     return yes;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 
+#include "host/ut/UT_Cpu.h"
 #include "host/ut/UT_Math.h"
 
 namespace {
@@ -57,7 +58,10 @@ constexpr uint32_t octaveKey(uint32_t seed, int octave) {
 #define UT_NOISE_ENTRY static __attribute__((target("avx2")))
 #include "host/ut/UT_NoiseKernel.inl"
 
-const Kernels& kernels() { return __builtin_cpu_supports("avx2") ? wide::theKernels : baseline::theKernels; }
+const Kernels& kernels() {
+    static const Kernels& chosen = UT_Cpu::hasAvx2() ? wide::theKernels : baseline::theKernels;
+    return chosen;
+}
 #else
 const Kernels& kernels() { return baseline::theKernels; }
 #endif

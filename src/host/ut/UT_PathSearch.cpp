@@ -10,6 +10,12 @@ bool isFile(const std::string& path) {
     return std::filesystem::is_regular_file(path, ignored);
 }
 
+std::string besideExecutable() {
+    std::error_code failed;
+    const std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", failed);
+    return failed ? std::string() : (executable.parent_path().parent_path() / "share" / "flx").string();
+}
+
 } // namespace
 
 std::vector<std::string> UT_PathSearch::directories() {
@@ -17,6 +23,8 @@ std::vector<std::string> UT_PathSearch::directories() {
     if (const char* path = std::getenv("FLX_PATH"))
         for (std::string_view part : UTsplit(path, ":")) out.emplace_back(part);
     out.emplace_back(".");
+    if (const std::string beside = besideExecutable(); !beside.empty()) out.push_back(beside);
+    out.emplace_back(FLX_DATA_DIR);
     return out;
 }
 

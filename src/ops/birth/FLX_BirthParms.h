@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/FLX_RandomAhead.h"
 #include "vars/FLX_GenVar.h"
 
 /// Blocks of parameters that the birth operators share, with what they mean.
@@ -32,12 +33,15 @@ struct FLX_BirthGroupParms {
 
     /// Made, or emptied unless preserved, once per cook; null without a name or for a name no group may have.
     GB_PointGroup* make(const FLX_ContextData& context) const {
+        if (GROUP.raw().isstring()) context.settleGroupCounts();
+        return make(*context.peekDetail());
+    }
+    GB_PointGroup* make(GU_Detail& detail) const {
         const UT_String name = GROUP();
         if (!name.isstring()) return nullptr;
-        GB_PointGroupList& groups = context.peekDetail()->pointGroups();
+        GB_PointGroupList& groups = detail.pointGroups();
         GB_PointGroup* existing = PRESERVEGROUP() ? groups.find(name.str()) : nullptr;
         if (existing) return existing;
-        context.settleGroupCounts();
         GB_PointGroup* made = groups.newGroup(name.str(), 0);
         if (!made) UTaddWarning("FLX", FLX_ERR_BADGROUP, name.c_str());
         return made;
@@ -53,14 +57,18 @@ struct FLX_LifeParms {
         : LIFE(owner, {"life", "Life Expectancy"}, 100, FLXlifeRange)
         , LIFEVAR(owner, {"lifevar", "Life Variance"}, 0, FLXlifevarRange) {}
 
+    /// `Random` draws as a context does.
+    struct Values {
+        float spread, mean;
+
+        template <class Random> float draw(Random& random) const { return mean + spread * (2 * random.random() - 1); }
+    };
     struct Sources {
         FLX_Chosen<PRM_Float> life, lifevar;
 
-        float draw(FLX_ContextData& context) const {
-            const float spread = lifevar();
-            const float mean = life();
-            return mean + spread * (2 * context.random() - 1);
-        }
+        bool varies() const { return life.varies() || lifevar.varies(); }
+        Values operator()() const { return {lifevar(), life()}; }
+        float draw(FLX_ContextData& context) const { return (*this)().draw(context); }
     };
 
     PRM_Float LIFE;
@@ -79,6 +87,7 @@ struct FLX_SpreadParms {
         FLX_ChosenVector vel, var;
         FLX_RereadToggle doellipse;
 
+        bool varies() const { return vel.varies() || var.varies() || doellipse.varies(); }
         UT_Vector3 draw(FLX_ContextData& context) const {
             const UT_Vector3 d = drawUnit(context);
             UT_Vector3 result;
@@ -98,6 +107,21 @@ struct FLX_SpreadParms {
             } while (doellipse() && d.length2() >= 1);
             return d;
         }
+    };
+    /// The same when nothing varies.
+    struct Values {
+        explicit Values(const Sources& sources)
+            : mean(sources.vel.constant())
+            , spread(sources.var.constant())
+            , ball(sources.doellipse.constant()) {}
+
+        UT_Vector3 draw(FLX_RandomAhead& random) const {
+            const float* d = ball ? random.ball() : random.cube();
+            return {mean[0] + spread[0] * d[0], mean[1] + spread[1] * d[1], mean[2] + spread[2] * d[2]};
+        }
+
+        UT_Vector3 mean, spread;
+        bool ball;
     };
 
     PRM_Floats<3> VEL;

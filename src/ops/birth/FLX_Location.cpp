@@ -1,9 +1,15 @@
 #include "ops/birth/FLX_Location.h"
 
+#include <array>
+
+#include "core/FLX_BirthBatch.h"
+#include "core/FLX_RandomAhead.h"
 #include "host/ut/UT_Interrupt.h"
 #include "host/ut/UT_Math.h"
 
 namespace {
+
+constexpr size_t POLL_INTERVAL = 512; // births
 
 constexpr PRM_Name methodNames[] = {
     {"ortho", "Cartesian"}, {"cylin", "Cylindrical"}, {"polar", "Polar"}, {nullptr, nullptr}};
@@ -46,6 +52,11 @@ void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, 
 
     clearSample();
     setIteration(0);
+    float& born = context->born(prim);
+    if (!life.varies() && !originIndex.varies() && !spread.varies()) {
+        FLX_BirthBatch batch(*context, *prim, place, originIndex.constant(), group);
+        return giveAlike(*context, batch, life(), FLX_SpreadParms::Values(spread), born);
+    }
     sample().position = &place;
     const auto originOf = [&] { return originIndex(); };
     const auto lifeOf = [&] { return life.draw(*context); };
@@ -60,15 +71,33 @@ void FLX_Location::giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, 
     birth.life = lifeOf;
     birth.velocity = velocityOf;
     // Births round up: what is born too early is made up for by the cooks that follow.
-    constexpr int POLL_INTERVAL = 512;
-    float& born = context->born(prim);
-    for (int births = 1; born > 0; ++births) {
-        if (births % POLL_INTERVAL == 0 && UTgetInterrupt()->opInterrupt(-1)) break;
+    for (size_t births = 0; born > 0; ++births) {
+        if (births && births % POLL_INTERVAL == 0 && UTgetInterrupt()->opInterrupt(-1)) break;
         GEO_Point* point = birthParticle(context, birth);
         if (!point) break;
         if (group) group->add(point);
         countIteration();
         born -= 1;
+    }
+}
+
+void FLX_Location::giveAlike(FLX_ContextData& context, FLX_BirthBatch& batch, const FLX_LifeParms::Values life,
+                             const FLX_SpreadParms::Values spread, float& born) {
+    std::array<FLX_BirthBatch::Newborn, POLL_INTERVAL / 8> newborns;
+    FLX_RandomAhead random(context);
+    bool refused = false;
+    for (size_t births = 0; born > 0 && !refused; births += newborns.size()) {
+        if (births && births % POLL_INTERVAL == 0 && UTgetInterrupt()->opInterrupt(-1)) break;
+        size_t n = 0;
+        float left = born;
+        for (; n < newborns.size() && left > 0; ++n, left -= 1) {
+            newborns[n].life = life.draw(random);
+            refused = !(newborns[n].life > 0) || !context.allowBirths(int(n) + 1);
+            if (refused) break;
+            newborns[n].velocity = spread.draw(random);
+        }
+        batch.give(newborns.data(), n);
+        born = left;
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include "ops/birth/FLX_BirthOperator.h"
 
+class FLX_BirthBatch;
+
 /// Gives birth to particles at one point in space.
 class FLX_Location final : public FLX_BirthOperator {
 public:
@@ -31,5 +33,8 @@ protected:
 
 private:
     void giveBirths(FLX_ContextData* context, GEO_PrimParticle* prim, GB_PointGroup* group, float t, int thread);
+    /// Births of a cook in which no parameter varies from birth to birth.
+    static void giveAlike(FLX_ContextData& context, FLX_BirthBatch& batch, FLX_LifeParms::Values life,
+                          FLX_SpreadParms::Values spread, float& born);
     static UT_Vector4 position(int method, const UT_Vector3& coordinates);
 };

@@ -1,6 +1,6 @@
 #include "ops/motion/FLX_Force.h"
 
-#include "host/node/OBJ_Node.h"
+#include "ops/motion/FLX_ObjectSpace.h"
 
 FLX_Force::FLX_Force(OP_Network* parent, const char* name, OP_Operator* op)
     : FLX_ParticleOperator(parent, name, op) {
@@ -18,18 +18,6 @@ void FLX_Force::resolveObsoleteParms(PRM_ParmList* obsolete) {
     applyBackwardsPathCompatibility(obsolete, "forceobj", "", "forcepath", 1);
 }
 
-namespace {
-
-/// Where the object's negative z axis points, in the space of the network's object; its scale counts.
-UT_Vector3 facingOf(OBJ_Node& object, OBJ_Node* space, float t) {
-    OP_Context context(t);
-    UT_DMatrix4 transform = object.getWorldTransform(context);
-    if (space) transform = transform * space->getIWorldTransform(context);
-    return rowVecMult3(UT_Vector3(0, 0, -1), transform);
-}
-
-} // namespace
-
 UT_ErrorSeverity FLX_Force::cookFlx(OP_Context& context) {
     return cookParticles(context, [&](FLX_ParticleCook& cook) {
         const UT_String path = FORCEPATH();
@@ -37,7 +25,8 @@ UT_ErrorSeverity FLX_Force::cookFlx(OP_Context& context) {
         if (object) addExtraInput(object, OP_INTEREST_DATA);
         const FLX_ChosenVector force = cook.choose(FORCE);
         if (object)
-            push(cook, FLX_Constant(facingOf(*object, cook.context().objectNode, cook.time())));
+            push(cook, FLX_Constant(rowVecMult3(UT_Vector3(0, 0, -1), // the way it faces; its scale counts
+                                                FLXobjectToParticles(*object, cook.context(), cook.time()))));
         else
             push(cook, force);
     });

@@ -173,19 +173,13 @@ protected:
         const UT_Vector3 rad(RAD.x(t), RAD.y(t), 1), center = vector(T, t);
         const int divs = DIVS(t);
         if (TYPE(t) == 1)
-            buildPrimitive(gdp, rad, center);
+            GU_PrimCircle::build(&gdp, placement(rad, center));
         else if (fits(divs))
             buildPolygon(gdp, rad, center, divs);
         return error();
     }
 
 private:
-    static void buildPrimitive(GU_Detail& gdp, const UT_Vector3& rad, const UT_Vector3& center) {
-        const uint32_t slot = addPoint(gdp, center);
-        auto* circle = static_cast<GEO_PrimCircle*>(gdp.insertPrimitive(GEOPRIMCIRCLE));
-        circle->appendVertex(gdp.points().bySlot(slot));
-        circle->setXform(placement(rad, center).upper3());
-    }
     static void buildPolygon(GU_Detail& gdp, const UT_Vector3& rad, const UT_Vector3& center, int divs) {
         std::vector<uint32_t> slots;
         for (int i = 0; i < divs; ++i) {

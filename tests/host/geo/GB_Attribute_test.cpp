@@ -120,6 +120,27 @@ TEST(RecordPool, ReusesTheLowestSlotAndGivesSlabsBack) {
     EXPECT_EQ(pool.allocate(), 2048u);
 }
 
+TEST(RecordPool, ManyAtOnceComeAsOneByOne) {
+    GB_RecordPool many(8), single(8);
+    std::vector<uint32_t> slots(5000), expected(5000);
+    const char model[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    for (uint32_t round = 0; round < 3; ++round) {
+        for (uint32_t& slot : expected) slot = single.allocate();
+        size_t got = 0;
+        while (got < slots.size()) {
+            const size_t n = many.allocate(model, &slots[got], std::min<size_t>(slots.size() - got, 100 + round));
+            ASSERT_GT(n, 0u);
+            for (size_t i = got; i < got + n; ++i) ASSERT_EQ(std::memcmp(many.record(slots[i]), model, 8), 0);
+            got += n;
+        }
+        ASSERT_EQ(slots, expected);
+        EXPECT_EQ(many.live(), single.live());
+        for (uint32_t slot = round; slot < 5000; slot += 1 + slot % 200)
+            for (GB_RecordPool* pool : {&many, &single}) pool->release(slot);
+        for (uint32_t slot = 0; slot < single.slotEnd(); ++slot) ASSERT_EQ(many.isLive(slot), single.isLive(slot));
+    }
+}
+
 TEST(RecordPool, LargePoolsShareBlocksAndGiveThemBack) {
     GB_RecordPool pool(100); // sixteen slabs are 3 MiB
     const uint32_t n = 50 * 2048;

@@ -88,7 +88,7 @@ TEST_F(Parameters, FloatsIntsAndRanges) {
             EXPECT_EQ(n->evalFloat(c.token, 0, 0), float(c.asFloat)) << c.token << " " << c.value;
         }
     }
-    EXPECT_EQ(messages(*n), "");
+    EXPECT_EQ(messages(*n), "warning OP 5: scale: not a number; 0 is used instead\n");
 }
 
 TEST_F(Parameters, UnknownNamesAndComponentsGiveNothing) {

@@ -1,0 +1,315 @@
+#include "host/geo/GU_RaySweep.h"
+
+#include "host/geo/GEO_PrimMesh.h"
+#include "host/geo/GU_RayFrame.h"
+#include "host/geo/GU_RayPolygon.h"
+#include "host/geo/GU_RaySearch.h"
+#include "host/geo/GU_SweptTriangle.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr uint32_t SECTIONS = 3;
+
+// The unit vector along `normal`, or zero when it is only rounding next to the square of a length.
+UT_Vector3 unitOrZero(UT_Vector3D normal, double length2) {
+    if (!(normal.length() > 1e-9 * length2)) return {0, 0, 0};
+    normal.normalize();
+    return UT_Vector3(normal);
+}
+
+} // namespace
+
+/// One ray on its way through the structure. Section 0 of its way lies before the step, 2 behind it.
+struct GU_RaySweep::Query : GU_RaySearch {
+    Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, std::vector<GU_RayCandidate>& list)
+        : GU_RaySearch(o, d, info, list)
+        , start(info.getStartFraction() > 0 ? std::min(double(info.getStartFraction()), 1.0) : 0)
+        , origin(o)
+        , way(d) {
+        const double length = info.getRangeLength(), most = std::numeric_limits<float>::max();
+        rate = length > 0 && std::isfinite(length) ? (1 - start) / length : 0;
+        const double first = std::clamp(double(low), -most, most), last = std::clamp(double(high), -most, most);
+        const double begin = rate > 0 ? -start / rate : first, end = rate > 0 ? length : last;
+        const double knots[SECTIONS + 1] = {first, std::clamp(begin, first, last), std::clamp(end, first, last), last};
+        std::copy(knots, knots + SECTIONS + 1, ends);
+    }
+
+    /// Turns to a section, false when nothing can be met during it. `scene` is a box in the frame of the tree.
+    bool enter(uint32_t which, const UT_Vector3D& drift, const UT_BoundingBox& scene, const UT_BoundingBox& world) {
+        if (!isUsed(which)) return false;
+        section = which;
+        const double first = ends[which], last = ends[which + 1];
+        const UT_Vector3D from = origin - drift * startOf(which);
+        const UT_Vector3D along = which == 1 ? way - drift * rate : way;
+        if (misses(from, along, first, last, scene)) return false;
+        aim(from, along, first, last, scene);
+        setView(world);
+        return true;
+    }
+
+    double fraction(double t) const { return std::clamp(start + rate * t, 0.0, 1.0); }
+    UT_Vector3D at(const Moving& p, double f) const {
+        return f == 1 ? UT_Vector3D(p.to) : UT_Vector3D(p.from) + (UT_Vector3D(p.to) - UT_Vector3D(p.from)) * f;
+    }
+    /// The corner as the particle sees it during the section.
+    void look(const Moving& p, UT_Vector3D& place, UT_Vector3D& speed) const {
+        place = at(p, startOf(section)) - origin;
+        speed = (section == 1 ? (UT_Vector3D(p.to) - UT_Vector3D(p.from)) * rate : UT_Vector3D(0, 0, 0)) - way;
+    }
+
+    double start, rate = 0;
+    UT_Vector3D origin, way;
+    double ends[SECTIONS + 1]; ///< of the sections
+    uint32_t section = 1;      ///< the one at hand
+    /// Its ends in float: where the particle is, and at which fraction of the step the surface.
+    struct {
+        float at[2][3], fraction[2], slop[3];
+    } view;
+
+private:
+    double length() const { return (1 - start) / rate; }
+    double startOf(uint32_t which) const { return which == 0 ? 0 : which == 1 ? start : 1; }
+    // Whether the range has more of the section than a moment that belongs to the step.
+    bool isUsed(uint32_t which) const {
+        const bool meetsStep = !(rate > 0) || (ends[0] <= length() && ends[SECTIONS] >= -start / rate);
+        if (which == 1) return meetsStep;
+        if (ends[which] < ends[which + 1]) return true;
+        return !meetsStep && (which == 0 ? ends[0] < 0 : ends[0] > 0); // all of the range is one moment
+    }
+    void setView(const UT_BoundingBox& world) {
+        for (uint32_t e = 0; e < 2; ++e)
+            view.fraction[e] = static_cast<float>(section == 1 ? fraction(ends[1 + e]) : startOf(section));
+        for (int k = 0; k < 3; ++k) {
+            double most = std::max(std::fabs(double(world.vmin()[k])), std::fabs(double(world.vmax()[k])));
+            for (uint32_t e = 0; e < 2; ++e) {
+                const double at = origin[k] + way[k] * ends[section + e];
+                view.at[e][k] = static_cast<float>(std::clamp(at, -3e38, 3e38));
+                most = std::max(most, std::fabs(at));
+            }
+            view.slop[k] = static_cast<float>(std::min(2e-6 * most, 3e38));
+        }
+    }
+};
+
+GU_RaySweep::GU_RaySweep(const GU_Detail& begin, const GU_Detail& end) {
+    myPieces = Pieces(begin, end);
+    myBvh.build(myPieces.boxes);
+    fillLeaves();
+}
+
+bool GU_RaySweep::refit(const GU_Detail& begin, const GU_Detail& end) {
+    Pieces pieces(begin, end);
+    if (pieces.items != myPieces.items) return false;
+    myPieces = std::move(pieces);
+    myBvh.refit(myPieces.boxes);
+    fillLeaves();
+    return true;
+}
+
+void GU_RaySweep::fillLeaves() {
+    myTreeBox.initBounds();
+    for (const UT_BoundingBox& box : myPieces.boxes) myTreeBox.enlargeBounds(box);
+    myLeaves.resize(myBvh.leafCount());
+    for (size_t l = 0; l < myLeaves.size(); ++l)
+        for (size_t i = 0; i < 4; ++i) {
+            const uint32_t item = myBvh.leafItems(l)[i];
+            myLeaves[l].item[i] = item;
+            for (size_t v = 0; v < 3; ++v) {
+                const Moving p = item == GU_Bvh::NO_ITEM ? Moving{{0, 0, 0}, {0, 0, 0}} : myPieces.triangles[item][v];
+                for (int k = 0; k < 3; ++k) {
+                    myLeaves[l].corners[0][v][k][i] = p.from[k];
+                    myLeaves[l].corners[1][v][k][i] = p.to[k];
+                }
+            }
+        }
+    myPieces.triangles = {};
+    myPieces.boxes = {};
+}
+
+struct GU_RaySweep::Visitor {
+    const GU_RaySweep& sweep;
+    Query& query;
+    void ahead(uint32_t leaf) const {
+        const char* p = reinterpret_cast<const char*>(&sweep.myLeaves[leaf]);
+        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
+    }
+    void operator()(uint32_t leaf) const { sweep.visitLeaf(leaf, query); }
+};
+
+int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+    info.reset();
+    info.myCandidates.clear();
+    if (!GUisFinite(org) || !GUisFinite(dir) || !(info.myMin <= info.myMax)) return 0;
+    Query query(org, dir, info, info.myCandidates);
+    for (uint32_t section : {1u, 2u, 0u}) walk(section, query);
+    if (query.find == GU_FIND_ALL)
+        finishAll(info, query);
+    else if (query.found)
+        info.myHit = finish(query.best, query);
+    return info.myHit.prim != nullptr;
+}
+
+void GU_RaySweep::walk(uint32_t section, Query& query) const {
+    if (!query.enter(section, myPieces.drift, myTreeBox, myPieces.box)) return;
+    const Visitor visit{*this, query};
+    if (query.find == GU_FIND_FURTHEST)
+        myBvh.along<true>(query.line, visit);
+    else
+        myBvh.along<false>(query.line, visit);
+}
+
+// The corners relative to the particle at both ends of the section, four triangles at once in float: none that lie to
+// one side of it throughout is met. `slop` is far above what rounding does to coordinates of this size.
+int GU_RaySweep::missed(const Leaf& leaf, const Query& query) const {
+    const auto& ends = query.view;
+    const GU_Float4 zero = GU_Float4::splat(0);
+    int mask = 0;
+    for (size_t k = 0; k < 3; ++k) {
+        GU_Float4 low = GU_Float4::splat(HUGE_VALF), high = zero - low;
+        const GU_Float4 slop = GU_Float4::splat(ends.slop[k]);
+        for (size_t v = 0; v < 3; ++v) {
+            const GU_Float4 from = GU_Float4::load(leaf.corners[0][v][k]);
+            const GU_Float4 way = GU_Float4::load(leaf.corners[1][v][k]) - from;
+            for (int e = 0; e < 2; ++e) {
+                const GU_Float4 p = from + way * GU_Float4::splat(ends.fraction[e]) - GU_Float4::splat(ends.at[e][k]);
+                low = min(low, p);
+                high = max(high, p);
+            }
+        }
+        mask |= less(slop, low) | less(high, zero - slop);
+    }
+    return mask;
+}
+
+void GU_RaySweep::visitLeaf(uint32_t number, Query& query) const {
+    const Leaf& leaf = myLeaves[number];
+    const int skip = missed(leaf, query);
+    for (uint32_t i = 0; i < 4; ++i)
+        if (!(skip >> i & 1) && leaf.item[i] != GU_Bvh::NO_ITEM) testTriangle(number * 4 + i, query);
+}
+
+void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
+    const Leaf& leaf = myLeaves[place / 4];
+    const uint32_t item = leaf.item[place % 4];
+    GU_SweptTriangle triangle;
+    for (size_t k = 0; k < 3; ++k) query.look(leaf.corner(place % 4, k), triangle.at[k], triangle.speed[k]);
+    GU_SweptHit hits[GU_MOST_SWEPT_HITS];
+    const int count = GUsweepTriangle(triangle, query.ends[query.section], query.ends[query.section + 1], hits);
+    for (int i = 0; i < count; ++i) {
+        const GU_SweptHit& hit = hits[i];
+        if (!query.isWanted(static_cast<float>(hit.s))) continue;
+        const Shape& shape = myPieces.shapes[myPieces.items[item].shape];
+        const bool rim = hit.b[2] < 1e-9; // the outline belongs to the polygon
+        if (shape.kind == Shape::FOLDED && !rim && !outlineHolds(shape, query, hit.s)) continue;
+        query.add({static_cast<float>(hit.s),
+                   static_cast<float>(hit.slack + 2.4e-7 * std::fabs(hit.s)),
+                   myPieces.items[item].shape,
+                   item,
+                   place,
+                   {static_cast<float>(hit.b[0]), static_cast<float>(hit.b[1]), static_cast<float>(hit.b[2])},
+                   static_cast<float>(hit.until),
+                   query.section});
+    }
+}
+
+// Twice the area of the polygon at that fraction of the step as a vector.
+UT_Vector3D GU_RaySweep::outlineNormal(const Shape& shape, double fraction) const {
+    const auto at = [&](uint32_t i) {
+        const Moving& p = myPieces.outlines[shape.first + i];
+        return UT_Vector3D(p.from) * (1 - fraction) + UT_Vector3D(p.to) * fraction;
+    };
+    const UT_Vector3D origin = at(0);
+    UT_Vector3D sum(0, 0, 0), previous = at(1) - origin;
+    for (uint32_t i = 2; i < shape.vertices; ++i) {
+        const UT_Vector3D next = at(i) - origin;
+        sum += cross(previous, next);
+        previous = next;
+    }
+    return sum;
+}
+
+// Whether the particle is inside the outline at time t, as seen along the polygon's normal: by its winding number.
+bool GU_RaySweep::outlineHolds(const Shape& shape, const Query& query, double t) const {
+    const double f = query.fraction(t);
+    UT_Vector3D normal = outlineNormal(shape, f);
+    if (!(normal.normalize() > 0)) return false;
+    const GU_RayFrame frame(UT_Vector3(0, 0, 0), UT_Vector3(normal));
+    const UT_Vector3D here = frame.project(query.origin + query.way * t);
+    const auto image = [&](uint32_t i) {
+        const Moving& p = myPieces.outlines[shape.first + i];
+        return frame.project(UT_Vector3D(p.from) * (1 - f) + UT_Vector3D(p.to) * f) - here;
+    };
+    int winding = 0;
+    UT_Vector3D p = image(shape.vertices - 1);
+    for (uint32_t i = 0; i < shape.vertices; ++i) {
+        const UT_Vector3D q = image(i);
+        const bool below = p.y() <= 0, nextBelow = q.y() <= 0;
+        if (below != nextBelow && below == (GU_RayFrame::edge(p, q) > 0)) winding += below ? 1 : -1;
+        p = q;
+    }
+    return winding != 0;
+}
+
+// Leaves one candidate per contact with a shape, in order along the ray.
+void GU_RaySweep::keepDistinct(std::vector<GU_RayCandidate>& list) {
+    std::sort(list.begin(), list.end(), [](const GU_RayCandidate& a, const GU_RayCandidate& b) {
+        if (a.shape != b.shape) return a.shape < b.shape;
+        return a.item == b.item && a.t == b.t ? a.section < b.section : GUbefore(a, b);
+    });
+    size_t kept = 0;
+    for (const GU_RayCandidate& c : list) {
+        GU_RayCandidate* last = kept ? &list[kept - 1] : nullptr;
+        const bool same = last && last->shape == c.shape && (last->item != c.item || last->section != c.section) &&
+                          double(c.t) - last->until <= double(last->slack) + c.slack;
+        if (same)
+            last->until = std::max(last->until, c.until);
+        else
+            list[kept++] = c;
+    }
+    list.resize(kept);
+    std::sort(list.begin(), list.end(), GUbefore);
+}
+
+void GU_RaySweep::finishAll(GU_RayInfo& info, const Query& query) const {
+    keepDistinct(info.myCandidates);
+    const GU_RayCandidate* nearest = nullptr;
+    for (const GU_RayCandidate& c : info.myCandidates) {
+        info.myHits.push_back(finish(c, query));
+        if (nearest && !GUnearer(c, *nearest)) continue;
+        nearest = &c;
+        info.myHit = info.myHits.back();
+    }
+}
+
+GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) const {
+    const Shape& shape = myPieces.shapes[c.shape];
+    const uint32_t part = myPieces.items[c.item].part;
+    const double f = query.fraction(c.t);
+    const auto corner = [&](size_t v) { return query.at(myLeaves[c.place / 4].corner(c.place % 4, v), f); };
+    const UT_Vector3D p[3] = {corner(0), corner(1), corner(2)};
+    const UT_Vector3D a = p[1] - p[0], b = p[2] - p[0];
+    GU_RayHit hit;
+    hit.prim = shape.prim;
+    hit.distance = c.t;
+    hit.normal = unitOrZero(cross(a, b), a.length2() + b.length2() + (b - a).length2());
+    if (shape.kind == Shape::TRIANGLE) {
+        GUtriangleParameters(c.b, hit);
+    } else if (shape.kind == Shape::MESH) {
+        const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);
+        const int cell = static_cast<int>(part / 4), cols = mesh.cellCols(), row = cell / cols;
+        const uint32_t i = part % 4, j = (i + 1) % 4;
+        const auto along = [&](uint32_t k, uint32_t first, uint32_t second) { return k == first || k == second; };
+        const double x = c.b[0] * along(i, 1, 2) + c.b[1] * along(j, 1, 2) + 0.5 * c.b[2];
+        const double y = c.b[0] * along(i, 2, 3) + c.b[1] * along(j, 2, 3) + 0.5 * c.b[2];
+        hit.u = static_cast<float>((cell % cols + x) / cols);
+        hit.v = static_cast<float>((row + y) / mesh.cellRows());
+    } else {
+        const UT_Vector3D normal = outlineNormal(shape, f);
+        hit.normal = unitOrZero(normal, normal.length());
+        GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit);
+    }
+    return hit;
+}

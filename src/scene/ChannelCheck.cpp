@@ -1,0 +1,85 @@
+#include "scene/ChannelCheck.h"
+
+#include "host/expr/EV_Code.h"
+#include "host/expr/EV_Function.h"
+#include "host/expr/EV_StringExpand.h"
+#include "host/node/OP_Node.h"
+
+#include <fmt/format.h>
+
+namespace {
+
+std::string nameOf(const OP_ChannelRef& channel) {
+    std::string out = channel.node->getFullPath() + "/" + channel.parm->row().token;
+    if (channel.parm->size() > 1) out += channel.component < 4 ? std::string(1, "xyzw"[channel.component]) : "";
+    return out;
+}
+
+bool readsChannel(const EV_Site& site) {
+    if (site.kind != EV_Site::Call || site.strings.size() != 1 || site.strings[0] >= 0) return false;
+    const std::string_view name = site.function->name;
+    return name == "ch" || name == "chs";
+}
+
+} // namespace
+
+void ChannelCheck::addReads(const OP_ChannelRef& channel, EV_EXPRESSION& expression, const std::string& whole,
+                            std::vector<Read>& reads) {
+    if (!expression.bind(channel.node->scope())) return;
+    const EV_Code& code = expression.code();
+    for (const EV_Site& site : code.sites) {
+        if (!readsChannel(site)) continue;
+        const std::string& path = code.strings[size_t(-1 - site.strings[0])];
+        Read read;
+        read.conditional = code.analysis.conditional;
+        if (!OPfindChannel(*channel.node, path, read.to, read.error))
+            read.error =
+                EV_makeError(EV_ERR_EVALUATION, whole, site.offset, site.function->name + (": " + read.error)).message;
+        reads.push_back(std::move(read));
+    }
+}
+
+std::vector<ChannelCheck::Read> ChannelCheck::readsOf(const OP_ChannelRef& channel) {
+    std::vector<Read> reads;
+    PRM_Parm& parm = *channel.parm;
+    if (channel.component < parm.size())
+        if (EV_EXPRESSION* expression = parm.component(channel.component).expression())
+            addReads(channel, *expression, expression->text(), reads);
+    if (parm.row().type == PRM_Type::String)
+        if (EV_StringExpand* expansion = parm.expansion())
+            expansion->forEachPart([&](EV_EXPRESSION& part) { addReads(channel, part, parm.text(), reads); });
+    return reads;
+}
+
+bool ChannelCheck::findCircle(const OP_ChannelRef& from, const OP_ChannelRef& start, bool conditional) {
+    myWay.push_back(from);
+    for (const Read& read : readsOf(from)) {
+        if (!read.error.empty()) continue;
+        const bool maybe = conditional || read.conditional;
+        if (read.to.parm == start.parm && read.to.component == start.component) {
+            myWayIsConditional = maybe;
+            return true;
+        }
+        if (myVisited.insert({read.to.parm, read.to.component}).second && findCircle(read.to, start, maybe))
+            return true;
+    }
+    myWay.pop_back();
+    return false;
+}
+
+std::vector<ChannelCheck::Finding> ChannelCheck::check(const OP_ChannelRef& channel) {
+    std::vector<Finding> out;
+    for (const Read& read : readsOf(channel))
+        if (!read.error.empty()) out.push_back({!read.conditional, read.error});
+    myVisited.clear();
+    myWay.clear();
+    if (myTold.contains({channel.parm, channel.component}) || !findCircle(channel, channel, false)) return out;
+    std::string way;
+    for (const OP_ChannelRef& step : myWay) {
+        myTold.insert({step.parm, step.component});
+        way += nameOf(step) + " -> ";
+    }
+    out.push_back(
+        {!myWayIsConditional, fmt::format("parameters read each other in a circle by ch: {}{}", way, nameOf(channel))});
+    return out;
+}

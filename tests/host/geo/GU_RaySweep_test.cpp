@@ -1,0 +1,527 @@
+#include "RayModel.h"
+
+#include "host/geo/GU_RayIntersect.h"
+
+#include <algorithm>
+#include <bit>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace {
+
+using Real = long double;
+struct Point3 {
+    Real x, y, z;
+};
+
+Point3 minus(const Point3& a, const Point3& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+Point3 crossOf(const Point3& a, const Point3& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+Real dotOf(const Point3& a, const Point3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+/// A particle and a triangle that move linearly over [0, 1], in long double: the reference.
+struct Meeting {
+    UT_Vector3 from[3], to[3], org, dir;
+
+    Point3 corner(int k, Real s) const {
+        const auto mix = [&](int c) {
+            return Real(from[k][c]) + s * (Real(to[k][c]) - from[k][c]) - (Real(org[c]) + s * dir[c]);
+        };
+        return {mix(0), mix(1), mix(2)};
+    }
+    Real volume(Real s) const {
+        const Point3 a = corner(0, s);
+        return dotOf(a, crossOf(minus(corner(1, s), a), minus(corner(2, s), a)));
+    }
+    bool isInside(Real s) const {
+        const Point3 p[3] = {corner(0, s), corner(1, s), corner(2, s)};
+        const Point3 n = crossOf(minus(p[1], p[0]), minus(p[2], p[0]));
+        for (int k = 0; k < 3; ++k)
+            if (dotOf(n, crossOf(p[k], p[(k + 1) % 3])) < 0) return false;
+        return true;
+    }
+    Real bisect(Real low, Real high) const {
+        const bool negative = volume(low) < 0;
+        for (int i = 0; i < 80; ++i) {
+            const Real middle = (low + high) / 2;
+            ((volume(middle) < 0) == negative ? low : high) = middle;
+        }
+        return low;
+    }
+    /// Every sign change of the volume, found by sampling, by a search for the turning point where the samples come
+    /// close to 0 without crossing it, and by bisection.
+    std::vector<double> times() const {
+        const int n = 200;
+        std::vector<Real> knots;
+        for (int i = 0; i <= n; ++i) {
+            knots.push_back(Real(i) / n);
+            if (i == 0 || i == n) continue;
+            const auto size = [&](Real s) { return std::fabs(volume(s)); };
+            Real low = Real(i - 1) / n, high = Real(i + 1) / n;
+            if (size(Real(i) / n) > size(low) || size(Real(i) / n) > size(high)) continue;
+            for (int k = 0; k < 60; ++k) {
+                const Real a = low + (high - low) * 0.4L, b = low + (high - low) * 0.6L;
+                const bool flipped = (volume(a) < 0) != (volume(low) < 0);
+                if (flipped) {
+                    low = high = a;
+                    break;
+                }
+                (size(a) < size(b) ? high : low) = size(a) < size(b) ? b : a;
+            }
+            knots.push_back((low + high) / 2);
+        }
+        std::sort(knots.begin(), knots.end());
+        std::vector<double> out;
+        for (size_t i = 0; i + 1 < knots.size(); ++i) {
+            if ((volume(knots[i]) < 0) == (volume(knots[i + 1]) < 0)) continue;
+            const Real s = bisect(knots[i], knots[i + 1]);
+            if (isInside(s)) out.push_back(double(s));
+        }
+        return out;
+    }
+};
+
+UT_Vector3 cornerOf(const GU_Detail& detail, size_t prim, int vertex) {
+    return UT_Vector3(detail.primitives()[prim]->getVertexPoint(vertex)->getPos());
+}
+
+std::vector<double> everyMeeting(const GU_Detail& begin, const GU_Detail& end, const UT_Vector3& org,
+                                 const UT_Vector3& dir) {
+    std::vector<double> all;
+    for (size_t n = 0; n < begin.primitives().entries(); ++n) {
+        Meeting meeting;
+        meeting.org = org;
+        meeting.dir = dir;
+        for (int k = 0; k < 3; ++k) {
+            meeting.from[k] = cornerOf(begin, n, k);
+            meeting.to[k] = cornerOf(end, n, k);
+        }
+        for (double t : meeting.times()) all.push_back(t);
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
+void shake(GU_Detail& detail, RayRandom& random, double by) {
+    for (size_t i = 0; i < detail.points().entries(); ++i) {
+        GEO_Point* point = detail.points()[i];
+        point->setPos(UT_Vector4(UT_Vector3(point->getPos()) + random.vector(-by, by)));
+    }
+    detail.bumpChange();
+}
+
+uint64_t hashOf(const GU_RayInfo& info) {
+    uint64_t h = 0xcbf29ce484222325u;
+    const auto put = [&](float x) { h = (h ^ std::bit_cast<uint32_t>(x)) * 0x100000001b3u; };
+    for (const GU_RayHit& hit : info.getHits()) {
+        put(static_cast<float>(hit.prim->getNum()));
+        for (float x : {hit.distance, hit.u, hit.v, hit.normal.x(), hit.normal.y(), hit.normal.z()}) put(x);
+    }
+    return h;
+}
+
+/// Hash of all hits of many rays, and how many there are.
+std::pair<uint64_t, int> hashOfRays(const GU_RayIntersect& rays, uint64_t seed, int count) {
+    RayRandom random(seed);
+    GU_RayInfo info(1.2f, 0, GU_FIND_ALL);
+    info.setSweep(0, 1);
+    uint64_t h = 0;
+    int hits = 0;
+    for (int i = 0; i < count; ++i) {
+        const UT_Vector3 org = random.vector(-3, 3), dir = random.vector(-3, 3);
+        rays.sendRay(org, dir, info);
+        h = h * 31 + hashOf(info);
+        hits += info.getHitCount();
+    }
+    return {h, hits};
+}
+
+void moveAll(GU_Detail& detail, const UT_Vector3& by) {
+    for (size_t i = 0; i < detail.points().entries(); ++i) {
+        GEO_Point* point = detail.points()[i];
+        point->setPos(UT_Vector4(UT_Vector3(point->getPos()) + by));
+    }
+    detail.bumpChange();
+}
+
+} // namespace
+
+TEST(GU_RaySweep, aMovingTriangleMeetsParticlesAtRestAndInMotion) {
+    GU_Detail begin, end;
+    addPolygon(begin, {{-1, -1, 0}, {1, -1, 0}, {0, 2, 0}});
+    end.duplicate(begin);
+    moveAll(end, {0, 0, 4});
+    ASSERT_TRUE(GU_RayIntersect::validForDeformingGeometry(&begin, &end));
+    const GU_RayIntersect rays(&begin, &end);
+    GU_RayInfo info(2, 0, GU_FIND_ALL);
+    struct Case {
+        UT_Vector3 org, dir;
+        float start, length, max, expected; // negative: none
+    };
+    const Case cases[] = {
+        {{0, 0, 1}, {0, 0, 0}, 0, 2, 2, 0.5f},         // at rest
+        {{0, 0, 0}, {0, 0, 0}, 0, 2, 2, 0},            // on it when it leaves
+        {{0, 0, 4}, {0, 0, 0}, 0, 2, 2, 2},            // where it arrives
+        {{0, 0, 5}, {0, 0, 0}, 0, 2, 2, -1},           // beyond
+        {{0, 0, 5}, {0, 0, -1}, 0, 2, 2, 5.0f / 3},    // against each other
+        {{0, 0, 3}, {0, 0, 0}, 0.5f, 2, 2, 1},         // the second half of the step
+        {{0, 0, 1}, {0, 0, 0}, 0.5f, 2, 2, -1},        // which has passed by
+        {{0, 0, -1}, {0, 0, 2.4f}, 0, 2, 2, -1},       // behind, nearly as fast
+        {{0, 0, -1}, {0, 0, 2.4f}, 0, 2, 3, 5 / 2.4f}, // reached when it stands still
+        {{0, 0, 5}, {0, 0, -1}, 1, 0, 2, 1},           // nothing left of the step
+        {{0, 0, 1}, {1.5f, 0, 2}, 0, 2, 2, -1},        // never
+        {{0.3f, 0.2f, 0}, {0, 0, 2}, 0, 2, 2, 0},      // stays on it
+    };
+    for (const Case& c : cases) {
+        info.setMax(c.max);
+        info.setSweep(c.start, c.length);
+        EXPECT_EQ(rays.sendRay(c.org, c.dir, info), c.expected >= 0) << &c - cases;
+        if (c.expected < 0) continue;
+        ASSERT_EQ(info.getHitCount(), 1) << &c - cases;
+        EXPECT_FLOAT_EQ(info.getDistance(), c.expected) << &c - cases;
+        EXPECT_EQ(info.getNormal(), UT_Vector3(0, 0, 1));
+        EXPECT_EQ(info.getPrim(), end.primitives()[0]);
+    }
+}
+
+TEST(GU_RaySweep, findsEveryMeetingThatBisectionFinds) {
+    RayRandom random(4);
+    GU_Detail begin, end;
+    for (int i = 0; i < 30; ++i) {
+        const UT_Vector3 center = random.vector(-1.5, 1.5);
+        addPolygon(begin,
+                   {center + random.vector(-1, 1), center + random.vector(-1, 1), center + random.vector(-1, 1)});
+    }
+    end.duplicate(begin);
+    shake(end, random, 2);
+    const GU_RayIntersect rays(&begin, &end);
+    GU_RayInfo info(1, 0, GU_FIND_ALL), closest(1, 0), furthest(1, 0, GU_FIND_FURTHEST);
+    size_t met = 0;
+    for (int i = 0; i < 150; ++i) {
+        const UT_Vector3 org = random.vector(-2, 2);
+        const UT_Vector3 dir = i % 5 ? random.vector(-2, 2) : UT_Vector3(0, 0, 0);
+        const std::vector<double> expected = everyMeeting(begin, end, org, dir);
+        EXPECT_EQ(rays.sendRay(org, dir, info) != 0, !expected.empty());
+        ASSERT_EQ(info.getHits().size(), expected.size()) << i;
+        met += expected.size();
+        for (size_t k = 0; k < expected.size(); ++k) {
+            const GU_RayHit& hit = info.getHits()[k];
+            EXPECT_NEAR(hit.distance, expected[k], 2e-7);
+            // (u, v) name the place in both details: it moves through the particle.
+            UT_Vector4 from, to;
+            const size_t n = static_cast<size_t>(hit.prim->getNum());
+            ASSERT_TRUE(begin.primitives()[n]->evaluatePosition(hit.u, hit.v, from));
+            ASSERT_TRUE(end.primitives()[n]->evaluatePosition(hit.u, hit.v, to));
+            const UT_Vector3D on = UT_Vector3D(UT_Vector3(from)) * (1 - double(hit.distance)) +
+                                   UT_Vector3D(UT_Vector3(to)) * double(hit.distance);
+            EXPECT_LT((on - hitPosition(org, dir, hit.distance)).length(), 1e-5);
+            EXPECT_NEAR(hit.normal.length(), 1, 1e-6);
+            for (int v = 0; v < 3; ++v) { // both edges lie in the plane at that time
+                const auto at = [&](int c) {
+                    return UT_Vector3D(cornerOf(begin, n, c)) * (1 - double(hit.distance)) +
+                           UT_Vector3D(cornerOf(end, n, c)) * double(hit.distance);
+                };
+                EXPECT_NEAR(dot(at((v + 1) % 3) - at(v), UT_Vector3D(hit.normal)), 0, 1e-5);
+            }
+        }
+        EXPECT_EQ(rays.sendRay(org, dir, closest), rays.sendRay(org, dir, furthest));
+        if (expected.empty()) continue;
+        EXPECT_EQ(closest.getDistance(), info.getHits().front().distance);
+        EXPECT_EQ(furthest.getDistance(), info.getHits().back().distance);
+        EXPECT_EQ(closest.getPrim(), info.getPrim());
+    }
+    EXPECT_GT(met, 50u);
+}
+
+// Who ends on the other side of a closed surface has crossed it an odd number of times.
+TEST(GU_RaySweep, parityTellsTheSideOfADeformingClosedMesh) {
+    for (bool triangles : {true, false}) {
+        RayRandom random(9);
+        GU_Detail begin, end;
+        addTorusLike(begin, 14, 22, triangles, [](double u, double v) { return onTorus(u, v, 2, 0.8); });
+        end.duplicate(begin);
+        shake(begin, random, 0.04);
+        shake(end, random, 0.04);
+        moveAll(end, {0.4f, -0.3f, 0.5f});
+        const GU_RayIntersect rays(&begin, &end), first(&begin), last(&end);
+        GU_RayInfo info(1, 0, GU_FIND_ALL);
+        int changed = 0, wrong = 0;
+        for (int i = 0; i < 6000; ++i) {
+            const UT_Vector3 org = random.vector(-3, 3), dir = random.vector(-1, 1);
+            rays.sendRay(org, dir, info);
+            const bool crossed = first.isInside(org) != last.isInside(org + dir);
+            changed += crossed;
+            wrong += (info.getHitCount() & 1) != crossed;
+        }
+        EXPECT_EQ(wrong, 0) << triangles;
+        EXPECT_GT(changed, 500);
+    }
+}
+
+// Through edges and corners of the moving surface, at any moment, on particles from everywhere.
+TEST(GU_RaySweep, nothingSlipsThroughMovingEdgesAndCorners) {
+    RayRandom random(13);
+    GU_Detail begin, end;
+    addSphere(begin, 14, 20, 1, {0, 0, 0});
+    end.duplicate(begin);
+    shake(begin, random, 0.02);
+    shake(end, random, 0.02);
+    moveAll(end, {0.5f, 1, -0.25f});
+    const GU_RayIntersect rays(&begin, &end);
+    GU_RayInfo info(1, 0, GU_FIND_ALL);
+    int missed = 0;
+    for (int i = 0; i < 40000; ++i) {
+        const size_t n = static_cast<size_t>(random(0, double(begin.primitives().entries())));
+        const int k = static_cast<int>(random(0, begin.primitives()[n]->getVertexCount()));
+        const int l = (k + 1) % begin.primitives()[n]->getVertexCount();
+        const float s = i % 3 == 0 ? 0 : i % 3 == 1 ? 0.5f : static_cast<float>(random(0, 1));
+        const float f = i % 4 == 0 ? 0.5f : static_cast<float>(random(0.1, 0.9));
+        const UT_Vector3 from = cornerOf(begin, n, k) * (1 - s) + cornerOf(begin, n, l) * s;
+        const UT_Vector3 to = cornerOf(end, n, k) * (1 - s) + cornerOf(end, n, l) * s;
+        // At the middle of the sphere when the step begins, at the edge at f.
+        const UT_Vector3 org = random.vector(-0.2, 0.2), meet = from * (1 - f) + to * f;
+        if (!rays.sendRay(org, (meet - org) * (1 / f), info)) ++missed;
+    }
+    EXPECT_EQ(missed, 0);
+}
+
+TEST(GU_RaySweep, touchesAndLastingContactsCountOnce) {
+    // The plane z = (s - 1/2) x turns under a particle that comes by: (s - 1/2)^2 above it.
+    GU_Detail begin, end;
+    addPolygon(begin, {{-2, -3, 1}, {2, -3, -1}, {0, 6, 0}});
+    addPolygon(end, {{-2, -3, -1}, {2, -3, 1}, {0, 6, 0}});
+    const GU_RayIntersect turning(&begin, &end);
+    GU_RayInfo info(1, 0, GU_FIND_ALL);
+    const auto hitsAt = [&](float z) {
+        turning.sendRay({-0.5f, 0, z}, {1, 0, 0}, info);
+        return info.getHitCount();
+    };
+    EXPECT_EQ(hitsAt(0), 1);
+    EXPECT_NEAR(info.getDistance(), 0.5, 1e-6);
+    EXPECT_EQ(hitsAt(-1e-4f), 0);
+    ASSERT_EQ(hitsAt(1e-4f), 2);
+    EXPECT_NEAR(info.getHits()[0].distance, 0.49, 1e-6);
+    EXPECT_NEAR(info.getHits()[1].distance, 0.51, 1e-6);
+
+    // Gliding along a quad, a fan of four: on it from the start, entering it at 1/4, past it.
+    GU_Detail low, high;
+    addPolygon(low, {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}});
+    high.duplicate(low);
+    moveAll(high, {0, 0, 1});
+    const GU_RayIntersect quad(&low, &high);
+    const auto glide = [&](const UT_Vector3& org, const UT_Vector3& dir) {
+        quad.sendRay(org, dir, info);
+        return info.getHitCount();
+    };
+    EXPECT_EQ(glide({-0.7f, 0.2f, 0}, {1.2f, 0.1f, 1}), 1);
+    EXPECT_EQ(info.getDistance(), 0);
+    EXPECT_EQ(glide({-2, 0.2f, 0}, {4, 0, 1}), 1);
+    EXPECT_FLOAT_EQ(info.getDistance(), 0.25f);
+    EXPECT_EQ(glide({-2, 1.2f, 0}, {4, 0, 1}), 0);
+    EXPECT_EQ(glide({0, 0, 0.5f}, {0, 0, 0}), 1); // through the middle, where the four pieces meet
+    EXPECT_FLOAT_EQ(info.getDistance(), 0.5f);
+    info.setRange(0.75f, 1);
+    info.setSweep(0, 1);
+    EXPECT_EQ(glide({-0.7f, 0.2f, 0}, {1.2f, 0.1f, 1}), 1); // still on it
+    EXPECT_EQ(info.getDistance(), 0.75f);
+
+    // Two quads share an edge: what passes through it meets both.
+    GU_Detail pair, moved;
+    for (float x : {0.0f, 1.0f}) addPolygon(pair, {{x, 0, 0}, {x + 1, 0, 0}, {x + 1, 1, 0}, {x, 1, 0}});
+    moved.duplicate(pair);
+    moveAll(moved, {0, 0, 1});
+    const GU_RayIntersect both(&pair, &moved);
+    GU_RayInfo through(1, 0, GU_FIND_ALL);
+    EXPECT_TRUE(both.sendRay({1, 0.3f, 1}, {0, 0, -1}, through));
+    ASSERT_EQ(through.getHitCount(), 2);
+    EXPECT_EQ(through.getHits()[0].prim->getNum(), 0);
+    EXPECT_EQ(through.getHits()[1].prim->getNum(), 1);
+}
+
+TEST(GU_RaySweep, concavePolygonsAndMeshesFollowTheirShape) {
+    // A U, whose mean lies in its gap, and a mesh of one row of cells, both rising and growing.
+    GU_Detail begin, end;
+    const std::vector<UT_Vector3> u = {{0, 0, 0}, {3, 0, 0}, {3, 3, 0}, {2, 3, 0},
+                                       {2, 1, 0}, {1, 1, 0}, {1, 3, 0}, {0, 3, 0}};
+    addPolygon(begin, u);
+    GEO_PrimMesh* mesh = GEO_PrimMesh::build(&begin, 2, 5, false, false);
+    for (int r = 0; r < 2; ++r)
+        for (int c = 0; c < 5; ++c)
+            mesh->getVertexPoint(mesh->vertexIndex(r, c))
+                ->setPos(UT_Vector4(UT_Vector3(5 + static_cast<float>(c), static_cast<float>(r), 0)));
+    end.duplicate(begin);
+    for (size_t i = 0; i < end.points().entries(); ++i) {
+        UT_Vector3 p(end.points()[i]->getPos());
+        end.points()[i]->setPos(UT_Vector4(p * 2.0f + UT_Vector3(0, 0, 1)));
+    }
+    const GU_RayIntersect rays(&begin, &end);
+    GU_RayInfo info(1, 0, GU_FIND_ALL);
+    RayRandom random(31);
+    int inU = 0, inMesh = 0;
+    for (int i = 0; i < 3000; ++i) {
+        // At rest at height 1/2: the surface comes by at 1/2, when it is 1.5 times as large.
+        const UT_Vector3 at(static_cast<float>(random(-0.5, 15)), static_cast<float>(random(-0.5, 5)), 0.5f);
+        const double x = at.x() / 1.5, y = at.y() / 1.5;
+        const bool onU = x > 0 && x < 3 && y > 0 && y < 3 && !(x > 1 && x < 2 && y > 1);
+        const bool onMesh = x > 5 && x < 9 && y > 0 && y < 1;
+        ASSERT_EQ(rays.sendRay(at, {0, 0, 0}, info), onU || onMesh) << x << " " << y;
+        ASSERT_EQ(info.getHitCount(), onU || onMesh);
+        inU += onU;
+        inMesh += onMesh;
+        if (!onU && !onMesh) continue;
+        EXPECT_FLOAT_EQ(info.getDistance(), 0.5f);
+        EXPECT_EQ(info.getPrim()->getNum(), onMesh);
+        EXPECT_NEAR(info.getNormal().z(), 1, 1e-6);
+        UT_Vector4 from;
+        ASSERT_TRUE(begin.primitives()[onMesh]->evaluatePosition(info.getU(), info.getV(), from));
+        EXPECT_NEAR(from.x(), x, 1e-5);
+        EXPECT_NEAR(from.y(), y, 1e-5);
+    }
+    EXPECT_GT(inU, 200);
+    EXPECT_GT(inMesh, 200);
+}
+
+TEST(GU_RaySweep, topologyIsCompared) {
+    const auto make = [](const std::function<void(GU_Detail&)>& change) {
+        auto detail = std::make_unique<GU_Detail>();
+        addPolygon(*detail, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
+        addPolygon(*detail, {{0, 0, 1}, {1, 0, 1}, {0, 1, 1}});
+        change(*detail);
+        return detail;
+    };
+    const auto base = make([](GU_Detail&) {});
+    const std::pair<const char*, std::function<void(GU_Detail&)>> others[] = {
+        {"one more",
+         [](GU_Detail& d) {
+             addPolygon(d, {{0, 0, 2}, {1, 0, 2}, {0, 1, 2}});
+         }},
+        {"a loose point",
+         [](GU_Detail& d) {
+             addPoint(d, {0, 0, 0});
+         }},
+        {"open", [](GU_Detail& d) { static_cast<GEO_PrimPoly*>(d.primitives()[0])->open(); }},
+        {"another vertex",
+         [](GU_Detail& d) { static_cast<GEO_PrimPoly*>(d.primitives()[0])->appendVertex(d.points()[0]); }},
+        {"turned round", [](GU_Detail& d) { d.primitives()[1]->reverse(); }},
+    };
+    for (const auto& [name, change] : others) {
+        const auto other = make(change);
+        EXPECT_FALSE(GU_RayIntersect::validForDeformingGeometry(base.get(), other.get())) << name;
+        const GU_RayIntersect rays(base.get(), other.get());
+        GU_RayInfo info(5);
+        EXPECT_FALSE(rays.sendRay({0.2f, 0.2f, -1}, {0, 0, 1}, info)) << name;
+        EXPECT_EQ(rays.entries(), 0u);
+    }
+    const auto moved = make([](GU_Detail& d) { moveAll(d, {1, 2, 3}); });
+    EXPECT_TRUE(GU_RayIntersect::validForDeformingGeometry(base.get(), moved.get()));
+    EXPECT_FALSE(GU_RayIntersect::validForDeformingGeometry(nullptr, moved.get()));
+    EXPECT_FALSE(GU_RayIntersect::validForDeformingGeometry(base.get(), nullptr));
+    GU_Detail empty, none;
+    EXPECT_TRUE(GU_RayIntersect::validForDeformingGeometry(&empty, &none));
+    GU_RayInfo info(1);
+    EXPECT_FALSE(GU_RayIntersect(&empty, &none).sendRay({0, 0, 0}, {0, 0, 1}, info));
+}
+
+TEST(GU_RaySweep, brokenGeometryAndRangesHitNothingAndNeverHang) {
+    const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    GU_Detail begin, end;
+    addPolygon(begin, {{-1, -1, 0}, {1, -1, 0}, {0, 2, 0}});
+    addPolygon(begin, {{-1, -1, nan}, {1, -1, 0}, {0, 2, 0}});
+    addPolygon(begin, {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}});
+    addPolygon(begin, {{-1, 0, 0}, {0, 0, 0}, {1, 0, 0}});
+    addPolygon(begin, {{-1, -1, 0}, {1, -1, 0}, {0, 2, 0}});
+    addPolygon(begin, {{-1e5f, -1e5f, 0}, {1e5f, -1e5f, 0}, {0, 2e5f, 0}});
+    GU_PrimSphere::build(&begin, UT_Matrix4(1.0f));
+    end.duplicate(begin);
+    moveAll(end, {0, 0, 2});
+    end.primitives()[4]->getVertexPoint(0)->setPos(UT_Vector4(inf, 0, 0, 1));
+    const GU_RayIntersect rays(&begin, &end);
+    EXPECT_EQ(rays.skipped(), 1u);
+    GU_RayInfo info(1, 0, GU_FIND_ALL);
+    ASSERT_TRUE(rays.sendRay({0, 0, 1}, {0, 0, 0}, info));
+    ASSERT_EQ(info.getHitCount(), 2);
+    for (const GU_RayHit& hit : info.getHits()) EXPECT_FLOAT_EQ(hit.distance, 0.5f);
+    for (float bad : {nan, inf}) {
+        EXPECT_FALSE(rays.sendRay({bad, 0, 1}, {0, 0, 0}, info));
+        EXPECT_FALSE(rays.sendRay({0, 0, 1}, {0, bad, 0}, info));
+    }
+    struct Case {
+        float low, high, start, length;
+        float expected; // from z = 3 downwards, 1 per unit; negative: none
+    };
+    const Case cases[] = {
+        {0, 1e18f, 0, 1, 1},                       // meets it as it arrives at 2
+        {2, 1e18f, 0, 1, -1},                      // what comes after
+        {0, inf, 1, 1, 1},                         // the step is over
+        {0, inf, 7, 1, 1},                         // and more than over
+        {0, inf, nan, 1, 1},  {0, inf, 0, nan, 3}, // no length: at rest where it began
+        {0, inf, 0, 0, 3},    {-inf, inf, 0, 1, 1},   {nan, 1, 0, 1, -1}, {2, 1, 0, 1, -1},
+        {1, 1, 0, 1, 1},      {0.5f, 0.5f, 0, 1, -1}, {5, 5, 0, 4, -1},
+    };
+    for (const Case& c : cases) {
+        info.setRange(c.low, c.high);
+        info.setSweep(c.start, c.length);
+        EXPECT_EQ(rays.sendRay({0, 0, 3}, {0, 0, -1}, info), c.expected >= 0) << &c - cases;
+        if (c.expected >= 0) {
+            EXPECT_FLOAT_EQ(info.getDistance(), c.expected) << &c - cases;
+            EXPECT_EQ(info.getHitCount(), 2) << &c - cases;
+        }
+    }
+}
+
+// A structure that followed its detail answers as a new one does, to the bit.
+TEST(GU_RaySweep, refittedStructuresAnswerLikeNewOnes) {
+    RayRandom random(17);
+    GU_Detail begin, end;
+    addTorusLike(begin, 16, 24, true, [](double u, double v) { return onTorus(u, v, 2, 0.8); });
+    end.duplicate(begin);
+    GU_RayIntersect still(&begin), moving(&begin, &end);
+    for (int step = 0; step < 6; ++step) {
+        const double by = step == 4 ? 3 : 0.1; // once so far that the old tree is of no use
+        shake(begin, random, by);
+        shake(end, random, by);
+        EXPECT_FALSE(still.validForDetail(&begin));
+        ASSERT_TRUE(still.refit(&begin));
+        EXPECT_TRUE(still.validForDetail(&begin));
+        ASSERT_TRUE(moving.refit(&begin, &end));
+        const GU_RayIntersect newStill(&begin), newMoving(&begin, &end);
+        const auto expected = hashOfRays(newStill, 70, 1000);
+        EXPECT_GT(expected.second, 300);
+        EXPECT_EQ(hashOfRays(still, 70, 1000), expected) << step;
+        EXPECT_EQ(hashOfRays(moving, 71, 1000), hashOfRays(newMoving, 71, 1000)) << step;
+        EXPECT_EQ(still.getBBox().vmax(), newStill.getBBox().vmax());
+        EXPECT_EQ(moving.getBBox().vmin(), newMoving.getBBox().vmin());
+    }
+    GU_Detail other;
+    other.duplicate(begin);
+    addPolygon(other, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}});
+    const auto before = hashOfRays(still, 70, 100);
+    EXPECT_FALSE(still.refit(&other));
+    EXPECT_FALSE(still.refit(nullptr));
+    EXPECT_FALSE(still.refit(&begin, &end));
+    EXPECT_FALSE(moving.refit(&begin));
+    EXPECT_FALSE(moving.refit(&begin, &other));
+    EXPECT_FALSE(moving.refit(&other, &other));
+    EXPECT_EQ(hashOfRays(still, 70, 100), before);
+}
+
+// The same bits with every compiler, level of optimisation and processor.
+TEST(GU_RaySweep, hitsAreTheSameBitsEverywhere) {
+    RayRandom random(23);
+    GU_Detail begin, end;
+    for (int i = 0; i < 400; ++i) {
+        const UT_Vector3 center = random.vector(-2, 2);
+        std::vector<UT_Vector3> p;
+        for (int k = 0; k < 3 + i % 3; ++k) p.push_back(center + random.vector(-0.6, 0.6));
+        addPolygon(begin, p);
+    }
+    end.duplicate(begin);
+    shake(end, random, 0.5);
+    const auto still = hashOfRays(GU_RayIntersect(&begin), 5, 2000);
+    const auto moving = hashOfRays(GU_RayIntersect(&begin, &end), 5, 2000);
+    EXPECT_EQ(still.second, 1564);
+    EXPECT_EQ(moving.second, 1969);
+    EXPECT_EQ(still.first, 933917733102249432u);
+    EXPECT_EQ(moving.first, 7360285957448608485u);
+}

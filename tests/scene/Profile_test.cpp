@@ -1,0 +1,182 @@
+// The arithmetic of profiles, on a clock that the test turns.
+#include "scene/profile/CookProfile.h"
+
+#include "SceneFixture.h"
+#include "core/FLX_Node.h"
+#include "scene/profile/ProfileTable.h"
+#include "scene/profile/TraceFile.h"
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+namespace {
+
+using Phase = FLX_CookRecorder::Phase;
+
+class Profile : public SceneTest {
+protected:
+    /// The rows by "path type".
+    std::map<std::string, ProfileRow> rows() const {
+        std::map<std::string, ProfileRow> out;
+        for (const ProfileRow* row : profile.sorted()) out[row->path + " " + row->type] = *row;
+        return out;
+    }
+    static void expectTimes(const ProfileRow& row, long long cooks, uint64_t own, uint64_t total) {
+        EXPECT_EQ(row.cooks, cooks) << row.path;
+        EXPECT_EQ(row.own, own) << row.path;
+        EXPECT_EQ(row.total, total) << row.path;
+    }
+
+    uint64_t clock = 1000;
+    CookProfile profile{[this] { return clock; }};
+};
+
+} // namespace
+
+TEST_F(Profile, OwnTimesLeaveOutWhatRanInside) {
+    ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "birth", "type": "location"}, {"name": "pull", "type": "force", "inputs": ["birth"]}]}]})"),
+              "");
+    OP_Node &birth = *node("/obj/fx/birth"), &pull = *node("/obj/fx/pull");
+    FLX_Node& force = *pull.castToFLXNode();
+    FLX_ContextData context("/obj/fx");
+    for (uint64_t round = 1; round <= 2; ++round) {
+        profile.phaseBegins(context, Phase::Context);
+        clock += 1;
+        profile.phaseBegins(context, Phase::Step);
+        clock += 20 * round;
+        profile.phaseEnds(context, Phase::Step);
+        profile.cookBegins(pull);
+        clock += 300;
+        profile.cookBegins(birth);
+        clock += 4000 * round;
+        context.bumpNumParticles(10);
+        profile.cookEnds(birth);
+        clock += 50000;
+        context.bumpNumParticles(-3);
+        profile.passMade(force, round == 1 ? nullptr : "source group");
+        profile.cookEnds(pull);
+        clock += 600000; // of which the pass has a part
+        profile.passesRan(force, 100000);
+        profile.phaseEnds(context, Phase::Context);
+    }
+    const auto found = rows();
+    ASSERT_EQ(found.size(), 4u);
+    const ProfileRow &net = found.at("/obj/fx flxnet"), &step = found.at("/obj/fx time step"),
+                     &born = found.at("/obj/fx/birth location"), &pulled = found.at("/obj/fx/pull force");
+    expectTimes(step, 2, 60, 60);
+    expectTimes(born, 2, 12000, 12000);
+    expectTimes(pulled, 2, 300600, 312600);
+    expectTimes(net, 2, 1000002, 1212662 + 100000);
+    EXPECT_EQ(pulled.passTime, 200000u);
+    EXPECT_EQ(pulled.queued, 1);
+    EXPECT_EQ(pulled.notQueued, (std::map<std::string, long long>{{"source group", 1}}));
+    EXPECT_EQ(born.births, 20);
+    EXPECT_EQ(born.deaths, 0);
+    EXPECT_EQ(pulled.births, 0);
+    EXPECT_EQ(pulled.deaths, 6);
+    EXPECT_EQ(net.births + net.deaths + step.births + step.deaths, 0);
+    EXPECT_EQ(step.handled, 0 + 7);
+    EXPECT_EQ(profile.sorted().front()->type, "flxnet");
+    EXPECT_EQ(profile.sorted().back()->type, "time step");
+}
+
+// Two networks, one of which shows the other's particles: births count where they happen.
+TEST_F(Profile, ANetworkThatCooksWithinAnotherKeepsItsOwnCounts) {
+    ASSERT_EQ(load(R"({"flx": 1, "frames": [1, 5], "obj": [
+        {"name": "a", "type": "flxnet", "nodes": [{"name": "b", "type": "location", "parms": {"constantrate": 240}}]},
+        {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/a"}}]},
+        {"name": "c", "type": "flxnet", "nodes": [
+            {"name": "s", "type": "source", "parms": {"soppath": "/obj/g/p", "constantrate": 48}}]}]})"),
+              "");
+    for (const char* path : {"/obj/a", "/obj/c"}) network(path).setRecorder(&profile);
+    for (int frame = 1; frame <= 5; ++frame) ASSERT_TRUE(network("/obj/c").cookFrame(frame));
+    const auto found = rows();
+    EXPECT_EQ(found.at("/obj/a/b location").births, network("/obj/a").particleCount());
+    EXPECT_EQ(found.at("/obj/c/s source").births, network("/obj/c").particleCount());
+    EXPECT_GT(network("/obj/c").particleCount(), 0);
+    EXPECT_EQ(found.at("/obj/g/p particles").births, 0);
+    EXPECT_EQ(found.at("/obj/g/p particles").cooks, 5);
+    EXPECT_EQ(found.at("/obj/a flxnet").cooks, 5);
+}
+
+TEST_F(Profile, SubNetworksAndSubstepsAreCounted) {
+    ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "fx", "type": "flxnet", "parms": {"substeps": 3}, "nodes": [
+        {"name": "birth", "type": "location", "parms": {"constantrate": 720, "life": 0.1}},
+        {"name": "sub", "type": "subnet", "inputs": ["birth"], "nodes": [
+            {"name": "pull", "type": "force", "inputs": [0], "flags": ["display", "render"]}]},
+        {"name": "unused", "type": "force", "inputs": ["birth"]},
+        {"name": "off", "type": "force", "inputs": ["sub"], "flags": ["bypass", "display", "render"]}]}]})"),
+              "");
+    CookProfile own([this] { return ++clock; });
+    network().setRecorder(&own);
+    constexpr int frames = 12, cooks = 1 + 3 * (frames - 1);
+    long long births = 0, deaths = 0;
+    for (int frame = 1; frame <= frames; ++frame) {
+        ASSERT_TRUE(network().cookFrame(frame));
+        births += network().born(), deaths += network().died();
+    }
+    uint64_t sum = 0;
+    std::map<std::string, ProfileRow> found;
+    for (const ProfileRow* row : own.sorted()) {
+        EXPECT_EQ(row->cooks, cooks) << row->path;
+        sum += row->own;
+        found[row->path + " " + row->type] = *row;
+    }
+    EXPECT_EQ(found.size(), 6u);
+    EXPECT_EQ(found.count("/obj/fx/unused force"), 0u);
+    // Every tick of the clock belongs to one row.
+    EXPECT_EQ(sum, found.at("/obj/fx flxnet").total);
+    const ProfileRow& pull = found.at("/obj/fx/sub/pull force");
+    EXPECT_EQ(pull.particles, network().particleCount());
+    EXPECT_EQ(pull.queued + pull.notQueued.size(), 1u);
+    EXPECT_EQ(found.at("/obj/fx/birth location").births, births);
+    EXPECT_EQ(found.at("/obj/fx time step").deaths, deaths);
+    EXPECT_GT(deaths, 0);
+}
+
+TEST_F(Profile, TheTableIsAlignedAndItsSharesAddUp) {
+    FLX_ContextData context("/obj/a_rather_long_name");
+    profile.phaseBegins(context, Phase::Context);
+    clock += 1500000;
+    profile.phaseBegins(context, Phase::Step);
+    clock += 500000;
+    profile.phaseEnds(context, Phase::Step);
+    profile.phaseEnds(context, Phase::Context);
+    EXPECT_EQ(profileTable(profile),
+              "node                     type       cooks  particles  births  deaths  total ms  own ms  share %  "
+              "ns/particle  passes\n"
+              "/obj/a_rather_long_name  flxnet         1          -       -       -     2.000   1.500     75.0  "
+              "          -\n"
+              "/obj/a_rather_long_name  time step      1          -       -       -     0.500   0.500     25.0  "
+              "          -\n"
+              "all                                                        -       -             2.000    100.0");
+}
+
+TEST_F(Profile, ATraceIsValidJsonWhateverTheNames) {
+    const std::string path =
+        (std::filesystem::temp_directory_path() / "flx-trace-").string() + std::to_string(getpid()) + ".json";
+    TraceFile trace(path);
+    std::string error;
+    ASSERT_TRUE(trace.open("a \"name\"\n\xff", error)) << error;
+    EXPECT_FALSE(std::filesystem::exists(path));
+    ProfileRow row;
+    row.path = "/obj/fx/\"odd\\";
+    row.type = "force";
+    trace.add({row, 1234567, 10, 5, 4, 3});
+    trace.add("frame", "frame", 1000000, 3000000, {{"frame", -2}});
+    ASSERT_TRUE(trace.commit(error)) << error;
+    const nlohmann::json events = nlohmann::json::parse(std::ifstream(path))["traceEvents"];
+    std::filesystem::remove(path);
+    ASSERT_EQ(events.size(), 3u);
+    EXPECT_EQ(events[0]["ph"], "M");
+    EXPECT_EQ(events[1]["name"], "\"odd\\");
+    EXPECT_DOUBLE_EQ(events[1]["ts"].get<double>(), 1234.567);
+    EXPECT_DOUBLE_EQ(events[1]["dur"].get<double>(), 0.01);
+    EXPECT_EQ(events[1]["args"]["deaths"], 3);
+    EXPECT_EQ(events[2]["dur"], 2000);
+    EXPECT_EQ(events[2]["args"]["frame"], -2);
+}

@@ -1,0 +1,360 @@
+// The functions through which an expression asks the particle network that is being cooked.
+#include <algorithm>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "core/FLX_ExpressionStack.h"
+#include "host/expr/EV_Error.h"
+#include "host/expr/EV_Expression.h"
+#include "host/expr/EV_Function.h"
+#include "support/Probe.h"
+#include "vars/FLX_IdTable.h"
+
+namespace {
+
+/// No variables, no node: only functions.
+class NoVariables final : public EV_Scope {
+public:
+    bool findVariable(std::string_view, EV_Variable&) const override { return false; }
+    unsigned variableSerial() const override { return 0; }
+    float localValue(int, int) override { return 0; }
+    double globalValue(int, double) override { return 0; }
+    void variableNames(std::vector<std::string>&) const override {}
+    OP_Parameters* node() override { return nullptr; }
+};
+
+double number(const char* text) {
+    EV_EXPRESSION expression(text);
+    NoVariables scope;
+    EV_clearError(0);
+    const double value = ev_EvaluateFloat(expression, scope, 0, 0);
+    EXPECT_EQ(EV_errText(0), "") << text;
+    return value;
+}
+
+std::string words(const char* text) {
+    EV_EXPRESSION expression(text);
+    NoVariables scope;
+    EV_clearError(0);
+    return ev_EvaluateString(expression, scope, 0, 0);
+}
+
+/// Four particles with ids 1 to 4 at (n, 4 n - 2, -n, 1) with a float, a vector, an int and a string attribute, three
+/// events, and two context geometries; published as during a cook.
+class ExpressionFunctions : public testing::Test {
+protected:
+    ExpressionFunctions()
+        : source(Probe::addSource(net, "source", 4)) {
+        source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+        net.start(source);
+        GEO_PointAttribDict& attribs = net.detail().pointAttribs();
+        const int heat = attribs.append("heat", 4, GB_ATTRIB_FLOAT);
+        const int wind = attribs.append("wind", 12, GB_ATTRIB_VECTOR);
+        const int step = attribs.append("step", 8, GB_ATTRIB_INT);
+        attribs.append("label", 4, GB_ATTRIB_INDEX);
+        attribs.append("bytes", 8, GB_ATTRIB_RAW);
+        for (int i = 0; i < 4; ++i) {
+            GEO_Point* point = net.point(i);
+            const auto n = float(i);
+            point->setPos({n, 4 * n - 2, -n, 1});
+            *point->castAttribData<float>(heat) = 10 * n;
+            *point->castAttribData<UT_Vector3>(wind) = {n, 2 * n, 3 * n};
+            point->castAttribData<int>(step)[0] = 100 + i;
+            point->castAttribData<int>(step)[1] = 7 * i;
+        }
+        net.context().getEventAttr()->setIndexStrings({"bang:1.5", "bang+0.25", "bangs:9", "old+3.5e1", "odd:x"});
+        net.context().setInputGeo("/obj/a", 0);
+        net.context().setInputGeo("/obj/d", 3);
+    }
+    Network net;
+    Probe& source;
+};
+
+} // namespace
+
+TEST_F(ExpressionFunctions, Answers) {
+    const FLX_ExpressionScope published(0, &net.context());
+    struct Case {
+        const char* text;
+        double value;
+    };
+    const Case cases[] = {
+        {"flxpoint(1.25, 'P', 1)", 3}, // y is 2 and 6 at points 1 and 2
+        {"flxpoint(-3, 'P', 0)", 0},
+        {"flxpoint(-0.5, 'P', 1)", -2}, // both ends clamped to point 0
+        {"flxpoint(2.5, 'P', 1)", 8},
+        {"flxpoint(3.75, 'P', 1)", 10},
+        {"flxpoint(1e30, 'P', 1)", 10},
+        {"flxpoint(1/0, 'P', 1)", 10},
+        {"flxpoint(-1/0, 'P', 1)", -2},
+        {"flxpoint(0/0, 'P', 1)", -2},
+        {"flxpoint(2, 'P', -4)", 2},
+        {"flxpoint(2, 'P', 3)", -2}, // no w under this name
+        {"flxpoint(2, 'Pw', 3)", 1},
+        {"flxpoint(2, 'Pw', 9)", 1},
+        {"flxpoint(0.5, 'heat', 0)", 5},
+        {"flxpoint(0.5, 'heat', 6)", 5},
+        {"flxpoint(1.5, 'wind', 2)", 4.5},
+        {"flxpoint(1.75, 'step', 0)", 101}, // whole numbers are not mixed
+        {"flxpoint(1.75, 'step', 5)", 7},
+        {"flxpoint(1, 'label', 0)", 0},
+        {"flxpoint(1, 'bytes', 0)", 0},
+        {"flxpoint(1, 'nothing', 0)", 0},
+        {"flxpoint(1, '', 0)", 0},
+        {"flxpointid(3, 'P', 1)", 6},
+        {"flxpointid(3.9, 'heat', 0)", 20},
+        {"flxpointid(4, 'step', 1)", 21},
+        {"flxpointid(5, 'heat', 0)", 0},
+        {"flxpointid(-1, 'heat', 0)", 0},
+        {"flxpointid(2, 'nothing', 0)", 0},
+        {"flxpointnum(1)", 0},
+        {"flxpointnum(4)", 3},
+        {"flxpointnum(5)", -1},
+        {"flxpointnum(0)", -1},
+        {"flxpointnum(-2)", -1},
+        {"flxpointnum(1e20)", -1},
+        {"flxevent('bang')", 1},
+        {"flxevent('ban')", 0},
+        {"flxevent('old')", 0},
+        {"flxevent('')", 0},
+        {"flxeventtime('bang')", 0.25}, // the withdrawn record counts first
+        {"flxeventtime('bangs')", 9},
+        {"flxeventtime('old')", 35},
+        {"flxeventtime('odd')", 0},
+        {"flxeventtime('never')", -1},
+        {"strlen(flxcontextgeo(4))", 0},
+        {"strlen(flxcontextgeo(-1))", 0},
+        {"strlen(flxcontextgeo(1))", 0},
+    };
+    for (const Case& c : cases) EXPECT_EQ(number(c.text), c.value) << c.text;
+    EXPECT_EQ(words("flxcontextgeo(0)"), "/obj/a");
+    EXPECT_EQ(words("flxcontextgeo(3.5)"), "/obj/d");
+}
+
+TEST_F(ExpressionFunctions, WithoutContextTheyFailSoftly) {
+    EXPECT_EQ(number("flxpoint(1, 'P', 1)"), 0);
+    EXPECT_EQ(number("flxpointid(1, 'P', 1)"), 0);
+    EXPECT_EQ(number("flxpointnum(1)"), -1);
+    EXPECT_EQ(number("flxevent('bang')"), 0);
+    EXPECT_EQ(number("flxeventtime('bang')"), -1);
+    EXPECT_EQ(words("flxcontextgeo(0)"), "");
+}
+
+TEST_F(ExpressionFunctions, AnotherThreadsContextIsNotSeen) {
+    const FLX_ExpressionScope published(7, &net.context());
+    EXPECT_EQ(number("flxpointnum(1)"), -1);
+}
+
+TEST_F(ExpressionFunctions, EmptyDetailGivesZero) {
+    net.detail().stashAll();
+    const FLX_ExpressionScope published(0, &net.context());
+    EXPECT_EQ(number("flxpoint(0, 'P', 1)"), 0);
+    EXPECT_EQ(number("flxpointid(1, 'P', 1)"), 0);
+    EXPECT_EQ(number("flxpointnum(1)"), -1);
+}
+
+TEST(IdTable, FollowsBirthsAtTheirCostAlone) {
+    Network net;
+    FLX_IdTable table;
+    Probe& a = Probe::add(net, "a");
+    a.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+    std::vector<long> found;
+    a.work = [&](Probe& self, OP_Context& context) {
+        GEO_PrimParticle* prim = Probe::contextOf(context).getPrimPart(&self);
+        self.initParticleList(context, prim);
+        found.clear();
+        for (int i = 0; i < 50; ++i) {
+            GEO_Point* born = self.give(context, prim);
+            const int id = Probe::contextOf(context).getDetail()->attribs().castAttribData<int>(
+                               net.detail().attribs().getOffset("nextid", 4, GB_ATTRIB_INT))[0] -
+                           1;
+            found.push_back(table.find(net.detail(), id) == born);
+            found.push_back(table.find(net.detail(), id + 1) == nullptr);
+        }
+    };
+    net.start(a);
+    for (int cook = 0; cook < 3; ++cook) {
+        EXPECT_EQ(std::count(found.begin(), found.end(), 1), 100);
+        EXPECT_LE(table.numBuilds(), unsigned(2 * cook + 2)); // not one per birth
+        net.step();
+    }
+}
+
+TEST(IdTable, ManyDeadIdsDoNotCostATableOfThem) {
+    GU_Detail detail;
+    const int nextId = 2000000000;
+    detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
+    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    auto* prim = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+    FLX_IdTable table;
+    const int ids[] = {1500000000, 3, 1999999999, 2000000000, -5, 3};
+    std::vector<GEO_Point*> points;
+    for (const int value : ids) {
+        points.push_back(prim->birthPoint());
+        *points.back()->castAttribData<int>(id) = value;
+        EXPECT_EQ(table.find(detail, 4), nullptr);
+    }
+    EXPECT_EQ(table.find(detail, 1500000000), points[0]);
+    EXPECT_EQ(table.find(detail, 3), points[1]);
+    EXPECT_EQ(table.find(detail, 1999999999), points[2]);
+    EXPECT_EQ(table.find(detail, 2000000000), nullptr);
+    EXPECT_EQ(table.find(detail, -5), nullptr);
+    EXPECT_EQ(table.find(detail, 4), nullptr);
+}
+
+TEST(IdTable, ManyBornOutOfOrderAmongManyDeadIds) {
+    GU_Detail detail;
+    const int nextId = 2000000000;
+    detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
+    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    auto* first = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+    auto* second = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+    FLX_IdTable table;
+    for (int i = 0; i < 400; ++i) {
+        GEO_Point* born = (i % 3 ? first : second)->birthPoint();
+        *born->castAttribData<int>(id) = 1000000 * ((i * 37) % 401 + 1);
+        EXPECT_EQ(table.find(detail, 1000000 * ((i * 37) % 401 + 1)), born);
+        EXPECT_EQ(table.find(detail, 1000000 * (((i / 2) * 37) % 401 + 1)), detail.points()(size_t(i / 2)));
+    }
+    EXPECT_EQ(table.numBuilds(), 1u);
+}
+
+TEST(IdTable, PointsThatAreNoParticlesHaveNoNumber) {
+    GU_Detail detail;
+    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    const int nextId = 9;
+    detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
+    *detail.appendPoint()->castAttribData<int>(id) = 4;
+    FLX_IdTable table;
+    EXPECT_EQ(table.find(detail, 4), nullptr);
+    auto* prim = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+    *prim->birthPoint()->castAttribData<int>(id) = 5;
+    EXPECT_EQ(table.find(detail, 4), nullptr);
+    EXPECT_EQ(table.find(detail, 5), detail.points()(1));
+}
+
+// ---- whole networks
+
+namespace {
+
+/// A location that births ten particles with ids at the start, in a row along x, and a force on them.
+struct Row {
+    Network net;
+    Probe& source;
+    FLX_Node& force;
+    int kill = 0; // the id that the next cook kills
+
+    Row()
+        : source(Probe::add(net, "source"))
+        , force(net.add("force", "pull", {&source})) {
+        source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+        source.work = [this](Probe& self, OP_Context& context) {
+            FLX_ContextData& data = Probe::contextOf(context);
+            GEO_PrimParticle* prim = data.getPrimPart(&self);
+            self.initParticleList(context, prim);
+            const int count = prim->particleCount() == 0 ? 10 : 1;
+            for (int i = 0; i < count; ++i) {
+                GEO_Point* born = self.give(context, prim);
+                born->setPos({float(idOf(*born)), 0, 0, 1});
+            }
+            for (size_t i = 0; i < prim->particleCount(); ++i)
+                if (GEO_Point* p = prim->particle(i); idOf(*p) == kill) data.state(p) |= FLX_DEAD;
+        };
+        force.setInt("ignoremass", 0, 1);
+    }
+    int idOf(const GEO_Point& p) { return *p.castAttribData<int>(net.context().getIDOffset()); }
+    float xOf(int id) {
+        for (size_t i = 0; i < net.detail().points().entries(); ++i)
+            if (idOf(*net.point(int(i))) == id) return net.position(int(i)).x();
+        return -1000;
+    }
+    /// The force that this cook adds to each particle, by id.
+    std::map<int, float> pulls() {
+        std::map<int, float> out;
+        for (size_t i = 0; i < net.detail().points().entries(); ++i)
+            out[idOf(*net.point(int(i)))] = net.value("accel", int(i));
+        return out;
+    }
+};
+
+} // namespace
+
+TEST(ExpressionFunctionsInNetworks, EachFollowsTheOneBeforeIt) {
+    Row row;
+    row.force.setExpression("force", 0, "$ID == 1 ? 0 : flxpointid($ID - 1, 'P', 0) + 100 * (flxpointnum($ID) == $PT)");
+    row.net.start(row.force);
+    for (int cook = 0; cook < 4; ++cook) {
+        const std::map<int, float> pulls = row.pulls();
+        EXPECT_EQ(pulls.size(), size_t(10 + cook)); // one more is born in every cook, before the force looks
+        for (const auto& [id, pull] : pulls) EXPECT_EQ(pull, id == 1 ? 0 : row.xOf(id - 1) + 100) << id;
+        row.net.step();
+    }
+}
+
+TEST(ExpressionFunctionsInNetworks, KilledIdsAreGone) {
+    Row row;
+    row.net.context().deleteDead = 1;
+    row.force.setExpression("force", 0, "flxpointid(3, 'P', 0)");
+    row.force.setExpression("force", 1, "flxpointnum(3)");
+    row.force.setExpression("force", 2, "flxpointnum(4)");
+    row.net.start(row.force);
+    row.kill = 3;
+    row.net.step(); // marked dead, not yet reaped
+    EXPECT_EQ(row.net.value("accel", 0, 0), row.xOf(3));
+    EXPECT_EQ(row.net.value("accel", 0, 1), 2);
+    EXPECT_EQ(row.net.value("accel", 0, 2), 3);
+    row.net.step();
+    EXPECT_EQ(row.net.value("accel", 0, 0), 0);
+    EXPECT_EQ(row.net.value("accel", 0, 1), -1);
+    EXPECT_EQ(row.net.value("accel", 0, 2), 2); // those behind move up
+}
+
+TEST(ExpressionFunctionsInNetworks, EventsOfTheSameCookAreSeen) {
+    Row row;
+    FLX_Node& late = row.net.add("force", "late", {&row.force});
+    late.setInt("ignoremass", 0, 1);
+    late.setExpression("force", 0, "flxevent('bang') * 10 + (flxeventtime('bang') == $T ? 5 : 0)");
+    const auto births = row.source.work;
+    row.source.work = [&row, births](Probe& self, OP_Context& context) {
+        births(self, context);
+        UT_String name("bang");
+        if (row.net.time() > 0.1f) Probe::contextOf(context).addEvent(name, 0.5f);
+    };
+    row.net.start(late);
+    row.net.step(2);
+    EXPECT_EQ(row.net.value("accel", 0), 0);
+    row.net.step(10); // 0.5 s
+    EXPECT_EQ(row.net.value("accel", 0), 15);
+    row.net.step();
+    EXPECT_EQ(row.net.value("accel", 0), 10);
+}
+
+// noise and turb are the field that a force adds, at the same roughness, seed and type.
+TEST(ExpressionFunctionsInNetworks, NoiseIsTheFieldOfForces) {
+    for (const int depth : {0, 3}) {
+        Network net;
+        Probe& source = Probe::addSource(net, "source", 6);
+        FLX_Node& field = net.add("force", "field", {&source});
+        field.setInt("ignoremass", 0, 1);
+        field.setInt("seed", 0, 0);
+        field.setInt("turb", 0, depth);
+        field.setFloat("rough", 0, 0.5);
+        field.setFloat("amp", 0, 1);
+        const std::string text = depth ? "-turb(vector3($TX, $TY, $TZ), 3)" : "-noise($TX, $TY, $TZ)";
+        FLX_Node& words = net.add("force", "words", {&field});
+        words.setInt("ignoremass", 0, 1);
+        net.start(words);
+        for (int i = 0; i < 6; ++i) {
+            const auto n = float(i);
+            net.point(i)->setPos({0.37f * n, 1.9f - 0.71f * n, n * n * 0.13f, 1});
+        }
+        net.step();
+        float largest = 0;
+        for (int i = 0; i < 6; ++i) largest = std::max(largest, std::abs(net.value("accel", i)));
+        EXPECT_GT(largest, 0.05f);
+        words.setExpression("force", 0, text.c_str());
+        net.step();
+        for (int i = 0; i < 6; ++i) EXPECT_EQ(net.value("accel", i), 0) << i;
+    }
+}

@@ -1,0 +1,250 @@
+// The registry for generated source code: its table file, what it marks, what it writes.
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "host/node/OP_Director.h"
+#include "support/Probe.h"
+#include "vars/FLX_VariableList.h"
+
+namespace {
+
+/// A table file of this text, whose path is absolute.
+std::string tableFile(const std::string& text) {
+    const std::string path = testing::TempDir() + "/flx_varlist_" + std::to_string(::getpid()) + ".tbl";
+    std::ofstream(path, std::ios::binary) << text;
+    return path;
+}
+
+template <class Write> std::string written(Write&& write) {
+    std::ostringstream out;
+    write(out);
+    return out.str();
+}
+
+} // namespace
+
+TEST(VariableList, ReadsItsTable) {
+    FLX_VariableList list;
+    const int variables = list.numvar(), accesses = list.numaccess();
+    const std::string file = tableFile("# access hidden float a b\r\n\r\n"
+                                       "attribute shine addShine 3\n"
+                                       "attribute plain\n"
+                                       "attribute dull addDull\r"
+                                       "access\tptr  int  two three 4\n"
+                                       "access lvar.q float two three\n"
+                                       "access short\n"
+                                       "variable AA ptr a  + b \n"
+                                       "variable BB lvar.q\n"
+                                       "  variable CC nothing one\n"
+                                       "func mix flx_mix  a \t b   c\n"
+                                       "func two flx_two\n"
+                                       "bogus x y z\n"
+                                       "variable\n");
+    ASSERT_EQ(list.load(file.c_str()), 0);
+    EXPECT_EQ(list.numvar(), variables + 3);
+    EXPECT_EQ(list.numaccess(), accesses + 3);
+    const FLX_AttributeEntry* shine = list.findAttribute("shine");
+    EXPECT_EQ(shine->method, "addShine");
+    EXPECT_EQ(shine->size, 3);
+    EXPECT_EQ(list.findAttribute("plain")->method, "");
+    EXPECT_EQ(list.findAttribute("dull")->size, 1);
+    const FLX_AccessEntry* ptr = list.findAccess("ptr");
+    EXPECT_EQ(ptr->type, "int");
+    EXPECT_EQ(ptr->secondField, "two");
+    EXPECT_EQ(ptr->thirdField, "three");
+    EXPECT_EQ(ptr->count, 4);
+    EXPECT_EQ(list.findAccess("lvar.q")->count, 1);
+    EXPECT_EQ(list.findVariable("AA")->expression, "a  + b "); // blanks are kept
+    EXPECT_EQ(list.findVariable("AA")->type, "int");
+    EXPECT_EQ(list.findVariable("AA")->flag, 1);
+    EXPECT_EQ(list.findVariable("BB")->expression, "");
+    EXPECT_EQ(list.findVariable("BB")->type, "float");
+    EXPECT_EQ(list.findVariable("CC")->type, "float");
+    EXPECT_EQ(list.findFuncXlate("mix")->translation, "flx_mix");
+    EXPECT_EQ(list.findFuncXlate("mix")->arguments, "a, b, c");
+    EXPECT_EQ(list.findFuncXlate("two")->arguments, "");
+    EXPECT_EQ(list.findAccess("hidden"), nullptr);
+
+    std::string crowded = "func many flx_many";
+    for (int i = 0; i < 300; ++i) crowded += " a" + std::to_string(i);
+    EXPECT_EQ(list.load(tableFile(crowded).c_str()), 0);
+    EXPECT_EQ(list.findFuncXlate("many")->arguments.words().size(), 300u);
+}
+
+TEST(VariableList, AFileThatCannotBeReadAddsNothing) {
+    FLX_VariableList list;
+    const int before = list.numvar();
+    EXPECT_EQ(list.load("middleware/FLX/nowhere.tbl"), -1);
+    EXPECT_EQ(list.load(tableFile("").c_str()), -1);
+    EXPECT_EQ(list.load(testing::TempDir().c_str()), -1);
+    EXPECT_EQ(list.load(nullptr), -1);
+    EXPECT_EQ(list.numvar(), before);
+}
+
+TEST(VariableList, DefaultGlobals) {
+    OPgetDirector()->fps = 29.97;
+    FLX_VariableList list;
+    OPgetDirector()->fps = 24;
+    ASSERT_EQ(list.numglobal(), 11);
+    EXPECT_EQ(list.findGlobal("F")->expression, "lvar.iframe");
+    EXPECT_EQ(list.findGlobal("FPS")->expression, "29");
+    EXPECT_EQ(list.findGlobal("PT")->first, 1);
+    EXPECT_EQ(list.findGlobal("PT")->second, 0);
+    EXPECT_EQ(list.findGlobal("TIMEINC")->second, 1);
+    EXPECT_EQ(list.global(3)->name, "TSTART");
+    EXPECT_EQ(list.global(3)->expression, "0.0F");
+    EXPECT_EQ(list.findGlobal("AUXSTREAM")->expression, "flx_data");
+}
+
+TEST(VariableList, DuplicatesAndOrder) {
+    FLX_VariableList list;
+    EXPECT_EQ(list.addStream("birth"), 0);
+    EXPECT_EQ(list.addStream("birth"), -1);
+    EXPECT_EQ(list.addStream("fall"), 1);
+    EXPECT_EQ(list.numstream(), 2);
+    EXPECT_EQ(list.stream(1)->cook, 1);
+    EXPECT_EQ(list.stream(1)->display, 1);
+    const int first = list.addGlobal("G", "1", 2, 3);
+    EXPECT_EQ(list.addGlobal("G", "2", 4, 5), first + 1);
+    EXPECT_EQ(list.global(first)->expression, "1"); // both stay
+    EXPECT_EQ(list.findGlobal("G")->second, 5);
+    EXPECT_EQ(list.addParam("speed", "float"), 0);
+    EXPECT_EQ(list.addParam(nullptr, "int"), 1);
+    EXPECT_STREQ(list.paramname(0), "speed");
+    EXPECT_STREQ(list.paramname(1), "");
+    EXPECT_STREQ(list.paramtype(1), "int");
+    EXPECT_EQ(list.addPreDefine("FAST"), 0);
+    EXPECT_STREQ(list.predefine(0), "FAST");
+    EXPECT_EQ(list.findVariable(nullptr), nullptr);
+}
+
+TEST(VariableList, UseIsSavedAndRestored) {
+    FLX_VariableList list;
+    list.addAccess("pa", "int", "", "", 1);
+    list.addVariable("VA", "pa", "*pa", 1);
+    list.addAttribute("heat", nullptr, 2);
+    const auto used = [&] { return written([&](std::ostream& os) { list.writeDeclarations("gdp", os); }); };
+    const std::string all = "    int *pa;\n    int VA;\n    int heat_idx = gdp->findAttrib(\"heat\");\n";
+    EXPECT_EQ(used(), "");
+    EXPECT_FALSE(list.isAccessTypeUsedAtAll("int"));
+    list.useVariable("VA");
+    list.useVariable("NOSUCH");
+    list.useAttribute("heat");
+    EXPECT_EQ(used(), all);
+    EXPECT_TRUE(list.isAccessTypeUsedAtAll("int"));
+    EXPECT_FALSE(list.isAccessTypeUsedAtAll("float"));
+    list.pushVariableState();
+    EXPECT_EQ(used(), "");
+    list.useAttribute("heat");
+    EXPECT_EQ(used(), "    int heat_idx = gdp->findAttrib(\"heat\");\n");
+    list.restoreVariableState();
+    EXPECT_EQ(used(), all);
+    list.resetUsed(); // the pointer was used at all
+    EXPECT_EQ(used(), "    int *pa;\n");
+    EXPECT_TRUE(list.findVariable("VA")->usedAtAll.isSet());
+    list.addFuncXlate("f", "g", "x");
+    list.addPreDefine("FAST");
+    list.getManager().addInclude("a.h");
+    list.addGlobal("G", "1", 0, 0);
+    list.resetAll();
+    EXPECT_EQ(used(), "");
+    EXPECT_EQ(list.numfuncxlate(), 0);
+    EXPECT_EQ(list.findFuncXlate("f"), nullptr);
+    EXPECT_EQ(list.numpredefine(), 0);
+    EXPECT_EQ(list.getManager().entries(), 0u);
+    EXPECT_EQ(list.findGlobal("TSTART")->expression, "0.0F");
+    EXPECT_NE(list.findVariable("VA"), nullptr);
+}
+
+TEST(VariableList, WritersTextToTheLetter) {
+    FLX_VariableList list;
+    for (const char* name : {"a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8"}) {
+        list.addVariable(name, "none", nullptr, 0);
+        list.useVariable(name);
+    }
+    EXPECT_EQ(written([&](std::ostream& os) { list.writeVariableDeclarations(os); }),
+              "    float a1, a2, a3, a4, a5, a6, a7;\n    float a8;\n");
+    struct Access {
+        const char *name, *type;
+    };
+    for (const Access& a : {Access{"lvar.one", "float"},
+                            {"lvar.two", "float"},
+                            {"free", "float"},
+                            {"lvar.n", "int"},
+                            {"lvar.three", "float"},
+                            {"other", "float"},
+                            {"lvar.unused", "float"}}) {
+        list.addAccess(a.name, a.type, "", "", 1);
+        if (std::string(a.name) != "lvar.unused") list.useAccess(a.name);
+    }
+    EXPECT_EQ(written([&](std::ostream& os) { list.writeLocalVarClass("spray", os); }),
+              "// This class holds the local access variables required\n"
+              "// by this flx network.\n"
+              "class spray_LVAR : public CH_LocalVar\n"
+              "{\n"
+              "public:\n"
+              "    int ptidx;\n"
+              "    float *one, *two;\n"
+              "    int *n;\n"
+              "    float *three;\n"
+              "};\n\n");
+    list.addAttribute("heat", nullptr, 3);
+    list.addAttribute("shine", "addShine", 1);
+    list.useAttribute("heat");
+    list.useAttribute("shine");
+    EXPECT_EQ(written([&](std::ostream& os) { list.writeAttributeInit("gdp", os); }),
+              "    gdp->addAttrib(\"heat\", 3);\n    gdp->addShine();\n");
+    EXPECT_EQ(written([&](std::ostream& os) { list.writeDeclarations("gdp", os); }),
+              "    float *free, *other;\n    float a1, a2, a3, a4, a5, a6, a7;\n    float a8;\n"
+              "    int heat_idx = gdp->findAttrib(\"heat\");\n");
+}
+
+TEST(VariableList, NodeFrames) {
+    Network net;
+    FLX_Node &a = net.add("null", "a"), &b = net.add("null", "b");
+    FLX_VariableList list;
+    list.markNodeWritten("lost", &a); // no frame yet
+    UT_String name("untouched");
+    EXPECT_FALSE(list.hasNodeBeenWritten(&a));
+    list.pushNodeFrame();
+    list.markNodeWritten("outer", &a);
+    list.deferNode(&b);
+    list.pushNodeFrame();
+    EXPECT_TRUE(list.hasNodeBeenWritten(&a));
+    EXPECT_FALSE(list.getNodeStreamName(name, &b));
+    EXPECT_EQ(name, "untouched");
+    list.markNodeWritten("inner", &a);
+    EXPECT_TRUE(list.getNodeStreamName(name, &a));
+    EXPECT_EQ(name, "inner");
+    EXPECT_EQ(list.takeDeferredNode(), nullptr);
+    list.deferNode(&a);
+    list.deferNode(&b);
+    EXPECT_EQ(list.takeDeferredNode(), &a);
+    list.dropNodeFrame();
+    EXPECT_TRUE(list.getNodeStreamName(name, &a));
+    EXPECT_EQ(name, "outer");
+    EXPECT_EQ(list.takeDeferredNode(), &b);
+    EXPECT_EQ(list.takeDeferredNode(), nullptr);
+    list.dropNodeFrame();
+    list.dropNodeFrame();
+    EXPECT_FALSE(list.hasNodeBeenWritten(&a));
+}
+
+TEST(VariableList, BuildStatesAndStreams) {
+    FLX_VariableList list;
+    EXPECT_FALSE(list.testBuildState("done"));
+    EXPECT_EQ(list.getBuildState("done"), 0);
+    list.setBuildState("done", 0);
+    EXPECT_TRUE(list.testBuildState("done"));
+    list.setBuildState("done", 7);
+    EXPECT_EQ(list.getBuildState("done"), 7);
+    EXPECT_EQ(list.getHeaderStream(), nullptr);
+    std::ostringstream os;
+    list.setGlobalSuffixStream(&os);
+    EXPECT_EQ(list.getGlobalSuffixStream(), &os);
+    EXPECT_EQ(list.getGlobalPrefixStream(), nullptr);
+    list.setFunctionPrefix("fx_");
+    EXPECT_EQ(list.getFunctionPrefix(), "fx_");
+}
