@@ -2,16 +2,29 @@
 
 #include <iterator>
 
+#include "host/node/OP_Operator.h"
 #include "host/ut/UT_Interrupt.h"
 #include "support/TestOperators.h"
 
 namespace {
 
 void setNumber(FLX_Node& node, const char* parm, int component, Dice& dice, double low, double high) {
-    static constexpr const char* expressions[] = {
-        "$AGE * 2",     "$TX * 0.3 - $VY", "$BBX - $BBZ", "$NPT * 0.001", "$ITER * 0.01",      "$PT * 0.02",
-        "rand($ID)",    "$MASS + 1",       "$LIFE",       "$T * 3",       "sin($TY * 5) * $T", "$NGRP * 0.1 + $SPEED",
-        "$VX + $CHARGE"};
+    static constexpr const char* expressions[] = {"$AGE * 2",
+                                                  "$TX * 0.3 - $VY",
+                                                  "$BBX - $BBZ",
+                                                  "$NPT * 0.001",
+                                                  "$ITER * 0.01",
+                                                  "$PT * 0.02",
+                                                  "rand($ID)",
+                                                  "$MASS + 1",
+                                                  "$LIFE",
+                                                  "$T * 3",
+                                                  "sin($TY * 5) * $T",
+                                                  "$NGRP * 0.1 + $SPEED",
+                                                  "$VX + $CHARGE",
+                                                  "flxpoint(3, \"P\", 1) * 0.2",
+                                                  "flxpointnum($ID) * 0.01 + $AZ",
+                                                  "$BBY > 0.5 ? $AGE : $UPX"};
     if (dice.chance(35))
         node.setExpression(parm, component, expressions[dice.below(int(std::size(expressions)))]);
     else
@@ -52,6 +65,18 @@ void setHandler(FLX_Node& node, Dice& dice) {
 
 void setNothing(FLX_Node&, Dice&) {}
 
+/// Some parameters, whatever they mean.
+void setAnything(FLX_Node& node, Dice& dice) {
+    setCommon(node, dice);
+    for (const PRM_Template& row : node.getOperator()->templates().rows) {
+        if (row.token == "activate" || !dice.chance(40)) continue;
+        if (row.type == PRM_Type::Toggle || row.type == PRM_Type::Menu)
+            node.setFloat(row.token.c_str(), 0, dice.below(2));
+        for (int i = 0; row.type == PRM_Type::Float && i < row.size; ++i)
+            setNumber(node, row.token.c_str(), i, dice, -3, 3);
+    }
+}
+
 // ---- a new operator type is a row here
 
 struct OperatorRow {
@@ -61,8 +86,11 @@ struct OperatorRow {
 };
 
 constexpr OperatorRow operatorRows[] = {
-    {"force", 8, setForce},     {"null", 1, setNothing},        {"testmover", 8, setMover},
-    {"testasker", 2, setAsker}, {"testhandler", 3, setHandler},
+    {"force", 8, setForce},          {"null", 1, setNothing},        {"testmover", 8, setMover},
+    {"testasker", 2, setAsker},      {"testhandler", 3, setHandler}, {"acceleration", 1, setAnything},
+    {"angvelocity", 1, setAnything}, {"lookat", 1, setAnything},     {"position", 1, setAnything},
+    {"rotation", 1, setAnything},    {"speedlimit", 1, setAnything}, {"translation", 1, setAnything},
+    {"turn", 1, setAnything},        {"upvector", 1, setAnything},   {"velocity", 1, setAnything},
 };
 
 const OperatorRow& pickRow(Dice& dice) {
@@ -80,8 +108,11 @@ void registerTestOperators() {
     Network::registerOperator<TestHandler>("testhandler");
 }
 
+// Geometry that asks the particle network.
 void addBox(GU_Detail& detail, float time) {
-    detail.cube({-1 - time, -1, -1}, {1, 1, 1});
+    const FLX_ContextData* context = FLX_ContextData::getExpressionData(0);
+    const float count = context && context->getDetail() ? float(context->getDetail()->points().entries()) : 0;
+    detail.cube({-1 - time - 0.001f * count, -1, -1}, {1, 1, 1});
     const int mass = detail.pointAttribs().append("mass", 4, GB_ATTRIB_FLOAT, nullptr);
     detail.points().forEach(nullptr,
                             [&](GEO_Point* p) { *p->castAttribData<float>(mass) = 1.5f + p->getPos().x() * 0.2f; });
