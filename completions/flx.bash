@@ -11,6 +11,10 @@ _flx() {
 
     case $prev in
         --frames | --frame | --net | --set) return ;;
+        --cook-order)
+            mapfile -t COMPREPLY < <(compgen -W 'chunk operator' -- "$cur")
+            return
+            ;;
         --out | --profile-json)
             _filedir
             return
@@ -19,8 +23,8 @@ _flx() {
 
     local options='--help'
     case $command in
-        run) options+=' --frames --out --net --set --json --quiet --profile --profile-json' ;;
-        dump) options+=' --frame --net --set --guides' ;;
+        run) options+=' --frames --out --net --set --cook-order --json --quiet --profile --profile-json' ;;
+        dump) options+=' --frame --net --set --cook-order --guides' ;;
         ops) options+=' --functions --json' ;;
     esac
 

@@ -64,6 +64,8 @@ public:
         }
     }
 
+    double nanoseconds(size_t which) const { return median(myCases[which].times); }
+
     double ratio(size_t which, size_t reference) const {
         std::vector<double> ratios;
         for (size_t i = 0; i < myCases[which].times.size(); ++i)

@@ -72,6 +72,14 @@ private:
         to->add_option("--net", net, "Only the particle network at this path")->type_name("PATH");
     }
 
+    static void addCookOrder(CLI::App* to, std::string& order) {
+        to->add_option("--cook-order", order,
+                       "chunk: all operators on some particles, then on the next (default); operator: each operator on "
+                       "all of them, which is slower and gives the same")
+            ->type_name("ORDER")
+            ->check(CLI::IsMember({"chunk", "operator"}));
+    }
+
     void addRun(CLI::App* to) {
         addScene(to, myRun.scene);
         to->add_option("--frames", myRun.frames, "First and last frame, instead of the scene's own")->type_name("A-B");
@@ -80,6 +88,7 @@ private:
             ->type_name("PATTERN");
         addNet(to, myRun.net);
         addSets(to, myRun.sets);
+        addCookOrder(to, myRun.cookOrder);
         to->add_flag("--json", myRun.json, "One JSON object per network and frame on standard output");
         to->add_flag("--quiet", myRun.quiet, "No progress");
         to->add_flag("--profile", myRun.profile, "At the end, a table of what every node cost, on standard error");
@@ -91,6 +100,7 @@ private:
         to->add_option("--frame", myDump.frame, "The frame to print")->type_name("N");
         addNet(to, myDump.net);
         addSets(to, myDump.sets);
+        addCookOrder(to, myDump.cookOrder);
         to->add_flag("--guides", myDump.guides, "Guide geometry too");
     }
     void addCheck(CLI::App* to) { addScene(to, myCheck.scene); }

@@ -8,12 +8,12 @@
 
 /// What the commands were asked to do, as typed.
 struct RunOptions {
-    std::string scene, frames, out, net, profileJson;
+    std::string scene, frames, out, net, cookOrder, profileJson;
     std::vector<std::string> sets;
     bool json = false, quiet = false, profile = false;
 };
 struct DumpOptions {
-    std::string scene, frame, net;
+    std::string scene, frame, net, cookOrder;
     std::vector<std::string> sets;
     bool guides = false;
 };

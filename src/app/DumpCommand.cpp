@@ -32,6 +32,7 @@ ExitStatus execute(const DumpOptions& options) {
     const int frame = frameOf(options);
     const LoadedScene session("dump", options.scene, options.sets);
     ParticleNetwork& network = networkOf(options, session);
+    LoadedScene::setCookOrder({&network}, options.cookOrder);
     network.cookFrame(frame);
     if (StopRequest::raised()) return ExitStatus::INTERRUPTED;
     NodeMessages messages(session.name());

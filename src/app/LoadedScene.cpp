@@ -1,6 +1,7 @@
 #include "app/LoadedScene.h"
 
 #include "app/ExitStatus.h"
+#include "core/FLX_ContextData.h"
 #include "host/node/OP_Director.h"
 #include "scene/ParticleNetwork.h"
 #include "scene/SceneError.h"
@@ -40,6 +41,11 @@ std::vector<ParticleNetwork*> LoadedScene::networks(const std::string& path) con
         refuseUsage(
             fmt::format("--net {}: there is no particle network at this path{}", path, didYouMean(path, paths)));
     return wanted;
+}
+
+void LoadedScene::setCookOrder(const std::vector<ParticleNetwork*>& networks, const std::string& order) {
+    for (ParticleNetwork* network : networks)
+        if (!order.empty()) network->setCookOrder(order == "operator" ? FLX_CookOrder::Operator : FLX_CookOrder::Chunk);
 }
 
 void LoadedScene::refuseUsage(const std::string& what) const {

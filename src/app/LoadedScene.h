@@ -15,6 +15,8 @@ public:
 
     /// The network at the path, or all of the scene for an empty path: at least one.
     std::vector<ParticleNetwork*> networks(const std::string& path) const;
+    /// "chunk" or "operator"; nothing to be said leaves the networks as they are.
+    static void setCookOrder(const std::vector<ParticleNetwork*>& networks, const std::string& order);
     const SceneFile& file() const { return myFile; }
     const std::string& name() const { return myFile.name(); }
     [[noreturn]] void refuseUsage(const std::string& what) const;

@@ -51,6 +51,7 @@ public:
         , myProfile(options.profile, options.profileJson) {}
 
     ExitStatus execute() {
+        LoadedScene::setCookOrder(myNetworks, myOptions.cookOrder);
         if (writes()) prepareOutput();
         myProfile.watch(mySession.networks(""), mySession.name());
         ExitStatus status = ExitStatus::DONE;

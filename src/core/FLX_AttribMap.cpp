@@ -31,6 +31,7 @@ void FLX_AttribMap::map(FLX_ContextData* context, const GB_Attribute& attrib, GU
                         int addVariables) {
     FLX_AttribMapping mapping;
     mapping.sourceOffset = attrib.getOffset();
+    if (!dest->pointAttribs().find(attrib.getName())) context->flushPasses(); // the records are laid out anew
     mapping.destOffset =
         dest->pointAttribs().append(attrib.getName(), attrib.getSize(), attrib.getType(), attrib.getDefault());
     if (mapping.destOffset < 0) return; // the particles hold something else under that name
@@ -67,6 +68,7 @@ void FLX_AttribMap::noteSpecialName(FLX_ContextData* context, const GB_Attribute
     }
     if (attrib.getSize() == 12 && name == "up") {
         context->setUpOffset(destOffset);
+        if (!dest->pointAttribs().find("pv")) context->flushPasses();
         context->setPrevVelOffset(dest->pointAttribs().append("pv", 12, GB_ATTRIB_VECTOR, nullptr));
     }
 }

@@ -7,7 +7,7 @@ FLX_BirthBatch::FLX_BirthBatch(FLX_ContextData& context, GEO_PrimParticle& prim,
     : myContext(context)
     , myPrim(prim)
     , myGroup(group)
-    , myModel(context.getDetail()->pointRecords()) {
+    , myModel(context.peekDetail()->pointRecords()) {
     GEO_Point* p = myModel.point();
     p->setPos(position);
     context.life(p)[0] = 0;

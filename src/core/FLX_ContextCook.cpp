@@ -5,6 +5,7 @@
 #include "core/FLX_CookRecorder.h"
 #include "core/FLX_ExpressionStack.h"
 #include "core/FLX_Node.h"
+#include "core/FLX_PassQueue.h"
 
 namespace {
 
@@ -14,7 +15,29 @@ constexpr int NOTIFY_PARTICLES_AND_GUIDES = 7;
 
 } // namespace
 
-FLX_ContextData* FLX_ContextData::getExpressionData(int thread) { return FLX_ExpressionStack::top(thread); }
+FLX_ContextData* FLX_ContextData::getExpressionData(int thread) {
+    FLX_ContextData* context = FLX_ExpressionStack::top(thread);
+    if (context) context->flushPasses();
+    return context;
+}
+
+/// Lets passes wait for a scope; what a broken cook has left does not run.
+class FLX_ContextData::Queueing {
+public:
+    explicit Queueing(FLX_ContextData& context)
+        : myContext(context) {
+        context.myQueueing = context.myCookOrder == FLX_CookOrder::Chunk;
+    }
+    ~Queueing() {
+        myContext.myQueueing = myContext.myPassesWait = false;
+        myContext.myPasses->clear();
+    }
+    Queueing(const Queueing&) = delete;
+    Queueing& operator=(const Queueing&) = delete;
+
+private:
+    FLX_ContextData& myContext;
+};
 
 void FLX_ContextData::runStep(OP_Context& context) {
     const FLX_RecordedPhase recorded(*this, FLX_RecordedPhase::Phase::Step);
@@ -40,6 +63,7 @@ void FLX_ContextData::cook(OP_Context& context) {
     context.setPass(OP_Context::newPass());
     {
         const FLX_ExpressionScope scope(context.getThread(), this);
+        Queueing queueing(*this);
         const float coming = timeStep;
         myGuideOnly = false;
         if (myResetPending)
@@ -54,6 +78,7 @@ void FLX_ContextData::cook(OP_Context& context) {
         }
         timeStep = coming;
 
+        // The step may wait still: it has its own list of what it works on.
         myParticleList.clear();
         myDisplayDetail = nullptr;
         clearCookState();
@@ -62,6 +87,7 @@ void FLX_ContextData::cook(OP_Context& context) {
             cookNode->cook(context);
             cookNode->postCook(context);
         }
+        flushPasses();
         myPreviousTimeStep = timeStep;
         myResetPending = false;
     }

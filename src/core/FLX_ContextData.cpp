@@ -4,11 +4,13 @@
 #include <utility>
 
 #include "core/FLX_Node.h"
+#include "core/FLX_PassQueue.h"
 #include "host/expr/EV_Error.h"
 #include "host/ut/UT_BitSet.h"
 
 FLX_ContextData::FLX_ContextData(const char* name)
-    : myName(name) {
+    : myName(name)
+    , myPasses(std::make_unique<FLX_PassQueue>(*this)) {
     myOffsets.fill(-1);
 }
 
@@ -149,14 +151,29 @@ void FLX_ContextData::recacheOffset() {
     myUserVariables.recache(points);
 }
 
+int FLX_ContextData::foundOffset(FLX_Attrib attrib) const {
+    const GB_AttributeDict& points = myDetail->pointAttribs();
+    if (myFoundIn != myDetail || myFoundSerial != points.layoutSerial()) {
+        for (int i = 0; i < FLX_NUM_ATTRIBS; ++i) {
+            const FLX_AttribRow& row = FLXattribRow(FLX_Attrib(i));
+            myFound[size_t(i)] = points.getOffset(row.name, row.size, row.type);
+        }
+        myFoundIn = myDetail;
+        myFoundSerial = points.layoutSerial();
+    }
+    return myFound[size_t(attrib)];
+}
+
 int FLX_ContextData::addAttrib(FLX_Attrib attrib) {
     if (offset(attrib) >= 0 || !myDetail) return offset(attrib);
+    flushPasses();
     const FLX_AttribRow& row = FLXattribRow(attrib);
     setOffset(attrib, myDetail->pointAttribs().append(row.name, row.size, row.type, row.def.data()));
     return offset(attrib);
 }
 
 void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
+    src.flushPasses();
     time = src.time;
     timeStep = src.timeStep;
     myPreviousTimeStep = src.myPreviousTimeStep;
@@ -173,6 +190,7 @@ void FLX_ContextData::copyFrom(const FLX_ContextData& src, GU_Detail* detail) {
     mySeed = src.mySeed;
     myName = src.myName;
     myInputGeo = src.myInputGeo;
+    myCookOrder = src.myCookOrder;
 
     const auto copyMap = [](const auto& map) {
         using Map = typename std::decay_t<decltype(map)>::element_type;
@@ -237,10 +255,12 @@ int FLX_ContextData::nextID() {
 int FLX_ContextData::addUserVariable(const char* name, int size, GB_AttribType type, const void* def,
                                      const char* varname) {
     if (!myDetail) return -1;
+    if (!myDetail->pointAttribs().find(name)) flushPasses();
     return myUserVariables.add(myDetail->pointAttribs(), name, size, type, def, varname);
 }
 
 float FLX_ContextData::getUserVariableValue(const GEO_Point* point, int id, int thread) const {
+    flushPasses();
     float value = 0;
     if (!myUserVariables.value(point, id, value)) EV_errNo(thread) = EV_ERR_VARIABLE;
     return value;

@@ -23,6 +23,9 @@
 
 class FLX_CookRecorder;
 class FLX_Node;
+class FLX_Pass;
+class FLX_PassQueue;
+struct FLX_StepPhases;
 class OBJ_Node;
 class OP_Context;
 
@@ -36,6 +39,12 @@ struct FLX_CoreOffsets {
     int born = -1;
     int source = -1;
     int generator = -1;
+};
+
+/// In which order the operators of a cook work on the particles. The results are the same.
+enum class FLX_CookOrder {
+    Chunk,    ///< all operators on some particles, then on the next
+    Operator, ///< each operator on all particles, then the next operator
 };
 
 /// The whole state of one particle simulation. A host creates one per network, resets it, and cooks it once per step;
@@ -93,14 +102,56 @@ public:
     /// The context being cooked on that thread (0 = calling thread), or null.
     static FLX_ContextData* getExpressionData(int thread);
 
+    // ---- passes (see FLX_PassQueue). What reads or changes particles runs those that wait first: getDetail and
+    // everything else here that gives access to particles, their number or their attributes. The `peek` functions do
+    // not: for what no pass changes, such as names, groups as such, offsets, which primitives there are.
+    FLX_CookOrder getCookOrder() const { return myCookOrder; }
+    void setCookOrder(FLX_CookOrder order) { myCookOrder = order; }
+    /// Runs the passes that wait.
+    void flushPasses() const {
+        if (myPassesWait) runPasses();
+    }
+    /// Whether passes may wait now: within a cook, chunk by chunk. A point that two particles share must see one pass
+    /// before the next.
+    bool queuesPasses() const { return myQueueing && !myPointsShared; }
+    /// Hands over a pass of an operator over the first `entries` primitives of the list: it waits until something needs
+    /// the particles, or the cook ends. With `inOrder` it meets the particles in the list's order.
+    void enqueuePass(std::unique_ptr<FLX_Pass> pass, const FLX_Node& node, const FLX_ParticleList& list, int entries,
+                     bool inOrder);
+    /// The time step becomes the first pass of the cook; false when it must run at once.
+    bool enqueueStep(const FLX_StepPhases& phases);
+    /// Reap, rules and preparation may go over a particle in one. Particles bound to geometry fetch it in mid-step, and
+    /// a point that two particles share must see every rule before any preparation: then the phases run one after the
+    /// other.
+    bool canFuseStep() const { return getPosPathOffset() < 0 && !myPointsShared; }
+    /// Particles will go, and points be renumbered, when the passes that wait run.
+    bool willReap() const;
+    /// See FLX_PassQueue::completeLater.
+    void completeInfoLater(FLX_Node* node);
+    /// To be called before a group loses members while passes wait: info texts may count them yet.
+    void settleGroupCounts() const;
+
     const UT_String& getName() const { return myName; }
-    GU_Detail* getDetail() const { return myDetail; }
+    GU_Detail* getDetail() const {
+        flushPasses();
+        return myDetail;
+    }
+    GU_Detail* peekDetail() const { return myDetail; }
     void setRefDetail(GU_Detail* detail) {
+        flushPasses();
         myDetail = detail;
+        myFoundIn = nullptr;
         myNextIdOffset = -1;
     }
-    GU_Detail* getDisplayDetail() const { return myDisplayDetail; }
-    FLX_ParticleList* getParticleList() { return &myParticleList; }
+    GU_Detail* getDisplayDetail() const {
+        flushPasses();
+        return myDisplayDetail;
+    }
+    FLX_ParticleList* getParticleList() {
+        flushPasses();
+        return &myParticleList;
+    }
+    FLX_ParticleList* peekParticleList() { return &myParticleList; }
     unsigned getRandomSeed() const { return mySeed; }
     bool isGuideOnly() const { return myGuideOnly; }
 
@@ -121,6 +172,8 @@ public:
 
     // ---- attributes. Offsets are bytes into a point's attribute data; -1: absent.
     int offset(FLX_Attrib attrib) const { return myOffsets[size_t(attrib)]; }
+    /// What the detail itself says of an attribute by name, size and type; looked up again when it has others.
+    int foundOffset(FLX_Attrib attrib) const;
     void setOffset(FLX_Attrib attrib, int offset) { myOffsets[size_t(attrib)] = offset; }
 #define FLX_ATTRIBUTE_ACCESS(stem, ...)                                                                                \
     int get##stem##Offset() const { return offset(FLX_Attrib::stem); }                                                 \
@@ -158,9 +211,14 @@ public:
     }
     /// Births since the reset.
     long long getNumBorn() const { return myNumBorn; }
-    int getNumParticles() const { return myNumParticles; }
+    int getNumParticles() const {
+        flushPasses();
+        return myNumParticles;
+    }
+    /// With those that the passes that wait will reap.
+    int peekNumParticles() const { return myNumParticles; }
     bool allowBirth() const { return allowBirths(1); }
-    bool allowBirths(int n) const { return maxParticles <= 0 || n <= maxParticles - myNumParticles; }
+    bool allowBirths(int n) const { return maxParticles <= 0 || n <= maxParticles - getNumParticles(); }
 
     /// The operator's particle primitive, created when needed; null without a detail or before the first reset.
     GEO_PrimParticle* getPrimPart(FLX_Node* node);
@@ -195,6 +253,7 @@ public:
     int addUserVariable(const char* name, int size, GB_AttribType type, const void* def, const char* varname);
     CH_LocalVariable* getUserVariables() { return myUserVariables.table(); }
     const CH_LocalVariable* getUserVariables() const { return myUserVariables.table(); }
+    const FLX_UserVariables& userVariables() const { return myUserVariables; }
     static int isUserVariable(int id) { return id >= FLX_UserVariables::FIRST_ID; }
     float getUserVariableValue(const GEO_Point* point, int id, int thread) const;
 
@@ -210,6 +269,8 @@ public:
     FLX_BlindData* stealBlindData(const FLX_Node* node);
 
 private:
+    class Queueing;
+
     void setupAttributes();
     void setupInitialState();
     bool findSharedPoints() const;
@@ -217,6 +278,7 @@ private:
     GEO_PrimParticle* particlePrim(int number) const;
     void runStep(OP_Context& context);
     void clearCookState();
+    void runPasses() const;
     friend class FLX_RandomAhead;
     unsigned advanceSeed() { return mySeed = FLX_Random::advance(mySeed); }
 
@@ -238,6 +300,9 @@ private:
     int myNumParticles = 0;
     long long myNumBorn = 0;
     std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
+    mutable std::array<int, size_t(FLX_NUM_ATTRIBS)> myFound{};
+    mutable const GU_Detail* myFoundIn = nullptr;
+    mutable uint64_t myFoundSerial = 0;
     FLX_CoreOffsets myCore;
     int myNextIdOffset = -1; // of the detail attribute "nextid"; -1: not looked up yet
     bool myPointsShared = false;
@@ -247,6 +312,10 @@ private:
     bool myDoCook = true;
     bool myDoCookFirst = false;
     int myRuleSuppression = 0;
+    FLX_CookOrder myCookOrder = FLX_CookOrder::Chunk;
+    bool myQueueing = false;
+    mutable bool myPassesWait = false;
+    std::unique_ptr<FLX_PassQueue> myPasses;
     FLX_UserVariables myUserVariables;
     std::map<int, std::unique_ptr<FLX_BlindData>> myBlindData;
     int myRefCount = 1;

@@ -11,6 +11,7 @@ GEO_PrimParticle* FLX_ContextData::getPrimPart(FLX_Node* node) { return primPart
 GEO_PrimParticle* FLX_ContextData::hasPrimPart(FLX_Node* node) { return primPart(node, false); }
 
 GEO_PrimParticle* FLX_ContextData::primPart(FLX_Node* node, bool create) {
+    if (node->passUse() == FLX_PassUse::Barrier) flushPasses();
     if (!myDetail || !myNodeToPrim) return nullptr;
     const int id = node->getUniqueId();
     if (const auto known = myNodeToPrim->find(id); known != myNodeToPrim->end()) return particlePrim(known->second);
@@ -52,7 +53,7 @@ void FLX_ContextData::addToParticleList(GEO_PrimParticle* prim, FLX_Node* node, 
 void FLX_ContextData::cacheDetail(FLX_Node* node) {
     if (node == displayNode && node != cookNode) {
         if (!myDetail) return;
-        myDisplayCopy.duplicate(*myDetail, 1);
+        myDisplayCopy.duplicate(*getDetail(), 1);
         myDisplayDetail = &myDisplayCopy;
     } else if (node == cookNode && (!displayNode || displayNode == cookNode)) {
         myDisplayDetail = myDetail;

@@ -36,21 +36,55 @@ UT_ErrorSeverity FLX_Node::cookMe(OP_Context& context) {
         myInfoText.clear();
         return UT_ERROR_NONE;
     }
+    if (nInputs() == 0) settleInputs(context);
     const UT_ErrorSeverity result = cookFlx(context);
     destroyAdhocGroups();
-    getOperationInfo(myInfoText, context);
+    buildInfo(context);
     cacheForDisplay(context);
     return result;
+}
+
+UT_ErrorSeverity FLX_Node::lockInputs(OP_Context& context) {
+    const UT_ErrorSeverity severity = OP_Network::lockInputs(context);
+    settleInputs(context);
+    return severity;
+}
+
+UT_ErrorSeverity FLX_Node::lockInput(int i, OP_Context& context) {
+    const UT_ErrorSeverity severity = OP_Network::lockInput(i, context);
+    settleInputs(context);
+    return severity;
+}
+
+void FLX_Node::settleInputs(OP_Context& context) {
+    if (passUse() == FLX_PassUse::Barrier && contextOf(context)) contextOf(context)->flushPasses();
+}
+
+void FLX_Node::cookInput(FLX_Node& input, OP_Context& context) {
+    input.cook(context);
+    settleInputs(context);
+}
+
+void FLX_Node::flushPasses() const {
+    if (const FLX_ContextData* context = myContext.get()) context->flushPasses();
+}
+
+FLX_ParticleList* FLX_Node::getParticleList() {
+    flushPasses();
+    return &myParticleList;
 }
 
 UT_ErrorSeverity FLX_Node::bypassMe(OP_Context& context, int& copiedInput) {
     flags().recook = true;
     myParticleList.clear();
     FLX_ContextData* data = contextOf(context);
-    if (nInputs() > 0 && lockInput(0, context) >= UT_ERROR_ABORT) return error();
+    // Passed on: what the operator itself would do with the particles does not count.
+    if (nInputs() > 0 && OP_Network::lockInput(0, context) >= UT_ERROR_ABORT) return error();
     copiedInput = 0;
     if (data && doDeleteRewire()) {
-        FLX_ParticleList* input = getInputParticleList(0, context);
+        OP_Node* first = nInputs() > 0 ? getInput(0) : nullptr;
+        FLX_Node* inputNode = first ? first->castToFLXNode() : nullptr;
+        const FLX_ParticleList* input = inputNode ? &inputNode->myParticleList : nullptr;
         for (int i = 0; input && i < input->entries(); ++i) {
             GEO_PrimParticle* prim = input->entry(i).prim;
             if (myParticleList.find(prim)) {
@@ -68,7 +102,7 @@ UT_ErrorSeverity FLX_Node::bypassMe(OP_Context& context, int& copiedInput) {
     }
     if (nInputs() > 0) unlockInput(0);
     if (data) {
-        getOperationInfo(myInfoText, context);
+        buildInfo(context);
         cacheForDisplay(context);
     }
     return error();
@@ -82,7 +116,7 @@ void FLX_Node::cacheForDisplay(OP_Context& context) {
 void FLX_Node::doPreCook(void* opContext) {
     OP_Context& context = *static_cast<OP_Context*>(opContext);
     FLX_ContextData* data = contextOf(context);
-    myDetail = data->getDetail();
+    myDetail = data->peekDetail();
     myContext.set(data);
     myInfoText.clear();
     if (myGuide && data->guidesWanted) myGuide->stashAll();
@@ -146,7 +180,7 @@ void FLX_Node::updateChecksum(void* crc) {
 }
 
 void FLX_Node::addAllAttribs(FLX_ContextData* context) {
-    if (!context->getDetail()) return;
+    if (!context->peekDetail()) return;
     flagAll();
     pseudocook(&FLX_Node::addAttribAtSetup, context);
 }

@@ -9,6 +9,7 @@
 #include "core/FLX_ErrorCodes.h"
 #include "core/FLX_ParmRef.h"
 #include "core/FLX_ParticleList.h"
+#include "core/FLX_PassUse.h"
 #include "core/FLX_State.h"
 #include "host/expr/EV_Expression.h"
 #include "host/geo/GOP_Manager.h"
@@ -18,6 +19,7 @@
 #include "host/node/PRM_SharedNames.h"
 #include "host/ut/UT_Matrix4.h"
 
+class FLX_LateCounts;
 class OP_OperatorTable;
 class SOP_Node;
 
@@ -91,7 +93,14 @@ public:
     void addAllAttribs(FLX_ContextData* context);
 
     // ---- shared with operators and interfaces
-    FLX_ParticleList* getParticleList() { return &myParticleList; }
+    /// What a cook of this operator does to the passes that wait.
+    virtual FLX_PassUse passUse() const { return FLX_PassUse::Barrier; }
+    /// Runs the passes that wait in the cook that is going on, if any.
+    void flushPasses() const;
+    FLX_ParticleList* getParticleList();
+    FLX_ParticleList* peekParticleList() { return &myParticleList; }
+    /// Puts the counts into the info text that it lacks yet.
+    void completeInfo(const FLX_LateCounts& counts);
     GU_DetailHandle& guideHandle() { return myGuideHandle; }
     /// The context that cooked this node last, or the one that cooked its first input; null when neither is left.
     const FLX_ContextData* getPrevContextData() const;
@@ -146,6 +155,10 @@ protected:
     static FLX_ContextData* contextOf(const OP_Context& context) {
         return static_cast<FLX_ContextData*>(context.getData());
     }
+
+    // ---- inputs, cooked. A barrier's inputs have done all they do to the particles when these return.
+    UT_ErrorSeverity lockInputs(OP_Context& context);
+    UT_ErrorSeverity lockInput(int i, OP_Context& context);
 
     // ---- messages of type "FLX"; the text may be null
     void addError(FLX_ErrorCodes code, const char* text = nullptr) { UTaddError("FLX", code, text); }
@@ -219,6 +232,9 @@ protected:
 
 private:
     int addCatalogueAttrib(FLX_ContextData* context, FLX_Attrib attrib);
+    void settleInputs(OP_Context& context);
+    void cookInput(FLX_Node& input, OP_Context& context);
+    void buildInfo(OP_Context& context);
     bool ownsPrimitive(FLX_ContextData* context, GEO_PrimParticle* prim, const FLX_Node* owner, FLX_ParticleList& dest);
     void traverseNode(NodeFunction fn, void* data);
     void flagTraverse(void*) { myTraversePending = true, myTraverseVisited = false; }

@@ -14,7 +14,7 @@ FLX_Node* flxInput(const OP_Node& node, int i) {
 bool FLX_Node::ownsPrimitive(FLX_ContextData* context, GEO_PrimParticle* prim, const FLX_Node* owner,
                              FLX_ParticleList& dest) {
     if (context->isGuideOnly()) return true;
-    const FLX_ParticleNode* entry = context->getParticleList()->find(prim);
+    const FLX_ParticleNode* entry = context->peekParticleList()->find(prim);
     if (!entry || entry->owner == owner) return true;
     dest.clear();
     addError(FLX_ERR_NOT_OWNER, owner->getName().c_str());
@@ -24,7 +24,7 @@ bool FLX_Node::ownsPrimitive(FLX_ContextData* context, GEO_PrimParticle* prim, c
 FLX_ParticleList* FLX_Node::getInputParticleList(int input, OP_Context& context) {
     FLX_Node* node = flxInput(*this, input);
     if (!node) return nullptr;
-    node->cook(context);
+    cookInput(*node, context);
     return &node->myParticleList;
 }
 
@@ -54,7 +54,7 @@ UT_ErrorSeverity FLX_Node::buildParticleList(FLX_ParticleList& list, OP_Context&
     for (int i = 0; i < nInputs(); ++i) {
         FLX_Node* input = flxInput(*this, i);
         if (!input) continue;
-        input->cook(context);
+        cookInput(*input, context);
         const UT_ErrorSeverity result =
             addListToParticleList(list, input->myParticleList, input, i, context, checkDuplicates);
         if (result >= UT_ERROR_ABORT) break;
@@ -70,7 +70,7 @@ UT_ErrorSeverity FLX_Node::buildInputParticleList(FLX_ParticleList& list, int i,
     list.clear();
     FLX_Node* input = flxInput(*this, i);
     if (!input) return error();
-    input->cook(context);
+    cookInput(*input, context);
     return addListToParticleList(list, input->myParticleList, input, i, context, 0);
 }
 
@@ -81,7 +81,7 @@ UT_ErrorSeverity FLX_Node::buildParticleListArray(std::vector<FLX_ParticleList*>
     count = nInputs();
     for (int i = 0; i < count; ++i) {
         FLX_Node* input = flxInput(*this, i);
-        if (input) input->cook(opContext);
+        if (input) cookInput(*input, opContext);
         lists.push_back(input ? &input->myParticleList : nullptr);
         for (int k = 0; input && k < input->myParticleList.entries(); ++k) {
             GEO_PrimParticle* prim = input->myParticleList.entry(k).prim;

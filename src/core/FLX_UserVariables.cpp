@@ -85,13 +85,20 @@ void FLX_UserVariables::recache(const GB_AttributeDict& attribs) {
         record->offset = attribs.getOffset(record->attrib, record->size, record->type);
 }
 
-bool FLX_UserVariables::value(const GEO_Point* point, int id, float& out) const {
+bool FLX_UserVariables::place(int id, int& offset, bool& isInt) const {
     const auto slot = size_t(id - FIRST_ID);
     if (id < FIRST_ID || slot >= myComponents.size() || !myComponents[slot].record) return false;
     const auto [record, component] = myComponents[slot];
     if (record->offset < 0) return false;
-    const int offset = record->offset + 4 * component;
-    out = record->type == GB_ATTRIB_INT ? float(*point->castAttribData<int>(offset))
-                                        : *point->castAttribData<float>(offset);
+    offset = record->offset + 4 * component;
+    isInt = record->type == GB_ATTRIB_INT;
+    return true;
+}
+
+bool FLX_UserVariables::value(const GEO_Point* point, int id, float& out) const {
+    int offset = 0;
+    bool isInt = false;
+    if (!place(id, offset, isInt)) return false;
+    out = isInt ? float(*point->castAttribData<int>(offset)) : *point->castAttribData<float>(offset);
     return true;
 }

@@ -31,7 +31,8 @@ public:
     CH_LocalVariable* table() const {
         return myTables.empty() ? nullptr : const_cast<CH_LocalVariable*>(myTables.back().data());
     }
-    /// False when no record has the id.
+    /// Where in the attribute data the value stands, an int or a float. False when no record has the id.
+    bool place(int id, int& offset, bool& isInt) const;
     bool value(const GEO_Point* point, int id, float& out) const;
 
 private:

@@ -156,6 +156,7 @@ void ParticleNetwork::prepareContext(float time) {
     ctx.maxParticles = MAXPARTICLES(time);
     ctx.recorder = myRecorder;
     ctx.setDoCookFirst(COOKFIRST(time));
+    ctx.setCookOrder(myCookOrder);
     const Text* const inputs[] = {&INPUT1, &INPUT2, &INPUT3, &INPUT4};
     for (int i = 0; i < 4; ++i) ctx.setInputGeo((*inputs[i])(time), i);
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <vector>
 
+enum class FLX_CookOrder;
 class FLX_ContextData;
 class FLX_CookRecorder;
 class FLX_Node;
@@ -46,6 +47,9 @@ public:
     /// cook afterwards.
     void cookGuides();
 
+    /// The order in which operators work on the particles from the next step on; chunk by chunk unless told otherwise.
+    /// Results are the same.
+    void setCookOrder(FLX_CookOrder order) { myCookOrder = order; }
     /// Who is told of every cook from the next step on (null: nobody); not owned, and outlives the cooks.
     void setRecorder(FLX_CookRecorder* recorder) { myRecorder = recorder; }
 
@@ -81,6 +85,7 @@ private:
     void prepareContext(float time);
 
     FLX_ContextData* myContext = nullptr;
+    FLX_CookOrder myCookOrder{};
     FLX_CookRecorder* myRecorder = nullptr;
     bool myRunning = false; ///< the start frame was cooked
     bool myBusy = false;

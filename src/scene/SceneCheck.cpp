@@ -119,7 +119,16 @@ private:
             add(false, fmt::format("\"{}\": {} names no entry of the menu, there are {}", row.token, value, count));
     }
 
+    void checkVectorExpression(const std::string& text) {
+        EV_EXPRESSION expression(text, 3);
+        if (!expression.bind(myNode->scope()))
+            addExpressionError(expression.syntaxError(), expression.bindError());
+        else if (expression.resultType() == EV_STRING)
+            add(true, fmt::format("\"{}\": a vector is needed, \"{}\" is a string", myParm->row().token, text));
+    }
+
     void checkText(PRM_Parm& parm) {
+        if (parm.row().stringKind == PRM_StringKind::VectorExpression) return checkVectorExpression(parm.text());
         EV_StringExpand* expansion = parm.expansion();
         std::string text = parm.text();
         if (expansion) {

@@ -9,9 +9,14 @@ public:
     /// Null leaves the box as it was.
     void pend(const GU_Detail* detail) { myPending = detail; }
 
+    bool isPending() const { return myPending != nullptr; }
+    void settle() {
+        if (myPending) compute();
+    }
+
     /// Where `value` lies along the axis, 0 to 1 inside; 0 when the box has no extent there.
     float relative(float value, int axis) {
-        if (myPending) compute();
+        settle();
         return (value - myMin[axis]) * myInverseSize[axis];
     }
 

@@ -30,6 +30,9 @@ public:
 
     bool varies() const { return myVaries; }
     const value_type& constant() const { return myConstant; }
+    /// What is evaluated, and at what time.
+    const Handle* handle() const { return myHandle; }
+    float time() const { return myTime; }
     value_type operator()() const { return myVaries ? (*myHandle)(myTime) : myConstant; }
 
 private:
@@ -54,6 +57,9 @@ public:
         if (!dependent) myConstant[i] = (*myHandle)[i](myTime);
     }
     bool varies() const { return myVaries[0] || myVaries[1] || myVaries[2]; }
+    bool varies(int i) const { return myVaries[i]; }
+    const PRM_Floats<3>* handle() const { return myHandle; }
+    float time() const { return myTime; }
     const UT_Vector3& constant() const { return myConstant; }
     float component(int i) const { return myVaries[i] ? (*myHandle)[i](myTime) : myConstant[i]; }
     UT_Vector3 operator()() const {
@@ -105,25 +111,25 @@ private:
 
 /// Hands a parameter on unevaluated: the formula receives a callable.
 template <class Source> struct FLX_Late {
-    const Source* source;
+    Source source;
 
-    bool varies() const { return source->varies(); }
+    bool varies() const { return source.varies(); }
 };
 
-template <class Source> FLX_Late<Source> late(const Source& source) { return {&source}; }
+template <class Source> FLX_Late<Source> late(const Source& source) { return {source}; }
 
 namespace flx_detail {
 
 // What a formula receives in the loop in which nothing varies: plain values, and callables that return one.
 template <class Source> auto constantArgument(const Source& source) { return source.constant(); }
 template <class Source> auto constantArgument(const FLX_Late<Source>& l) {
-    return [value = l.source->constant()] { return value; };
+    return [value = l.source.constant()] { return value; };
 }
 
 // And in the general loop: the value for this particle, or a callable that evaluates when it is called.
 template <class Source> auto varyingArgument(const Source& source) { return source(); }
 template <class Source> auto varyingArgument(const FLX_Late<Source>& l) {
-    return [source = l.source] { return (*source)(); };
+    return [source = &l.source] { return (*source)(); };
 }
 
 } // namespace flx_detail

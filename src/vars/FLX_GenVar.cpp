@@ -12,7 +12,8 @@ FLX_GenVar::FLX_GenVar(OP_Network* parent, const char* name, OP_Operator* op)
 
 void FLX_GenVar::setupVars(FLX_ContextData* context, const GU_Detail* source, const GB_Group* group) {
     myBox.pend(source);
-    myParticleCount = int(context->getDetail()->points().entries());
+    myUncounted.set(context);
+    myBornBefore = context->getNumBorn();
     myPointCount = source ? int(source->points().entries()) : 0;
     myPrimitiveCount = source ? int(source->primitives().entries()) : 0;
     myGroupCount = group ? int(group->entries()) : 0;
@@ -68,6 +69,15 @@ const float* FLX_GenVar::sourceFloats(FLX_SourceAttrib attrib) const {
     return mySample.attribs && offset >= 0 ? mySample.attribs->castAttribData<float>(offset) : nullptr;
 }
 
+float FLX_GenVar::particleCount() {
+    if (const FLX_ContextData* context = myUncounted.get()) {
+        const long long bornSince = context->getNumBorn() - myBornBefore;
+        myParticleCount = int((long long)(context->getDetail()->points().entries()) - bornSince);
+        myUncounted.set(nullptr);
+    }
+    return float(myParticleCount);
+}
+
 float FLX_GenVar::missing(const FLX_GeneratorVariable& variable) {
     const std::string text = std::string("$") + variable.name + " = " + std::to_string(variable.missing);
     addWarning(FLX_ERR_VAR_UNAVAILABLE, text.c_str());
@@ -98,7 +108,7 @@ float FLX_GenVar::sampleValue(const FLX_GeneratorVariable& variable) {
         return mySample.sourceNumber >= 0 ? float(mySample.sourceNumber) : missing(variable);
     case FLX_GenRead::U: return mySample.u;
     case FLX_GenRead::V: return mySample.v;
-    case FLX_GenRead::ParticleCount: return float(myParticleCount);
+    case FLX_GenRead::ParticleCount: return particleCount();
     case FLX_GenRead::PointCount: return float(myPointCount);
     case FLX_GenRead::PrimitiveCount: return float(myPrimitiveCount);
     case FLX_GenRead::GroupCount: return float(myGroupCount);

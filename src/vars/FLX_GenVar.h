@@ -82,6 +82,10 @@ private:
     Sample mySample;
     int myIteration = 0;
     FLX_VariableTest myTest;
+    /// Points of the particle detail when setupVars ran: only the passes that wait may tell how many.
+    float particleCount();
+    FLX_ContextDataHandle myUncounted; // null: counted
+    long long myBornBefore = 0;
     int myParticleCount = 0;
     int myPointCount = 0;
     int myPrimitiveCount = 0;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/FLX_ContextData.h"
 #include "core/FLX_ErrorCodes.h"
-#include "host/geo/GU_Detail.h"
 #include "host/node/PRM_Handle.h"
 #include "host/ut/UT_ErrorLog.h"
 
@@ -11,6 +11,11 @@ struct FLX_GroupParms {
         : GROUP(owner, {"group", label}, "")
         , PRESERVEGROUP(owner, {"preservegroup", "Preserve Group"}, false) {}
 
+    /// The same without running passes that wait, unless info texts still count members of a group.
+    GB_PointGroup* make(const FLX_ContextData& context) const {
+        if (GROUP.raw().isstring()) context.settleGroupCounts();
+        return make(*context.peekDetail());
+    }
     /// Made, or emptied unless preserved, once per cook; null without a name or for a name no group may have.
     GB_PointGroup* make(GU_Detail& detail) const {
         const UT_String name = GROUP();

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
 #include <bitset>
 
 #include "core/FLX_Node.h"
-#include "vars/FLX_BoundingBox.h"
-#include "vars/FLX_ParticleVariables.h"
+#include "vars/FLX_VariableReader.h"
 #include "vars/FLX_VariableTest.h"
 
 /// Base of the operators whose parameters may read the particle variables. The variables read the current point; each
@@ -27,14 +25,20 @@ public:
                         const char* varname);
 
     // ---- per particle
-    void setCurPoint(const GEO_Point* point) { myCurPoint = point; }
+    void setCurPoint(const GEO_Point* point) {
+        myCurPoint = point;
+        myFirstPointOf = nullptr;
+    }
     void setIteration(int iteration) { myIteration = iteration; }
     /// Reading it makes a parameter under test per-particle.
     const GEO_Point* curPoint() {
         myTest.setDependent();
-        return myCurPoint;
+        return point();
     }
     GU_Detail* curGdp() const;
+    /// How this cook's variables are read, and the context whose user variables count; null before the first cook.
+    FLX_VariableReader& variableReader() { return myReader; }
+    const FLX_ContextData* variableContext() const { return myVarContext; }
 
     float getVariableValue(int index, int thread) override;
     int isVarDependent(GU_Detail* detail, EV_EXPRESSION* expression, int thread) override;
@@ -45,25 +49,17 @@ public:
 
 private:
     float testValue(int index, int thread);
-    float particleValue(const FLX_ParticleVariable& variable);
     float missingValue(const FLX_ParticleVariable& variable);
-    bool isPresent(const FLX_ParticleVariable& variable) const;
     void beginTest(GU_Detail* detail);
-
-    int offset(FLX_Attrib attrib) const { return myOffsets[size_t(attrib)]; }
-    float component(int offset, int i) const { return myCurPoint->castAttribData<float>(offset)[i]; }
+    /// The current point, found now when it is the first one of a detail that was tested against.
+    const GEO_Point* point();
 
     const GEO_Point* myCurPoint = nullptr;
+    const GU_Detail* myFirstPointOf = nullptr; // else the current point is this detail's first
     int myIteration = 0;
     FLX_VariableTest myTest;
-    int myPointCount = 0;
-    int myGroupCount = 0;
-    FLX_BoundingBox myBox;
-    float myTimeIncrement = 0;
+    FLX_VariableReader myReader;
     std::bitset<FLX_ParticleVariables::COUNT> myWarned; // whose missing attribute this cook has told of
-    std::array<int, size_t(FLX_NUM_ATTRIBS)> myOffsets;
-    FLX_CoreOffsets myCore;
-    GU_Detail* myVarDetail = nullptr;
-    bool myDynamicVars = false; ///< between set-up and clean-up
+    bool myDynamicVars = false;                         // between set-up and clean-up
     FLX_ContextData* myVarContext = nullptr;
 };

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/FLX_CookRecorder.h"
+#include <memory>
+
 #include "host/node/CH_Manager.h"
 #include "host/ut/UT_Interrupt.h"
-#include "vars/FLX_Chosen.h"
-#include "vars/FLX_LocalVar.h"
+#include "vars/FLX_ParticlePass.h"
 
 /// One cook of an operator that works on particles: what `cookParticles` found, handed to the operator's own steps.
 class FLX_ParticleCook {
@@ -42,14 +42,38 @@ public:
     /// Calls formula(point, values...) for every particle whose state has none of the bits in `skip`, in order. The
     /// values come from `sources` (what `choose` returned, or `late` of it), evaluated from left to right before the
     /// call; for a skipped particle nothing is evaluated. When nothing varies the loop is compiled for plain values in
-    /// registers.
-    template <class Formula, class... Sources> void each(int skip, Formula&& formula, const Sources&... sources) const;
+    /// registers. The formula and the sources are copied: capture by value.
+    template <class Formula, class... Sources> void each(int skip, Formula&& formula, const Sources&... sources) const {
+        loop(skip, true, formula, sources...);
+    }
+    /// The same for a formula that writes what another particle's expressions read: each value is evaluated at its
+    /// particle's turn, when the formula has been through with the particles before.
+    template <class Formula, class... Sources>
+    void eachInTurn(int skip, Formula&& formula, const Sources&... sources) const {
+        loop(skip, false, formula, sources...);
+    }
+
+    /// Whether running this pass between the chunks of other operators' passes gives the same, and the cook goes that
+    /// way: the operator says so, the pass is self-contained, there is no source group, no primitive stands in the list
+    /// twice, and no guide is drawn.
+    bool mayWait(const FLX_Pass& pass) const { return !whyNotQueued(pass); }
 
 private:
     bool depends(const FLX_ParmRef& parm) const {
-        return myOperator.isVarDependent(&detail(), parm, myTime, myThread) != 0;
+        return myOperator.isVarDependent(myContext.peekDetail(), parm, myTime, myThread) != 0;
     }
-    template <class Work> void forEachPoint(const Work& work) const;
+    template <class Formula, class... Sources>
+    void loop(int skip, bool mayUseColumns, const Formula& formula, const Sources&... sources) const;
+    template <class Formula, class... Values>
+    static auto constantPass(FLX_Skip skip, const Formula& formula, const Values&... values) {
+        return std::make_unique<FLX_ConstantPass<Formula, Values...>>(skip, formula, values...);
+    }
+    /// Null when the pass may wait; else the reason in a word or two.
+    const char* whyNotQueued(const FLX_Pass& pass) const;
+    void run(std::unique_ptr<FLX_Pass> pass) const;
+    void enqueue(std::unique_ptr<FLX_Pass> pass) const;
+    void runOnGroup(FLX_Pass& pass) const;
+    void runOnList(FLX_Pass& pass) const;
 
     FLX_LocalVar& myOperator;
     FLX_ContextData& myContext;
@@ -59,52 +83,14 @@ private:
     bool myShowGuide;
 };
 
-// The group's points in the detail's order, or the particles of the operator's list; the interrupt is asked once per
-// primitive.
-template <class Work> void FLX_ParticleCook::forEachPoint(const Work& work) const {
-    if (myGroup) {
-        detail().points().forEach(myGroup, work);
-        return;
-    }
-    constexpr size_t AHEAD = 24;
-    const FLX_ParticleList& list = *myOperator.getParticleList();
-    for (int i = 0; i < list.entries(); ++i) {
-        if (UTgetInterrupt()->opInterrupt(-1)) return;
-        const GEO_PointAccess access = detail().points().access();
-        list.entry(i).prim->forEachSpan([&](const uint32_t* slots, size_t n) {
-            const Work local(work); // what has no address outside stays in registers over the writes to the records
-            for (size_t k = 0; k < n; ++k) {
-                // Records in a row the processor fetches by itself.
-                if (k + AHEAD < n && slots[k + AHEAD] != slots[k] + AHEAD)
-                    __builtin_prefetch(access(slots[k + AHEAD]), 1);
-                local(access(slots[k]));
-            }
-        });
-    }
-}
-
 template <class Formula, class... Sources>
-void FLX_ParticleCook::each(int skip, Formula&& formula, const Sources&... sources) const {
-    if (myContext.recorder) myContext.recorder->passMade(myOperator, myGroup ? "source group" : "no queue");
-    const int stateOffset = myContext.getStateOffset();
-    const auto skipped = [=](const GEO_Point* p) { return (*p->castAttribData<int>(stateOffset) & skip) != 0; };
-    if (!(sources.varies() || ...)) {
-        const auto values = std::tuple{flx_detail::constantArgument(sources)...};
-        forEachPoint([formula, skipped, values](GEO_Point* p) {
-            if (!skipped(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
-        });
-        return;
-    }
-    int iteration = 0;
-    FLX_LocalVar& op = myOperator;
-    forEachPoint([&](GEO_Point* p) {
-        op.setCurPoint(p);
-        op.setIteration(iteration++);
-        if (skipped(p)) return;
-        // Braces fix the order of the evaluations.
-        const std::tuple values{flx_detail::varyingArgument(sources)...};
-        std::apply([&](const auto&... value) { formula(p, value...); }, values);
-    });
+void FLX_ParticleCook::loop(int skip, bool mayUseColumns, const Formula& formula, const Sources&... sources) const {
+    const FLX_Skip skipped{myContext.getStateOffset(), skip};
+    if ((sources.varies() || ...))
+        run(std::make_unique<FLX_VaryingPass<Formula, Sources...>>(myOperator, skipped, mayUseColumns, formula,
+                                                                   sources...));
+    else
+        run(constantPass(skipped, formula, flx_detail::constantArgument(sources)...));
 }
 
 /// The cook that every operator on particles shares: guide, inputs, particle list, activation, source group, variables;

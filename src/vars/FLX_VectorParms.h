@@ -14,7 +14,7 @@ public:
         , myExpression(&expression)
         , myToken(token)
         , myThread(cook.thread())
-        , myVaries(op.isVarDependent(&cook.detail(), &expression, cook.thread()) != 0) {
+        , myVaries(op.isVarDependent(cook.context().peekDetail(), &expression, cook.thread()) != 0) {
         if (!myVaries) myConstant = evaluate();
     }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -62,6 +63,23 @@ TEST_F(Examples, GoldenHashes) {
     }
     if (std::getenv("FLX_WRITE_GOLDEN")) std::ofstream(TABLE) << table.dump(1) << '\n';
     EXPECT_EQ(table, nlohmann::ordered_json::parse(std::ifstream(TABLE)));
+}
+
+// Frame by frame: counts, hashes, severities; and at the end everything there is to print, messages and info texts too.
+TEST_F(Examples, TheOrderOfTheWorkDoesNotShow) {
+    for (const auto& entry : std::filesystem::directory_iterator(FLX_SOURCE_DIR "/examples")) {
+        if (entry.path().extension() != ".json") continue;
+        const std::string scene = entry.path().string();
+        const auto said = [&](const std::string& order) {
+            const ToolResult run = flx({"run", scene, "--json", "--frames", "1-14", "--cook-order", order});
+            const ToolResult dump = flx({"dump", scene, "--frame", "14", "--cook-order", order});
+            return run.out + run.err + dump.out + dump.err;
+        };
+        const std::string chunked = said("chunk");
+        EXPECT_NE(chunked, "");
+        EXPECT_EQ(chunked, said("operator")) << scene;
+    }
+    EXPECT_EQ(flx({"run", example("rain.json"), "--cook-order", "any"}).status, 2);
 }
 
 TEST_F(Examples, FountainFallsUnderGravity) {

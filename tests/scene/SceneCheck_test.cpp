@@ -29,19 +29,22 @@ TEST_F(SceneChecks, ASoundSceneHasNoFindings) {
 }
 
 TEST_F(SceneChecks, FindsWhatIsWrong) {
-    const std::vector<std::string> found = check(R"(
+    const std::vector<std::string> found = check(R"j(
         {"name": "ground", "type": "geo", "nodes": [
             {"name": "grid1", "type": "grid", "parms": {"type": 7, "size": ["$TT", 1]}},
             {"name": "f", "type": "file", "parms": {"path": "gone.ply"}}]},
         {"name": "fx", "type": "flxnet", "parms": {"input1": "/obj/ground/grid", "startframe": {"keys": [[0, 1]]}}, "nodes": [
             {"name": "birth", "type": "location", "parms": {"life": "1 +", "group": "`$NOPE`"}},
-            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}}]})");
+            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}},
+            {"name": "set", "type": "velocity", "inputs": ["pull"], "parms": {"velv": "vector3($VXX, 0, 0)"}},
+            {"name": "put", "type": "position", "inputs": ["set"], "parms": {"posv": "vector3(1, 2"}},
+            {"name": "by", "type": "position", "inputs": ["put"], "parms": {"refposv": "opname(\".\")"}}]})j");
     const auto has = [&](const std::string& part) {
         for (const std::string& line : found)
             if (line.find(part) != std::string::npos) return true;
         return false;
     };
-    EXPECT_EQ(found.size(), 9u) << testing::PrintToString(found);
+    EXPECT_EQ(found.size(), 12u) << testing::PrintToString(found);
     EXPECT_TRUE(has("warning /obj/ground/grid1: \"type\": 7 names no entry of the menu, there are 2"));
     EXPECT_TRUE(has("error /obj/ground/grid1: \"size\": "));
     EXPECT_TRUE(has("error /obj/ground/f: \"file\": there is no file \"gone.ply\""));
@@ -52,6 +55,9 @@ TEST_F(SceneChecks, FindsWhatIsWrong) {
     EXPECT_TRUE(has("error /obj/fx/birth: \"group\": "));
     EXPECT_TRUE(
         has("error /obj/fx/pull: \"scale\": \"$VXX * 2\": unknown variable $VXX at column 1; did you mean $VX?"));
+    EXPECT_TRUE(has("error /obj/fx/set: \"velv\": \"vector3($VXX, 0, 0)\": unknown variable $VXX at column 9"));
+    EXPECT_TRUE(has("error /obj/fx/put: \"posv\": "));
+    EXPECT_TRUE(has("error /obj/fx/by: \"refposv\": a vector is needed"));
     EXPECT_TRUE(has("warning /obj/ground/f: parameter \"path\" is now called \"file\""));
 }
 

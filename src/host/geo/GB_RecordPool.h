@@ -82,7 +82,17 @@ public:
                        static_cast<uint32_t>(std::countr_zero(bits)));
     }
 
-    /// The same with the records' addresses.
+    /// Calls fn(first slot, bits) for every 256 slots in which a record lives, in slot order: four words with a bit per
+    /// living record.
+    template <class Fn> void forEachWindow(Fn&& fn) const {
+        for (size_t s = 0; s < mySlabs.size(); ++s)
+            for (uint32_t w = 0; w < WORDS && mySlabs[s].live; w += 4) {
+                const uint64_t* bits = &mySlabs[s].bits[w];
+                if (bits[0] | bits[1] | bits[2] | bits[3]) fn(static_cast<uint32_t>(s) * SLAB_RECORDS + w * 64u, bits);
+            }
+    }
+
+    /// Calls fn(record) for every living record in slot order.
     template <class Fn> void forEachRecord(Fn&& fn) const {
         const size_t stride = myStride;
         for (const Slab& slab : mySlabs) {

@@ -56,6 +56,8 @@ public:
     explicit GEO_PointAccess(GB_RecordView view)
         : myView(view) {}
     GEO_Point* operator()(uint32_t slot) const { return reinterpret_cast<GEO_Point*>(myView(slot)); }
+    /// Bytes from a record to the next one of its slab.
+    size_t stride() const { return myView.stride; }
 
 private:
     GB_RecordView myView;

@@ -59,6 +59,9 @@ public:
         myPool.forEachRecord([&](char* record) { fn(reinterpret_cast<GEO_Point*>(record)); });
     }
 
+    /// Calls fn(first slot, bits) for every 256 slots with points, in the order of memory; see GB_RecordPool.
+    template <class Fn> void forEachWindow(Fn&& fn) const { myPool.forEachWindow(fn); }
+
 private:
     friend class GB_Detail;
     friend class GEO_Detail;

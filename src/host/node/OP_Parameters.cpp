@@ -22,13 +22,6 @@ void beginEvaluation(int thread) {
     if (OP_EvalState::current().nesting == 0) EV_clearError(thread);
 }
 
-// Written so that NaN ends at a hard bound, too.
-double clamped(double value, const PRM_Range& range) {
-    if (range.minKind == PRM_RangeKind::Hard && !(value >= range.min)) return range.min;
-    if (range.maxKind == PRM_RangeKind::Hard && !(value <= range.max)) return range.max;
-    return value;
-}
-
 void warnNotANumber(UT_ErrorList& errors, const PRM_Template& row, double kept) {
     errors.add({"OP", OP_ERR_BAD_PARM, UT_ERROR_WARNING,
                 row.token + ": not a number; " + EV_numberText(kept) + " is used instead"});
@@ -75,10 +68,9 @@ double OP_Parameters::evalNumber(PRM_Parm& parm, int component, double t, int th
     double value = c.constant;
     if (c.kind != PRM_Parm::Component::Constant) value = evaluateComponent(parm, component, t, thread);
     if (row.type == PRM_Type::Multi) return double(parm.instances().size());
-    if (row.type != PRM_Type::Float) value = EV_toInt(value);
-    if (!row.hasRange) return value;
-    const double kept = clamped(value, row.range);
-    if (std::isnan(value) && !std::isnan(kept) && !isTestingVariables()) warnNotANumber(errors(), row, kept);
+    const double kept = row.number(value);
+    if (row.type == PRM_Type::Float && std::isnan(value) && !std::isnan(kept) && !isTestingVariables())
+        warnNotANumber(errors(), row, kept);
     return kept;
 }
 

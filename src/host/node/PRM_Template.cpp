@@ -1,8 +1,42 @@
 #include "host/node/PRM_Template.h"
 
+#include <limits>
 #include <set>
 
+#include "host/expr/EV_Number.h"
 #include "host/ut/UT_Lock.h"
+
+namespace {
+
+// Written so that NaN ends at a hard bound, too.
+double clamped(double value, const PRM_Range& range) {
+    if (range.minKind == PRM_RangeKind::Hard && !(value >= range.min)) return range.min;
+    if (range.maxKind == PRM_RangeKind::Hard && !(value <= range.max)) return range.max;
+    return value;
+}
+
+// The sign of a NaN depends on the compiler.
+double plainNaN(double value) { return value != value ? std::numeric_limits<double>::quiet_NaN() : value; }
+
+} // namespace
+
+double PRM_Template::number(double value) const {
+    if (type != PRM_Type::Float) value = EV_toInt(value);
+    return plainNaN(hasRange ? clamped(value, range) : value);
+}
+
+void PRM_Template::numbers(const double* values, float* out, int n) const {
+    const bool hard = range.minKind == PRM_RangeKind::Hard || range.maxKind == PRM_RangeKind::Hard;
+    if (type != PRM_Type::Float || (hasRange && hard)) {
+        for (int k = 0; k < n; ++k) out[k] = float(number(values[k]));
+    } else {
+        for (int k = 0; k < n; ++k) out[k] = float(plainNaN(values[k]));
+    }
+}
+
+void PRM_Template::numbers(const double* values, int* out, int n) const {
+    for (int k = 0; k < n; ++k) out[k] = EV_toInt(number(values[k]));
+}
 
 int PRM_TemplateTable::find(const std::string& token) const {
     for (size_t i = 0; i < rows.size(); ++i)

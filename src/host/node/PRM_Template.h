@@ -59,6 +59,12 @@ struct PRM_Template {
     std::vector<std::pair<std::string, int>> folders{}; ///< Folder: label and number of rows that follow, per folder
     bool folderValue = false;                           ///< Folder whose choice is a value (set by ordinal)
     std::vector<PRM_Template> instance{};               ///< Multi: the rows of one instance, tokens with '#'
+
+    /// What a value is as this parameter's: whole unless it is a float, within the hard bounds.
+    double number(double value) const;
+    /// The same for n values, as float and as int.
+    void numbers(const double* values, float* out, int n) const;
+    void numbers(const double* values, int* out, int n) const;
 };
 
 /// A class's rows in declaration order; a token's index never changes within a class.

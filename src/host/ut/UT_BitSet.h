@@ -62,6 +62,9 @@ public:
         resize(mySize);
     }
 
+    /// Slots 64 i to 64 i + 63 as bits; those past the end are clear.
+    uint64_t word(size_t i) const { return i < myWords.size() ? myWords[i] : 0; }
+
     bool any() const { return myCount != 0; }
     size_t count() const { return myCount; }
     /// Members in [first, last).
@@ -83,6 +86,13 @@ public:
     /// Calls f(slot) for each member, ascending. f may clear the slot it is given.
     template <class F> void forEach(F&& f) const {
         for (size_t i = findFrom(0); i != NONE; i = findFrom(i + 1)) f(i);
+    }
+
+    /// Members that are in both.
+    size_t countCommon(const UT_BitSet& b) const {
+        size_t n = 0;
+        for (size_t i = 0; i < myWords.size(); ++i) n += size_t(std::popcount(myWords[i] & b.word(i)));
+        return n;
     }
 
     UT_BitSet& operator|=(const UT_BitSet& b) {

@@ -21,6 +21,6 @@ static double turbulence(double x, double y, double z, int depth) {
 
 double VM_noise(double x, double y, double z) { return turbulence(x, y, z, 0); }
 
-double VM_turb(double x, double y, double z, double depth) {
-    return turbulence(x, y, z, depth >= 15 ? 15 : depth > 0 ? int(depth) : 0);
-}
+int VM_turbDepth(double depth) { return depth >= 15 ? 15 : depth > 0 ? int(depth) : 0; }
+
+double VM_turb(double x, double y, double z, double depth) { return turbulence(x, y, z, VM_turbDepth(depth)); }

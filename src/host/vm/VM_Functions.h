@@ -18,3 +18,4 @@ inline double VM_fit01(double x, double low, double high) {
 // counts as 0.
 double VM_noise(double x, double y, double z);
 double VM_turb(double x, double y, double z, double depth);
+int VM_turbDepth(double depth);

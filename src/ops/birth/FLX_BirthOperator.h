@@ -6,6 +6,8 @@
 class FLX_BirthOperator : public FLX_GenVar {
 public:
     using FLX_GenVar::FLX_GenVar;
+    /// What is born lies behind the particles of every pass that waits.
+    FLX_PassUse passUse() const override { return FLX_PassUse::Queued; }
 
 protected:
     /// Adds this cook's births to the running count of the primitive. False, with an error and nothing added, when

@@ -29,7 +29,7 @@ UT_ErrorSeverity FLX_Location::cookFlx(OP_Context& opContext) {
     initParticleList(opContext, prim);
     if (prim && !context->isGuideOnly()) {
         const bool countable = addBirths(context, prim, RATES, opContext.getTime());
-        GB_PointGroup* group = GROUP.make(*context->getDetail());
+        GB_PointGroup* group = GROUP.make(*context);
         if (countable && context->born(prim) > 0)
             giveBirths(context, prim, group, opContext.getTime(), opContext.getThread());
     }

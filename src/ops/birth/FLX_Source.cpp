@@ -195,13 +195,13 @@ void FLX_Source::buildGroupMenu(void* node, PRM_Name* names, int size, const PRM
 void FLX_Source::buildMap(Cook& cook) {
     const UT_String pattern = ATTRIB();
     const bool variables = CREATELOCALVAR();
-    cook.map->build(cook.context, cook.source, cook.context->getDetail(), pattern, variables);
+    cook.map->build(cook.context, cook.source, cook.context->peekDetail(), pattern, variables);
 }
 
 void FLX_Source::emitParticles(Cook& cook) {
     FLX_ContextData* context = cook.context;
-    GU_Detail* particles = context->getDetail();
-    cook.birthGroup = GROUP.make(*particles);
+    GU_Detail* particles = context->peekDetail();
+    cook.birthGroup = GROUP.make(*context);
     if (myType != Volume) {
         cook.map = std::make_unique<FLX_AttribMap>();
         buildMap(cook);

@@ -22,6 +22,8 @@ class FLX_DirectSet : public FLX_ParticleOperator {
 public:
     using FLX_ParticleOperator::FLX_ParticleOperator;
 
+    FLX_PassUse passUse() const override { return FLX_PassUse::Queued; }
+
 protected:
     static constexpr float RADIANS = 0.017453292f; ///< per degree
 

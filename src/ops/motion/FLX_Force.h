@@ -18,6 +18,7 @@ public:
     FLX_NoiseParms NOISE    {this};
     // clang-format on
 
+    FLX_PassUse passUse() const override { return FLX_PassUse::Queued; }
     void resolveObsoleteParms(PRM_ParmList* obsolete) override;
     static const PRM_TemplateTable& obsoleteTemplates();
 

@@ -27,6 +27,8 @@ public:
     // clang-format on
 
     const char* getGeoPathParmName() const override { return PATHPATH.token(); }
+    /// A curve that particles are set on, and what stops at an error, stand only while this cooks.
+    FLX_PassUse passUse() const override { return FLX_PassUse::Closing; }
     void resolveObsoleteParms(PRM_ParmList* obsolete) override;
     static const PRM_TemplateTable& obsoleteTemplates();
 

@@ -6,6 +6,7 @@
 class FLX_Collect final : public FLX_Node {
 public:
     using FLX_Node::FLX_Node;
+    FLX_PassUse passUse() const override { return FLX_PassUse::Queued; }
 
 protected:
     UT_ErrorSeverity cookFlx(OP_Context& context) override;

@@ -6,6 +6,7 @@
 class FLX_Null final : public FLX_Node {
 public:
     using FLX_Node::FLX_Node;
+    FLX_PassUse passUse() const override { return FLX_PassUse::Queued; }
 
     /// The particle variables: a null's expressions accept the same names.
     static const OP_VariablePair myVariablePair;

@@ -23,7 +23,7 @@ void FLX_SubNet::passOn(FLX_Node& output, OP_Context& context) {
         UTaddError("OP", FLX_ERR_SUBNET, text.c_str());
         return;
     }
-    const FLX_ParticleList& list = *output.getParticleList();
+    const FLX_ParticleList& list = *output.peekParticleList();
     for (int i = 0; i < list.entries(); ++i) addToParticleList(context, list.entry(i).prim, -1);
 }
 

@@ -15,6 +15,7 @@ public:
     // clang-format on
 
     bool isSubNetwork(bool) const override { return true; }
+    FLX_PassUse passUse() const override { return FLX_PassUse::Queued; }
     UT_String inputLabel(int i) const override;
     void childDeleted(OP_Node* child) override;
     void childFlagChange(OP_Node* child) override;

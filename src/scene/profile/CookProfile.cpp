@@ -17,7 +17,7 @@ long long particlesOf(OP_Node& node) {
     FLX_Node* particles = node.castToFLXNode();
     if (!particles) return 0;
     long long count = 0;
-    const FLX_ParticleList& list = *particles->getParticleList();
+    const FLX_ParticleList& list = *particles->peekParticleList();
     for (int i = 0; i < list.entries(); ++i)
         if (const GEO_PrimParticle* prim = list.entry(i).prim) count += (long long)(prim->particleCount());
     return count;
@@ -53,7 +53,7 @@ ProfileRow& CookProfile::rowOf(const OP_Node& node) {
 }
 
 void CookProfile::begin(ProfileRow& row, FLX_ContextData* context) {
-    const long long born = context ? context->getNumBorn() : 0, count = context ? context->getNumParticles() : 0;
+    const long long born = context ? context->getNumBorn() : 0, count = context ? context->peekNumParticles() : 0;
     myOpen.push_back({&row, context, 0, 0, born, count, 0, 0});
     myOpen.back().start = now();
 }
@@ -65,7 +65,7 @@ void CookProfile::end(long long particles) {
     long long births = 0, deaths = 0;
     if (ended.context) {
         births = ended.context->getNumBorn() - ended.born;
-        deaths = births - (ended.context->getNumParticles() - ended.count);
+        deaths = births - (ended.context->peekNumParticles() - ended.count);
     }
     if (!myOpen.empty()) {
         Open& outer = myOpen.back();

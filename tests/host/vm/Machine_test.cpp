@@ -38,7 +38,7 @@ std::vector<double> runAll(const VM_Program& program, Host& host, bool columns) 
     VM_loadConstants(program, registers.data(), lanes);
     host.program = &program;
     for (host.firstLane = 0; host.firstLane < host.input.size(); host.firstLane += size_t(lanes)) {
-        EXPECT_TRUE((columns ? VM_runColumns : VM_run)(program, registers.data(), host));
+        EXPECT_TRUE(columns ? VM_runColumns(program, registers.data(), host) : VM_run(program, registers.data(), host));
         const double* result = registers.data() + size_t(program.results[0] * lanes);
         out.insert(out.end(), result, result + lanes);
     }

@@ -1,0 +1,235 @@
+// Expressions over particles, fetch from the records and rounding to float included, against loops in C++ written for
+// just one expression; then a force with one parameter that varies.
+#include <cmath>
+
+#include "host/expr/EV_Expression.h"
+#include "ops/motion/FLX_Force.h"
+#include "support/Comparison.h"
+#include "support/Simulation.h"
+#include "vars/FLX_ParticleColumns.h"
+
+#ifdef FLX_BENCH_MUPARSER
+#include <muParser.h>
+#endif
+
+namespace {
+
+using namespace bench;
+
+struct Offsets {
+    int v, life, id;
+};
+
+struct Reader {
+    const GEO_Point* p;
+    Offsets at;
+
+    double vx() const { return double(p->castAttribData<float>(at.v)[0]); }
+    double vy() const { return double(p->castAttribData<float>(at.v)[1]); }
+    double vz() const { return double(p->castAttribData<float>(at.v)[2]); }
+    double tx() const { return double(p->getPos().x()); }
+    double ty() const { return double(p->getPos().y()); }
+    double age() const { return double(p->castAttribData<float>(at.life)[0]); }
+    double id() const { return double(float(*p->castAttribData<int>(at.id))); }
+};
+
+/// The loop that someone writes who knows the expression.
+template <class F>
+__attribute__((noinline)) void native(const GEO_PrimParticle& prim, GEO_PointAccess access, Offsets at, float* out,
+                                      F f) {
+    prim.forEachSpan([&](const uint32_t* slots, size_t n) {
+        for (size_t k = 0; k < n; ++k) out[k] = float(f(Reader{access(slots[k]), at}));
+        out += n;
+    });
+}
+
+struct Expression {
+    const char* text;
+    void (*run)(const GEO_PrimParticle&, GEO_PointAccess, Offsets, float*);
+};
+
+const Expression expressions[] = {
+    {"$VX*2 + $TY", [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o,
+                       float* out) { native(prim, a, o, out, [](const Reader& r) { return r.vx() * 2 + r.ty(); }); }},
+    {"$AGE > 1 && $TY < 0",
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* out) {
+         native(prim, a, o, out, [](const Reader& r) { return r.age() > 1 && r.ty() < 0 ? 1.0 : 0.0; });
+     }},
+    {"sin($ID*0.1) * length(vector3($VX,$VY,$VZ))",
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* out) {
+         native(prim, a, o, out, [](const Reader& r) {
+             return std::sin(r.id() * 0.1) * std::sqrt(r.vx() * r.vx() + r.vy() * r.vy() + r.vz() * r.vz());
+         });
+     }},
+    {"($VX*$VX + $VY*$VY)*0.5 - $TY*9.8 + $AGE/($ID + 1) - $TX",
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* out) {
+         native(prim, a, o, out, [](const Reader& r) {
+             return (r.vx() * r.vx() + r.vy() * r.vy()) * 0.5 - r.ty() * 9.8 + r.age() / (r.id() + 1) - r.tx();
+         });
+     }},
+};
+
+/// Particles of a location, spread out, and a force on them.
+struct Setting {
+    explicit Setting(const char* name, size_t n)
+        : simulation(name)
+        , birth(addImmortals(simulation, n))
+        , force(dynamic_cast<FLX_Force&>(simulation.add("force", "pull", &birth)))
+        , count(n)
+        , out(n) {
+        startFull(simulation, birth, force);
+        simulation.setStepping(false);
+        FLX_ContextData& context = simulation.context();
+        at = {context.getVelocityOffset(), context.getLifeOffset(), context.offset(FLX_Attrib::ID)};
+        size_t i = 0;
+        simulation.detail().points().forEach(nullptr, [&](GEO_Point* p) {
+            const auto wave = [&](double step) { return float(4 * std::sin(double(i) * step)); };
+            for (int k = 0; k < 3; ++k) p->castAttribData<float>(at.v)[k] = wave(0.1 + k);
+            p->setPos({wave(0.3), wave(0.7), wave(0.9), 1});
+            p->castAttribData<float>(at.life)[0] = 2 + wave(0.21);
+            ++i;
+        });
+        force.setupVars(&context, nullptr);
+    }
+    GEO_PointAccess access() { return simulation.detail().points().access(); }
+    const GEO_PrimParticle& prim() { return simulation.primitive(birth); }
+    void bind(const char* text) { force.setExpression("scale", 0, text); }
+    int parm() { return force.SCALE.index(); }
+
+    /// A pass that keeps the values.
+    void columns() {
+        FLX_ParticleColumns values(force);
+        const int number = values.add(parm(), 0, 0, false);
+        if (number < 0) throw std::logic_error("not in columns");
+        values.finish();
+        float* to = out.data();
+        prim().forEachSpan([&](const uint32_t* slots, size_t n) {
+            for (size_t first = 0; first < n; first += FLX_Chunk::SIZE) {
+                const size_t size = std::min(FLX_Chunk::SIZE, n - first);
+                const FLX_ColumnBlock block(values, {access(), slots + first, size, n - first - size, int(first)});
+                const FLX_Column<float> column = block.floats(number);
+                for (size_t k = 0; k < size; ++k) to[k] = column(k);
+                to += size;
+            }
+        });
+    }
+    void oneByOne() {
+        size_t i = 0;
+        prim().forEachSpan([&](const uint32_t* slots, size_t n) {
+            for (size_t k = 0; k < n; ++k) {
+                force.setCurPoint(access()(slots[k]));
+                out[i++] = force.evalFloat(parm(), 0, 0);
+            }
+        });
+        force.setCurPoint(nullptr);
+    }
+
+    Simulation simulation;
+    FLX_Node& birth;
+    FLX_Force& force;
+    size_t count;
+    std::vector<float> out;
+    Offsets at{};
+};
+
+#ifdef FLX_BENCH_MUPARSER
+class Packaged {
+public:
+    explicit Packaged(const std::string& text) {
+        std::string plain;
+        for (const char c : text)
+            if (c != '$') plain += c;
+        if (const size_t length = plain.find("length(vector3(VX,VY,VZ))"); length != std::string::npos)
+            plain = plain.substr(0, length) + "sqrt(VX*VX + VY*VY + VZ*VZ)";
+        const char* const names[] = {"VX", "VY", "VZ", "TX", "TY", "AGE", "ID"};
+        for (size_t i = 0; i < 7; ++i) myParser.DefineVar(names[i], &myValues[i]);
+        myParser.SetExpr(plain);
+        myParser.Eval();
+    }
+    double operator()(const Reader& r) {
+        const double values[] = {r.vx(), r.vy(), r.vz(), r.tx(), r.ty(), r.age(), r.id()};
+        std::copy_n(values, 7, myValues);
+        return myParser.Eval();
+    }
+
+private:
+    double myValues[7] = {};
+    mu::Parser myParser;
+};
+#endif
+
+void compare(Setting& s, const Expression& e, const char* where, double limit, int rounds) {
+    s.bind(e.text);
+    std::vector<float> expected(s.count);
+    e.run(s.prim(), s.access(), s.at, expected.data());
+    s.columns();
+    size_t differ = 0; // the C library's sine is another one
+    for (size_t i = 0; i < s.count; ++i)
+        differ += std::fabs(expected[i] - s.out[i]) > 1e-5f * (1 + std::fabs(expected[i]));
+    Comparison table(std::string(e.text) + ", " + where + (differ ? ": RESULTS DIFFER" : ""));
+    const double n = double(s.count);
+    const size_t plain = table.add("native loop", n, [&] { e.run(s.prim(), s.access(), s.at, s.out.data()); });
+    const size_t ours = table.add("columns", n, [&] { s.columns(); });
+    if (s.count < 100000) {
+        table.add("one particle after the other", n, [&] { s.oneByOne(); });
+#ifdef FLX_BENCH_MUPARSER
+        auto packaged = std::make_shared<Packaged>(e.text);
+        table.add("muparser", n, [&s, packaged] {
+            native(s.prim(), s.access(), s.at, s.out.data(), [&](const Reader& r) { return (*packaged)(r); });
+        });
+#endif
+    }
+    table.run(rounds);
+    table.print(plain);
+    table.bar(ours, plain, limit);
+}
+
+void compileTimes(Setting& s) {
+    for (const Expression& e : expressions) {
+        constexpr int TIMES = 200;
+        Comparison table(std::string("compiling ") + e.text);
+        table.add("text to columns, ns", TIMES, [&] {
+            for (int i = 0; i < TIMES; ++i) {
+                s.bind(e.text);
+                FLX_ParticleColumns values(s.force);
+                values.add(s.parm(), 0, 0, false);
+                values.finish();
+            }
+        });
+        table.run(21);
+        table.print(0);
+    }
+}
+
+void forces(Setting& s) {
+    Comparison table("force with one varying parameter, in cache: what it adds to the cook of a constant force");
+    std::vector<double> added;
+    const double n = double(s.count);
+    s.force.setFloat("force", 1, -9.8);
+    s.force.setFloat("scale", 0, 2);
+    const auto constant = [&] { s.force.setFloat("scale", 0, 2); };
+    table.add(
+        "constant force", n, [&] { s.simulation.cook(); }, constant);
+    for (const Expression& e : expressions) {
+        table.add(
+            std::string("scale = ") + e.text, n, [&] { s.simulation.cook(); }, [&] { s.bind(e.text); });
+        table.add("  its native loop", n, [&] { e.run(s.prim(), s.access(), s.at, s.out.data()); });
+    }
+    table.run(41);
+    table.print(0);
+    for (size_t i = 0; i < std::size(expressions); ++i) {
+        const double ratio = (table.ratio(1 + 2 * i, 0) - 1) / table.ratio(2 + 2 * i, 0);
+        std::printf("  bar: \"%s\" adds <= 1.50 x its native loop: %.2f, %s\n", expressions[i].text, ratio,
+                    ratio <= 1.5 ? "holds" : "MISSED");
+    }
+}
+
+} // namespace
+
+int main() {
+    Setting small("small", 8192), large("large", 1000000);
+    for (const Expression& e : expressions) compare(small, e, "8192 records", 1.5, 101);
+    for (const Expression& e : expressions) compare(large, e, "1M records", 1.25, 11);
+    compileTimes(small);
+    forces(small);
+}

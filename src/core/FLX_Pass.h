@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "host/geo/GEO_Point.h"
+
+/// Up to SIZE particles in a row: of one primitive, or of a source group in point order.
+struct FLX_Chunk {
+    static constexpr size_t SIZE = 256;
+
+    GEO_PointAccess access;
+    const uint32_t* slots;
+    size_t count;
+    size_t following; ///< slots that may be read behind the last one, to fetch what comes next
+    int iteration;    ///< how many particles the operator has met before the first one
+
+    GEO_Point* point(size_t k) const { return access(slots[k]); }
+
+    /// The first n particles, and those from the n-th on.
+    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration}; }
+    FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n)}; }
+
+    /// Calls work(k, point) for every particle in order, fetching records ahead.
+    template <class Work> void forEach(const Work& work) const {
+        constexpr size_t AHEAD = 24;
+        const size_t n = count, readable = count + following;
+        const uint32_t* const at = slots;
+        const GEO_PointAccess records = access;
+        const Work local(work); // what has no address outside stays in registers over the writes to the records
+        for (size_t k = 0; k < n; ++k) {
+            // Records in a row the processor fetches by itself.
+            if (k + AHEAD < readable && at[k + AHEAD] != at[k] + AHEAD) __builtin_prefetch(records(at[k + AHEAD]), 1);
+            local(k, records(at[k]));
+        }
+    }
+};
+
+/// The loop of an operator over its particles, in pieces: made once per cook with every value it uses, then run chunk
+/// by chunk in the operator's order of particles.
+class FLX_Pass {
+public:
+    virtual ~FLX_Pass();
+    FLX_Pass(const FLX_Pass&) = delete;
+    FLX_Pass& operator=(const FLX_Pass&) = delete;
+
+    virtual void run(const FLX_Chunk& chunk) = 0;
+
+    /// It holds all it uses and evaluates nothing that can fail or that another particle's turn can change: with other
+    /// operators' passes between its chunks it does the same, as long as no particle is met twice and its operator's
+    /// formula keeps to its own particle. False: it is to be run over all particles before anything else happens.
+    bool isSelfContained() const { return mySelfContained; }
+
+    /// It uses the number of the particle, in its operator's order or in the detail's: those that are about to be reaped
+    /// must have gone before it runs.
+    bool countsParticles() const { return myCountsParticles; }
+
+    /// Runs over `n` particles in chunks, the first being the operator's particle number `iteration`.
+    void runAll(GEO_PointAccess access, const uint32_t* slots, size_t n, int iteration);
+
+protected:
+    FLX_Pass() = default;
+    void setSelfContained(bool on) { mySelfContained = on; }
+    void setCountsParticles(bool on) { myCountsParticles = on; }
+
+private:
+    bool mySelfContained = true;
+    bool myCountsParticles = false;
+};

@@ -1,0 +1,111 @@
+#include "core/FLX_StepPass.h"
+
+#include <type_traits>
+
+#include "core/FLX_PlainStep.h"
+#include "core/FLX_Rules.h"
+#include "core/FLX_StepParticle.h"
+
+namespace {
+
+/// The ordinary step; here the compiler knows.
+struct EveryPhase {
+    static constexpr bool reap = true, rules = true, prep = true;
+};
+
+bool isReapable(int bits) { return (bits & FLX_DEAD) && !(bits & FLX_SUPPRESS_REAP); }
+
+template <bool Plain, class P> class StepPass final : public FLX_StepPass {
+public:
+    StepPass(const FLX_ContextData& context, const FLX_Rules& rules, const P phases)
+        : FLX_StepPass(context)
+        , myRules(rules)
+        , myPhases(phases) {}
+
+    void run(const FLX_Chunk& chunk) override {
+        if constexpr (Plain && std::is_same_v<P, EveryPhase>) {
+            if (const FLX_PlainStep plain(myRules); plain.fits()) {
+                chunk.forEach([this, plain](size_t, GEO_Point* p) {
+                    if (!plain.step(p)) step(p);
+                });
+                return;
+            }
+        }
+        chunk.forEach([this](size_t, GEO_Point* p) { step(p); });
+    }
+
+private:
+    void step(GEO_Point* p) {
+        if (myPhases.reap && isReapable(myRules.state(p))) {
+            noteReapable(p->slot());
+            if (deletesDead()) return;
+        }
+        FLXstepParticle<Plain>(p, myRules, myPhases.rules, myPhases.prep);
+    }
+
+    FLX_Rules myRules;
+    P myPhases;
+};
+
+template <class P> std::unique_ptr<FLX_StepPass> makePass(const FLX_ContextData& context, const P phases) {
+    const FLX_Rules rules(context);
+    if (rules.plain()) return std::make_unique<StepPass<true, P>>(context, rules, phases);
+    return std::make_unique<StepPass<false, P>>(context, rules, phases);
+}
+
+// A dead particle leaves the count once, also when it stays in its primitive because the dead are kept.
+void countDead(FLX_ContextData& context, const FLX_PassRange& range, const UT_BitSet& reapable) {
+    for (size_t i = 0; i < range.count; ++i) {
+        if (!reapable.test(range.prim->particleSlot(i)) || range.prim->isDead(i)) continue;
+        context.bumpNumParticles(-1);
+        range.prim->deadParticle(i);
+    }
+}
+
+// Drops the particles whose points are in the set, and marks of death that no particle bears any more.
+size_t dropDead(FLX_ContextData& context, GEO_PrimParticle& prim, const UT_BitSet& reapable) {
+    size_t index = 0, counted = 0;
+    const size_t dropped = prim.compact([&](uint32_t slot) {
+        const size_t i = index++;
+        if (slot >= reapable.size() || !reapable.test(slot)) return true;
+        counted += !prim.isDead(i);
+        return false;
+    });
+    context.bumpNumParticles(-int(counted));
+    return dropped;
+}
+
+} // namespace
+
+FLX_StepPass::FLX_StepPass(const FLX_ContextData& context)
+    : myDeletesDead(context.deleteDead != 0)
+    , myDetail(*context.peekDetail()) {}
+
+std::unique_ptr<FLX_StepPass> FLX_StepPass::make(const FLX_ContextData& context, FLX_StepPhases phases) {
+    if (!context.peekDetail() || !phases.any()) return nullptr;
+    std::unique_ptr<FLX_StepPass> pass =
+        phases.all() ? makePass(context, EveryPhase{}) : makePass<FLX_StepPhases>(context, phases);
+    pass->myReaps = phases.reap;
+    return pass;
+}
+
+void FLX_StepPass::noteReapable(uint32_t slot) {
+    if (!myReapable.size()) myReapable.resize(myDetail.points().slotEnd());
+    myReapable.set(slot);
+}
+
+void FLX_StepPass::reap(FLX_ContextData& context, const FLX_PassDomain& domain, std::vector<size_t>& dropped) const {
+    const std::vector<FLX_PassRange>& ranges = domain.ranges();
+    dropped.assign(ranges.size(), 0);
+    size_t total = 0;
+    for (size_t i = 0; myReaps && i < ranges.size(); ++i) {
+        const FLX_PassRange& range = ranges[i];
+        const bool any = myReapable.any();
+        if (myDeletesDead && (any || range.prim->anyMarkedDead()))
+            dropped[i] = dropDead(context, *range.prim, myReapable);
+        else if (!myDeletesDead && any)
+            countDead(context, range, myReapable);
+        total += dropped[i];
+    }
+    if (total) context.peekDetail()->removeUnusedPoints();
+}

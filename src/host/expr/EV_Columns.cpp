@@ -1,0 +1,202 @@
+#include "host/expr/EV_Columns.h"
+#include "host/expr/EV_Code.h"
+#include "host/vm/VM_Builder.h"
+#include "host/vm/VM_Kernels.h"
+#include <algorithm>
+#include <bit>
+
+namespace {
+
+// Bounds the memory for the columns of an operator: 2 KiB each.
+constexpr size_t MAX_NODES = 1000;
+
+class NoHost final : public VM_Host {
+    bool callSite(const VM_Instruction&, double*, int) override { return false; }
+};
+
+bool isJump(VM_Op op) { return op == VM_Op::JumpNone || op == VM_Op::JumpAll; }
+
+// Worth a test whether any lane needs it.
+bool isExpensive(VM_Op op) {
+    const bool function = op >= VM_Op::Rand && op <= VM_Op::Log10;
+    return function || op == VM_Op::Mod || op == VM_Op::Pow || op == VM_Op::Atan2 || op >= VM_Op::Noise;
+}
+
+bool readsVariablesOnly(const EV_Code& code) {
+    return std::all_of(code.sites.begin(), code.sites.end(),
+                       [](const EV_Site& site) { return site.kind == EV_Site::Local || site.kind == EV_Site::Global; });
+}
+
+} // namespace
+
+// ---- what is to be computed
+
+EV_Columns::Value EV_Columns::numberValue(double number) {
+    const auto [at, isNew] = myNumberIndex.try_emplace(std::bit_cast<uint64_t>(number), int(myNumbers.size()));
+    if (isNew) myNumbers.push_back(number);
+    return -1 - at->second;
+}
+
+EV_Columns::Value EV_Columns::inputValue(int id) {
+    const auto [at, isNew] = myInputNodes.try_emplace(id, Value(myNodes.size()));
+    if (isNew) myNodes.push_back({VM_Op::End, {}, id, 0, false});
+    return at->second;
+}
+
+EV_Columns::Value EV_Columns::emit(VM_Op op, const Value* src) {
+    const int arity = VM_arity(op);
+    if (std::all_of(src, src + arity, [](Value v) { return v < 0; })) {
+        double n[4] = {0, 0, 0, 0};
+        std::transform(src, src + arity, n, [this](Value v) { return myNumbers[size_t(-1 - v)]; });
+        return numberValue(VM_apply(op, n[0], n[1], n[2], n[3]));
+    }
+    if (op == VM_Op::Select && src[0] < 0) return myNumbers[size_t(-1 - src[0])] != 0 ? src[1] : src[2];
+    Key key{int(op), 0, 0, 0, 0};
+    std::copy(src, src + arity, key.begin() + 1);
+    const auto [at, isNew] = myKnown.try_emplace(key, Value(myNodes.size()));
+    if (!isNew) return at->second;
+    myKnownOrder.push_back(key);
+    Node node;
+    node.op = op;
+    std::copy(src, src + arity, node.src);
+    myNodes.push_back(node);
+    return at->second;
+}
+
+// A jump over cheap code costs more than the code.
+void EV_Columns::enterRegion(const EV_Code& code, size_t at, Value condition, std::vector<Region>& regions) {
+    const VM_Instruction& jump = code.program.code[at];
+    const auto begin = code.program.code.begin();
+    const bool pays = std::any_of(begin + std::ptrdiff_t(at), begin + std::ptrdiff_t(jump.target),
+                                  [](const VM_Instruction& i) { return isExpensive(i.op); });
+    if (!pays || condition < 0) return;
+    regions.push_back({jump.target, myNodes.size(), myKnownOrder.size()});
+    myNodes.push_back({jump.op, {condition, 0, 0, 0}, 0, 0, false});
+}
+
+// What was computed in code that may have been skipped is not known behind it.
+void EV_Columns::leaveRegions(size_t at, std::vector<Region>& regions) {
+    size_t known = myKnownOrder.size();
+    for (const Region& region : regions)
+        if (region.end == at) {
+            myNodes[region.jump].target = myNodes.size();
+            known = std::min(known, region.known);
+        }
+    std::erase_if(regions, [at](const Region& region) { return region.end == at; });
+    for (Region& region : regions) region.known = std::min(region.known, known);
+    for (; myKnownOrder.size() > known; myKnownOrder.pop_back()) myKnown.erase(myKnownOrder.back());
+}
+
+EV_Columns::Value EV_Columns::lower(const EV_Code& code, const std::vector<Value>& variables) {
+    const VM_Program& program = code.program;
+    const Value zero = numberValue(0);
+    std::vector<Value> registers(size_t(program.numRegisters), zero);
+    std::transform(program.constants.begin(), program.constants.end(), registers.begin(),
+                   [this](double number) { return numberValue(number); });
+    std::vector<Region> regions;
+    for (size_t at = 0; at < program.code.size(); ++at) {
+        const VM_Instruction& i = program.code[at];
+        leaveRegions(at, regions);
+        if (i.op == VM_Op::End) break;
+        Value src[4];
+        for (int k = 0; k < 4; ++k) src[k] = registers[i.src[k]];
+        if (isJump(i.op))
+            enterRegion(code, at, src[0], regions);
+        else
+            registers[i.dst] = i.op == VM_Op::Host ? variables[i.target] : emit(i.op, src);
+    }
+    return registers[program.results[0]];
+}
+
+int EV_Columns::add(EV_EXPRESSION& expression, EV_Scope& scope, double t, const Locals& locals) {
+    if (!expression.bind(scope)) return -1;
+    const EV_Code& code = expression.code();
+    if (code.resultType != EV_FLOAT || code.analysis.canFail || !readsVariablesOnly(code)) return -1;
+    if (myNodes.size() + code.program.code.size() + code.program.constants.size() > MAX_NODES) return -1;
+    std::map<int, double> numbers; // of the locals that are none of the inputs
+    for (int id : code.analysis.locals) {
+        double number = 0;
+        const Local local = locals(id, number);
+        if (local == Local::Refused) return -1;
+        if (local == Local::Number) numbers[id] = number;
+    }
+    std::vector<Value> variables;
+    for (const EV_Site& site : code.sites) {
+        const auto number = numbers.find(site.id);
+        if (site.kind == EV_Site::Global)
+            variables.push_back(numberValue(scope.globalValue(site.id, t)));
+        else
+            variables.push_back(number != numbers.end() ? numberValue(number->second) : inputValue(site.id));
+    }
+    myResults.push_back(lower(code, variables));
+    return int(myResults.size()) - 1;
+}
+
+// ---- the program
+
+bool EV_Columns::skipsAnything(size_t jump) const {
+    const auto begin = myNodes.begin() + std::ptrdiff_t(jump) + 1;
+    return std::any_of(begin, myNodes.begin() + std::ptrdiff_t(myNodes[jump].target),
+                       [](const Node& node) { return node.isRead && isExpensive(node.op); });
+}
+
+void EV_Columns::findRead() {
+    for (Value result : myResults) markRead(result);
+    for (size_t i = myNodes.size(); i-- > 0;) {
+        Node& node = myNodes[i];
+        if (isJump(node.op)) node.isRead = skipsAnything(i);
+        for (int k = 0; node.isRead && k < VM_arity(node.op); ++k) markRead(node.src[k]);
+    }
+}
+
+void EV_Columns::build() {
+    VM_Builder builder;
+    std::vector<VM_Builder::Value> values(myNodes.size(), 0), inputs;
+    for (const auto& [id, node] : myInputNodes)
+        if (myNodes[size_t(node)].isRead) myInputs.push_back(id);
+    builder.emitHost({}, int(myInputs.size()), inputs);
+    for (size_t i = 0; i < myInputs.size(); ++i) values[size_t(myInputNodes[myInputs[i]])] = inputs[i];
+    const auto valueOf = [&](Value v) {
+        return v < 0 ? builder.constant(myNumbers[size_t(-1 - v)]) : values[size_t(v)];
+    };
+    std::multimap<size_t, size_t> jumps; // to the node: from there
+    const auto aim = [&](size_t node) {
+        const auto [first, last] = jumps.equal_range(node);
+        for (auto jump = first; jump != last; ++jump) builder.aimHere(jump->second);
+    };
+    for (size_t i = 0; i < myNodes.size(); ++i) {
+        aim(i);
+        const Node& node = myNodes[i];
+        if (!node.isRead || node.op == VM_Op::End) continue;
+        if (isJump(node.op))
+            jumps.emplace(node.target, builder.emitJump(node.op, valueOf(node.src[0])));
+        else
+            values[i] = builder.emit(
+                node.op, {valueOf(node.src[0]), valueOf(node.src[1]), valueOf(node.src[2]), valueOf(node.src[3])});
+    }
+    aim(myNodes.size());
+    std::vector<VM_Builder::Value> results;
+    for (Value result : myResults)
+        if (result >= 0) results.push_back(values[size_t(result)]);
+    builder.finish(results, myProgram); // MAX_NODES are fewer than there may be registers
+}
+
+void EV_Columns::finish() {
+    findRead();
+    build();
+    myInputRegisters = myProgram.sites[0].writes;
+    size_t at = 0;
+    for (Value result : myResults) myResultRegisters.push_back(result < 0 ? uint16_t(0) : myProgram.results[at++]);
+    myFilled = VM_constantColumns(myProgram);
+    // The inputs are filled before a run, so the first instruction has nothing left to do.
+    myProgram.code.erase(myProgram.code.begin());
+    for (VM_Instruction& i : myProgram.code)
+        if (isJump(i.op)) --i.target;
+}
+
+void EV_Columns::run(double* memory, int lanes) const {
+    NoHost none;
+    for (uint16_t number : myFilled)
+        std::fill_n(memory + size_t(number) * VM_LANES, VM_LANES, myProgram.constants[number]);
+    VM_runColumns(myProgram, memory, none, lanes);
+}

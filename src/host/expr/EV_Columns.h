@@ -1,0 +1,86 @@
+#pragma once
+#include "host/vm/VM_Machine.h"
+#include <functional>
+#include <map>
+
+class EV_EXPRESSION;
+class EV_Scope;
+struct EV_Code;
+
+// Expressions of numbers that are evaluated together over lanes, the local variables having a value of their own in
+// each. What they have in common is computed once. Each lane gets the bits that ev_EvaluateFloat gives.
+//
+//     add(...) for each, finish(), then for each block of lanes: fill input(memory, i), run(memory, lanes), read result
+class EV_Columns {
+public:
+    // What a local variable is here: an input, a number for all lanes, or something that only the scope can serve.
+    enum class Local { Input, Number, Refused };
+    using Locals = std::function<Local(int id, double& number)>;
+
+    // The number of the result; or -1, and nothing changed, when the expression cannot be evaluated like this: it could
+    // fail, calls functions of the application, handles strings, yields no number, or is very large. Globals have their
+    // values at time t.
+    int add(EV_EXPRESSION& expression, EV_Scope& scope, double t, const Locals& locals);
+    void finish();
+
+    // The ids of the local variables that are read, known after finish().
+    const std::vector<int>& inputs() const { return myInputs; }
+
+    size_t numInstructions() const { return myProgram.code.size() - 1; }
+
+    // Doubles that `memory` must hold, initialised. Nothing is kept in it from run to run.
+    size_t memorySize() const { return size_t(myProgram.numRegisters) * VM_LANES; }
+    double* input(double* memory, size_t i) const { return memory + size_t(myInputRegisters[i]) * VM_LANES; }
+    // Computes the first `lanes` lanes; at most VM_LANES. The inputs are used up.
+    void run(double* memory, int lanes) const;
+
+    bool isNumber(int result) const { return myResults[size_t(result)] < 0; }
+    double number(int result) const { return myNumbers[size_t(-1 - myResults[size_t(result)])]; }
+    const double* column(const double* memory, int result) const {
+        return memory + size_t(myResultRegisters[size_t(result)]) * VM_LANES;
+    }
+
+private:
+    using Value = int; // a node, or -1 - n: the number n
+
+    struct Node {
+        VM_Op op = VM_Op::End; // End: the input `id`
+        Value src[4] = {0, 0, 0, 0};
+        int id = 0;
+        size_t target = 0; // jumps: the node they skip to
+        bool isRead = false;
+    };
+    struct Region {   // code that a jump may skip
+        size_t end;   // in the expression's code
+        size_t jump;  // the node
+        size_t known; // values that were known before it
+    };
+    using Key = std::array<int, 5>;
+
+    Value numberValue(double number);
+    Value inputValue(int id);
+    Value emit(VM_Op op, const Value* src);
+    void enterRegion(const EV_Code& code, size_t at, Value condition, std::vector<Region>& regions);
+    void leaveRegions(size_t at, std::vector<Region>& regions);
+    Value lower(const EV_Code& code, const std::vector<Value>& variables);
+    void markRead(Value value) {
+        if (value >= 0) myNodes[size_t(value)].isRead = true;
+    }
+    bool skipsAnything(size_t jump) const;
+    void findRead();
+    void build();
+
+    std::vector<double> myNumbers;
+    std::map<uint64_t, int> myNumberIndex; // by bits
+    std::vector<Node> myNodes;
+    std::map<int, Value> myInputNodes; // by id
+    std::map<Key, Value> myKnown;      // what has been computed wherever the code stands now
+    std::vector<Key> myKnownOrder;
+    std::vector<Value> myResults;
+
+    VM_Program myProgram;
+    std::vector<int> myInputs;
+    std::vector<uint16_t> myInputRegisters;
+    std::vector<uint16_t> myResultRegisters; // 0 for numbers
+    std::vector<uint16_t> myFilled;          // constants that are read as columns
+};

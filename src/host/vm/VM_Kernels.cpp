@@ -1,0 +1,185 @@
+#include "host/vm/VM_Kernels.h"
+#include "host/ut/UT_Noise.h"
+#include "host/vm/VM_Formulas.h"
+#include "host/vm/VM_Machine.h"
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+// A result lies on an operand or apart from it, so a loop over lanes has no dependence.
+#if defined(__GNUC__) && !defined(__clang__)
+#define VM_LANE_LOOP _Pragma("GCC ivdep")
+#else
+#define VM_LANE_LOOP
+#endif
+
+namespace {
+
+// The kernels of an operation by which operands are numbers; null where there is none.
+using VM_Forms = std::array<VM_Kernel, 8>;
+
+#define VM_SPACE baseline
+#define VM_TARGET
+#define VM_WIDE 0
+#include "host/vm/VM_Kernels.inl"
+#undef VM_SPACE
+#undef VM_TARGET
+#undef VM_WIDE
+
+#if defined(__x86_64__)
+#define VM_WIDE 1
+#define VM_SPACE avx2
+#define VM_TARGET __attribute__((target("avx2")))
+#include "host/vm/VM_Kernels.inl"
+#undef VM_SPACE
+#undef VM_TARGET
+
+#define VM_SPACE avx512
+#define VM_TARGET __attribute__((target("avx2,avx512f,avx512dq,avx512vl,avx512bw")))
+#include "host/vm/VM_Kernels.inl"
+#undef VM_SPACE
+#undef VM_TARGET
+#endif
+
+// ---- operations whose functions have block forms of their own, for every path
+
+#define VM_BLOCK_1(NAME, FUNCTION)                                                                                     \
+    void NAME##_0(double* to, const VM_Operand* operands, int n) { UT_Math::FUNCTION(operands[0].column, to, n); }
+#define VM_BLOCK_2(NAME, FUNCTION)                                                                                     \
+    void NAME##_0(double* to, const VM_Operand* operands, int n) {                                                     \
+        UT_Math::FUNCTION(operands[0].column, operands[1].column, to, n);                                              \
+    }
+VM_BLOCKS_1(VM_BLOCK_1)
+VM_BLOCKS_2(VM_BLOCK_2)
+
+void turbulence(double* to, const VM_Operand* operands, int n, int depth) {
+    static const UT_Noise theNoise;
+    float at[3][VM_LANES], unused[2][VM_LANES];
+    for (int a = 0; a < 3; ++a)
+        for (int k = 0; k < n; ++k) at[a][k] = float(operands[a].column[k]);
+    theNoise.turbulence(at[0], at[1], at[2], n, depth, at[0], unused[0], unused[1], 0.5f, 1.0f);
+    for (int k = 0; k < n; ++k) to[k] = double(at[0][k]);
+}
+
+void Noise_0(double* to, const VM_Operand* operands, int n) { turbulence(to, operands, n, 0); }
+
+void Turb_0(double* to, const VM_Operand* operands, int n) {
+    const double *x = operands[0].column, *y = operands[1].column, *z = operands[2].column, *d = operands[3].column;
+    for (int k = 0; k < n; ++k) to[k] = VM_turb(x[k], y[k], z[k], d[k]);
+}
+
+// A depth for all lanes, as it nearly always is.
+void Turb_8(double* to, const VM_Operand* operands, int n) {
+    turbulence(to, operands, n, VM_turbDepth(operands[3].number));
+}
+
+VM_Kernel blockKernel(VM_Op op, unsigned numbers) {
+    if (op == VM_Op::Turb && numbers == 8) return Turb_8;
+    if (numbers != 0) return nullptr;
+    switch (op) {
+#define VM_BLOCK_CASE(NAME, FUNCTION)                                                                                  \
+    case VM_Op::NAME: return NAME##_0;
+        VM_BLOCKS_1(VM_BLOCK_CASE)
+        VM_BLOCKS_2(VM_BLOCK_CASE)
+    case VM_Op::Noise: return Noise_0;
+    case VM_Op::Turb: return Turb_0;
+    default: return nullptr;
+    }
+}
+
+// ---- the tables
+
+struct Kernels {
+    std::array<VM_Forms, size_t(VM_Op::NumOps)> forms;
+    int (*fetchGroups)(const VM_Records&, ptrdiff_t, const VM_Field*);
+
+    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, ptrdiff_t, const VM_Field*))
+        : forms()
+        , fetchGroups(fetch) {
+        for (size_t i = 0; i < forms.size(); ++i) forms[i] = formsOf(VM_Op(i));
+    }
+};
+
+const Kernels& kernelsOf(VM_Path path) {
+    static const Kernels theBaseline(baseline::formsOf, baseline::fetchGroups);
+#if defined(__x86_64__)
+    static const Kernels theAvx2(avx2::formsOf, avx2::fetchGroups), theAvx512(avx512::formsOf, avx512::fetchGroups);
+    if (path == VM_Path::Avx2) return theAvx2;
+    if (path == VM_Path::Avx512) return theAvx512;
+#endif
+    return theBaseline;
+}
+
+bool hasPath([[maybe_unused]] VM_Path path) {
+#if defined(__x86_64__)
+    if (path == VM_Path::Avx2) return __builtin_cpu_supports("avx2");
+    if (path == VM_Path::Avx512)
+        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512f") &&
+               __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
+               __builtin_cpu_supports("avx512bw");
+#endif
+    return path == VM_Path::Baseline;
+}
+
+VM_Path firstPath() {
+    const char* text = std::getenv("FLX_VECTORS");
+    const std::string_view wanted = text ? text : "";
+    if (wanted == "baseline") return VM_Path::Baseline;
+    if (wanted != "avx2" && hasPath(VM_Path::Avx512)) return VM_Path::Avx512;
+    return hasPath(VM_Path::Avx2) ? VM_Path::Avx2 : VM_Path::Baseline;
+}
+
+std::atomic<VM_Path>& currentPath() {
+    static std::atomic<VM_Path> thePath{firstPath()};
+    return thePath;
+}
+
+std::atomic<const Kernels*>& currentKernels() {
+    static std::atomic<const Kernels*> theKernels{&kernelsOf(currentPath())};
+    return theKernels;
+}
+
+double valueOf(const VM_Field& field, const char* at) {
+    uint32_t bits;
+    std::memcpy(&bits, at, sizeof bits);
+    switch (field.kind) {
+    case VM_Field::Int: return double(float(int32_t(bits)));
+    case VM_Field::Bit: return bits & field.mask ? 1 : 0;
+    case VM_Field::Float: break;
+    }
+    return double(std::bit_cast<float>(bits));
+}
+
+} // namespace
+
+VM_Path VM_path() { return currentPath(); }
+
+bool VM_setPath(VM_Path path) {
+    if (!hasPath(path)) return false;
+    currentPath() = path;
+    currentKernels() = &kernelsOf(path);
+    return true;
+}
+
+VM_Kernel VM_kernel(VM_Op op, unsigned numbers) {
+    if (numbers < 8)
+        if (VM_Kernel kernel = currentKernels().load(std::memory_order_relaxed)->forms[size_t(op)][numbers])
+            return kernel;
+    return blockKernel(op, numbers);
+}
+
+void VM_fetch(const VM_Records& records, ptrdiff_t offset, const VM_Field fields[4]) {
+    int k = currentKernels().load(std::memory_order_relaxed)->fetchGroups(records, offset, fields);
+    for (; k < records.count; ++k) {
+        const char* record = records.pointers ? records.pointers[k] : records.first + size_t(k) * records.stride;
+        for (int i = 0; i < 4; ++i)
+            if (fields[i].to) fields[i].to[k] = valueOf(fields[i], record + offset + 4 * i);
+    }
+}

@@ -1,0 +1,253 @@
+// Expressions over columns: the bits of one lane after the other, with every set of instructions.
+#include "host/expr/EV_Columns.h"
+#include "host/expr/EV_Expression.h"
+#include "host/expr/EV_Function.h"
+#include "host/vm/VM_Kernels.h"
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+constexpr size_t LANES = 1000;
+constexpr std::array<const char*, 6> theNames{"VX", "TY", "AGE", "ID", "MASS", "ODD"};
+
+bool notPure(EV_CallContext&, const EV_Value* args, int, EV_Value& result) {
+    result = args[0];
+    return true;
+}
+constexpr EV_Type oneNumber[] = {EV_FLOAT};
+const EV_FUNCTION ask{EV_NOFAIL, "columnsask", 1, EV_FLOAT, oneNumber, &notPure};
+
+// Locals 0 to 5 have a value per lane; 6, $STEP, has one for all; 7, $GONE, is only known to the scope.
+class Lanes final : public EV_Scope {
+public:
+    std::vector<std::array<float, theNames.size()>> values;
+    size_t lane = 0;
+
+    bool findVariable(std::string_view name, EV_Variable& out) const override {
+        for (size_t i = 0; i < theNames.size(); ++i)
+            if (name == theNames[i]) return out = {EV_Variable::Local, int(i), 0}, true;
+        if (name == "STEP") return out = {EV_Variable::Local, 6, 0}, true;
+        if (name == "GONE") return out = {EV_Variable::Local, 7, 0}, true;
+        return name == "T" && (out = {EV_Variable::Global, 0, 0}, true);
+    }
+    unsigned variableSerial() const override { return 1; }
+    float localValue(int id, int) override { return id < 6 ? values[lane][size_t(id)] : 0.125f; }
+    double globalValue(int, double t) override { return t; }
+    void variableNames(std::vector<std::string>&) const override {}
+    OP_Parameters* node() override { return nullptr; }
+
+    static EV_Columns::Local meaning(int id, double& number) {
+        if (id == 6) number = 0.125;
+        return id < 6 ? EV_Columns::Local::Input : id == 6 ? EV_Columns::Local::Number : EV_Columns::Local::Refused;
+    }
+};
+
+Lanes randomLanes() {
+    std::mt19937 random(11);
+    const auto uniform = [&](float low, float high) { return low + float(random() >> 8) * 0x1p-24f * (high - low); };
+    const float odd[] = {0, -0.0f, 1, -1, 0.5f, 1e-40f, 3e38f, -3e38f, INFINITY, -INFINITY, NAN, 16777216, 1e-5f};
+    Lanes out;
+    for (size_t i = 0; i < LANES; ++i)
+        out.values.push_back({uniform(-3, 3), uniform(-100, 5), uniform(0, 4), float(i), uniform(0.1f, 9),
+                              odd[random() % std::size(odd)]});
+    return out;
+}
+
+// Texts of the whole language that works on numbers.
+class Writer {
+public:
+    explicit Writer(unsigned seed)
+        : myRandom(seed) {}
+
+    std::string expression(int depth) {
+        if (depth <= 0) return leaf();
+        const auto part = [&] { return expression(depth - 1 - int(pick(2))); };
+        const std::string a = part(), b = part();
+        switch (pick(8)) {
+        case 0: return "(" + a + " ? " + b + " : " + part() + ")";
+        case 1: return "(" + a + (pick(2) ? " && " : " || ") + b + ")";
+        case 2: return (pick(2) ? "-(" : "!(") + a + ")";
+        case 3: return function1() + "(" + a + ")";
+        case 4: return function(a, b, part());
+        default: return "(" + a + " " + sign() + " " + b + ")";
+        }
+    }
+
+private:
+    unsigned pick(unsigned n) { return unsigned(myRandom() % n); }
+    std::string leaf() {
+        static const char* const others[] = {"$T", "$STEP", "0", "1", "2", "-1.5", "0.1", "1e3", "7", "0.25"};
+        return pick(3) ? std::string("$") + theNames[pick(unsigned(theNames.size()))] : others[pick(10)];
+    }
+    std::string sign() {
+        static const char* const all[] = {"+", "-", "*", "/", "%", "^", "==", "!=", "<", "<=", ">", ">=", "+", "*"};
+        return all[pick(14)];
+    }
+    std::string function1() {
+        static const char* const all[] = {"abs",   "acos",  "asin", "atan", "ceil", "cos",   "cosh", "deg",
+                                          "exp",   "floor", "frac", "int",  "log",  "log10", "rad",  "rand",
+                                          "round", "sign",  "sin",  "sinh", "sqrt", "tan",   "tanh", "trunc"};
+        return all[pick(24)];
+    }
+    std::string function(const std::string& a, const std::string& b, const std::string& c) {
+        const std::string three = a + ", " + b + ", " + c;
+        switch (pick(10)) {
+        case 0: return "clamp(" + three + ")";
+        case 1: return "fit(" + three + ", 2, " + a + ")";
+        case 2: return "smooth(" + three + ")";
+        case 3: return "min(" + three + ")";
+        case 4: return "max(" + a + ", " + b + ")";
+        case 5: return "noise(" + three + ")";
+        case 6: return "turb(" + three + ", " + (pick(2) ? "2" : b) + ")";
+        case 7: return "atan2(" + a + ", " + b + ")";
+        case 8: return "length(vector3(" + three + "))";
+        default: return "dot(vector3(" + three + "), normalize(vector3(" + b + ", 1, " + a + ")))";
+        }
+    }
+
+    std::mt19937 myRandom;
+};
+
+uint64_t bitsOf(double value) { return value != value ? 0x7ff8000000000000u : std::bit_cast<uint64_t>(value); }
+
+// The results of several expressions in columns, one after the other per expression; with `n` lanes in the last block.
+std::vector<std::vector<double>> inColumns(const std::vector<std::string>& texts, Lanes& lanes, double t) {
+    EV_Columns columns;
+    std::vector<int> numbers;
+    for (const std::string& text : texts) {
+        EV_EXPRESSION expression(text);
+        numbers.push_back(columns.add(expression, lanes, t, Lanes::meaning));
+        EXPECT_GE(numbers.back(), 0) << text;
+    }
+    columns.finish();
+    std::vector<double> memory(columns.memorySize() + 1, 1e99);
+    std::vector<std::vector<double>> out(texts.size());
+    for (size_t first = 0; first < LANES; first += VM_LANES) {
+        const size_t n = std::min(size_t(VM_LANES), LANES - first);
+        for (size_t i = 0; i < columns.inputs().size(); ++i)
+            for (size_t k = 0; k < n; ++k)
+                columns.input(memory.data(), i)[k] = double(lanes.values[first + k][size_t(columns.inputs()[i])]);
+        columns.run(memory.data(), int(n));
+        for (size_t e = 0; e < texts.size(); ++e)
+            for (size_t k = 0; k < n; ++k)
+                out[e].push_back(columns.isNumber(numbers[e]) ? columns.number(numbers[e])
+                                                              : columns.column(memory.data(), numbers[e])[k]);
+    }
+    return out;
+}
+
+std::vector<double> oneByOne(const std::string& text, Lanes& lanes, double t) {
+    EV_EXPRESSION expression(text);
+    std::vector<double> out;
+    for (lanes.lane = 0; lanes.lane < LANES; ++lanes.lane) out.push_back(ev_EvaluateFloat(expression, lanes, t, 0));
+    EXPECT_EQ(EV_errNo(0), 0) << text << EV_errText(0);
+    return out;
+}
+
+std::vector<VM_Path> paths() {
+    const VM_Path before = VM_path();
+    std::vector<VM_Path> out;
+    for (const VM_Path path : {VM_Path::Baseline, VM_Path::Avx2, VM_Path::Avx512})
+        if (VM_setPath(path)) out.push_back(path);
+    VM_setPath(before);
+    return out;
+}
+
+int compare(const std::vector<std::string>& texts, Lanes& lanes, uint64_t& hash) {
+    std::vector<std::vector<double>> expected;
+    for (const std::string& text : texts) expected.push_back(oneByOne(text, lanes, 1.5));
+    const VM_Path before = VM_path();
+    int wrong = 0;
+    for (const VM_Path path : paths()) {
+        VM_setPath(path);
+        const std::vector<std::vector<double>> found = inColumns(texts, lanes, 1.5);
+        for (size_t e = 0; e < texts.size(); ++e)
+            for (size_t k = 0; k < LANES; ++k) {
+                if (bitsOf(found[e][k]) == bitsOf(expected[e][k])) continue;
+                ADD_FAILURE() << "path " << int(path) << ", lane " << k << ": " << found[e][k] << " is not "
+                              << expected[e][k] << "\n"
+                              << texts[e];
+                if (++wrong > 10) return wrong;
+                break;
+            }
+    }
+    VM_setPath(before);
+    for (const std::vector<double>& values : expected)
+        for (const double value : values) hash = (hash ^ bitsOf(value)) * 0x100000001b3u;
+    return wrong;
+}
+
+} // namespace
+
+// FLX_COLUMN_EXPRESSIONS asks for more of them.
+TEST(Columns, GiveTheBitsOfOneLaneOnEveryPath) {
+    const char* wanted = std::getenv("FLX_COLUMN_EXPRESSIONS");
+    constexpr unsigned USUAL = 300;
+    const unsigned count = wanted ? unsigned(std::atoi(wanted)) : USUAL;
+    Lanes lanes = randomLanes();
+    uint64_t hash = 0xcbf29ce484222325u, usual = 0;
+    // Three at a time share what they have in common.
+    for (unsigned seed = 0; seed < count; seed += 3) {
+        std::vector<std::string> texts;
+        for (unsigned i = 0; i < 3; ++i) texts.push_back(Writer(seed + i).expression(int(1 + (seed + i) % 4)));
+        if (compare(texts, lanes, hash) > 10) return;
+        if (seed + 3 == USUAL) usual = hash;
+    }
+    constexpr uint64_t EXPECTED = 0; // whatever the compiler
+    EXPECT_EQ(count < USUAL ? EXPECTED : usual, EXPECTED) << std::hex << usual;
+    RecordProperty("hash", std::to_string(hash));
+    std::printf("%u expressions, hash %016llx\n", count, static_cast<unsigned long long>(hash));
+}
+
+TEST(Columns, ComputeOnceWhatExpressionsShare) {
+    Lanes lanes = randomLanes();
+    const auto size = [&](const std::vector<std::string>& texts) {
+        EV_Columns columns;
+        for (const std::string& text : texts) {
+            EV_EXPRESSION expression(text);
+            EXPECT_GE(columns.add(expression, lanes, 0, Lanes::meaning), 0);
+        }
+        columns.finish();
+        return columns.numInstructions();
+    };
+    EXPECT_EQ(size({"sin($VX * 2) + 1"}), 3u);
+    EXPECT_EQ(size({"sin($VX * 2) + 1", "sin($VX * 2) + 1"}), 3u);
+    EXPECT_EQ(size({"sin($VX * 2) + 1", "sin($VX * 2) + 3", "$VX * 2"}), 4u);
+    EXPECT_EQ(size({"$T * 2 + $STEP", "3"}), 0u) << "numbers";
+    EXPECT_EQ(size({"$VX * ($T > 1 ? 2 : sin($AGE))"}), 2u) << "the time settles it: sin($AGE) * $VX";
+    EXPECT_EQ(size({"$AGE > 1 && $TY < 0"}), 3u) << "cheap sides are not jumped over";
+    EXPECT_EQ(size({"$AGE > 1 ? noise($VX, 1, 2) : 0"}), 4u);
+}
+
+TEST(Columns, WhatIsBehindAConditionIsNotKnownAfterIt) {
+    Lanes lanes = randomLanes();
+    uint64_t hash = 0;
+    // In the first blocks no lane takes the first side, in later ones every lane does.
+    EXPECT_EQ(compare({"$ID > 512 ? sin($VX) : 1", "sin($VX) + ($ID < 300 ? exp($TY) : exp($TY) * 2)",
+                       "$ID > 255 ? ($ID > 511 ? tan($VX) : log($AGE)) : tan($VX) + log($AGE)", "tan($VX)"},
+                      lanes, hash),
+              0);
+}
+
+TEST(Columns, RefuseWhatOnlyTheScopeCanServe) {
+    Lanes lanes = randomLanes();
+    ev_AddFunction(&ask);
+    for (const char* text : {"$GONE", "$VX + $GONE", "columnsask($VX)", "vector3($VX, 1, 2)", "'a'", "$VX +", "$NOBODY",
+                             "vector3(1, 2, $VX)[$ID]", "strlen('a' + $VX)"}) {
+        EV_Columns columns;
+        EV_EXPRESSION expression(text);
+        EXPECT_EQ(columns.add(expression, lanes, 0, Lanes::meaning), -1) << text;
+    }
+    std::string large = "$VX";
+    for (int i = 0; i < 2000; ++i) large += "+$TY*" + std::to_string(i);
+    EV_Columns columns;
+    EV_EXPRESSION expression(large), small("$VX");
+    EXPECT_EQ(columns.add(expression, lanes, 0, Lanes::meaning), -1);
+    EXPECT_EQ(columns.add(small, lanes, 0, Lanes::meaning), 0) << "and nothing is left of it";
+    EXPECT_EQ(inColumns({"$VX"}, lanes, 0)[0][7], double(lanes.values[7][0]));
+}

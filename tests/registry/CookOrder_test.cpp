@@ -1,0 +1,192 @@
+// Operators may work chunk by chunk or each on all particles before the next: nothing must tell the two apart.
+#include <cstdlib>
+#include <functional>
+
+#include <gtest/gtest.h>
+
+#include "host/ut/UT_Interrupt.h"
+#include "support/RandomNetwork.h"
+#include "vars/FLX_ParticleCook.h"
+
+namespace {
+
+constexpr int STEPS = 14;
+
+/// What each step of a random network shows.
+std::vector<std::string> show(unsigned seed, FLX_CookOrder order, std::string& description) {
+    RandomNetwork network(seed, order);
+    description = network.description();
+    std::vector<std::string> shown;
+    for (int i = 0; i < STEPS; ++i) shown.push_back(network.step());
+    return shown;
+}
+
+void expectSame(unsigned seed) {
+    std::string description;
+    const std::vector<std::string> chunked = show(seed, FLX_CookOrder::Chunk, description);
+    const std::vector<std::string> plain = show(seed, FLX_CookOrder::Operator, description);
+    for (size_t i = 0; i < STEPS; ++i)
+        ASSERT_EQ(chunked[i], plain[i]) << "seed " << seed << ", step " << i + 1 << ":" << description;
+}
+
+int countFromEnvironment(int usual) {
+    const char* text = std::getenv("FLX_RANDOM_NETWORKS");
+    return text ? std::atoi(text) : usual;
+}
+
+} // namespace
+
+// FLX_RANDOM_NETWORKS=1000 runs as many.
+class RandomNetworks : public ::testing::TestWithParam<int> {};
+
+TEST_P(RandomNetworks, ChunkByChunkIsOperatorByOperator) {
+    constexpr int PARTS = 10;
+    const int n = countFromEnvironment(100);
+    for (int seed = 1 + GetParam(); seed <= n && !HasFatalFailure(); seed += PARTS) expectSame(unsigned(seed));
+}
+
+INSTANTIATE_TEST_SUITE_P(Part, RandomNetworks, ::testing::Range(0, 10));
+
+// ---- what waits, and what ends the waiting
+
+namespace {
+
+/// Tells whose turn it is, and lets a test look in where it has handed its loop over.
+class Watched final : public FLX_ParticleOperator {
+public:
+    Watched(OP_Network* parent, const char* name, OP_Operator* op)
+        : FLX_ParticleOperator(parent, name, op) {}
+
+    FLX_PassUse use = FLX_PassUse::Queued;
+    std::vector<const Watched*>* log = nullptr;
+    std::function<void(Watched&, FLX_ContextData&)> peep;
+
+    FLX_PassUse passUse() const override { return use; }
+
+protected:
+    UT_ErrorSeverity cookFlx(OP_Context& context) override {
+        return cookParticles(context, [&](FLX_ParticleCook& cook) {
+            if (peep) peep(*this, cook.context());
+            if (!log || !mayRun()) return;
+            cook.each(0, [this, to = log](GEO_Point*) { to->push_back(this); });
+        });
+    }
+};
+
+/// A birth of 600, and two operators that write down when they meet a particle.
+struct WatchedRow {
+    WatchedRow() {
+        Network::registerOperator<Watched>("watched", &FLX_LocalVar::myVariablePair);
+        birth.setFloat("constantrate", 0, 0);
+        birth.setFloat("impulserate", 0, 600);
+        first.log = second.log = &log;
+    }
+    void step() {
+        birth.setFloat("impulserate", 0, 0);
+        log.clear();
+        net.step();
+    }
+
+    Network net;
+    FLX_Node& birth = net.add("location", "birth");
+    Watched& first = (Network::registerOperator<Watched>("watched", &FLX_LocalVar::myVariablePair),
+                      static_cast<Watched&>(net.add("watched", "first", {&birth})));
+    Watched& second = static_cast<Watched&>(net.add("watched", "second", {&first}));
+    std::vector<const Watched*> log;
+};
+
+std::vector<const Watched*> repeated(std::initializer_list<std::pair<const Watched*, size_t>> runs) {
+    std::vector<const Watched*> all;
+    for (const auto& [who, times] : runs) all.insert(all.end(), times, who);
+    return all;
+}
+
+} // namespace
+
+TEST(CookOrder, LoopsRunInPieces) {
+    WatchedRow row;
+    const Watched *a = &row.first, *b = &row.second;
+    row.net.start(row.second);
+    row.step();
+    // Which 256 come together follows from where the records lie.
+    ASSERT_EQ(row.log.size(), 1200u);
+    EXPECT_EQ(row.log, repeated({{a, 256}, {b, 256}, {a, 256}, {b, 256}, {a, 88}, {b, 88}}));
+
+    row.net.context().setCookOrder(FLX_CookOrder::Operator);
+    row.step();
+    EXPECT_EQ(row.log, repeated({{a, 600}, {b, 600}}));
+    row.net.context().setCookOrder(FLX_CookOrder::Chunk);
+    for (const FLX_PassUse use : {FLX_PassUse::Closing, FLX_PassUse::Barrier}) {
+        row.first.use = use;
+        row.step();
+        EXPECT_EQ(row.log, repeated({{a, 600}, {b, 600}}));
+    }
+    row.first.use = FLX_PassUse::Queued;
+    row.second.setString("source", "0-9");
+    row.step();
+    EXPECT_EQ(row.log, repeated({{a, 600}, {b, 10}})) << "a group sees what has been done before";
+}
+
+TEST(CookOrder, WhatGivesAccessToParticlesRunsWhatWaits) {
+    struct Door {
+        const char* name;
+        std::function<void(Watched&, FLX_ContextData&)> open;
+        bool runs;
+    };
+    const Door doors[] = {
+        {"peekDetail", [](Watched&, FLX_ContextData& c) { c.peekDetail(); }, false},
+        {"offsets", [](Watched&, FLX_ContextData& c) { c.getMassOffset(); }, false},
+        {"peekParticleList", [](Watched& w, FLX_ContextData& c) { c.peekParticleList(), w.peekParticleList(); }, false},
+        {"an attribute that is there", [](Watched&, FLX_ContextData& c) { c.addAttrib(FLX_Attrib::ID); }, false},
+        {"activation", [](Watched& w, FLX_ContextData&) { w.ACTIVATE(0); }, false},
+        {"getDetail", [](Watched&, FLX_ContextData& c) { c.getDetail(); }, true},
+        {"getDisplayDetail", [](Watched&, FLX_ContextData& c) { c.getDisplayDetail(); }, true},
+        {"getParticleList", [](Watched&, FLX_ContextData& c) { c.getParticleList(); }, true},
+        {"the operator's own list", [](Watched& w, FLX_ContextData&) { w.getParticleList(); }, true},
+        {"getNumParticles", [](Watched&, FLX_ContextData& c) { c.getNumParticles(); }, true},
+        {"an expression function's context", [](Watched&, FLX_ContextData&) { FLX_ContextData::getExpressionData(0); },
+         true},
+        {"a new attribute", [](Watched&, FLX_ContextData& c) { c.addAttrib(FLX_Attrib::Charge); }, true},
+        {"a new variable",
+         [](Watched&, FLX_ContextData& c) { c.addUserVariable("some", 4, GB_ATTRIB_FLOAT, nullptr, nullptr); }, true},
+        {"a copy",
+         [](Watched&, FLX_ContextData& c) {
+             FLX_ContextData copy("copy");
+             copy.copyFrom(c, nullptr);
+         },
+         true},
+        {"a variable outside the loop", [](Watched& w, FLX_ContextData&) { w.curPoint(); }, true},
+        {"the info text",
+         [](Watched& w, FLX_ContextData&) {
+             OP_Context at(0);
+             std::string text;
+             w.getNodeSpecificInfoText(at, 0, text);
+         },
+         true},
+    };
+    for (const Door& door : doors) {
+        WatchedRow row;
+        row.net.start(row.second);
+        size_t before = 1, after = 0;
+        row.second.peep = [&](Watched& self, FLX_ContextData& context) {
+            before = row.log.size();
+            door.open(self, context);
+            after = row.log.size();
+        };
+        row.step();
+        EXPECT_EQ(before, 0u) << door.name;
+        EXPECT_EQ(after, door.runs ? 600u : 0u) << door.name;
+        EXPECT_EQ(row.log.size(), 1200u) << door.name;
+    }
+}
+
+// The loop that waits is asked for the interrupt when it is handed over; what has been handed over runs to its end.
+TEST(CookOrder, AnInterruptLeavesNoHalfDoneLoop) {
+    WatchedRow row;
+    row.net.start(row.second);
+    UTgetInterrupt()->clear();
+    row.second.peep = [](Watched&, FLX_ContextData&) { UTgetInterrupt()->interrupt(); };
+    row.step();
+    UTgetInterrupt()->clear();
+    EXPECT_EQ(row.log, std::vector<const Watched*>(600, &row.first));
+}

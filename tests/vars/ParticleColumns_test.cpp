@@ -1,0 +1,281 @@
+// Parameters evaluated in columns against the same ones evaluated particle by particle.
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "core/FLX_State.h"
+#include "host/expr/EV_Error.h"
+#include "host/vm/VM_Kernels.h"
+#include "support/Probe.h"
+#include "vars/FLX_ParticleCook.h"
+
+namespace {
+
+/// Adds its parameters to the velocity, in columns or in turn, and counts what was asked of the node meanwhile.
+class Adder final : public FLX_ParticleOperator {
+public:
+    using FLX_ParticleOperator::FLX_ParticleOperator;
+
+    Float A{this, {"a", "A"}, 0};
+    Int N{this, {"n", "N"}, 0, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, -5, 2e9}};
+    Floats<3> V{this, {"vec", "V"}, {0, 0, 0}};
+
+    struct Row {
+        float a;
+        int n;
+        UT_Vector3 v;
+        bool operator==(const Row& b) const { return std::memcmp(this, &b, sizeof b) == 0; }
+    };
+    std::vector<Row> rows;
+    bool inTurn = false, writes = false;
+    int skip = 0, reads = 0;
+
+    float getVariableValue(int index, int thread) override {
+        reads += isTestingVariables() ? 0 : 1;
+        return FLX_ParticleOperator::getVariableValue(index, thread);
+    }
+
+protected:
+    UT_ErrorSeverity cookFlx(OP_Context& context) override {
+        rows.clear();
+        return cookParticles(context, [&](FLX_ParticleCook& cook) {
+            const auto a = cook.choose(A);
+            const auto n = cook.choose(N);
+            const auto v = cook.choose(V);
+            reads = 0;
+            const int at = cook.context().getVelocityOffset();
+            const auto add = [=, this](GEO_Point* p, float av, int nv, const UT_Vector3& vv) {
+                rows.push_back({av, nv, vv});
+                if (writes) *p->castAttribData<UT_Vector3>(at) += UT_Vector3(av, float(nv), vv.z());
+                if (writes) p->setPos({p->getPos().x() + av, p->getPos().y(), p->getPos().z(), 1});
+            };
+            if (inTurn)
+                cook.eachInTurn(skip, add, a, n, v);
+            else
+                cook.each(skip, add, a, n, v);
+        });
+    }
+};
+
+struct Adding {
+    Network net;
+    Probe& source;
+    Adder* op;
+
+    explicit Adding(int particles)
+        : source(Probe::addSource(net, "source", particles)) {
+        Network::registerOperator<Adder>("adder", &FLX_LocalVar::myVariablePair);
+        op = dynamic_cast<Adder*>(&net.add("adder", "op", {&source}));
+        net.context().setDoApplyRules(false);
+    }
+    void start() {
+        net.start(*op);
+        net.context().setDoApplyRules(false);
+    }
+    /// Everything random, in every attribute; some of it in bits that make odd numbers.
+    void randomise(unsigned seed) {
+        std::mt19937 random(seed);
+        const GB_AttributeDict& dict = net.detail().pointAttribs();
+        net.detail().points().forEach(nullptr, [&](GEO_Point* p) {
+            for (int i = 0; i < 4; ++i) p->getPos()[i] = float(int(random() % 2000)) / 7 - 100;
+            for (size_t k = 0; k < dict.entries(); ++k)
+                for (int c = 0; c < dict[k]->components(); ++c) {
+                    const float value = float(int(random() % 4000)) / 999 - 1.5f;
+                    const int whole = int(random() >> (random() % 32));
+                    char* at = p->data() + dict[k]->getOffset() + 4 * c;
+                    if (GBisFloatType(dict[k]->getType()))
+                        std::memcpy(at, &value, 4);
+                    else if (dict[k]->getType() == GB_ATTRIB_INT)
+                        std::memcpy(at, &whole, 4);
+                }
+            net.context().state(p) &= ~FLX_DEAD;
+        });
+    }
+    std::vector<Adder::Row> rows(bool inTurn) {
+        op->inTurn = inTurn;
+        net.step();
+        return op->rows;
+    }
+    /// Both ways, on the same particles; the node is asked for nothing in columns.
+    void expectSame(const char* what) {
+        const std::vector<Adder::Row> expected = rows(true);
+        const int asked = op->reads;
+        EXPECT_EQ(rows(false), expected) << what;
+        EXPECT_EQ(op->reads, 0) << what;
+        EXPECT_GE(asked, int(expected.size())) << what;
+        EXPECT_EQ(Network::messages(*op), "") << what;
+    }
+};
+
+} // namespace
+
+TEST(ParticleColumns, EveryVariableIsWhatOneParticleReads) {
+    constexpr int COUNT = 2500; // over a slab's end
+    Adding r(COUNT);
+    r.source.attribs = [](Probe&, FLX_ContextData* context) {
+        for (int i = 0; i < FLX_NUM_ATTRIBS; ++i) context->addAttrib(FLX_Attrib(i));
+        const float one = 1;
+        const int two = 2;
+        context->addUserVariable("heat", 4, GB_ATTRIB_FLOAT, &one, "heat");
+        context->addUserVariable("count", 8, GB_ATTRIB_INT, &two, "count");
+    };
+    r.start();
+    r.net.context().setDoReap(false);
+    r.net.context().setDoPrep(false);
+    r.randomise(1);
+    std::vector<std::string> names{"HEAT", "COUNT1", "COUNT2"};
+    for (const CH_LocalVariable* v = FLX_LocalVar::myVariablePair.variables; v->name; ++v) names.emplace_back(v->name);
+    int different = 0;
+    for (size_t i = 0; i < names.size(); ++i) {
+        const std::string name = "$" + names[i], next = "$" + names[(i + 1) % names.size()];
+        if (name == "$NPT" || name == "$NGRP" || name == "$TIMEINC") continue;
+        r.op->setExpression("a", 0, name.c_str());
+        r.op->setExpression("n", 0, (name + "* 3 + $NPT").c_str());
+        r.op->setExpression("vec", 2, (name + " + " + next + " * $TIMEINC").c_str());
+        r.expectSame(name.c_str());
+        ASSERT_EQ(r.op->rows.size(), size_t(COUNT));
+        different += std::abs(r.op->rows[0].a - r.op->rows[COUNT - 1].a) > 0 ? 1 : 0;
+    }
+    EXPECT_GT(different, 110);
+}
+
+TEST(ParticleColumns, ResultsAreRoundedToTheParametersType) {
+    Adding r(7);
+    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::Mass); };
+    r.start();
+    const float values[] = {2.9f, -2.9f, -7, 3e9f, 1e20f, NAN, 1e-3f};
+    for (int i = 0; i < 7; ++i) r.net.setValue("mass", i, {values[i]});
+    r.op->setExpression("n", 0, "$MASS");
+    r.op->setExpression("a", 0, "1e300 * $MASS * 1e300");
+    const int whole[] = {2, -2, -5, 2000000000, 2000000000, 0, 0};
+    r.rows(false);
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(r.op->rows[size_t(i)].n, whole[i]) << i;
+    EXPECT_EQ(r.op->rows[0].a, INFINITY);
+    r.expectSame("rounding");
+}
+
+TEST(ParticleColumns, MixWithWhatHasToBeEvaluatedInTurn) {
+    Adding r(600);
+    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+    r.start();
+    r.op->setExpression("a", 0, "$TX + $ITER");
+    r.op->setExpression("n", 0, "strlen(strcat('a', $ID))"); // a string: not in columns
+    r.op->setExpression("vec", 0, "$ID * 2");
+    const auto inColumns = r.rows(false), inTurn = r.rows(true);
+    EXPECT_EQ(inColumns, inTurn);
+    ASSERT_EQ(inColumns.size(), 600u);
+    EXPECT_EQ(inColumns[500].a, 500);
+    EXPECT_EQ(inColumns[500].n, 4);
+    EXPECT_EQ(inColumns[500].v.x(), 1000);
+}
+
+TEST(ParticleColumns, SkippedParticlesCountAndSourceGroupsAreInPointOrder) {
+    Adding r(700);
+    r.start();
+    for (int i = 0; i < 700; i += 3) r.net.context().state(r.net.point(i)) |= FLX_STOPPED;
+    GB_PointGroup* group = r.net.detail().pointGroups().newGroup("odd");
+    for (int i = 1; i < 700; i += 2) group->add(r.net.point(i));
+    r.op->setExpression("a", 0, "$ITER");
+    r.op->setExpression("n", 0, "$PT + $NGRP");
+    r.op->skip = FLX_STOPPED;
+    r.expectSame("a list");
+    ASSERT_EQ(r.op->rows.size(), 466u);
+    EXPECT_EQ(r.op->rows[465].a, 698);
+    r.op->setString("source", "odd");
+    r.expectSame("a group");
+    ASSERT_EQ(r.op->rows.size(), 233u);
+    EXPECT_EQ(r.op->rows[232].a, 348);
+    EXPECT_EQ(r.op->rows[232].n, 697 + 350);
+}
+
+// What the formula does at the first meeting is there at the second, also when both stand in the same chunk.
+TEST(ParticleColumns, AParticleThatIsMetTwiceReadsWhatWasWritten) {
+    for (const bool inTurn : {false, true}) {
+        Adding r(300);
+        r.start();
+        GEO_PrimParticle* prim = r.net.context().hasPrimPart(&r.source);
+        for (const int again : {5, 299, 5}) prim->appendParticle(r.net.point(again));
+        for (int i = 0; i < 300; ++i) r.net.setValue("v", i, {float(i + 1), 0, 0});
+        r.op->setExpression("a", 0, "$VX"); // doubles it
+        r.op->setExpression("n", 0, "$ITER");
+        r.op->writes = true;
+        r.rows(inTurn);
+        EXPECT_EQ(r.net.value("v", 4), 10) << inTurn;
+        EXPECT_EQ(r.net.value("v", 5), 48) << inTurn << ": met three times";
+        EXPECT_EQ(r.net.value("v", 299), 1200) << inTurn;
+        EXPECT_EQ(r.net.value("v", 5, 1), 5 + 300 + 302);
+    }
+    // The same primitive twice in the list.
+    for (const bool inTurn : {false, true}) {
+        Adding r(300);
+        r.op->setInput(0, nullptr);
+        Probe& twice = Probe::add(r.net, "twice", {&r.source});
+        twice.work = [](Probe& self, OP_Context& context) {
+            if (self.lockInputs(context) >= UT_ERROR_ABORT) return;
+            GEO_PrimParticle* prim = Probe::contextOf(context).hasPrimPart(static_cast<FLX_Node*>(self.getInput(0)));
+            self.initParticleList(context, prim);
+            self.addToParticleList(context, prim, 0);
+        };
+        r.op->setInput(0, &twice);
+        r.start();
+        for (int i = 0; i < 300; ++i) r.net.setValue("v", i, {1, 0, 0});
+        r.op->setExpression("a", 0, "$VX");
+        r.op->writes = true;
+        const size_t met = r.rows(inTurn).size();
+        EXPECT_EQ(r.net.value("v", 7), met == 600 ? 4 : 2) << inTurn;
+        EXPECT_EQ(met, 600u);
+    }
+}
+
+// The box is that of the particles before the formula has moved any, unless nothing has asked for it by then.
+TEST(ParticleColumns, TheBoxIsComputedWhenItIsFirstRead) {
+    for (const char* expression : {"$BBX", "$ITER > 3 ? $BBX : 1"}) {
+        std::vector<Adder::Row> found[2];
+        for (const bool inTurn : {false, true}) {
+            Adding r(500);
+            r.start();
+            for (int i = 0; i < 500; ++i) r.net.point(i)->setPos({float(i), 0, 0, 1});
+            r.op->setExpression("a", 0, expression);
+            r.op->setExpression("vec", 0, "$BBX * 0 + $TX");
+            if (expression[1] != 'B') r.op->setFloat("vec", 0, 0);
+            r.op->writes = true;
+            found[inTurn] = r.rows(inTurn);
+        }
+        EXPECT_EQ(found[0], found[1]) << expression;
+        EXPECT_EQ(found[0].size(), 500u);
+    }
+}
+
+TEST(ParticleColumns, ForcesReadWhatEarlierForcesWrote) {
+    Network net;
+    Probe& source = Probe::addSource(net, "source", 400);
+    source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+    FLX_Node& first = net.add("force", "first", {&source});
+    FLX_Node& second = net.add("force", "second", {&first});
+    first.setExpression("force", 0, "$ID * 0.5 - $TY");
+    first.setFloat("force", 1, 2);
+    first.setExpression("scale", 0, "$ITER < 10 ? 1 : 2");
+    second.setExpression("force", 1, "$AX * 3 + sqrt($VX * $VX)");
+    second.setExpression("force", 2, "$AY");
+    second.setFloat("overridemass", 0, 1);
+    second.setExpression("mass", 0, "$AX >= 100 ? 4 : 0"); // 0 counts as 0.01
+    net.start(second);
+    std::vector<float> vx(400, 0), y(400, 0), vy(400, 0);
+    for (int step = 0; step < 4; ++step) {
+        for (int i = 0; i < 400; ++i) {
+            const size_t k = size_t(i);
+            const float scale = i < 10 ? 1 : 2;
+            const float ax = float(double(net.intValue("id", i)) * 0.5 - double(y[k])) * scale, ay = 2 * scale;
+            const float mass = ax >= 100 ? 4.0f : 0.01f;
+            const float fy = float(double(ax) * 3 + std::sqrt(double(vx[k]) * double(vx[k])));
+            EXPECT_EQ(net.value("accel", i, 0), ax) << step << " " << i;
+            EXPECT_EQ(net.value("accel", i, 1), ay + fy * (1 / mass)) << step << " " << i;
+            EXPECT_EQ(net.value("accel", i, 2), ay * (1 / mass)) << step << " " << i;
+            y[k] = net.position(i).y() + net.value("v", i, 1) * net.timeStep();
+            vx[k] = net.value("v", i, 0) + net.value("accel", i, 0) * net.timeStep();
+        }
+        net.step();
+    }
+}
