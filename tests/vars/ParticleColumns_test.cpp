@@ -30,6 +30,7 @@ public:
     };
     std::vector<Row> rows;
     bool inTurn = false, writes = false;
+    bool twice = false; // the primitive stands in the list a second time
     int skip = 0, reads = 0;
 
     float getVariableValue(int index, int thread) override {
@@ -45,6 +46,7 @@ protected:
             const auto n = cook.choose(N);
             const auto v = cook.choose(V);
             reads = 0;
+            if (twice) getParticleList()->add(getParticleList()->entry(0).prim, nullptr);
             const int at = cook.context().getVelocityOffset();
             const auto add = [=, this](GEO_Point* p, float av, int nv, const UT_Vector3& vv) {
                 rows.push_back({av, nv, vv});
@@ -210,7 +212,7 @@ TEST(ParticleColumns, AParticleThatIsMetTwiceReadsWhatWasWritten) {
     // The same primitive twice in the list.
     for (const bool inTurn : {false, true}) {
         Adding r(300);
-        r.op->setInput(1, &r.source);
+        r.op->twice = true;
         r.start();
         for (int i = 0; i < 300; ++i) r.net.setValue("v", i, {1, 0, 0});
         r.op->setExpression("a", 0, "$VX");

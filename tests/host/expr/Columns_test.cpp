@@ -20,7 +20,7 @@ bool notPure(EV_CallContext&, const EV_Value* args, int, EV_Value& result) {
     return true;
 }
 constexpr EV_Type oneNumber[] = {EV_FLOAT};
-const EV_FUNCTION ask{EV_NOFAIL, "columnsask", 1, EV_FLOAT, oneNumber, &notPure};
+const EV_FUNCTION ask{EV_NOFAIL, "columnsask", 1, EV_FLOAT, oneNumber, &notPure, "its argument", "x"};
 
 // Locals 0 to 5 have a value per lane; 6, $STEP, has one for all; 7, $GONE, is only known to the scope.
 class Lanes final : public EV_Scope {
