@@ -69,7 +69,7 @@ bool EV_Evaluation::callSite(const VM_Instruction& call, double* r, int) {
     case EV_Site::Call: return callFunction(site, at, r);
     case EV_Site::Index: return index(site, at, r);
     case EV_Site::Concat: return concat(site);
-    case EV_Site::Choose: choose(site, r[at.reads[0]] != 0); return true;
+    case EV_Site::Choose: return choose(site, r[at.reads[0]] != 0);
     case EV_Site::Compare:
         r[call.dst] = EV_compareStrings(VM_Op(site.id), text(site.strings[0]), text(site.strings[1]));
         return true;
@@ -94,19 +94,28 @@ bool EV_Evaluation::index(const EV_Site& site, const VM_Site& at, double* r) {
     return true;
 }
 
+// A bound on what one expression can hold at a time, however many long strings it joins.
+bool EV_Evaluation::admit(const EV_Site& site, size_t bytes) {
+    if (bytes > EV_MAX_STRING) return failAt(site, EV_ERR_LIMIT, "string longer than 1 MiB");
+    myTextBytes += bytes;
+    return myTextBytes <= EV_MAX_STRINGS || failAt(site, EV_ERR_LIMIT, "more than 8 MiB of strings in one expression");
+}
+
 bool EV_Evaluation::concat(const EV_Site& site) {
     std::string& out = myStrings[size_t(site.stringResult)];
     const EV_StringRef left = site.strings[0], right = site.strings[1];
-    if (text(left).size() + text(right).size() > EV_MAX_STRING)
-        return failAt(site, EV_ERR_LIMIT, "string longer than 1 MiB");
+    if (!admit(site, text(left).size() + text(right).size())) return false;
     if (left != site.stringResult) out = text(left);
     out += text(right);
     return true;
 }
 
-void EV_Evaluation::choose(const EV_Site& site, bool first) {
+bool EV_Evaluation::choose(const EV_Site& site, bool first) {
     const EV_StringRef from = site.strings[first ? 0 : 1];
-    if (from != site.stringResult) myStrings[size_t(site.stringResult)] = text(from);
+    if (from == site.stringResult) return true;
+    if (!admit(site, text(from).size())) return false;
+    myStrings[size_t(site.stringResult)] = text(from);
+    return true;
 }
 
 // A string register is read once in its life, so an argument takes its text over.
@@ -129,7 +138,7 @@ bool EV_Evaluation::store(const EV_Site& site, const VM_Site& at, EV_Value& valu
     if (value.type != site.resultType)
         return failCall(site,
                         std::string("gave ") + EV_typeName(value.type) + " instead of " + EV_typeName(site.resultType));
-    if (value.type == EV_STRING && value.s.size() > EV_MAX_STRING) return failCall(site, "string longer than 1 MiB");
+    if (value.type == EV_STRING && !admit(site, value.s.size())) return false;
     for (size_t k = 0; k < at.writes.size(); ++k) r[at.writes[k]] = value.v[k];
     if (value.type == EV_STRING) myStrings[size_t(site.stringResult)].swap(value.s);
     return true;

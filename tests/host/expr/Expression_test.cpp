@@ -215,6 +215,14 @@ TEST_F(Function, stringsGrowOnlyToTheLimit) {
         EXPECT_THAT(out.error, testing::HasSubstr("string longer than 1 MiB"));
     }
     EXPECT_NE(evaluate("strmatch(strcat('*a', t_long(100000)), t_long(1000000))", scope).errNo, 0);
+    // Many strings, none of them too long, are too much together.
+    const auto sumOfLengths = [](int count) {
+        std::string text = "0";
+        for (int i = 0; i < count; ++i) text += " + strlen(t_long(1048576))";
+        return text;
+    };
+    EXPECT_EQ(evaluate(sumOfLengths(8).c_str(), scope).number, 8.0 * EV_MAX_STRING);
+    EXPECT_THAT(evaluate(sumOfLengths(9).c_str(), scope).error, testing::HasSubstr("more than 8 MiB of strings"));
 }
 
 TEST_F(Function, namesAreTakenOnce) {
