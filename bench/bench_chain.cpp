@@ -30,7 +30,7 @@ struct Chain {
         : simulation(name)
         , birth(addImmortals(simulation, N)) {
         FLX_Node& still = simulation.add("acceleration", "still", &birth);
-        for (int i = 0; i < 3; ++i) still.setFloat("accel", i, 0.5 * i);
+        for (int i = 0; i < 3; ++i) still.setFloat("a", i, 0.5 * i);
         FLX_Node& gravity = simulation.add("force", "gravity", &still);
         gravity.setFloat("force", 1, double(GRAVITY));
         FLX_Node& rising = simulation.add("force", "rising", &gravity);
@@ -38,8 +38,8 @@ struct Chain {
         FLX_Node& trans = simulation.add("translation", "trans", &rising);
         for (int i = 0; i < 3; ++i) trans.setFloat("trans", i, 1 + i);
         FLX_Node& limit = simulation.add("speedlimit", "limit", &trans);
-        limit.setFloat("min", 0, -1);
-        limit.setFloat("max", 0, 50);
+        limit.setFloat("speedlimit", 0, -1);
+        limit.setFloat("speedlimit", 1, 50);
         simulation.context().setCookOrder(order);
         startFull(simulation, birth, limit);
         simulation.context().infoEnabled = 1;

@@ -12,14 +12,15 @@ struct FLX_Chunk {
     GEO_PointAccess access;
     const uint32_t* slots;
     size_t count;
-    size_t following; ///< slots that may be read behind the last one, to fetch what comes next
-    int iteration;    ///< how many particles the operator has met before the first one
+    size_t following;    ///< slots that may be read behind the last one, to fetch what comes next
+    int iteration;       ///< how many particles the operator has met before the first one
+    bool inARow = false; ///< the records lie one behind the other
 
     GEO_Point* point(size_t k) const { return access(slots[k]); }
 
     /// The first n particles, and those from the n-th on.
-    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration}; }
-    FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n)}; }
+    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration, inARow}; }
+    FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n), inARow}; }
 
     /// Calls work(k, point) for every particle in order, fetching records ahead.
     template <class Work> void forEach(const Work& work) const {
@@ -28,6 +29,11 @@ struct FLX_Chunk {
         const uint32_t* const at = slots;
         const GEO_PointAccess records = access;
         const Work local(work); // what has no address outside stays in registers over the writes to the records
+        if (inARow && n) {
+            char* record = reinterpret_cast<char*>(records(at[0]));
+            for (size_t k = 0; k < n; ++k, record += records.stride()) local(k, reinterpret_cast<GEO_Point*>(record));
+            return;
+        }
         for (size_t k = 0; k < n; ++k) {
             // Records in a row the processor fetches by itself.
             if (k + AHEAD < readable && at[k + AHEAD] != at[k] + AHEAD) __builtin_prefetch(records(at[k + AHEAD]), 1);
@@ -51,8 +57,8 @@ public:
     /// formula keeps to its own particle. False: it is to be run over all particles before anything else happens.
     bool isSelfContained() const { return mySelfContained; }
 
-    /// It uses the number of the particle, in its operator's order or in the detail's: those that are about to be reaped
-    /// must have gone before it runs.
+    /// It uses the number of the particle, in its operator's order or in the detail's: those that are about to be
+    /// reaped must have gone before it runs.
     bool countsParticles() const { return myCountsParticles; }
 
     /// Runs over `n` particles in chunks, the first being the operator's particle number `iteration`.

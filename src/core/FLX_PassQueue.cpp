@@ -145,6 +145,7 @@ public:
     }
     const uint32_t* slots() const { return mySlots.data(); }
     size_t count() const { return myCount; }
+    bool isFull() const { return myCount == FLX_Chunk::SIZE; }
 
 private:
     void append(uint32_t first, uint64_t bits) {
@@ -213,7 +214,7 @@ void FLX_PassQueue::walkRecords() const {
             if (turn.unborn) takeAway(mask, first, *turn.unborn);
             if (dead && dead->any()) takeAway(mask, first, *dead);
             window.take(first, mask);
-            turn.pass->run({access, window.slots(), window.count(), 0, 0});
+            turn.pass->run({access, window.slots(), window.count(), 0, 0, window.isFull()});
         }
     });
 }

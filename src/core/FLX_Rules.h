@@ -29,7 +29,9 @@ struct FLX_Rules {
         , speed(context.getSpeedOffset()) {}
 
     /// Nothing but the core attributes exists: the rules and the preparation touch no others.
-    bool plain() const { return speedLimit < 0 && up < 0 && pv < 0 && rot < 0 && w < 0 && torque < 0 && speed < 0; }
+    bool plain() const { return speedLimit < 0 && plainButLimited(); }
+    /// The same, but for a speed limit that may exist.
+    bool plainButLimited() const { return up < 0 && pv < 0 && rot < 0 && w < 0 && torque < 0 && speed < 0; }
 
     static UT_Vector3& vec(GEO_Point* p, int offset) { return *p->castAttribData<UT_Vector3>(offset); }
     static float* floats(GEO_Point* p, int offset) { return p->castAttribData<float>(offset); }

@@ -23,24 +23,25 @@ public:
         , myPhases(phases) {}
 
     void run(const FLX_Chunk& chunk) override {
-        if constexpr (Plain && std::is_same_v<P, EveryPhase>) {
-            if (const FLX_PlainStep plain(myRules); plain.fits()) {
-                chunk.forEach([this, plain](size_t, GEO_Point* p) {
-                    if (!plain.step(p)) step(p);
-                });
-                return;
-            }
-        }
-        chunk.forEach([this](size_t, GEO_Point* p) { step(p); });
+        if constexpr (std::is_same_v<P, EveryPhase>)
+            if (runQuickly(chunk, FLX_PlainStep<!Plain>(myRules))) return;
+        chunk.forEach([this, rules = myRules](size_t, GEO_Point* p) { step(p, rules); });
     }
 
 private:
-    void step(GEO_Point* p) {
-        if (myPhases.reap && isReapable(myRules.state(p))) {
+    template <class Quick> bool runQuickly(const FLX_Chunk& chunk, const Quick& quick) {
+        if (!quick.fits() || !myRules.plainButLimited()) return false;
+        chunk.forEach([this, quick](size_t, GEO_Point* p) {
+            if (!quick.step(p)) step(p, myRules);
+        });
+        return true;
+    }
+    void step(GEO_Point* p, const FLX_Rules& rules) {
+        if (myPhases.reap && isReapable(rules.state(p))) {
             noteReapable(p->slot());
             if (deletesDead()) return;
         }
-        FLXstepParticle<Plain>(p, myRules, myPhases.rules, myPhases.prep);
+        FLXstepParticle<Plain>(p, rules, myPhases.rules, myPhases.prep);
     }
 
     FLX_Rules myRules;

@@ -18,7 +18,7 @@ struct Record {
     bool operator==(const Record& other) const { return std::memcmp(this, &other, sizeof *this) == 0; }
 };
 
-enum class Way { Plain, WithSpeed, WithLooseGeometry };
+enum class Way { Plain, WithSpeed, WithLimit, WithLooseGeometry };
 
 /// The particles after each of so many steps of a fountain whose particles die at different ages.
 std::vector<std::vector<Record>> run(Way way, int steps) {
@@ -30,7 +30,8 @@ std::vector<std::vector<Record>> run(Way way, int steps) {
     birth.setFloat("lifevar", 0, 0.4);
     birth.setFloat("dospeed", 0, way == Way::WithSpeed);
     pull.setFloat("force", 1, -9.8);
-    net.start(pull);
+    FLX_Node& limit = net.add("speedlimit", "limit", {&pull});
+    net.start(way == Way::WithLimit ? limit : pull);
     if (way == Way::WithLooseGeometry) {
         auto* face = static_cast<GEO_PrimPoly*>(net.detail().insertPrimitive(GEOPRIMPOLY));
         face->appendVertex(net.detail().appendPoint());
@@ -60,6 +61,7 @@ TEST(TimeStepWays, EveryWayGivesTheSameBits) {
     ASSERT_GT(plain.back().size(), 150u);
     ASSERT_LT(plain.back().size(), 400u); // of 800 born
     EXPECT_EQ(run(Way::WithSpeed, 40), plain);
+    EXPECT_EQ(run(Way::WithLimit, 40), plain);
     EXPECT_EQ(run(Way::WithLooseGeometry, 40), plain);
 }
 

@@ -43,16 +43,21 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
     const int accelOffset = cook.context().getAccelOffset(), massOffset = mass.offset;
     const bool draw = cook.showGuide(), change = !cook.guideOnly();
     const float span = cook.context().timeStep;
+    const auto add = [=](GEO_Point* p, const UT_Vector3& f) { *p->castAttribData<UT_Vector3>(accelOffset) += f; };
     const auto apply = [=, this](GEO_Point* p, const UT_Vector3& total, float s, float m) {
         const UT_Vector3 f = total * (s / FLX_MassSource::of(p, massOffset, m));
-        if (change) *p->castAttribData<UT_Vector3>(accelOffset) += f;
+        if (change) add(p, f);
         if (draw) addAccelGuide(p, f.x(), f.y(), f.z(), span, 0);
     };
     if (noise.absent()) {
-        cook.each(
+        const bool same = massOffset < 0 && !mass.parm.varies() && !force.varies() && !scale.varies();
+        if (same && change && !draw) {
+            const float gain = scale.constant() / FLX_MassSource::of(nullptr, -1, mass.parm.constant());
+            return cook.each(UNMOVED, add, FLX_Constant(force.constant() * gain));
+        }
+        return cook.each(
             UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
             scale);
-        return;
     }
     cook.each(
         UNMOVED,
