@@ -137,9 +137,22 @@ void FLX_ParticleColumns::fetch(const VM_Records& records, const char* const* po
 namespace {
 
 bool ascend(const uint32_t* slots, size_t n) {
-    bool all = true;
-    for (size_t k = 1; k < n; ++k) all = all & (slots[k] > slots[k - 1]);
-    return all;
+    uint32_t falls = 0;
+    for (size_t k = 1; k < n; ++k) falls |= slots[k] > slots[k - 1] ? 0u : 1u;
+    return falls == 0;
+}
+
+// Records one after the other, as they are where nothing has died.
+bool inARow(const uint32_t* slots, size_t n) {
+    uint32_t different = 0;
+    for (size_t k = 0; k < n; ++k) different |= slots[k] ^ (slots[0] + uint32_t(k));
+    return different == 0;
+}
+
+// Vectors that lie across cache lines cost twice.
+constexpr size_t ALIGNMENT = 64;
+double* aligned(double* at) {
+    return reinterpret_cast<double*>((reinterpret_cast<uintptr_t>(at) + ALIGNMENT - 1) & ~uintptr_t(ALIGNMENT - 1));
 }
 
 // How many slots there are before one that has been there already.
@@ -160,7 +173,8 @@ size_t countDistinct(const uint32_t* slots, size_t n) {
 
 FLX_ColumnBlock::FLX_ColumnBlock(FLX_ParticleColumns& columns, const FLX_Chunk& chunk)
     : myColumns(columns)
-    , myCount(countDistinct(chunk.slots, chunk.count))
+    , myIsRow(inARow(chunk.slots, chunk.count))
+    , myCount(myIsRow ? chunk.count : countDistinct(chunk.slots, chunk.count))
     , myFloatMemory(columns.myOutputs.size() * FLX_Chunk::SIZE)
     , myIntMemory(columns.myOutputs.size() * FLX_Chunk::SIZE)
     , myFloats(myFloatMemory.data())
@@ -172,17 +186,17 @@ void FLX_ColumnBlock::evaluate(const FLX_Chunk& chunk) {
     const char* pointers[FLX_Chunk::SIZE];
     const size_t n = myCount, stride = chunk.access.stride();
     const auto record = [&](size_t k) { return reinterpret_cast<const char*>(chunk.point(k)); };
-    const bool inARow = ascend(chunk.slots, n) && chunk.slots[n - 1] - chunk.slots[0] == n - 1 &&
-                        record(n - 1) == record(0) + (n - 1) * stride;
-    if (!inARow || !myColumns.myComputed.empty())
+    const bool isRow = myIsRow && record(n - 1) == record(0) + (n - 1) * stride;
+    if (!isRow || !myColumns.myComputed.empty())
         for (size_t k = 0; k < n; ++k) {
             pointers[k] = record(k);
-            if (!inARow) __builtin_prefetch(pointers[k], 1);
+            if (!isRow) __builtin_prefetch(pointers[k], 1);
         }
-    EV_Borrowed<double> memory(myColumns.myExpressions.memorySize() + 1);
-    myColumns.fetch({inARow ? nullptr : pointers, record(0), stride, int(n)}, pointers, chunk.iteration, memory.data());
-    myColumns.myExpressions.run(memory.data(), int(n));
-    roundResults(memory.data());
+    EV_Borrowed<double> borrowed(myColumns.myExpressions.memorySize() + ALIGNMENT / sizeof(double));
+    double* const memory = aligned(borrowed.data());
+    myColumns.fetch({isRow ? nullptr : pointers, record(0), stride, int(n)}, pointers, chunk.iteration, memory);
+    myColumns.myExpressions.run(memory, int(n));
+    roundResults(memory);
 }
 
 void FLX_ColumnBlock::roundResults(const double* memory) {

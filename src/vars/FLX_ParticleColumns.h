@@ -101,6 +101,7 @@ private:
     void roundResults(const double* memory);
 
     FLX_ParticleColumns& myColumns;
+    bool myIsRow; // slot numbers one after the other
     size_t myCount;
     EV_Borrowed<float> myFloatMemory;
     EV_Borrowed<int> myIntMemory;

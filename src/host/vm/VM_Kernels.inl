@@ -99,11 +99,21 @@ template <bool FLOATS> VM_TARGET inline void convert4(const VM_Field& field, int
     store4(field.to + at, _mm_andnot_ps(unset, _mm_set1_ps(1.0f)));
 }
 
+// No more than is wanted: what is narrow seldom lies across cache lines.
+template <int COUNT> VM_TARGET inline __m128 loadFields(const float* at) {
+    if constexpr (COUNT == 1)
+        return _mm_load_ss(at);
+    else if constexpr (COUNT == 2)
+        return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(at)));
+    else
+        return _mm_loadu_ps(at);
+}
+
 // COUNT fields from the first on; with GAPS some of them may not be wanted.
 template <int COUNT, bool FLOATS, bool GAPS, class Address>
 VM_TARGET inline void fetch4(const Address& address, const VM_Field* fields, int at) {
-    const __m128 r0 = _mm_loadu_ps(address(at)), r1 = _mm_loadu_ps(address(at + 1));
-    const __m128 r2 = _mm_loadu_ps(address(at + 2)), r3 = _mm_loadu_ps(address(at + 3));
+    const __m128 r0 = loadFields<COUNT>(address(at)), r1 = loadFields<COUNT>(address(at + 1));
+    const __m128 r2 = loadFields<COUNT>(address(at + 2)), r3 = loadFields<COUNT>(address(at + 3));
     const __m128 low01 = _mm_unpacklo_ps(r0, r1), low23 = _mm_unpacklo_ps(r2, r3);
     if (!GAPS || fields[0].to) convert4<FLOATS>(fields[0], at, _mm_movelh_ps(low01, low23));
     if constexpr (COUNT >= 2)
@@ -131,7 +141,8 @@ struct Scattered {
 
 template <int COUNT, bool FLOATS, bool GAPS, class Address>
 VM_TARGET void fetchAll(const Address& address, const VM_Field* fields, int n) {
-    for (int k = 0; k + 4 <= n; k += 4) fetch4<COUNT, FLOATS, GAPS>(address, fields, k);
+    const VM_Field local[4] = {fields[0], fields[1], fields[2], fields[3]}; // apart from what is written
+    for (int k = 0; k + 4 <= n; k += 4) fetch4<COUNT, FLOATS, GAPS>(address, local, k);
 }
 
 template <class Address> VM_TARGET void fetchFrom(const Address& address, const VM_Field* fields, int n) {
@@ -145,12 +156,16 @@ template <class Address> VM_TARGET void fetchFrom(const Address& address, const 
         count = count > 0 ? count : i + 1;
         floats = floats && fields[i].kind == VM_Field::Float;
     }
-    if (gaps || !floats) return fetchAll<4, false, true>(address, fields, n);
-    switch (count) {
+    if (gaps) return fetchAll<4, false, true>(address, fields, n);
+    switch (floats ? count : count + 4) {
     case 1: return fetchAll<1, true, false>(address, fields, n);
     case 2: return fetchAll<2, true, false>(address, fields, n);
     case 3: return fetchAll<3, true, false>(address, fields, n);
-    default: return fetchAll<4, true, false>(address, fields, n);
+    case 4: return fetchAll<4, true, false>(address, fields, n);
+    case 5: return fetchAll<1, false, false>(address, fields, n);
+    case 6: return fetchAll<2, false, false>(address, fields, n);
+    case 7: return fetchAll<3, false, false>(address, fields, n);
+    default: return fetchAll<4, false, false>(address, fields, n);
     }
 }
 

@@ -67,4 +67,9 @@ enum class VM_Op : uint16_t {
 };
 
 // How many of a b c d an operation reads.
-int VM_arity(VM_Op op);
+inline int VM_arity(VM_Op op) {
+    if (op == VM_Op::End || op == VM_Op::Host) return 0;
+    if (op < VM_Op::Add) return 1;
+    if (op < VM_Op::Select) return 2;
+    return op < VM_Op::Turb ? 3 : 4;
+}
