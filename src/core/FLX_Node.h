@@ -95,6 +95,9 @@ public:
     // ---- shared with operators and interfaces
     /// What a cook of this operator does to the passes that wait.
     virtual FLX_PassUse passUse() const { return FLX_PassUse::Barrier; }
+    // ---- inputs, cooked. A barrier's inputs have done all they do to the particles when these return.
+    UT_ErrorSeverity lockInputs(OP_Context& context);
+    UT_ErrorSeverity lockInput(int i, OP_Context& context);
     /// Runs the passes that wait in the cook that is going on, if any.
     void flushPasses() const;
     FLX_ParticleList* getParticleList();
@@ -155,10 +158,6 @@ protected:
     static FLX_ContextData* contextOf(const OP_Context& context) {
         return static_cast<FLX_ContextData*>(context.getData());
     }
-
-    // ---- inputs, cooked. A barrier's inputs have done all they do to the particles when these return.
-    UT_ErrorSeverity lockInputs(OP_Context& context);
-    UT_ErrorSeverity lockInput(int i, OP_Context& context);
 
     // ---- messages of type "FLX"; the text may be null
     void addError(FLX_ErrorCodes code, const char* text = nullptr) { UTaddError("FLX", code, text); }
