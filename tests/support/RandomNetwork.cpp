@@ -240,7 +240,7 @@ std::string RandomNetwork::seen() {
         });
     OP_Context context(myNet.time());
     for (FLX_Node* node : myNodes) {
-        out += node->getName() + ": " + Network::messages(*node) + "\n";
+        out += std::string(node->getName()) + ": " + Network::messages(*node) + "\n";
         node->getNodeSpecificInfoText(context, 1, out);
     }
     for (const GU_DetailHandle& guide : myNet.context().guideHandles)
