@@ -1,6 +1,5 @@
 // The passes that wait in a cook.
 #include "core/FLX_ContextData.h"
-#include <chrono>
 
 #include "core/FLX_CookRecorder.h"
 #include "core/FLX_PassQueue.h"
@@ -17,17 +16,12 @@ public:
     ~TimedPass() override { myRecorder.passesRan(myNode, myNanoseconds); }
 
     void run(const FLX_Chunk& chunk) override {
-        const uint64_t start = now();
+        const uint64_t start = myRecorder.now();
         myPass->run(chunk);
-        myNanoseconds += now() - start;
+        myNanoseconds += myRecorder.now() - start;
     }
 
 private:
-    static uint64_t now() {
-        using namespace std::chrono;
-        return uint64_t(duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count());
-    }
-
     std::unique_ptr<FLX_Pass> myPass;
     const FLX_Node& myNode;
     FLX_CookRecorder& myRecorder;

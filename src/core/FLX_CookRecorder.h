@@ -21,6 +21,8 @@ public:
     /// Queued passes of the node have run for so many nanoseconds, within whatever is going on now, whose own time that
     /// is not. To be told once per node and run of the queue, or more often.
     virtual void passesRan(const FLX_Node& node, uint64_t nanoseconds) = 0;
+    /// The clock that all these times are taken from, in nanoseconds; never goes back.
+    virtual uint64_t now() const = 0;
 };
 
 /// A phase, told to the context's recorder when there is one; the phase of the whole context makes the recorder the

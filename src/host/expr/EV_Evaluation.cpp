@@ -25,6 +25,7 @@ EV_Evaluation::EV_Evaluation(EV_EXPRESSION& expression, EV_Scope& scope, double 
     if (myError.number != EV_ERR_NONE) mySaved = std::make_unique<EV_ThreadError>(std::move(myError));
     myError.number = EV_ERR_NONE;
     myError.text.clear();
+    for (std::string& text : myStrings) text.clear(); // what an evaluation before this one left
     ++expression.myNumRunning;
 }
 
@@ -94,17 +95,18 @@ bool EV_Evaluation::index(const EV_Site& site, const VM_Site& at, double* r) {
     return true;
 }
 
-// A bound on what one expression can hold at a time, however many long strings it joins.
-bool EV_Evaluation::admit(const EV_Site& site, size_t bytes) {
+// Whether a string register may take so many bytes instead of what it holds: a bound on one string, and on what one
+// expression can hold at a time.
+bool EV_Evaluation::admit(const EV_Site& site, const std::string& old, size_t bytes) {
     if (bytes > EV_MAX_STRING) return failAt(site, EV_ERR_LIMIT, "string longer than 1 MiB");
-    myTextBytes += bytes;
+    myTextBytes += bytes - old.size();
     return myTextBytes <= EV_MAX_STRINGS || failAt(site, EV_ERR_LIMIT, "more than 8 MiB of strings in one expression");
 }
 
 bool EV_Evaluation::concat(const EV_Site& site) {
     std::string& out = myStrings[size_t(site.stringResult)];
     const EV_StringRef left = site.strings[0], right = site.strings[1];
-    if (!admit(site, text(left).size() + text(right).size())) return false;
+    if (!admit(site, out, text(left).size() + text(right).size())) return false;
     if (left != site.stringResult) out = text(left);
     out += text(right);
     return true;
@@ -113,8 +115,9 @@ bool EV_Evaluation::concat(const EV_Site& site) {
 bool EV_Evaluation::choose(const EV_Site& site, bool first) {
     const EV_StringRef from = site.strings[first ? 0 : 1];
     if (from == site.stringResult) return true;
-    if (!admit(site, text(from).size())) return false;
-    myStrings[size_t(site.stringResult)] = text(from);
+    std::string& out = myStrings[size_t(site.stringResult)];
+    if (!admit(site, out, text(from).size())) return false;
+    out = text(from);
     return true;
 }
 
@@ -129,8 +132,11 @@ void EV_Evaluation::gather(const EV_Site& site, const VM_Site& at, const double*
         const EV_StringRef from = site.strings[numStrings++];
         if (from < 0)
             arg.s = text(from);
-        else
+        else {
+            myTextBytes -= myStrings[size_t(from)].size();
             arg.s.swap(myStrings[size_t(from)]);
+            myStrings[size_t(from)].clear();
+        }
     }
 }
 
@@ -138,7 +144,7 @@ bool EV_Evaluation::store(const EV_Site& site, const VM_Site& at, EV_Value& valu
     if (value.type != site.resultType)
         return failCall(site,
                         std::string("gave ") + EV_typeName(value.type) + " instead of " + EV_typeName(site.resultType));
-    if (value.type == EV_STRING && !admit(site, value.s.size())) return false;
+    if (value.type == EV_STRING && !admit(site, myStrings[size_t(site.stringResult)], value.s.size())) return false;
     for (size_t k = 0; k < at.writes.size(); ++k) r[at.writes[k]] = value.v[k];
     if (value.type == EV_STRING) myStrings[size_t(site.stringResult)].swap(value.s);
     return true;

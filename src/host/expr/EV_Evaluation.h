@@ -32,7 +32,7 @@ private:
     bool index(const EV_Site& site, const VM_Site& at, double* r);
     bool concat(const EV_Site& site);
     bool choose(const EV_Site& site, bool first);
-    bool admit(const EV_Site& site, size_t bytes);
+    bool admit(const EV_Site& site, const std::string& old, size_t bytes);
     bool failVariable(const EV_Site& site);
     bool failCall(const EV_Site& site, const std::string& message);
     bool failAt(const EV_Site& site, int number, const std::string& what);
@@ -48,5 +48,5 @@ private:
     const EV_Code* myCode;
     VM_RegisterFrame myRegisters;
     EV_Borrowed<std::string> myStrings; // the string registers
-    size_t myTextBytes = 0;             // written into them so far
+    size_t myTextBytes = 0;             // in them
 };

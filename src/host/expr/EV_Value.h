@@ -20,7 +20,7 @@ const char* EV_typeName(EV_Type type);
 // The number of doubles a value of this type holds: 1, 3, 4; a string holds none.
 int EV_typeSize(EV_Type type);
 
-constexpr size_t EV_MAX_STRING = size_t(1) << 20; // bytes a string value may have
+constexpr size_t EV_MAX_STRING = size_t(1) << 20;    // bytes a string value may have
 constexpr size_t EV_MAX_STRINGS = 8 * EV_MAX_STRING; // bytes of all string values that one evaluation computes
 
 // One value of the language: an argument or the result of a function, or of a whole expression.

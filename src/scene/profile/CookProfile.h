@@ -43,7 +43,7 @@ public:
     /// Is called at the end of every cook and time step.
     std::function<void(const ProfileEvent&)> listener;
 
-    uint64_t now() const { return myClock() - myStart; }
+    uint64_t now() const override { return myClock() - myStart; }
     /// The largest own time first.
     std::vector<const ProfileRow*> sorted() const;
 

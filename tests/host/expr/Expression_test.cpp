@@ -215,14 +215,18 @@ TEST_F(Function, stringsGrowOnlyToTheLimit) {
         EXPECT_THAT(out.error, testing::HasSubstr("string longer than 1 MiB"));
     }
     EXPECT_NE(evaluate("strmatch(strcat('*a', t_long(100000)), t_long(1000000))", scope).errNo, 0);
-    // Many strings, none of them too long, are too much together.
-    const auto sumOfLengths = [](int count) {
-        std::string text = "0";
-        for (int i = 0; i < count; ++i) text += " + strlen(t_long(1048576))";
-        return text;
+    // Strings that are held at the same time, none of them too long, are too much together.
+    const auto repeated = [](const char* before, const char* part, const char* between, int count) {
+        std::string text = before;
+        for (int i = 0; i < count; ++i) text += (i ? between : "") + std::string(part);
+        return text + (*before ? ")" : "");
     };
-    EXPECT_EQ(evaluate(sumOfLengths(8).c_str(), scope).number, 8.0 * EV_MAX_STRING);
-    EXPECT_THAT(evaluate(sumOfLengths(9).c_str(), scope).error, testing::HasSubstr("more than 8 MiB of strings"));
+    const char* const part = "t_long(1048576)";
+    EXPECT_THAT(evaluateString(repeated("strcat(", part, ", ", 8).c_str(), scope).error,
+                testing::HasSubstr("string longer than 1 MiB"));
+    EXPECT_THAT(evaluateString(repeated("strcat(", part, ", ", 9).c_str(), scope).error,
+                testing::HasSubstr("more than 8 MiB of strings"));
+    EXPECT_EQ(evaluate(repeated("", "strlen(t_long(1048576))", " + ", 20).c_str(), scope).number, 20.0 * EV_MAX_STRING);
 }
 
 TEST_F(Function, namesAreTakenOnce) {
