@@ -271,7 +271,7 @@ int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
         children[count++] = left + 1;
     }
     const size_t me = myNodes.size();
-    myNodes.emplace_back();
+    myNodes.emplace_back().leaves = 0;
     for (int i = 0; i < 4; ++i) {
         const float most = std::numeric_limits<float>::max();
         for (int k = 0; k < 3; ++k) {
@@ -280,6 +280,7 @@ int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
         }
         const int32_t child = i < count ? collapse(tree, children[i]) : 0;
         myNodes[me].child[i] = child;
+        myNodes[me].leaves |= int(child < 0) << i;
     }
     return static_cast<int32_t>(me);
 }
