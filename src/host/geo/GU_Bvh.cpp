@@ -134,8 +134,8 @@ struct GU_Bvh::Binary {
         uint32_t first, count;
         int32_t left; ///< the right child follows it; -1 in a leaf
     };
-    std::vector<Bounds> items;
-    std::vector<Node> nodes;
+    std::vector<Bounds, UT_LargeAllocator<Bounds>> items;
+    std::vector<Node, UT_LargeAllocator<Node>> nodes;
 
     explicit Binary(const std::vector<UT_BoundingBox>& boxes)
         : items(boxes.size()) {

@@ -2,6 +2,7 @@
 
 #include "host/geo/GU_Float4.h"
 #include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_LargeAllocator.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <algorithm>
@@ -94,7 +95,7 @@ private:
         __builtin_prefetch(p + 64);
     }
 
-    std::vector<Node> myNodes;
+    std::vector<Node, UT_LargeAllocator<Node>> myNodes;
     std::vector<uint32_t> myOrder;
     int32_t myRoot = EMPTY;
     double myBuiltCost = 0;

@@ -6,6 +6,7 @@
 #include "host/geo/GU_RayInfo.h"
 #include "host/geo/GU_RayShapes.h"
 #include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_LargeAllocator.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <cstdint>
@@ -142,7 +143,7 @@ private:
     uint64_t myLayoutSerial = 0;
     GU_RayShapes myShapes;
     GU_Bvh myBvh;
-    std::vector<Leaf> myLeaves;
+    std::vector<Leaf, UT_LargeAllocator<Leaf>> myLeaves;
     GU_RayCells myCells;
     UT_BoundingBox myBox;
     std::unique_ptr<GU_RaySweep> mySweep; ///< for deforming geometry; the static structure is empty then
