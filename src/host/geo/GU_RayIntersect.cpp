@@ -130,9 +130,10 @@ GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
 
 // Most particles are nowhere near a surface.
 bool GU_RayIntersect::passesBy(const UT_Vector3& org, const UT_Vector3& dir, const GU_RayInfo& info) const {
-    if (GU_RaySearch::misses(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox)) return true;
     UT_Vector3 low, high;
     GU_RaySearch::enclose(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, low, high);
+    for (int k = 0; k < 3; ++k)
+        if (low[k] > myBox.vmax()[k] || high[k] < myBox.vmin()[k]) return true;
     return myCells.isClear(low, high);
 }
 
