@@ -30,8 +30,9 @@ struct GU_BvhLine {
     bool anyParallel = false;
 };
 
-/// Boxes in a tree with four children per node, built by binned surface areas (Wald, "On fast Construction of SAH-based
-/// Bounding Volume Hierarchies", 2007) and collapsed from two children to four. Its leaves hold up to four items.
+/// Boxes in a tree with eight children per node, built by binned surface areas (Wald, "On fast Construction of
+/// SAH-based Bounding Volume Hierarchies", 2007) and collapsed from two children to eight. Its leaves hold up to four
+/// items.
 class GU_Bvh {
 public:
     static constexpr uint32_t NO_ITEM = 0xffffffffu;
@@ -54,14 +55,15 @@ public:
     template <class Visit> void around(const UT_Vector3& p, float distance2, Visit&& visit) const;
 
 private:
+    static constexpr int WIDTH = 8; ///< children of a node, looked at by fours
     struct alignas(64) Node {
-        float sides[2][3][4]; ///< low and high by axis and child; low above high where there is no child
-        int32_t child[4];     ///< node, or ~leaf
-        int32_t leaves;       ///< bits of the children that are leaves
+        float sides[2][3][WIDTH]; ///< low and high by axis and child; low above high where there is no child
+        int32_t child[WIDTH];     ///< node, or ~leaf
+        int32_t leaves;           ///< bits of the children that are leaves
     };
     struct Binary; ///< the tree while it has two children per node
     static constexpr int32_t EMPTY = 0x7fffffff;
-    static constexpr int STACK = 256; ///< enough for the depth that the builder allows
+    static constexpr int STACK = 512; ///< enough for the depth that the builder allows
     struct Entry {
         int32_t node;
         float key;
@@ -85,14 +87,13 @@ private:
         }
     };
     template <bool Furthest>
-    static int crossed(const Node& node, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys);
-    static int near(const Node& node, const UT_Vector3& p, float distance2, float (&keys)[4]);
+    static int crossed(const Node& node, int first, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys);
+    static int near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys);
     /// Pushes the inner nodes of `mask`, smallest key on top.
-    static void push(const Node& node, int mask, const float (&keys)[4], Entry* stack, int& top);
+    static void push(const Node& node, int mask, const float* keys, Entry* stack, int& top);
     void prefetch(int32_t node) const {
         const char* p = reinterpret_cast<const char*>(&myNodes[static_cast<size_t>(node)]);
-        __builtin_prefetch(p);
-        __builtin_prefetch(p + 64);
+        for (size_t i = 0; i < sizeof(Node); i += 64) __builtin_prefetch(p + i);
     }
 
     std::vector<Node, UT_LargeAllocator<Node>> myNodes;
@@ -102,14 +103,14 @@ private:
 };
 
 template <bool Furthest>
-inline int GU_Bvh::crossed(const Node& node, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys) {
+inline int GU_Bvh::crossed(const Node& node, int first, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys) {
     const GU_Float4 zero = GU_Float4::splat(0);
     GU_Float4 t0 = GU_Float4::splat(line.low), t1 = GU_Float4::splat(line.high);
     int mask = 15;
     for (int k = 0; k < 3; ++k) {
         const int side = line.nearSide[k];
-        const GU_Float4 front = GU_Float4::load(node.sides[side][k]) - slabs.front[k];
-        const GU_Float4 back = GU_Float4::load(node.sides[1 - side][k]) - slabs.back[k];
+        const GU_Float4 front = GU_Float4::load(node.sides[side][k] + first) - slabs.front[k];
+        const GU_Float4 back = GU_Float4::load(node.sides[1 - side][k] + first) - slabs.back[k];
         if (line.anyParallel && line.parallel[k]) {
             mask &= lessEqual(front, zero) & lessEqual(zero, back);
             continue;
@@ -128,12 +129,13 @@ inline int GU_Bvh::crossed(const Node& node, const GU_BvhLine& line, const Slabs
     return mask;
 }
 
-inline int GU_Bvh::near(const Node& node, const UT_Vector3& p, float distance2, float (&keys)[4]) {
+inline int GU_Bvh::near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys) {
     GU_Float4 sum = GU_Float4::splat(0);
     for (int k = 0; k < 3; ++k) {
         const GU_Float4 at = GU_Float4::splat(p[k]);
-        const GU_Float4 out = max(max(GU_Float4::load(node.sides[0][k]) - at, at - GU_Float4::load(node.sides[1][k])),
-                                  GU_Float4::splat(0));
+        const GU_Float4 out =
+            max(max(GU_Float4::load(node.sides[0][k] + first) - at, at - GU_Float4::load(node.sides[1][k] + first)),
+                GU_Float4::splat(0));
         sum = sum + out * out;
     }
     sum = sum * GU_Float4::splat(1 - 4e-7f); // rounding never makes a box look further than its content
@@ -141,7 +143,7 @@ inline int GU_Bvh::near(const Node& node, const UT_Vector3& p, float distance2, 
     return lessEqual(sum, GU_Float4::splat(distance2));
 }
 
-inline void GU_Bvh::push(const Node& node, int mask, const float (&keys)[4], Entry* stack, int& top) {
+inline void GU_Bvh::push(const Node& node, int mask, const float* keys, Entry* stack, int& top) {
     const int base = top;
     for (; mask; mask &= mask - 1) {
         const int i = std::countr_zero(static_cast<unsigned>(mask));
@@ -159,15 +161,18 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
     const Slabs slabs(line);
     for (int32_t next = myRoot;;) {
         const Node& node = myNodes[static_cast<size_t>(next)];
-        GU_Float4 distances;
-        const int mask = crossed<Furthest>(node, line, slabs, distances), ends = node.leaves;
+        GU_Float4 distances[2];
+        const int mask = crossed<Furthest>(node, 0, line, slabs, distances[0]) |
+                         crossed<Furthest>(node, 4, line, slabs, distances[1]) << 4;
+        const int ends = node.leaves;
         int leaves = mask & ends, inner = mask & ~ends;
         next = EMPTY;
         if (inner && !(inner & (inner - 1))) { // the usual case of short stretches: straight down
             next = node.child[std::countr_zero(static_cast<unsigned>(inner))];
         } else if (inner) {
-            float keys[4];
-            distances.store(keys);
+            float keys[WIDTH];
+            distances[0].store(keys);
+            distances[1].store(keys + 4);
             push(node, inner, keys, stack, top);
             next = stack[--top].node;
         }
@@ -197,12 +202,13 @@ template <class Visit> void GU_Bvh::around(const UT_Vector3& p, float distance2,
         return;
     }
     stack[top++] = {myRoot, 0};
-    float keys[4];
+    float keys[WIDTH];
     while (top) {
         const Entry entry = stack[--top];
         if (entry.key > distance2) continue;
         const Node& node = myNodes[static_cast<size_t>(entry.node)];
-        const int mask = near(node, p, distance2, keys), leaves = mask & node.leaves;
+        const int mask = near(node, 0, p, distance2, keys) | near(node, 4, p, distance2, keys + 4) << 4;
+        const int leaves = mask & node.leaves;
         push(node, mask & ~node.leaves, keys, stack, top);
         for (int i = 0; leaves >> i; ++i)
             if (leaves >> i & 1 && keys[i] <= distance2) distance2 = visit(static_cast<uint32_t>(~node.child[i]));
