@@ -134,8 +134,8 @@ struct GU_Bvh::Binary {
         uint32_t first, count;
         int32_t left; ///< the right child follows it; -1 in a leaf
     };
-    std::vector<Bounds> items;
-    std::vector<Node> nodes;
+    std::vector<Bounds, UT_LargeAllocator<Bounds>> items;
+    std::vector<Node, UT_LargeAllocator<Node>> nodes;
 
     explicit Binary(const std::vector<UT_BoundingBox>& boxes)
         : items(boxes.size()) {
@@ -209,7 +209,7 @@ UT_BoundingBox GU_Bvh::boxOf(int32_t child, const std::vector<UT_BoundingBox>& b
         return box;
     }
     const auto& sides = myNodes[static_cast<size_t>(child)].sides;
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < WIDTH; ++i)
         box.enlargeBounds(UT_BoundingBox({sides[0][0][i], sides[0][1][i], sides[0][2][i]},
                                          {sides[1][0][i], sides[1][1][i], sides[1][2][i]}));
     return box;
@@ -218,7 +218,7 @@ UT_BoundingBox GU_Bvh::boxOf(int32_t child, const std::vector<UT_BoundingBox>& b
 double GU_Bvh::cost() const {
     double sum = 0, root = 0;
     for (const Node& node : myNodes) {
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; i < WIDTH; ++i) {
             const double x = double(node.sides[1][0][i]) - node.sides[0][0][i],
                          y = double(node.sides[1][1][i]) - node.sides[0][1][i],
                          z = double(node.sides[1][2][i]) - node.sides[0][2][i];
@@ -231,7 +231,7 @@ double GU_Bvh::cost() const {
 
 bool GU_Bvh::refit(const std::vector<UT_BoundingBox>& boxes) {
     for (size_t n = myNodes.size(); n-- > 0;) // children come behind their parents
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < WIDTH; ++i)
             if (myNodes[n].sides[0][0][i] <= myNodes[n].sides[1][0][i])
                 setChild(myNodes[n], i, boxOf(myNodes[n].child[i], boxes));
     constexpr double WORSE = 1.5;
@@ -257,9 +257,9 @@ int32_t GU_Bvh::makeLeaf(const Binary& tree, int32_t node) {
 int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
     const auto at = [&](int32_t i) -> const Binary::Node& { return tree.nodes[static_cast<size_t>(i)]; };
     if (at(node).left < 0) return makeLeaf(tree, node);
-    int32_t children[4] = {at(node).left, at(node).left + 1};
+    int32_t children[WIDTH] = {at(node).left, at(node).left + 1};
     int count = 2;
-    while (count < 4) { // open the largest child that can be opened
+    while (count < WIDTH) { // open the largest child that can be opened
         int pick = -1;
         for (int i = 0; i < count; ++i)
             if (at(children[i]).left >= 0 &&
@@ -271,8 +271,8 @@ int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
         children[count++] = left + 1;
     }
     const size_t me = myNodes.size();
-    myNodes.emplace_back();
-    for (int i = 0; i < 4; ++i) {
+    myNodes.emplace_back().leaves = 0;
+    for (int i = 0; i < WIDTH; ++i) {
         const float most = std::numeric_limits<float>::max();
         for (int k = 0; k < 3; ++k) {
             myNodes[me].sides[0][k][i] = i < count ? at(children[i]).box.low[k] : most;
@@ -280,6 +280,7 @@ int32_t GU_Bvh::collapse(const Binary& tree, int32_t node) {
         }
         const int32_t child = i < count ? collapse(tree, children[i]) : 0;
         myNodes[me].child[i] = child;
+        myNodes[me].leaves |= int(child < 0) << i;
     }
     return static_cast<int32_t>(me);
 }

@@ -2,6 +2,7 @@
 
 #include "host/geo/GU_Float4.h"
 #include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_LargeAllocator.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <algorithm>
@@ -29,8 +30,9 @@ struct GU_BvhLine {
     bool anyParallel = false;
 };
 
-/// Boxes in a tree with four children per node, built by binned surface areas (Wald, "On fast Construction of SAH-based
-/// Bounding Volume Hierarchies", 2007) and collapsed from two children to four. Its leaves hold up to four items.
+/// Boxes in a tree with eight children per node, built by binned surface areas (Wald, "On fast Construction of
+/// SAH-based Bounding Volume Hierarchies", 2007) and collapsed from two children to eight. Its leaves hold up to four
+/// items.
 class GU_Bvh {
 public:
     static constexpr uint32_t NO_ITEM = 0xffffffffu;
@@ -53,13 +55,15 @@ public:
     template <class Visit> void around(const UT_Vector3& p, float distance2, Visit&& visit) const;
 
 private:
+    static constexpr int WIDTH = 8; ///< children of a node, looked at by fours
     struct alignas(64) Node {
-        float sides[2][3][4]; ///< low and high by axis and child; low above high where there is no child
-        int32_t child[4];     ///< node, or ~leaf
+        float sides[2][3][WIDTH]; ///< low and high by axis and child; low above high where there is no child
+        int32_t child[WIDTH];     ///< node, or ~leaf
+        int32_t leaves;           ///< bits of the children that are leaves
     };
     struct Binary; ///< the tree while it has two children per node
     static constexpr int32_t EMPTY = 0x7fffffff;
-    static constexpr int STACK = 256; ///< enough for the depth that the builder allows
+    static constexpr int STACK = 512; ///< enough for the depth that the builder allows
     struct Entry {
         int32_t node;
         float key;
@@ -71,50 +75,67 @@ private:
     void setChild(Node& node, int i, const UT_BoundingBox& box);
     /// What a random ray is expected to visit, next to the surface of the root.
     double cost() const;
-    template <bool Furthest> static int crossed(const Node& node, const GU_BvhLine& line, float (&keys)[4]);
-    static int near(const Node& node, const UT_Vector3& p, float distance2, float (&keys)[4]);
-    /// Pushes the inner nodes of `mask`, smallest key on top, and returns the mask of the leaves.
-    static int push(const Node& node, int mask, const float (&keys)[4], Entry* stack, int& top);
+    /// What of a line stays the same on its way, spread over four lanes.
+    struct Slabs {
+        GU_Float4 front[3], back[3], inverse[3];
+        explicit Slabs(const GU_BvhLine& line) {
+            for (int k = 0; k < 3; ++k) {
+                front[k] = GU_Float4::splat(line.org[line.nearSide[k]][k]);
+                back[k] = GU_Float4::splat(line.org[1 - line.nearSide[k]][k]);
+                inverse[k] = GU_Float4::splat(line.inverse[k]);
+            }
+        }
+    };
+    template <bool Furthest>
+    static int crossed(const Node& node, int first, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys);
+    static int near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys);
+    /// Pushes the inner nodes of `mask`, smallest key on top.
+    static void push(const Node& node, int mask, const float* keys, Entry* stack, int& top);
+    void prefetch(int32_t node) const {
+        const char* p = reinterpret_cast<const char*>(&myNodes[static_cast<size_t>(node)]);
+        for (size_t i = 0; i < sizeof(Node); i += 64) __builtin_prefetch(p + i);
+    }
 
-    std::vector<Node> myNodes;
+    std::vector<Node, UT_LargeAllocator<Node>> myNodes;
     std::vector<uint32_t> myOrder;
     int32_t myRoot = EMPTY;
     double myBuiltCost = 0;
 };
 
-template <bool Furthest> int GU_Bvh::crossed(const Node& node, const GU_BvhLine& line, float (&keys)[4]) {
+template <bool Furthest>
+inline int GU_Bvh::crossed(const Node& node, int first, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys) {
     const GU_Float4 zero = GU_Float4::splat(0);
     GU_Float4 t0 = GU_Float4::splat(line.low), t1 = GU_Float4::splat(line.high);
     int mask = 15;
     for (int k = 0; k < 3; ++k) {
         const int side = line.nearSide[k];
-        const GU_Float4 front = GU_Float4::load(node.sides[side][k]) - GU_Float4::splat(line.org[side][k]);
-        const GU_Float4 back = GU_Float4::load(node.sides[1 - side][k]) - GU_Float4::splat(line.org[1 - side][k]);
+        const GU_Float4 front = GU_Float4::load(node.sides[side][k] + first) - slabs.front[k];
+        const GU_Float4 back = GU_Float4::load(node.sides[1 - side][k] + first) - slabs.back[k];
         if (line.anyParallel && line.parallel[k]) {
             mask &= lessEqual(front, zero) & lessEqual(zero, back);
             continue;
         }
-        const GU_Float4 inverse = GU_Float4::splat(line.inverse[k]);
-        t0 = max(front * inverse, t0);
-        t1 = min(back * inverse, t1);
+        t0 = max(front * slabs.inverse[k], t0);
+        t1 = min(back * slabs.inverse[k], t1);
     }
     mask &= lessEqual(t0, t1);
     if constexpr (Furthest) {
         const GU_Float4 most = max(zero - t0, t1);
         mask &= ~less(most, GU_Float4::splat(line.reach));
-        (zero - most).store(keys);
+        keys = zero - most;
     } else { // how near to the origin, on either side, the box comes
-        max(max(t0, zero - t1), zero).store(keys);
+        keys = max(max(t0, zero - t1), zero);
     }
     return mask;
 }
 
-inline int GU_Bvh::near(const Node& node, const UT_Vector3& p, float distance2, float (&keys)[4]) {
+inline int GU_Bvh::near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys) {
     GU_Float4 sum = GU_Float4::splat(0);
     for (int k = 0; k < 3; ++k) {
         const GU_Float4 at = GU_Float4::splat(p[k]);
-        const GU_Float4 out = max(max(GU_Float4::load(node.sides[0][k]) - at, at - GU_Float4::load(node.sides[1][k])),
-                                  GU_Float4::splat(0));
+        const GU_Float4 out =
+            max(max(GU_Float4::load(node.sides[0][k] + first) - at, at - GU_Float4::load(node.sides[1][k] + first)),
+                GU_Float4::splat(0));
         sum = sum + out * out;
     }
     sum = sum * GU_Float4::splat(1 - 4e-7f); // rounding never makes a box look further than its content
@@ -122,20 +143,14 @@ inline int GU_Bvh::near(const Node& node, const UT_Vector3& p, float distance2, 
     return lessEqual(sum, GU_Float4::splat(distance2));
 }
 
-inline int GU_Bvh::push(const Node& node, int mask, const float (&keys)[4], Entry* stack, int& top) {
-    int leaves = 0;
+inline void GU_Bvh::push(const Node& node, int mask, const float* keys, Entry* stack, int& top) {
     const int base = top;
     for (; mask; mask &= mask - 1) {
         const int i = std::countr_zero(static_cast<unsigned>(mask));
-        if (node.child[i] < 0) {
-            leaves |= 1 << i;
-            continue;
-        }
         int at = top++;
         for (; at > base && stack[at - 1].key < keys[i]; --at) stack[at] = stack[at - 1];
         stack[at] = {node.child[i], keys[i]};
     }
-    return leaves;
 }
 
 template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit&& visit) const {
@@ -143,20 +158,38 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
     int top = 0;
     if (myRoot == EMPTY) return;
     if (myRoot < 0) return visit(static_cast<uint32_t>(~myRoot));
-    stack[top++] = {myRoot, Furthest ? -std::numeric_limits<float>::infinity() : 0};
-    float keys[4];
-    while (top) {
-        const Entry entry = stack[--top];
-        if (Furthest ? -entry.key < line.reach : entry.key > std::max(-line.low, line.high)) continue;
-        const Node& node = myNodes[static_cast<size_t>(entry.node)];
-        int leaves = push(node, crossed<Furthest>(node, line, keys), keys, stack, top);
-        if constexpr (requires { visit.ahead(0u); }) {
-            for (int m = leaves; m; m &= m - 1)
-                visit.ahead(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(m))]));
+    const Slabs slabs(line);
+    for (int32_t next = myRoot;;) {
+        const Node& node = myNodes[static_cast<size_t>(next)];
+        GU_Float4 distances[2];
+        const int mask = crossed<Furthest>(node, 0, line, slabs, distances[0]) |
+                         crossed<Furthest>(node, 4, line, slabs, distances[1]) << 4;
+        const int ends = node.leaves;
+        int leaves = mask & ends, inner = mask & ~ends;
+        next = EMPTY;
+        if (inner && !(inner & (inner - 1))) { // the usual case of short stretches: straight down
+            next = node.child[std::countr_zero(static_cast<unsigned>(inner))];
+        } else if (inner) {
+            float keys[WIDTH];
+            distances[0].store(keys);
+            distances[1].store(keys + 4);
+            push(node, inner, keys, stack, top);
+            next = stack[--top].node;
         }
-        if (top) __builtin_prefetch(&myNodes[static_cast<size_t>(stack[top - 1].node)]);
-        for (; leaves; leaves &= leaves - 1)
-            visit(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]));
+        if (next != EMPTY) prefetch(next);
+        if (leaves) {
+            if constexpr (requires { visit.ahead(0u); }) {
+                for (int m = leaves; m; m &= m - 1)
+                    visit.ahead(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(m))]));
+            }
+            for (; leaves; leaves &= leaves - 1)
+                visit(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]));
+        }
+        while (next == EMPTY) {
+            if (top == 0) return;
+            const Entry entry = stack[--top];
+            if (Furthest ? -entry.key >= line.reach : entry.key <= std::max(-line.low, line.high)) next = entry.node;
+        }
     }
 }
 
@@ -169,12 +202,14 @@ template <class Visit> void GU_Bvh::around(const UT_Vector3& p, float distance2,
         return;
     }
     stack[top++] = {myRoot, 0};
-    float keys[4];
+    float keys[WIDTH];
     while (top) {
         const Entry entry = stack[--top];
         if (entry.key > distance2) continue;
         const Node& node = myNodes[static_cast<size_t>(entry.node)];
-        const int leaves = push(node, near(node, p, distance2, keys), keys, stack, top);
+        const int mask = near(node, 0, p, distance2, keys) | near(node, 4, p, distance2, keys + 4) << 4;
+        const int leaves = mask & node.leaves;
+        push(node, mask & ~node.leaves, keys, stack, top);
         for (int i = 0; leaves >> i; ++i)
             if (leaves >> i & 1 && keys[i] <= distance2) distance2 = visit(static_cast<uint32_t>(~node.child[i]));
     }

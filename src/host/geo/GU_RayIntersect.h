@@ -1,10 +1,12 @@
 #pragma once
 
 #include "host/geo/GU_Bvh.h"
+#include "host/geo/GU_RayCells.h"
 #include "host/geo/GU_RayFrame.h"
 #include "host/geo/GU_RayInfo.h"
 #include "host/geo/GU_RayShapes.h"
 #include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_LargeAllocator.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <cstdint>
@@ -86,6 +88,9 @@ public:
 
     /// Box of everything that can be hit; empty (not valid) when there is nothing.
     const UT_BoundingBox& getBBox() const { return myBox; }
+    /// True when nothing that can be hit is between `low` and `high`, for sure; found out at little cost. False when
+    /// it takes a ray to know.
+    bool isClear(const UT_Vector3& low, const UT_Vector3& high) const { return myCells.isClear(low, high); }
     /// Number of primitives that can be hit.
     size_t entries() const;
     /// Number of primitives that have a surface but cannot be hit: quadrics in deforming geometry.
@@ -94,10 +99,11 @@ public:
 private:
     /// Four items as the search visits them: corners[vertex][axis][lane]. Lanes of items that are no triangles hold
     /// NaN.
-    struct alignas(16) Leaf {
+    struct alignas(64) Leaf {
         static constexpr uint32_t SPECIAL = 0x80000000u; ///< no triangle that always counts: look at its shape
         float corners[3][3][4];
-        uint32_t lane[4]; ///< item with the bit SPECIAL, or NO_ITEM
+        uint32_t lane[4];  ///< item with the bit SPECIAL, or NO_ITEM
+        uint32_t shape[4]; ///< of the items
 
         bool isUsed(uint32_t i) const { return lane[i] != GU_Bvh::NO_ITEM; }
         bool isSpecial(uint32_t i) const { return lane[i] & SPECIAL; }
@@ -109,6 +115,7 @@ private:
     void fillLeaves();
     uint32_t laneOf(uint32_t item) const;
     Corners corners(uint32_t place) const;
+    bool passesBy(const UT_Vector3& org, const UT_Vector3& dir, const GU_RayInfo& info) const;
     void visitLeaf(uint32_t leaf, Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
     void testSpecial(uint32_t place, Query& query) const;
@@ -136,7 +143,8 @@ private:
     uint64_t myLayoutSerial = 0;
     GU_RayShapes myShapes;
     GU_Bvh myBvh;
-    std::vector<Leaf> myLeaves;
+    std::vector<Leaf, UT_LargeAllocator<Leaf>> myLeaves;
+    GU_RayCells myCells;
     UT_BoundingBox myBox;
     std::unique_ptr<GU_RaySweep> mySweep; ///< for deforming geometry; the static structure is empty then
 };

@@ -23,7 +23,7 @@ struct GU_RaySearch {
     void aim(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last, const UT_BoundingBox& scene) {
         const double most = std::max({std::fabs(way.x()), std::fabs(way.y()), std::fabs(way.z())});
         scale = most > 0 ? most : 1;
-        line = GU_BvhLine(UT_Vector3(from), way / scale, bound(first, -1e-6), bound(last, 1e-6), scene);
+        line = GU_BvhLine(UT_Vector3(from), way * (1 / scale), bound(first, -1e-6), bound(last, 1e-6), scene);
         if (found) narrow();
     }
 
@@ -48,6 +48,18 @@ struct GU_RaySearch {
             if (std::max(a, b) + slop < least - 1e-6 * std::fabs(least)) return true;
         }
         return false;
+    }
+
+    /// A box around the stretch of the range and what rounding may add to it.
+    static void enclose(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last, UT_Vector3& low,
+                        UT_Vector3& high) {
+        constexpr double most = std::numeric_limits<float>::max();
+        for (int k = 0; k < 3; ++k) {
+            const double a = from[k] + way[k] * first, b = from[k] + way[k] * last;
+            const double slop = 2e-6 * (std::fabs(a) + std::fabs(b) + std::fabs(from[k]));
+            low[k] = static_cast<float>(std::clamp(std::min(a, b) - slop, -most, most));
+            high[k] = static_cast<float>(std::clamp(std::max(a, b) + slop, -most, most));
+        }
     }
 
     UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }

@@ -2,6 +2,7 @@
 
 #include "host/geo/GU_RayQuadric.h"
 #include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_LargeAllocator.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <array>
@@ -47,7 +48,8 @@ public:
     /// Corners and boxes are only needed until the search structure stands.
     void dropBuildData();
 
-    const std::vector<GU_RayShape>& shapes() const { return myShapes; }
+    using Shapes = std::vector<GU_RayShape, UT_LargeAllocator<GU_RayShape>>;
+    const Shapes& shapes() const { return myShapes; }
     const std::vector<GU_RayItem>& items() const { return myItems; }
     const std::vector<UT_BoundingBox>& boxes() const { return myBoxes; }
     const std::vector<Triangle>& triangles() const { return myTriangles; } ///< by item; NaN for quadrics
@@ -67,7 +69,7 @@ private:
     void addEdge(uint64_t from, uint64_t to);
     void beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind, uint32_t first, int vertices);
 
-    std::vector<GU_RayShape> myShapes;
+    Shapes myShapes;
     std::vector<GU_RayItem> myItems;
     std::vector<Triangle> myTriangles;
     std::vector<UT_BoundingBox> myBoxes;

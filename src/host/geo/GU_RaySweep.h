@@ -3,6 +3,7 @@
 #include "host/geo/GU_Bvh.h"
 #include "host/geo/GU_RayInfo.h"
 #include "host/ut/UT_BoundingBox.h"
+#include "host/ut/UT_LargeAllocator.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <array>
@@ -97,7 +98,7 @@ private:
     void finishAll(GU_RayInfo& info, const Query& query) const;
 
     Pieces myPieces;
-    std::vector<Leaf> myLeaves;
+    std::vector<Leaf, UT_LargeAllocator<Leaf>> myLeaves;
     GU_Bvh myBvh;
     UT_BoundingBox myTreeBox;
 };

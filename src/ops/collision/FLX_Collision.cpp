@@ -230,12 +230,15 @@ bool FLX_Collision::passesBy(const GEO_Point* point) const {
     if (myRules.sides.hasNormalStep())
         margin = std::max(margin, myRules.sides.normalStep *
                                       point->castAttribData<UT_Vector3>(myRules.sides.previousNormal)->length());
+    UT_Vector3 low, high;
     for (int k = 0; k < 3; ++k) {
         const float from = end[k] - move[k] * move[3], to = end[k];
         const float slack = margin + 1e-5f * std::max(std::fabs(from), std::fabs(to));
-        if (std::max(from, to) + slack < box.vmin()[k] || std::min(from, to) - slack > box.vmax()[k]) return true;
+        low[k] = std::min(from, to) - slack;
+        high[k] = std::max(from, to) + slack;
+        if (high[k] < box.vmin()[k] || low[k] > box.vmax()[k]) return true;
     }
-    return false;
+    return myHint == FLX_GeoHint::Static && myCollider.rays() && myCollider.rays()->isClear(low, high);
 }
 
 int FLX_Collision::getOversampledGeoVelocity(int k, UT_Vector3& velocity) {

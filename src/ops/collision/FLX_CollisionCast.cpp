@@ -49,11 +49,14 @@ const GU_RayHit* FLX_Collision::closest(const GU_RayIntersect& rays, const UT_Ve
 // The closest hit, but for the one that the ray starts on: then the next.
 const GU_RayHit* FLX_Collision::cast(const GU_RayIntersect& rays, const FLX_SurfaceRay& ray, float reach,
                                      bool startCounts) {
-    const GU_RayHit* first = closest(rays, ray.origin, ray.direction, 0, reach, GU_FIND_ALL);
+    // All hits take longer to find and matter only where one is to be left out.
+    const auto find = ray.previous ? GU_FIND_ALL : GU_FIND_CLOSEST;
+    const GU_RayHit* first = closest(rays, ray.origin, ray.direction, 0, reach, find);
     if (!first) return nullptr;
     const bool isStart = ray.previous ? isSameIntersectionPt(*ray.previous, *first)
                                       : !startCounts && std::fabs(first->distance) <= AT_START;
     if (!isStart) return first;
+    if (!ray.previous) closest(rays, ray.origin, ray.direction, 0, reach, GU_FIND_ALL);
     return myInfo.getHitCount() == 1 ? nullptr : secondHit(myInfo.getHits(), reach);
 }
 
