@@ -6,6 +6,7 @@
 #include "host/node/OP_Node.h"
 
 #include <fmt/format.h>
+#include <utility>
 
 namespace {
 
@@ -53,7 +54,13 @@ std::vector<ChannelCheck::Read> ChannelCheck::readsOf(const OP_ChannelRef& chann
 
 bool ChannelCheck::findCircle(const OP_ChannelRef& from, const OP_ChannelRef& start, bool conditional) {
     myWay.push_back(from);
-    for (const Read& read : readsOf(from)) {
+    const std::vector<Read> reads = readsOf(from);
+    if (myWay.size() > size_t(OP_MAX_CHAIN)) {
+        if (!reads.empty() && !std::exchange(myIsTooLong, true)) myTooLongIsConditional = conditional;
+        myWay.pop_back();
+        return false;
+    }
+    for (const Read& read : reads) {
         if (!read.error.empty()) continue;
         const bool maybe = conditional || read.conditional;
         if (read.to.parm == start.parm && read.to.component == start.component) {
@@ -73,7 +80,14 @@ std::vector<ChannelCheck::Finding> ChannelCheck::check(const OP_ChannelRef& chan
         if (!read.error.empty()) out.push_back({!read.conditional, read.error});
     myVisited.clear();
     myWay.clear();
-    if (myTold.contains({channel.parm, channel.component}) || !findCircle(channel, channel, false)) return out;
+    myIsTooLong = false;
+    if (myTold.contains({channel.parm, channel.component})) return out;
+    if (!findCircle(channel, channel, false)) {
+        if (myIsTooLong)
+            out.push_back({!myTooLongIsConditional,
+                           fmt::format("more than {} parameters read each other by ch in a row", OP_MAX_CHAIN)});
+        return out;
+    }
     std::string way;
     for (const OP_ChannelRef& step : myWay) {
         myTold.insert({step.parm, step.component});

@@ -17,7 +17,7 @@ public:
         std::string text;
     };
     /// What is wrong with the reads of one parameter component: paths that lead nowhere, parameters that read each
-    /// other in a circle (told once for all of them).
+    /// other in a circle (told once for all of them), more of them in a row than an evaluation follows.
     std::vector<Finding> check(const OP_ChannelRef& channel);
 
 private:
@@ -37,4 +37,5 @@ private:
     std::set<Key> myVisited;
     std::vector<OP_ChannelRef> myWay;
     bool myWayIsConditional = false;
+    bool myIsTooLong = false, myTooLongIsConditional = false;
 };

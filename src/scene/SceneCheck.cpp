@@ -97,6 +97,9 @@ private:
         if (EV_EXPRESSION* expression = component.expression()) {
             if (!expression->bind(myNode->scope()))
                 addExpressionError(expression->syntaxError(), expression->bindError());
+            else if (row.type != PRM_Type::String && expression->resultType() != EV_FLOAT)
+                add(true, fmt::format("\"{}\": \"{}\": a number is needed, this is {}", row.token, expression->text(),
+                                      EV_typeName(expression->resultType())));
         } else if (!keys) {
             checkOrdinal(row, component.constant);
         }
@@ -133,7 +136,9 @@ private:
         std::string text = parm.text();
         if (expansion) {
             EV_clearError(0);
-            if (!expansion->expand(myNode->scope(), 0, 0, text)) {
+            const OP_Director& director = *OPgetDirector();
+            const double start = (director.startFrame - 1) / director.fps;
+            if (!expansion->expand(myNode->scope(), start, 0, text)) {
                 add(true, fmt::format("\"{}\": {}", parm.row().token, EV_errText(0)));
                 EV_clearError(0);
                 return;

@@ -86,9 +86,11 @@ public:
     void pushVariableState();
     void restoreVariableState();
 
-    void setBuildState(const char* name, int state) { myBuildStates.add(name, state); }
-    bool testBuildState(const char* name) const { return myBuildStates.find(name) != nullptr; }
-    int getBuildState(const char* name) const { return myBuildStates.lookup(name); } ///< 0 when it is not set
+    void setBuildState(const char* name, int state) { myBuildStates.add(name ? name : "", state); }
+    bool testBuildState(const char* name) const { return myBuildStates.find(name ? name : "") != nullptr; }
+    int getBuildState(const char* name) const {
+        return myBuildStates.lookup(name ? name : "");
+    } ///< 0 when it is not set
 
     // ---- nested networks: which nodes have been written in the network being written and those around it
     void pushNodeFrame();

@@ -2,6 +2,7 @@
 #include "app/ToolFixture.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 using BadExpressions = ToolTest;
 
@@ -26,6 +27,8 @@ const Bad theCompileErrors[] = {
     {"'open", R"j("'open": )j"},
     {"ch('../birth/lif')", R"j(did you mean "life"?)j"},
     {"ch('scale')", R"j(in a circle by ch)j"},
+    {"vector3(1, 2, 3)", R"j("vector3(1, 2, 3)": a number is needed, this is a vector)j"},
+    {"$TX > 0 ? 'a' : 'b'", R"j(a number is needed, this is a string)j"},
 };
 // clang-format on
 
@@ -71,5 +74,21 @@ TEST_F(BadExpressions, FunctionsAreListedInBothForms) {
         EXPECT_TRUE(std::any_of(all["functions"].begin(), all["functions"].end(), [&](const nlohmann::json& f) {
             return f["name"] == name && !f["help"].empty() && !f["usage"].empty();
         })) << name;
+    }
+}
+
+TEST_F(BadExpressions, LongChainsAreRefusedByCheckAsByTheRun) {
+    const auto chain = [&](int count) {
+        std::string nodes = R"({"name": "birth", "type": "location"})";
+        for (int i = 0; i < count; ++i)
+            nodes += fmt::format(
+                R"j(, {{"name": "g{}x", "type": "force", "inputs": ["birth"], "parms": {{"force": ["{}", 0, 0]}}}})j",
+                i, i + 1 < count ? fmt::format("ch('../g{}x/forcex')", i + 1) : "2 * 1");
+        return scene(nodes);
+    };
+    constexpr const char* wanted = "more than 64 parameters read each other by ch";
+    for (const int count : {60, 100, 3000}) {
+        put("scene.json", chain(count));
+        EXPECT_EQ(flx({"check", "scene.json"}).out.find(wanted) != std::string::npos, count > 64) << count;
     }
 }

@@ -1,4 +1,5 @@
 // Collisions with geometry that moves: as a whole, in parts of the step, or point by point.
+#include "host/geo/GEO_PrimQuadric.h"
 #include "ops/CollisionRig.h"
 
 #include <random>
@@ -246,6 +247,21 @@ TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
     EXPECT_NEAR(net.value("hittime", 0), s, 1e-6);
     EXPECT_NEAR(net.value("v", 0, 1), -16, 1e-4);
     EXPECT_NEAR(net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
+}
+
+TEST(DeformingCollision, WhatCannotBeHitIsSaid) {
+    CollisionRig rig([](GU_Detail& detail, float) { GU_PrimSphere::build(&detail, UT_Matrix4(1.0f)); }, 1, false);
+    rig.set({{"behavior", 0}, {"geohint", DEFORMING}});
+    rig.fly({0, 3, 0}, {0, -100, 0},
+            "warning OP 5: geohint: spheres, tubes and circles are not hit while geometry deforms; make them polygons");
+    EXPECT_EQ(rig.state(), 0);
+}
+
+TEST(MovingCollision, PartsOfAStepAreLimited) {
+    CollisionRig rig(risingFloor(2), 1, false);
+    rig.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"sample", 2000000000}});
+    rig.fly({2, 0.1f, 0}, {0, -10, 0}, "warning OP 5: sample: more than 1000; 1000 is used instead");
+    EXPECT_EQ(rig.state(), FLX_DEAD | FLX_JUSTHIT);
 }
 
 TEST(DeformingCollision, ChangingTopologyIsAnError) {

@@ -33,12 +33,12 @@ struct CollisionRig {
         net.point(i)->setPos(UT_Vector4(position, 1));
         net.setValue("v", i, {velocity.x(), velocity.y(), velocity.z()});
     }
-    /// Starts with particle 0 here, this fast, and makes one step.
-    void fly(const UT_Vector3& position, const UT_Vector3& velocity) {
+    /// Starts with particle 0 here, this fast, and makes one step, with these messages.
+    void fly(const UT_Vector3& position, const UT_Vector3& velocity, const char* messages = "") {
         start();
         place(0, position, velocity);
         net.step();
-        EXPECT_EQ(Network::messages(hit), "");
+        EXPECT_EQ(Network::messages(hit), messages);
     }
     UT_Vector3 vector(const char* attrib, int i = 0) {
         return {net.value(attrib, i, 0), net.value(attrib, i, 1), net.value(attrib, i, 2)};

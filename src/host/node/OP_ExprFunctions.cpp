@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr int MAX_CHAIN = 64;
-
 OP_Node* nodeOf(const EV_CallContext& context) {
     OP_Parameters* parms = context.scope ? context.scope->node() : nullptr;
     return parms ? parms->castToNode() : nullptr;
@@ -78,7 +76,7 @@ public:
     ChainStep& operator=(const ChainStep&) = delete;
 
     bool inside() const { return myState.chain > myState.chainBase + 1; }
-    bool tooLong() const { return myState.chain > MAX_CHAIN; }
+    bool tooLong() const { return myState.chain > OP_MAX_CHAIN; }
     OP_EvalState& state() { return myState; }
 
 private:
@@ -138,7 +136,7 @@ bool readChannel(EV_CallContext& context, const std::string& path, bool text, EV
         return true;
     }
     if (step.tooLong()) {
-        state.chainError = "more than " + std::to_string(MAX_CHAIN) + " parameters read each other by ch";
+        state.chainError = "more than " + std::to_string(OP_MAX_CHAIN) + " parameters read each other by ch";
         return context.fail(state.chainError);
     }
     if (!readInto(context, channel, text, result)) return failChannel(context, path);

@@ -6,6 +6,9 @@ class OP_Node;
 class PRM_Parm;
 struct EV_FUNCTION;
 
+/// Parameters that may read each other by ch() and chs() in a row.
+constexpr int OP_MAX_CHAIN = 64;
+
 /// Adds the expression functions that look at nodes: ch chs opname opdigits point npoints bbox.
 void OPaddExpressionFunctions();
 

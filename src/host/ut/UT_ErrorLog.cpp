@@ -17,8 +17,11 @@ void post(UT_ErrorSeverity severity, const char* type, int code, const char* mes
 void UT_ErrorList::add(UT_Error error) {
     // A loop over particles posts the same message again and again.
     if (!myErrors.empty() && myErrors.back() == error) return;
-    if (!myKeys.insert(keyOf(error)).second) return;
     mySeverity = std::max(mySeverity, error.severity);
+    // Messages that quote a particle's number or value are all different; nobody reads a million of them.
+    constexpr size_t MOST_KEPT = 1000;
+    if (myErrors.size() >= MOST_KEPT) return;
+    if (!myKeys.insert(keyOf(error)).second) return;
     myErrors.push_back(std::move(error));
 }
 

@@ -6,6 +6,7 @@
 #include "core/FLX_Rules.h"
 #include "core/FLX_SurfaceCache.h"
 #include "host/node/SOP_Node.h"
+#include "host/ut/UT_ErrorTable.h"
 
 namespace {
 
@@ -131,6 +132,9 @@ bool FLX_Collision::select(OP_Context& opContext, FLX_ContextData& context, cons
     context.removeEvent(myEvent);
     if (t == 0 || !parseSource(context, group)) return false;
     if (!myCollider.prepare()) addError(FLX_ERR_DEFORMING);
+    if (myHint == FLX_GeoHint::Deforming && myCollider.rays() && myCollider.rays()->skipped() > 0)
+        UTaddWarning("OP", OP_ERR_BAD_PARM,
+                     "geohint: spheres, tubes and circles are not hit while geometry deforms; make them polygons");
     setupVars(&context, group);
     return true;
 }
@@ -140,8 +144,11 @@ void FLX_Collision::readMode(float t) {
     allowVar(0);
     const int hint = GEOHINT();
     myHint = hint == 1 ? FLX_GeoHint::Translating : hint == 2 ? FLX_GeoHint::Deforming : FLX_GeoHint::Static;
-    myParts = myHint == FLX_GeoHint::Translating ? SAMPLE(t) : 1;
+    const int parts = myHint == FLX_GeoHint::Translating ? SAMPLE(t) : 1;
     allowVar(1);
+    constexpr int MOST_PARTS = 1000; // each keeps a copy of the geometry
+    if (parts > MOST_PARTS) UTaddWarning("OP", OP_ERR_BAD_PARM, "sample: more than 1000; 1000 is used instead");
+    myParts = std::min(parts, MOST_PARTS);
 }
 
 void FLX_Collision::fetchGeometry(FLX_ContextData& context, float t) {

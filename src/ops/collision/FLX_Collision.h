@@ -87,7 +87,6 @@ private:
                              float low, float high, int find = GU_FIND_CLOSEST);
 
     FLX_Collider myCollider;
-    UT_String myMissingPath; ///< of a collider that is not there
 
     // ---- of one cook
     FLX_GeoHint myHint = FLX_GeoHint::Static;

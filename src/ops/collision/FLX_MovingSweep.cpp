@@ -56,6 +56,10 @@ bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
     UT_Vector3 geometry(0, 0, 0);
     getOversampledGeoVelocity(part, geometry);
     const UT_Vector3 relative = sweep.velocity - geometry;
+    if (!std::isfinite(relative.length())) { // too fast to be followed
+        sweep.at += sweep.velocity * span;
+        return true;
+    }
     FLX_SurfaceRay ray{sweep.at, relative * span, 0};
     ray.length = ray.direction.normalize();
     ray.distance = sweep.distance();

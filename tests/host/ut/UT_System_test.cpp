@@ -63,6 +63,14 @@ TEST(UT_ErrorList, KeepsEachMessageOnceInOrder) {
     EXPECT_EQ(list.severity(), UT_ERROR_MESSAGE);
 }
 
+TEST(UT_ErrorList, KeepsAThousandButForgetsNoSeverity) {
+    UT_ErrorList list;
+    for (int i = 0; i < 2000; ++i) list.add({"FLX", 4, UT_ERROR_WARNING, std::to_string(i)});
+    list.add({"FLX", 4, UT_ERROR_FATAL, "last"});
+    EXPECT_EQ(list.size(), 1000u);
+    EXPECT_EQ(list.severity(), UT_ERROR_FATAL);
+}
+
 TEST(UT_ErrorList, EachThreadPostsToItsOwn) {
     UTglobalErrors().clear();
     UTaddWarning("FLX", 8, nullptr);
