@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "host/ut/UT_CRC.h"
+#include "support/Info.h"
 #include "support/Probe.h"
 
 namespace {
@@ -37,14 +38,6 @@ std::vector<std::string> menu(void (*build)(void*, PRM_Name*, int, const PRM_Spa
         tokens.emplace_back(name->token);
     }
     return tokens;
-}
-
-std::string info(Network& net, FLX_Node& node) {
-    OP_Context context(net.time());
-    context.setData(&net.context());
-    std::string text;
-    node.getNodeSpecificInfoText(context, 0, text);
-    return text;
 }
 
 using Names = std::vector<std::string>;

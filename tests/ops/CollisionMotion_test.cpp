@@ -52,27 +52,33 @@ TEST(MovingCollision, GainsAreRelativeToTheGeometry) {
     }
 }
 
-TEST(MovingCollision, BehavioursEndTheMove) {
+// A floor rises at 2, a particle falls on it at 10 from 0.1 above. A surface that moves as a whole is met where it was
+// when the step began, one that deforms where it is by then.
+TEST(MovingAndDeformingCollision, BehavioursEndTheMove) {
     struct Case {
         int behavior, state;
-        float y;
+        float movingY, deformingY;
     };
-    const float meets = float(0.1 - 10.0 / 120);
-    for (const Case& c : {Case{0, FLX_DEAD, meets},
-                          {2, FLX_STOPPED, meets},
-                          {3, FLX_STUCK, 2 * DT},
-                          {4, FLX_SLIDING, 2 * DT},
-                          {5, 0, 0.1f - 10 * DT}}) {
-        CollisionRig rig(risingFloor(2), 1, false);
-        rig.set({{"behavior", c.behavior}, {"geohint", TRANSLATING}});
-        rig.fly({2, 0.1f, 0}, {0, -10, 0});
-        EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
-        expectNear(rig.position(), {2, c.y, 0}, 1e-5);
-        expectNear(rig.velocity(), {0, -10, 0}, 0);
-        if (c.behavior != 3) continue;
-        rig.net.step(5);
-        EXPECT_NEAR(rig.position().y(), 2 * rig.net.time(), 1e-5) << "stuck, it rises with the floor";
-    }
+    const float late = 0.1f - 10.0f / 120, there = 2.0f / 120, onFloor = 2 * DT, past = 0.1f - 10 * DT;
+    const Case cases[] = {{0, FLX_DEAD, late, there},
+                          {2, FLX_STOPPED, late, there},
+                          {3, FLX_STUCK, onFloor, onFloor},
+                          {4, FLX_SLIDING, onFloor, onFloor},
+                          {5, 0, past, past}};
+    for (const Case& c : cases)
+        for (const int hint : {TRANSLATING, DEFORMING}) {
+            SCOPED_TRACE(testing::Message() << "behavior " << c.behavior << ", hint " << hint);
+            const bool deforms = hint == DEFORMING;
+            CollisionRig rig(deforms ? risingTriangles(2) : risingFloor(2), 1, false);
+            rig.set({{"behavior", c.behavior}, {"geohint", hint}});
+            rig.fly({2, 0.1f, 0}, {0, -10, 0});
+            EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
+            expectNear(rig.position(), {2, deforms ? c.deformingY : c.movingY, 0}, 1e-5);
+            expectNear(rig.velocity(), {0, -10, 0}, 0);
+            if (c.state != FLX_STUCK) continue;
+            rig.net.step(5);
+            EXPECT_NEAR(rig.position().y(), 2 * rig.net.time(), 1e-5) << "stuck, it rises with the floor";
+        }
 }
 
 TEST(MovingCollision, WeakBouncesEndWhereThePartEnds) {
@@ -190,26 +196,6 @@ TEST(DeformingCollision, AFloorThatRisesThrowsBackFaster) {
         EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
         EXPECT_NEAR(rig.backtrack()[3], left, 1e-6);
         EXPECT_EQ(rig.net.intValue("numhit", 0), 1) << "a gain of 0 leaves it on the floor, which is no new hit";
-    }
-}
-
-TEST(DeformingCollision, BehavioursEndTheMove) {
-    struct Case {
-        int behavior, state;
-        float y;
-    };
-    const float meets = 2.0f / 120;
-    for (const Case& c : {Case{0, FLX_DEAD, meets},
-                          {2, FLX_STOPPED, meets},
-                          {3, FLX_STUCK, 2 * DT},
-                          {4, FLX_SLIDING, 2 * DT},
-                          {5, 0, 0.1f - 10 * DT}}) {
-        CollisionRig rig(risingTriangles(2), 1, false);
-        rig.set({{"behavior", c.behavior}, {"geohint", DEFORMING}});
-        rig.fly({2, 0.1f, 0}, {0, -10, 0});
-        EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
-        expectNear(rig.position(), {2, c.y, 0}, 1e-5);
-        expectNear(rig.velocity(), {0, -10, 0}, 0);
     }
 }
 

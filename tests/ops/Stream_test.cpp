@@ -1,6 +1,7 @@
 // Operators that route particles: collect, switch, null, sub-network.
 #include <gtest/gtest.h>
 
+#include "support/Info.h"
 #include "support/Probe.h"
 
 namespace {
@@ -15,14 +16,6 @@ std::vector<std::string> generators(Network& net, FLX_Node& node) {
 }
 
 using Names = std::vector<std::string>;
-
-std::string info(Network& net, FLX_Node& node) {
-    OP_Context context(net.time());
-    context.setData(&net.context());
-    std::string text;
-    node.getNodeSpecificInfoText(context, 0, text);
-    return text;
-}
 
 } // namespace
 
