@@ -106,10 +106,13 @@ struct Setting {
         prim().forEachSpan([&](const uint32_t* slots, size_t n) {
             for (size_t first = 0; first < n; first += FLX_Chunk::SIZE) {
                 const size_t size = std::min(FLX_Chunk::SIZE, n - first);
-                const FLX_ColumnBlock block(values, {access(), slots + first, size, n - first - size, int(first)});
-                const FLX_Column<float> column = block.floats(number);
-                for (size_t k = 0; k < size; ++k) to[k] = column(k);
-                to += size;
+                FLX_Chunk rest{access(), slots + first, size, n - first - size, int(first)};
+                rest.lookForRow();
+                while (rest.count > 0) {
+                    const FLX_Chunk part = values.evaluate(rest);
+                    to = std::copy_n(values.floats(number), part.count, to);
+                    rest = rest.from(part.count);
+                }
             }
         });
     }

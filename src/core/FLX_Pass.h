@@ -22,6 +22,9 @@ struct FLX_Chunk {
     FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration, inARow}; }
     FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n), inARow}; }
 
+    /// Finds out whether the records lie in a row, as they do where nothing has died.
+    void lookForRow();
+
     /// Calls work(k, point) for every particle in order, fetching records ahead.
     template <class Work> void forEach(const Work& work) const {
         constexpr size_t AHEAD = 24;

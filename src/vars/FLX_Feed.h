@@ -12,12 +12,13 @@ public:
 
     /// The value has to be evaluated at each particle's turn.
     bool isEvaluated() const { return mySource.varies(); }
-    /// The values of a block, as a function of the particle's number in it; only when nothing is to be evaluated.
-    auto values(const FLX_ColumnBlock&) const {
+    /// The values of the particles that `columns` evaluated last, as a function of the particle's number among them;
+    /// only when nothing is to be evaluated. Good for all blocks.
+    auto values(const FLX_ParticleColumns&) const {
         return [value = flx_detail::constantArgument(mySource)](size_t) { return value; };
     }
     /// The value at a particle's turn.
-    auto value(const FLX_ColumnBlock*, size_t) const { return flx_detail::varyingArgument(mySource); }
+    auto value(const FLX_ParticleColumns&, size_t) const { return flx_detail::varyingArgument(mySource); }
 
 private:
     Source mySource;
@@ -30,23 +31,31 @@ public:
         myColumn = columns.add(parm, component, t, std::is_same_v<T, int>);
         myIsEvaluated = myColumn < 0;
     }
-    void setConstant(T value) { myConstant = value; }
+    void setConstant(T value, FLX_ParticleColumns& columns) {
+        myColumn = columns.addConstant(value);
+        myIsConstant = true;
+        myConstant = value;
+    }
 
     bool isEvaluated() const { return myIsEvaluated; }
-    FLX_Column<T> values(const FLX_ColumnBlock& block) const {
-        if (myColumn < 0) return {&myConstant, 0};
-        if constexpr (std::is_same_v<T, int>)
-            return block.ints(myColumn);
-        else
-            return block.floats(myColumn);
+    auto values(const FLX_ParticleColumns& columns) const {
+        return [at = column(columns)](size_t k) { return at[k]; };
     }
     /// `evaluate()` gives it where there is no column.
-    template <class Evaluate> T value(const FLX_ColumnBlock* block, size_t k, const Evaluate& evaluate) const {
-        return myColumn < 0 ? evaluate() : values(*block)(k);
+    template <class Evaluate> T value(const FLX_ParticleColumns& columns, size_t k, const Evaluate& evaluate) const {
+        return myIsConstant ? myConstant : myIsEvaluated ? evaluate() : column(columns)[k];
     }
 
 private:
+    const T* column(const FLX_ParticleColumns& columns) const {
+        if constexpr (std::is_same_v<T, int>)
+            return columns.ints(myColumn);
+        else
+            return columns.floats(myColumn);
+    }
+
     bool myIsEvaluated = false;
+    bool myIsConstant = false;
     int myColumn = -1;
     T myConstant{};
 };
@@ -60,11 +69,11 @@ public:
         if (source.varies())
             myNumber.choose(source.handle()->index(), componentOf(*source.handle()), source.time(), columns);
         else
-            myNumber.setConstant(source.constant());
+            myNumber.setConstant(source.constant(), columns);
     }
     bool isEvaluated() const { return myNumber.isEvaluated(); }
-    auto values(const FLX_ColumnBlock& block) const { return myNumber.values(block); }
-    T value(const FLX_ColumnBlock* block, size_t k) const { return myNumber.value(block, k, mySource); }
+    auto values(const FLX_ParticleColumns& columns) const { return myNumber.values(columns); }
+    T value(const FLX_ParticleColumns& columns, size_t k) const { return myNumber.value(columns, k, mySource); }
 
 private:
     static int componentOf(const PRM_FloatComponent& handle) { return handle.component; }
@@ -82,25 +91,25 @@ public:
             if (source.varies(i))
                 myNumbers[i].choose(source.handle()->index(), i, source.time(), columns);
             else
-                myNumbers[i].setConstant(source.constant()[i]);
+                myNumbers[i].setConstant(source.constant()[i], columns);
     }
     bool isEvaluated() const {
         return myNumbers[0].isEvaluated() || myNumbers[1].isEvaluated() || myNumbers[2].isEvaluated();
     }
-    auto values(const FLX_ColumnBlock& block) const {
-        return [x = myNumbers[0].values(block), y = myNumbers[1].values(block),
-                z = myNumbers[2].values(block)](size_t k) { return UT_Vector3(x(k), y(k), z(k)); };
+    auto values(const FLX_ParticleColumns& columns) const {
+        return [x = myNumbers[0].values(columns), y = myNumbers[1].values(columns),
+                z = myNumbers[2].values(columns)](size_t k) { return UT_Vector3(x(k), y(k), z(k)); };
     }
-    UT_Vector3 value(const FLX_ColumnBlock* block, size_t k) const {
-        const float x = component(block, k, 0);
-        const float y = component(block, k, 1);
-        const float z = component(block, k, 2);
+    UT_Vector3 value(const FLX_ParticleColumns& columns, size_t k) const {
+        const float x = component(columns, k, 0);
+        const float y = component(columns, k, 1);
+        const float z = component(columns, k, 2);
         return {x, y, z};
     }
 
 private:
-    float component(const FLX_ColumnBlock* block, size_t k, int i) const {
-        return myNumbers[i].value(block, k, [&] { return mySource.component(i); });
+    float component(const FLX_ParticleColumns& columns, size_t k, int i) const {
+        return myNumbers[i].value(columns, k, [&] { return mySource.component(i); });
     }
 
     FLX_ChosenVector mySource;

@@ -3,26 +3,20 @@
 #include <vector>
 
 #include "core/FLX_Pass.h"
-#include "host/expr/EV_Borrowed.h"
 #include "host/expr/EV_Columns.h"
 #include "host/node/PRM_Template.h"
 #include "vars/FLX_VariableReader.h"
 
 class FLX_LocalVar;
 
-/// Values of a parameter for the particles of a block: value k is at[k * step].
-template <class T> struct FLX_Column {
-    const T* at;
-    size_t step; ///< 0: one value for all
-
-    T operator()(size_t k) const { return at[k * step]; }
-};
-
 /// The parameters of an operator that vary from particle to particle by expressions which read only the particle's own
-/// record and cannot fail: evaluated for up to 256 particles at once, with the bits of one evaluation after the other.
-/// Holds all it needs; after finish() neither node nor context are asked for anything.
+/// record and cannot fail: evaluated for up to SIZE particles at once, with the bits of one evaluation after the other.
+/// Constants may stand beside them, so that a loop reads all its values in the same way. Holds all it needs; after
+/// finish() neither node nor context are asked for anything.
 class FLX_ParticleColumns {
 public:
+    static constexpr size_t SIZE = VM_LANES;
+
     /// Not enabled, it takes no expression at all.
     explicit FLX_ParticleColumns(FLX_LocalVar& op, bool enabled = true)
         : myOperator(op)
@@ -30,81 +24,53 @@ public:
 
     /// The number of the component's column; or -1 when its expression has to be evaluated particle by particle.
     int add(int parm, int component, float t, bool isInt);
+    /// The number of a column that holds the value for every particle.
+    int addConstant(float value) { return addOutput({-1, nullptr, false, value, 0}); }
+    int addConstant(int value) { return addOutput({-1, nullptr, true, 0, value}); }
     /// To be called once, after every add.
     void finish();
-    bool empty() const { return myOutputs.empty(); }
+    /// Whether there is a column that `add` made.
+    bool evaluates() const { return myEvaluates; }
     /// Something reads the particle's number ($ITER, $PT).
     bool countsParticles() const;
 
+    /// Evaluates for the first particles of a chunk and returns these: for SIZE of them, unless one stands there twice;
+    /// then for those before the second time, because what happens at the first may change what is to be found there.
+    FLX_Chunk evaluate(const FLX_Chunk& chunk);
+    /// The values of a column for the particles that were evaluated last; the place is settled by finish().
+    const float* floats(int column) const { return myFloats.data() + size_t(column) * SIZE; }
+    const int* ints(int column) const { return myInts.data() + size_t(column) * SIZE; }
+
 private:
-    friend class FLX_ColumnBlock;
     struct Output {
-        const PRM_Template* row;
         int result; ///< -1: the value is known
+        const PRM_Template* row;
         bool isInt;
         float fixedFloat = 0;
         int fixedInt = 0;
     };
-    struct Window { ///< neighbouring fields, fetched together
-        ptrdiff_t offset;
-        int inputs[4]; ///< -1: not wanted
-        VM_Field fields[4];
-    };
     struct Computed {
-        int input;
+        double* to;
         const FLX_ParticleVariable* variable;
     };
-    struct Placed {
-        int input;
-        ptrdiff_t offset;
-        VM_Field field;
-    };
-
     EV_Columns::Local classify(int id, double& number);
     bool readsPendingBox(EV_EXPRESSION& expression);
-    bool place(int id, Placed& out) const;
+    bool place(int id, VM_Field& field) const;
     void planInputs();
-    void addToWindow(const Placed& placed);
-    void fetch(const VM_Records& records, const char* const* pointers, int iteration, double* memory);
+    int addOutput(const Output& output);
+    void fillConstants();
+    void fetch(const VM_Records& records, const char* const* pointers, int iteration);
+    void roundResults(int n);
 
     FLX_LocalVar& myOperator;
     bool myEnabled;
+    bool myEvaluates = false;
     EV_Columns myExpressions;
     bool myNeedsBox = false;
     std::vector<Output> myOutputs;
-    std::vector<Window> myWindows;
+    std::vector<VM_Field> myFields;
     std::vector<Computed> myComputed;
     FLX_VariableReader myReader;
-};
-
-/// The values of the columns for the first particles of a chunk: for all of them, unless one stands in it twice; then
-/// for those before the second time, because what happens at the first may change what is to be found there.
-class FLX_ColumnBlock {
-public:
-    FLX_ColumnBlock(FLX_ParticleColumns& columns, const FLX_Chunk& chunk);
-
-    /// How many particles the values are for.
-    size_t count() const { return myCount; }
-    FLX_Column<float> floats(int column) const {
-        const FLX_ParticleColumns::Output& out = output(column);
-        return out.result < 0 ? FLX_Column<float>{&out.fixedFloat, 0} : FLX_Column<float>{myFloats + at(column), 1};
-    }
-    FLX_Column<int> ints(int column) const {
-        const FLX_ParticleColumns::Output& out = output(column);
-        return out.result < 0 ? FLX_Column<int>{&out.fixedInt, 0} : FLX_Column<int>{myInts + at(column), 1};
-    }
-
-private:
-    static size_t at(int column) { return size_t(column) * FLX_Chunk::SIZE; }
-    const FLX_ParticleColumns::Output& output(int column) const { return myColumns.myOutputs[size_t(column)]; }
-    void evaluate(const FLX_Chunk& chunk);
-    void roundResults(const double* memory);
-
-    FLX_ParticleColumns& myColumns;
-    bool myIsRow; // slot numbers one after the other
-    size_t myCount;
-    EV_Borrowed<float> myFloatMemory;
-    EV_Borrowed<int> myIntMemory;
-    float* myFloats;
-    int* myInts;
+    std::vector<float> myFloats; ///< SIZE per output
+    std::vector<int> myInts;
 };

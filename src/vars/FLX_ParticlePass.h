@@ -52,39 +52,41 @@ public:
     }
 
     void run(const FLX_Chunk& chunk) override {
-        if (myColumns.empty()) return runInTurn(chunk, nullptr);
-        for (FLX_Chunk rest = chunk; rest.count > 0;) {
-            const FLX_ColumnBlock block(myColumns, rest);
-            const FLX_Chunk part = rest.first(block.count());
+        if (!myColumns.evaluates()) return runInTurn(chunk);
+        FLX_Chunk rest = chunk;
+        rest.lookForRow();
+        while (rest.count > 0) {
+            const FLX_Chunk part = myColumns.evaluate(rest);
             if (isSelfContained())
-                runOnColumns(part, block);
+                runOnColumns(part);
             else
-                runInTurn(part, &block);
-            rest = rest.from(block.count());
+                runInTurn(part);
+            rest = rest.from(part.count);
         }
     }
 
 private:
-    void runOnColumns(const FLX_Chunk& chunk, const FLX_ColumnBlock& block) {
-        const auto values = std::apply([&](const auto&... feed) { return std::tuple{feed.values(block)...}; }, myFeeds);
+    void runOnColumns(const FLX_Chunk& chunk) {
+        const auto values =
+            std::apply([&](const auto&... feed) { return std::tuple{feed.values(myColumns)...}; }, myFeeds);
         chunk.forEach([skip = mySkip, formula = myFormula, values](size_t k, GEO_Point* p) {
             if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
         });
     }
 
-    void runInTurn(const FLX_Chunk& chunk, const FLX_ColumnBlock* block) {
-        chunk.forEach([this, block, first = chunk.iteration](size_t k, GEO_Point* p) {
+    void runInTurn(const FLX_Chunk& chunk) {
+        chunk.forEach([this, first = chunk.iteration](size_t k, GEO_Point* p) {
             myOperator.setCurPoint(p);
             myOperator.setIteration(first + int(k));
-            if (!mySkip(p)) visit(p, k, block);
+            if (!mySkip(p)) visit(p, k);
         });
     }
 
-    void visit(GEO_Point* p, size_t k, const FLX_ColumnBlock* block) {
+    void visit(GEO_Point* p, size_t k) {
         std::apply(
             [&](const auto&... feed) {
                 // Braces fix the order of the evaluations.
-                const std::tuple values{feed.value(block, k)...};
+                const std::tuple values{feed.value(myColumns, k)...};
                 std::apply([&](const auto&... value) { myFormula(p, value...); }, values);
             },
             myFeeds);

@@ -32,9 +32,9 @@ bool FLX_VariableReader::isPresent(const FLX_ParticleVariable& variable) const {
     }
 }
 
-bool FLX_VariableReader::field(const FLX_ParticleVariable& variable, ptrdiff_t& at, VM_Field& field) const {
+bool FLX_VariableReader::field(const FLX_ParticleVariable& variable, VM_Field& field) const {
     const auto is = [&](int attribOffset, VM_Field::Kind kind = VM_Field::Float, uint32_t mask = 0, int i = 0) {
-        at = ptrdiff_t(sizeof(GEO_Point)) + attribOffset + 4 * i;
+        field.offset = ptrdiff_t(sizeof(GEO_Point)) + attribOffset + 4 * i;
         field.kind = kind;
         field.mask = mask;
         return true;

@@ -23,7 +23,7 @@ public:
 
     /// A variable that is one field of the record as it stands: its place in bytes from the record's start, and how it
     /// is read. False for those that are computed.
-    bool field(const FLX_ParticleVariable& variable, ptrdiff_t& offset, VM_Field& field) const;
+    bool field(const FLX_ParticleVariable& variable, VM_Field& field) const;
 
     bool boxIsPending() const { return myBox.isPending(); }
     /// Computes the box of all points now if no value has needed it yet.

@@ -1,7 +1,6 @@
 #include "host/expr/EV_Columns.h"
 #include "host/expr/EV_Code.h"
 #include "host/vm/VM_Builder.h"
-#include "host/vm/VM_Kernels.h"
 #include <algorithm>
 #include <bit>
 
@@ -9,10 +8,6 @@ namespace {
 
 // Bounds the memory for the columns of an operator: 2 KiB each.
 constexpr size_t MAX_NODES = 1000;
-
-class NoHost final : public VM_Host {
-    bool callSite(const VM_Instruction&, double*, int) override { return false; }
-};
 
 bool isJump(VM_Op op) { return op == VM_Op::JumpNone || op == VM_Op::JumpAll; }
 
@@ -149,7 +144,7 @@ void EV_Columns::findRead() {
     }
 }
 
-void EV_Columns::build() {
+void EV_Columns::build(VM_Program& program) {
     VM_Builder builder;
     std::vector<VM_Builder::Value> values(myNodes.size(), 0), inputs;
     for (const auto& [id, node] : myInputNodes)
@@ -178,25 +173,20 @@ void EV_Columns::build() {
     std::vector<VM_Builder::Value> results;
     for (Value result : myResults)
         if (result >= 0) results.push_back(values[size_t(result)]);
-    builder.finish(results, myProgram); // MAX_NODES are fewer than there may be registers
+    builder.finish(results, program); // MAX_NODES are fewer than there may be registers
 }
 
 void EV_Columns::finish() {
+    VM_Program program;
     findRead();
-    build();
-    myInputRegisters = myProgram.sites[0].writes;
+    build(program);
+    myInputRegisters = program.sites[0].writes;
     size_t at = 0;
-    for (Value result : myResults) myResultRegisters.push_back(result < 0 ? uint16_t(0) : myProgram.results[at++]);
-    myFilled = VM_constantColumns(myProgram);
+    for (Value result : myResults) myResultRegisters.push_back(result < 0 ? uint16_t(0) : program.results[at++]);
     // The inputs are filled before a run, so the first instruction has nothing left to do.
-    myProgram.code.erase(myProgram.code.begin());
-    for (VM_Instruction& i : myProgram.code)
+    program.code.erase(program.code.begin());
+    for (VM_Instruction& i : program.code)
         if (isJump(i.op)) --i.target;
-}
-
-void EV_Columns::run(double* memory, int lanes) const {
-    NoHost none;
-    for (uint16_t number : myFilled)
-        std::fill_n(memory + size_t(number) * VM_LANES, VM_LANES, myProgram.constants[number]);
-    VM_runColumns(myProgram, memory, none, lanes);
+    myNumInstructions = program.code.size() - 1;
+    myRun = VM_ColumnRun(program);
 }

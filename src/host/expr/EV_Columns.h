@@ -1,5 +1,5 @@
 #pragma once
-#include "host/vm/VM_Machine.h"
+#include "host/vm/VM_ColumnRun.h"
 #include <functional>
 #include <map>
 
@@ -10,7 +10,7 @@ struct EV_Code;
 // Expressions of numbers that are evaluated together over lanes, the local variables having a value of their own in
 // each. What they have in common is computed once. Each lane gets the bits that ev_EvaluateFloat gives.
 //
-//     add(...) for each, finish(), then for each block of lanes: fill input(memory, i), run(memory, lanes), read result
+//     add(...) for each, finish(), then for each block of lanes: fill input(i), run(lanes), read column(result)
 class EV_Columns {
 public:
     // What a local variable is here: an input, a number for all lanes, or something that only the scope can serve.
@@ -26,19 +26,16 @@ public:
     // The ids of the local variables that are read, known after finish().
     const std::vector<int>& inputs() const { return myInputs; }
 
-    size_t numInstructions() const { return myProgram.code.size() - 1; }
+    size_t numInstructions() const { return myNumInstructions; }
 
-    // Doubles that `memory` must hold, initialised. Nothing is kept in it from run to run.
-    size_t memorySize() const { return size_t(myProgram.numRegisters) * VM_LANES; }
-    double* input(double* memory, size_t i) const { return memory + size_t(myInputRegisters[i]) * VM_LANES; }
-    // Computes the first `lanes` lanes; at most VM_LANES. The inputs are used up.
-    void run(double* memory, int lanes) const;
+    // The lanes of an input, to be filled before each run, which uses them up.
+    double* input(size_t i) { return myRun.column(myInputRegisters[i]); }
+    // Computes the first `lanes` lanes; at most VM_LANES.
+    void run(int lanes) { myRun.run(lanes); }
 
     bool isNumber(int result) const { return myResults[size_t(result)] < 0; }
     double number(int result) const { return myNumbers[size_t(-1 - myResults[size_t(result)])]; }
-    const double* column(const double* memory, int result) const {
-        return memory + size_t(myResultRegisters[size_t(result)]) * VM_LANES;
-    }
+    const double* column(int result) const { return myRun.column(myResultRegisters[size_t(result)]); }
 
 private:
     using Value = int; // a node, or -1 - n: the number n
@@ -68,7 +65,7 @@ private:
     }
     bool skipsAnything(size_t jump) const;
     void findRead();
-    void build();
+    void build(VM_Program& program);
 
     std::vector<double> myNumbers;
     std::map<uint64_t, int> myNumberIndex; // by bits
@@ -78,9 +75,9 @@ private:
     std::vector<Key> myKnownOrder;
     std::vector<Value> myResults;
 
-    VM_Program myProgram;
+    VM_ColumnRun myRun;
+    size_t myNumInstructions = 0;
     std::vector<int> myInputs;
     std::vector<uint16_t> myInputRegisters;
     std::vector<uint16_t> myResultRegisters; // 0 for numbers
-    std::vector<uint16_t> myFilled;          // constants that are read as columns
 };

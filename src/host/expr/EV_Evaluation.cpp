@@ -40,7 +40,7 @@ bool EV_Evaluation::run() {
         EV_raise(myThread, myExpression.bindError().number, myExpression.bindError().message);
         return false;
     }
-    VM_loadConstants(myCode->program, myRegisters.data(), 1);
+    VM_loadConstants(myCode->program, myRegisters.data());
     return VM_run(myCode->program, myRegisters.data(), *this);
 }
 

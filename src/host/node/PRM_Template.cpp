@@ -5,6 +5,7 @@
 
 #include "host/expr/EV_Number.h"
 #include "host/ut/UT_Lock.h"
+#include "host/vm/VM_Kernels.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ void PRM_Template::numbers(const double* values, float* out, int n) const {
     if (type != PRM_Type::Float || (hasRange && hard)) {
         for (int k = 0; k < n; ++k) out[k] = float(number(values[k]));
     } else {
-        for (int k = 0; k < n; ++k) out[k] = float(plainNaN(values[k]));
+        VM_roundToFloats(values, out, n);
     }
 }
 

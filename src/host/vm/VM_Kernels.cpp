@@ -2,11 +2,13 @@
 #include "host/ut/UT_Noise.h"
 #include "host/vm/VM_Formulas.h"
 #include "host/vm/VM_Machine.h"
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 #if defined(__x86_64__)
@@ -15,15 +17,20 @@
 
 // A result lies on an operand or apart from it, so a loop over lanes has no dependence.
 #if defined(__GNUC__) && !defined(__clang__)
-#define VM_LANE_LOOP _Pragma("GCC ivdep")
+#define VM_UNROLL _Pragma("GCC unroll 2")
+#define VM_INDEPENDENT _Pragma("GCC ivdep")
 #else
-#define VM_LANE_LOOP
+#define VM_UNROLL
+#define VM_INDEPENDENT
 #endif
+#define VM_LANE_LOOP(K, N) VM_INDEPENDENT VM_UNROLL for (int K = 0, end = (N) & -VM_LANE_GROUP; K < end; ++K)
 
 namespace {
 
 // The kernels of an operation by which operands are numbers; null where there is none.
 using VM_Forms = std::array<VM_Kernel, 8>;
+
+constexpr float PLAIN_NAN = std::numeric_limits<float>::quiet_NaN();
 
 #define VM_SPACE baseline
 #define VM_TARGET
@@ -98,19 +105,23 @@ VM_Kernel blockKernel(VM_Op op, unsigned numbers) {
 
 struct Kernels {
     std::array<VM_Forms, size_t(VM_Op::NumOps)> forms;
-    int (*fetchGroups)(const VM_Records&, ptrdiff_t, const VM_Field*);
+    int (*fetchGroups)(const VM_Records&, const VM_Field*, size_t);
+    void (*round)(const double*, float*, int);
 
-    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, ptrdiff_t, const VM_Field*))
+    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, const VM_Field*, size_t),
+            void (*roundLanes)(const double*, float*, int))
         : forms()
-        , fetchGroups(fetch) {
+        , fetchGroups(fetch)
+        , round(roundLanes) {
         for (size_t i = 0; i < forms.size(); ++i) forms[i] = formsOf(VM_Op(i));
     }
 };
 
 const Kernels& kernelsOf(VM_Path path) {
-    static const Kernels theBaseline(baseline::formsOf, baseline::fetchGroups);
+    static const Kernels theBaseline(baseline::formsOf, baseline::fetchGroups, baseline::roundLanes);
 #if defined(__x86_64__)
-    static const Kernels theAvx2(avx2::formsOf, avx2::fetchGroups), theAvx512(avx512::formsOf, avx512::fetchGroups);
+    static const Kernels theAvx2(avx2::formsOf, avx2::fetchGroups, avx2::roundLanes),
+        theAvx512(avx512::formsOf, avx512::fetchGroups, avx512::roundLanes);
     if (path == VM_Path::Avx2) return theAvx2;
     if (path == VM_Path::Avx512) return theAvx512;
 #endif
@@ -146,15 +157,15 @@ std::atomic<const Kernels*>& currentKernels() {
     return theKernels;
 }
 
-double valueOf(const VM_Field& field, const char* at) {
+void fetchOne(const char* record, const VM_Field& field, int k) {
     uint32_t bits;
-    std::memcpy(&bits, at, sizeof bits);
-    switch (field.kind) {
-    case VM_Field::Int: return double(float(int32_t(bits)));
-    case VM_Field::Bit: return bits & field.mask ? 1 : 0;
-    case VM_Field::Float: break;
-    }
-    return double(std::bit_cast<float>(bits));
+    std::memcpy(&bits, record + field.offset, sizeof bits);
+    if (field.kind == VM_Field::Float)
+        field.to[k] = double(std::bit_cast<float>(bits));
+    else if (field.kind == VM_Field::Int)
+        field.to[k] = double(float(int32_t(bits)));
+    else
+        field.to[k] = bits & field.mask ? 1 : 0;
 }
 
 } // namespace
@@ -175,11 +186,14 @@ VM_Kernel VM_kernel(VM_Op op, unsigned numbers) {
     return blockKernel(op, numbers);
 }
 
-void VM_fetch(const VM_Records& records, ptrdiff_t offset, const VM_Field fields[4]) {
-    int k = currentKernels().load(std::memory_order_relaxed)->fetchGroups(records, offset, fields);
+void VM_fetch(const VM_Records& records, const VM_Field* fields, size_t numFields) {
+    int k = currentKernels().load(std::memory_order_relaxed)->fetchGroups(records, fields, numFields);
     for (; k < records.count; ++k) {
         const char* record = records.pointers ? records.pointers[k] : records.first + size_t(k) * records.stride;
-        for (int i = 0; i < 4; ++i)
-            if (fields[i].to) fields[i].to[k] = valueOf(fields[i], record + offset + 4 * i);
+        for (size_t i = 0; i < numFields; ++i) fetchOne(record, fields[i], k);
     }
+}
+
+void VM_roundToFloats(const double* from, float* to, int n) {
+    currentKernels().load(std::memory_order_relaxed)->round(from, to, n);
 }

@@ -8,8 +8,8 @@ struct VM_Operand {
     double number;
 };
 
-// to[k] = operation of the operands' lane k, for k < lanes; `to` may be one of the columns. Some lanes more, up to the
-// next multiple of VM_LANE_GROUP, may be computed.
+// to[k] = operation of the operands' lane k, for k < lanes, a multiple of VM_LANE_GROUP; `to` may be one of the
+// columns.
 using VM_Kernel = void (*)(double* to, const VM_Operand* operands, int lanes);
 
 constexpr int VM_LANE_GROUP = 8;
@@ -29,14 +29,18 @@ struct VM_Records {
 // A 4-byte field of a record as a column of doubles.
 struct VM_Field {
     enum Kind : int { Float, Int, Bit }; // Int: as float; Bit: 1 when a bit of `mask` is set, else 0
-    double* to = nullptr;                // null: the field is not wanted
+    ptrdiff_t offset = 0;                // from the record's start
     Kind kind = Float;
     uint32_t mask = 0;
+    double* to = nullptr;
 };
 
-// Fetches fields that lie within the 16 bytes at `offset` of each record: fields[i] is the one at 4 * i. All 16 bytes
-// must be readable in every record.
-void VM_fetch(const VM_Records& records, ptrdiff_t offset, const VM_Field fields[4]);
+// Fetches fields from all records, in one sweep: going over many records once per field breaks up the stream of cache
+// lines from memory, which takes up to twice as long.
+void VM_fetch(const VM_Records& records, const VM_Field* fields, size_t numFields);
+
+// Values rounded to float, NaN to the one without sign and payload.
+void VM_roundToFloats(const double* from, float* to, int n);
 
 // The sets of instructions that kernels are compiled for; all give the same bits. The best one that the processor has
 // is used, unless the environment variable FLX_VECTORS ("baseline", "avx2", "avx512") names a lesser one.

@@ -14,7 +14,7 @@ namespace VM_SPACE {
 #define VM_KERNEL_1(NAME, FORMULA)                                                                                     \
     VM_TARGET void NAME##_0(double* to, const VM_Operand* operands, int n) {                                           \
         const double* pa = operands[0].column;                                                                         \
-        VM_LANE_LOOP for (int k = 0; k < n; ++k) {                                                                     \
+        VM_LANE_LOOP(k, n) {                                                                                           \
             const double a = pa[k];                                                                                    \
             to[k] = FORMULA;                                                                                           \
         }                                                                                                              \
@@ -24,7 +24,7 @@ namespace VM_SPACE {
     VM_TARGET void NAME##_##NUMBERS(double* to, const VM_Operand* operands, int n) {                                   \
         [[maybe_unused]] const double *pa = operands[0].column, *pb = operands[1].column;                              \
         [[maybe_unused]] const double na = operands[0].number, nb = operands[1].number;                                \
-        VM_LANE_LOOP for (int k = 0; k < n; ++k) {                                                                     \
+        VM_LANE_LOOP(k, n) {                                                                                           \
             const double a = A, b = B;                                                                                 \
             to[k] = FORMULA;                                                                                           \
         }                                                                                                              \
@@ -38,7 +38,7 @@ namespace VM_SPACE {
     VM_TARGET void NAME##_##NUMBERS(double* to, const VM_Operand* operands, int n) {                                   \
         [[maybe_unused]] const double *pa = operands[0].column, *pb = operands[1].column, *pc = operands[2].column;    \
         [[maybe_unused]] const double na = operands[0].number, nb = operands[1].number, nc = operands[2].number;       \
-        VM_LANE_LOOP for (int k = 0; k < n; ++k) {                                                                     \
+        VM_LANE_LOOP(k, n) {                                                                                           \
             const double a = A, b = B, c = C;                                                                          \
             to[k] = FORMULA;                                                                                           \
         }                                                                                                              \
@@ -71,9 +71,16 @@ VM_Forms formsOf(VM_Op op) {
     }
 }
 
+VM_TARGET void roundLanes(const double* from, float* to, int n) {
+    for (int k = 0; k < n; ++k) {
+        const float value = float(from[k]);
+        to[k] = value != value ? PLAIN_NAN : value;
+    }
+}
+
 #if defined(__x86_64__)
 
-// ---- fields of four records at a time
+// ---- fields of eight records at a time
 
 VM_TARGET inline void store4(double* to, __m128 value) {
 #if VM_WIDE
@@ -84,103 +91,65 @@ VM_TARGET inline void store4(double* to, __m128 value) {
 #endif
 }
 
-template <bool FLOATS> VM_TARGET inline void convert4(const VM_Field& field, int at, __m128 value) {
-    if (FLOATS || field.kind == VM_Field::Float) {
-        store4(field.to + at, value);
-        return;
-    }
-    const __m128i bits = _mm_castps_si128(value);
-    if (field.kind == VM_Field::Int) {
-        store4(field.to + at, _mm_cvtepi32_ps(bits));
-        return;
-    }
+VM_TARGET inline __m128 asFloats(const VM_Field& field, __m128i bits) {
+    if (field.kind == VM_Field::Float) return _mm_castsi128_ps(bits);
+    if (field.kind == VM_Field::Int) return _mm_cvtepi32_ps(bits);
     const __m128i masked = _mm_and_si128(bits, _mm_set1_epi32(int(field.mask)));
     const __m128 unset = _mm_castsi128_ps(_mm_cmpeq_epi32(masked, _mm_setzero_si128()));
-    store4(field.to + at, _mm_andnot_ps(unset, _mm_set1_ps(1.0f)));
+    return _mm_andnot_ps(unset, _mm_set1_ps(1.0f));
 }
 
-// No more than is wanted: what is narrow seldom lies across cache lines.
-template <int COUNT> VM_TARGET inline __m128 loadFields(const float* at) {
-    if constexpr (COUNT == 1)
-        return _mm_load_ss(at);
-    else if constexpr (COUNT == 2)
-        return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(at)));
-    else
-        return _mm_loadu_ps(at);
-}
-
-// COUNT fields from the first on; with GAPS some of them may not be wanted.
-template <int COUNT, bool FLOATS, bool GAPS, class Address>
-VM_TARGET inline void fetch4(const Address& address, const VM_Field* fields, int at) {
-    const __m128 r0 = loadFields<COUNT>(address(at)), r1 = loadFields<COUNT>(address(at + 1));
-    const __m128 r2 = loadFields<COUNT>(address(at + 2)), r3 = loadFields<COUNT>(address(at + 3));
-    const __m128 low01 = _mm_unpacklo_ps(r0, r1), low23 = _mm_unpacklo_ps(r2, r3);
-    if (!GAPS || fields[0].to) convert4<FLOATS>(fields[0], at, _mm_movelh_ps(low01, low23));
-    if constexpr (COUNT >= 2)
-        if (!GAPS || fields[1].to) convert4<FLOATS>(fields[1], at, _mm_movehl_ps(low23, low01));
-    if constexpr (COUNT >= 3) {
-        const __m128 high01 = _mm_unpackhi_ps(r0, r1), high23 = _mm_unpackhi_ps(r2, r3);
-        if (!GAPS || fields[2].to) convert4<FLOATS>(fields[2], at, _mm_movelh_ps(high01, high23));
-        if constexpr (COUNT >= 4)
-            if (!GAPS || fields[3].to) convert4<FLOATS>(fields[3], at, _mm_movehl_ps(high23, high01));
-    }
-}
-
-struct InARow {
+// Four records one behind the other, or anywhere.
+struct RowOfFour {
     const char* first;
     size_t stride;
-    VM_TARGET const float* operator()(int k) const {
-        return reinterpret_cast<const float*>(first + size_t(k) * stride);
-    }
+    VM_TARGET const char* operator()(int i) const { return first + size_t(i) * stride; }
 };
-struct Scattered {
+struct AnyFour {
     const char* const* pointers;
-    ptrdiff_t offset;
-    VM_TARGET const float* operator()(int k) const { return reinterpret_cast<const float*>(pointers[k] + offset); }
+    VM_TARGET const char* operator()(int i) const { return pointers[i]; }
 };
 
-template <int COUNT, bool FLOATS, bool GAPS, class Address>
-VM_TARGET void fetchAll(const Address& address, const VM_Field* fields, int n) {
-    const VM_Field local[4] = {fields[0], fields[1], fields[2], fields[3]}; // apart from what is written
-    for (int k = 0; k + 4 <= n; k += 4) fetch4<COUNT, FLOATS, GAPS>(address, local, k);
+// By bits: other than with floats, compilers make the load a part of the insertion.
+template <class Four> VM_TARGET inline __m128i loadFour(const Four& record, ptrdiff_t offset) {
+    const auto bits = [&](int i) VM_TARGET {
+        int value;
+        std::memcpy(&value, record(i) + offset, sizeof value);
+        return value;
+    };
+    __m128i r = _mm_cvtsi32_si128(bits(0));
+    r = _mm_insert_epi32(r, bits(1), 1);
+    r = _mm_insert_epi32(r, bits(2), 2);
+    return _mm_insert_epi32(r, bits(3), 3);
 }
 
-template <class Address> VM_TARGET void fetchFrom(const Address& address, const VM_Field* fields, int n) {
-    bool gaps = false, floats = true;
-    int count = 0;
-    for (int i = 4; i-- > 0;) {
-        if (!fields[i].to) {
-            gaps = gaps || count > 0;
-            continue;
-        }
-        count = count > 0 ? count : i + 1;
-        floats = floats && fields[i].kind == VM_Field::Float;
-    }
-    if (gaps) return fetchAll<4, false, true>(address, fields, n);
-    switch (floats ? count : count + 4) {
-    case 1: return fetchAll<1, true, false>(address, fields, n);
-    case 2: return fetchAll<2, true, false>(address, fields, n);
-    case 3: return fetchAll<3, true, false>(address, fields, n);
-    case 4: return fetchAll<4, true, false>(address, fields, n);
-    case 5: return fetchAll<1, false, false>(address, fields, n);
-    case 6: return fetchAll<2, false, false>(address, fields, n);
-    case 7: return fetchAll<3, false, false>(address, fields, n);
-    default: return fetchAll<4, false, false>(address, fields, n);
+template <class Four>
+VM_TARGET inline void fetchEight(const Four& low, const Four& high, int k, const VM_Field* fields, size_t numFields) {
+    for (const VM_Field* field = fields; field != fields + numFields; ++field) {
+        const __m128i a = loadFour(low, field->offset), b = loadFour(high, field->offset);
+        store4(field->to + k, asFloats(*field, a));
+        store4(field->to + k + 4, asFloats(*field, b));
     }
 }
 
-// Whole groups of four; returns how many records that was.
-VM_TARGET int fetchGroups(const VM_Records& records, ptrdiff_t offset, const VM_Field* fields) {
-    if (records.pointers)
-        fetchFrom(Scattered{records.pointers, offset}, fields, records.count);
-    else
-        fetchFrom(InARow{records.first + offset, records.stride}, fields, records.count);
-    return records.count & ~3;
+// Whole groups of eight; returns how many records that was.
+VM_TARGET int fetchGroups(const VM_Records& records, const VM_Field* fields, size_t numFields) {
+    const int n = records.count & ~7;
+    if (records.pointers) {
+        for (int k = 0; k < n; k += 8)
+            fetchEight(AnyFour{records.pointers + k}, AnyFour{records.pointers + k + 4}, k, fields, numFields);
+    } else {
+        const char* at = records.first;
+        for (int k = 0; k < n; k += 8, at += 8 * records.stride)
+            fetchEight(RowOfFour{at, records.stride}, RowOfFour{at + 4 * records.stride, records.stride}, k, fields,
+                       numFields);
+    }
+    return n;
 }
 
 #else
 
-int fetchGroups(const VM_Records&, ptrdiff_t, const VM_Field*) { return 0; }
+int fetchGroups(const VM_Records&, const VM_Field*, size_t) { return 0; }
 
 #endif
 
