@@ -42,6 +42,8 @@ struct FLX_Chunk {
     }
 };
 
+class FLX_Writing;
+
 /// The loop of an operator over its particles, in pieces: made once per cook with every value it uses, then run chunk
 /// by chunk in the operator's order of particles.
 class FLX_Pass {
@@ -60,6 +62,15 @@ public:
     /// It uses the number of the particle, in its operator's order or in the detail's: those that are about to be
     /// reaped must have gone before it runs.
     bool countsParticles() const { return myCountsParticles; }
+
+    /// What it does when that is all: it puts constants into fields. Else null.
+    virtual const FLX_Writing* writing() const { return nullptr; }
+    /// From now on it does to each particle what it did, and then what `next` does, which need not run any more; false,
+    /// and nothing has changed, when it cannot. Both work on the same particles.
+    virtual bool takeOver(const FLX_Pass& next) {
+        (void)next;
+        return false;
+    }
 
     /// Runs over `n` particles in chunks, the first being the operator's particle number `iteration`.
     void runAll(GEO_PointAccess access, const uint32_t* slots, size_t n, int iteration);

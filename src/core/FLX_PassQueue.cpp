@@ -9,6 +9,10 @@
 #include "core/FLX_Node.h"
 
 void FLX_PassQueue::add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain, bool inOrder) {
+    if (!myPasses.empty() && !inOrder) {
+        Entry& last = myPasses.back();
+        if (!last.inOrder && last.domain.sameParticles(domain) && last.pass->takeOver(*pass)) return;
+    }
     myPasses.push_back({std::move(pass), std::move(domain), false, inOrder});
 }
 

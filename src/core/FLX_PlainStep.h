@@ -6,12 +6,21 @@
 /// side in this order, as a fresh simulation has them, and no bit of the state is set. The same arithmetic as
 /// FLX_Rules, component by component, so the results have the same bits.
 ///
+/// What operators write into fields right after the step may take the place of the emptied acceleration.
+///
 /// With `Limited` there is a speed limit, too; a particle that it changes is one that asks for more.
 template <bool Limited> class FLX_PlainStep {
 public:
-    /// `rules` must be plain, but for the limit.
-    explicit FLX_PlainStep(const FLX_Rules& rules)
-        : myBase(int(sizeof(GEO_Point)) + rules.core.velocity)
+    enum Outcome {
+        NotMine, ///< nothing is done: the particle's state asks for more
+        Living,
+        Expired ///< now it is dead, and its acceleration 0
+    };
+
+    /// `rules` must be plain, but for the limit; `accel` is the acceleration of a living particle afterwards.
+    FLX_PlainStep(const FLX_Rules& rules, const UT_Vector3& accel)
+        : myAccel{accel.x(), accel.y(), accel.z(), 0}
+        , myBase(int(sizeof(GEO_Point)) + rules.core.velocity)
         , myLimit(int(sizeof(GEO_Point)) + rules.speedLimit)
         , myDt(rules.dt)
         , myFits(sideBySide(rules.core) && !rules.suppression) {}
@@ -19,12 +28,12 @@ public:
     /// Whether there is anything that `step` can do.
     bool fits() const { return myFits; }
 
-    /// Rules and preparation; false, and nothing done, for a particle whose state asks for more.
-    bool step(GEO_Point* p) const {
+    /// Rules and preparation.
+    Outcome step(GEO_Point* p) const {
         char* record = reinterpret_cast<char*>(p);
         char* core = record + myBase;
         int& state = *reinterpret_cast<int*>(core + STATE);
-        if (state) return false;
+        if (state) return NotMine;
         Four& position = *reinterpret_cast<Four*>(record);
         Four& front = *reinterpret_cast<Four*>(core);            // v, first of accel
         Four& back = *reinterpret_cast<Four*>(core + ACCEL + 4); // rest of accel, age, span
@@ -32,13 +41,15 @@ public:
         const Four accel = {v[3], rest[0], rest[1], 0};
         const float age = rest[2] + myDt, span = rest[3];
         const Four next = v + accel * myDt;
-        if (Limited && changes(reinterpret_cast<const float*>(record + myLimit), next)) return false;
+        if (Limited && changes(reinterpret_cast<const float*>(record + myLimit), next)) return NotMine;
         position = __builtin_shufflevector(old + v * myDt, old, 0, 1, 2, 7);
-        front = __builtin_shufflevector(next, Four{}, 0, 1, 2, 7);
-        back = Four{0, 0, age, span};
+        front = __builtin_shufflevector(next, myAccel, 0, 1, 2, 4);
+        back = Four{myAccel[1], myAccel[2], age, span};
         *reinterpret_cast<Four*>(core + BACKTRACK) = Four{v[0], v[1], v[2], myDt};
-        if (span >= 0 && age >= span) state = FLX_DEAD;
-        return true;
+        if (!(span >= 0 && age >= span)) return Living;
+        state = FLX_DEAD;
+        front[3] = back[0] = back[1] = 0;
+        return Expired;
     }
 
 private:
@@ -56,6 +67,7 @@ private:
                core.backtrack == v + BACKTRACK;
     }
 
+    Four myAccel;
     int myBase;  // bytes from a point to its velocity
     int myLimit; // and to its speed limit
     float myDt;

@@ -24,15 +24,21 @@ public:
 
     void run(const FLX_Chunk& chunk) override {
         if constexpr (std::is_same_v<P, EveryPhase>)
-            if (runQuickly(chunk, FLX_PlainStep<!Plain>(myRules))) return;
+            if (runQuickly(chunk)) return;
         chunk.forEach([this, rules = myRules](size_t, GEO_Point* p) { step(p, rules); });
     }
 
 private:
-    template <class Quick> bool runQuickly(const FLX_Chunk& chunk, const Quick& quick) {
+    bool runQuickly(const FLX_Chunk& chunk) {
+        using Quick = FLX_PlainStep<!Plain>;
+        const Quick quick(myRules, followingAccel());
         if (!quick.fits() || !myRules.plainButLimited()) return false;
-        chunk.forEach([this, quick](size_t, GEO_Point* p) {
-            if (!quick.step(p)) step(p, myRules);
+        chunk.forEach([this, quick, write = followingProgram().runner()](size_t, GEO_Point* p) {
+            switch (quick.step(p)) {
+            case Quick::NotMine: return step(p, myRules);
+            case Quick::Expired: return following().apply(p);
+            case Quick::Living: return write(p);
+            }
         });
         return true;
     }
@@ -42,6 +48,7 @@ private:
             if (deletesDead()) return;
         }
         FLXstepParticle<Plain>(p, rules, myPhases.rules, myPhases.prep);
+        if (!following().empty()) following().apply(p);
     }
 
     FLX_Rules myRules;
@@ -80,7 +87,15 @@ size_t dropDead(FLX_ContextData& context, GEO_PrimParticle& prim, const UT_BitSe
 
 FLX_StepPass::FLX_StepPass(const FLX_ContextData& context)
     : myDeletesDead(context.deleteDead != 0)
-    , myDetail(*context.peekDetail()) {}
+    , myDetail(*context.peekDetail())
+    , myAccelOffset(context.getAccelOffset()) {}
+
+bool FLX_StepPass::takeOver(const FLX_Pass& next) {
+    if (!next.writing() || !myFollowing.append(*next.writing())) return false;
+    myFollowingProgram = FLX_WriteProgram(myFollowing);
+    myFollowingAccel = myFollowingProgram.extractFromZero(myAccelOffset);
+    return true;
+}
 
 std::unique_ptr<FLX_StepPass> FLX_StepPass::make(const FLX_ContextData& context, FLX_StepPhases phases) {
     if (!context.peekDetail() || !phases.any()) return nullptr;

@@ -43,7 +43,7 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
     const int accelOffset = cook.context().getAccelOffset(), massOffset = mass.offset;
     const bool draw = cook.showGuide(), change = !cook.guideOnly();
     const float span = cook.context().timeStep;
-    const auto add = [=](GEO_Point* p, const UT_Vector3& f) { *p->castAttribData<UT_Vector3>(accelOffset) += f; };
+    const FLX_AddVector add{accelOffset};
     const auto apply = [=, this](GEO_Point* p, const UT_Vector3& total, float s, float m) {
         const UT_Vector3 f = total * (s / FLX_MassSource::of(p, massOffset, m));
         if (change) add(p, f);
@@ -59,6 +59,13 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
             UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
             scale);
     }
+    if (noise.constant())
+        return cook.each(
+            UNMOVED,
+            [=, amp = noise.amp.constant()](GEO_Point* p, const auto& noiseAt, float m, const UT_Vector3& f, float s) {
+                apply(p, noiseAt(p) * amp + f, s, m);
+            },
+            NOISE.field(noise), mass.parm, force, scale);
     cook.each(
         UNMOVED,
         [=, this](GEO_Point* p, int type, int seed, float m, const UT_Vector3& f, const UT_Vector3& amp,
