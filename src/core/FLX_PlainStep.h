@@ -8,7 +8,7 @@
 ///
 /// What operators write into fields right after the step may take the place of the emptied acceleration.
 ///
-/// With `Limited` there is a speed limit, too; a particle that it changes is one that asks for more.
+/// With `Limited` there is a speed limit, too.
 template <bool Limited> class FLX_PlainStep {
 public:
     enum Outcome {
@@ -40,8 +40,11 @@ public:
         const Four old = position, v = front, rest = back;
         const Four accel = {v[3], rest[0], rest[1], 0};
         const float age = rest[2] + myDt, span = rest[3];
-        const Four next = v + accel * myDt;
-        if (Limited && changes(reinterpret_cast<const float*>(record + myLimit), next)) return NotMine;
+        Four next = v + accel * myDt;
+        if (Limited) {
+            const float* limits = reinterpret_cast<const float*>(record + myLimit);
+            if (changes(limits, next)) next = limited(limits, next);
+        }
         position = __builtin_shufflevector(old + v * myDt, old, 0, 1, 2, 7);
         front = __builtin_shufflevector(next, myAccel, 0, 1, 2, 4);
         back = Four{myAccel[1], myAccel[2], age, span};
@@ -60,6 +63,11 @@ private:
     static bool changes(const float* limit, const Four& v) {
         const float speed = FLX_Rules::speedOf({v[0], v[1], v[2]});
         return (limit[0] >= 0 && speed < limit[0]) || (limit[1] >= 0 && speed > limit[1]);
+    }
+    static Four limited(const float* limits, const Four& v) {
+        UT_Vector3 within(v[0], v[1], v[2]);
+        FLX_Rules::limitSpeed(within, limits);
+        return Four{within.x(), within.y(), within.z(), 0};
     }
     static bool sideBySide(const FLX_CoreOffsets& core) {
         const int v = core.velocity;

@@ -5,7 +5,6 @@
 
 #include "core/FLX_Pass.h"
 #include "core/FLX_PassDomain.h"
-#include "core/FLX_Writing.h"
 #include "host/geo/GU_Detail.h"
 #include "host/ut/UT_BitSet.h"
 
@@ -30,8 +29,6 @@ public:
     const UT_BitSet& reapable() const { return myReapable; }
     /// Where the dead are deleted no later pass sees them; else they stay and are seen.
     bool deletesDead() const { return myDeletesDead; }
-    /// What is written into fields right after the step is done in the same loop.
-    bool takeOver(const FLX_Pass& next) override;
     /// Takes what can be reaped out of the primitives and, where the dead are deleted, out of the detail; `dropped` is
     /// how many particles each range of the domain has lost.
     void reap(FLX_ContextData& context, const FLX_PassDomain& domain, std::vector<size_t>& dropped) const;
@@ -39,19 +36,10 @@ public:
 protected:
     explicit FLX_StepPass(const FLX_ContextData& context);
     void noteReapable(uint32_t slot);
-    /// What comes after the step.
-    const FLX_Writing& following() const { return myFollowing; }
-    /// The same for a particle that nothing leaves out: what its acceleration is then, and all else.
-    const UT_Vector3& followingAccel() const { return myFollowingAccel; }
-    const FLX_WriteProgram& followingProgram() const { return myFollowingProgram; }
 
 private:
     bool myDeletesDead;
     bool myReaps = false;
     const GU_Detail& myDetail;
     UT_BitSet myReapable;
-    int myAccelOffset;
-    FLX_Writing myFollowing;
-    UT_Vector3 myFollowingAccel{0, 0, 0};
-    FLX_WriteProgram myFollowingProgram;
 };

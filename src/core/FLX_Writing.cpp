@@ -1,6 +1,7 @@
 #include "core/FLX_Writing.h"
 
 #include <algorithm>
+#include <cstring>
 
 // ---- writes
 
@@ -34,42 +35,57 @@ bool FLX_Writing::clashesWith(const FLX_Writing& other) const {
 // ---- the program
 
 FLX_WriteProgram::FLX_WriteProgram(const FLX_Writing& writing) {
-    const std::vector<FLX_Write>& writes = writing.writes();
-    for (auto at = writes.begin(); at != writes.end(); ++at)
-        if (std::none_of(writes.begin(), at, [&](const FLX_Write& before) { return before.sameField(*at); }))
-            addStep(writes, *at);
-}
-
-void FLX_WriteProgram::addStep(const std::vector<FLX_Write>& writes, const FLX_Write& field) {
-    Step step{field.offset, field.floats, false, int(myValues.size()), 0};
-    for (const FLX_Write& write : writes) {
-        if (!write.sameField(field)) continue;
+    for (const FLX_Write& write : writing.writes()) {
+        Field& to = field(write);
         if (write.isSet) {
-            step.isSet = true;
-            myValues.resize(size_t(step.firstValue) + 1);
-            std::copy(write.values, write.values + 4, myValues.back().lanes);
-        } else if (step.isSet) {
-            for (int i = 0; i < field.floats; ++i) myValues.back().lanes[i] += write.values[i];
+            to.isSet = true;
+            to.addends.clear();
+            std::copy(write.values, write.values + 4, to.value);
+        } else if (to.isSet) {
+            for (int i = 0; i < to.floats; ++i) to.value[i] += write.values[i];
         } else {
-            std::copy(write.values, write.values + field.floats, myValues.emplace_back().lanes + (4 - field.floats));
+            UT_Vector4& addend = to.addends.emplace_back(0.0f, 0.0f, 0.0f, 0.0f);
+            std::copy(write.values, write.values + to.floats, addend.data() + (4 - to.floats));
         }
     }
-    step.endOfValues = int(myValues.size());
-    mySteps.push_back(step);
+    plan();
+}
+
+FLX_WriteProgram::Field& FLX_WriteProgram::field(const FLX_Write& write) {
+    for (Field& known : myFields)
+        if (known.offset == write.offset && known.floats == write.floats) return known;
+    return myFields.emplace_back(Field{write.offset, write.floats});
 }
 
 UT_Vector3 FLX_WriteProgram::extractFromZero(int offset) {
-    UT_Vector3 result(0, 0, 0);
-    const auto step = std::find_if(mySteps.begin(), mySteps.end(),
-                                   [&](const Step& s) { return s.offset == offset && s.floats == 3; });
-    if (step == mySteps.end()) return result;
-    for (int i = step->firstValue; i < step->endOfValues; ++i) {
-        const float* lanes = myValues[size_t(i)].lanes;
-        if (step->isSet)
-            result = UT_Vector3(lanes);
-        else
-            result += UT_Vector3(lanes + 1);
-    }
-    mySteps.erase(step);
+    const auto field = std::find_if(myFields.begin(), myFields.end(),
+                                    [&](const Field& f) { return f.offset == offset && f.floats == 3; });
+    if (field == myFields.end()) return {0, 0, 0};
+    UT_Vector3 result = field->isSet ? UT_Vector3(field->value) : UT_Vector3(0, 0, 0);
+    for (const UT_Vector4& addend : field->addends) result += UT_Vector3(addend.data() + 1);
+    myFields.erase(field);
+    plan();
     return result;
+}
+
+void FLX_WriteProgram::plan() {
+    constexpr int FLOAT = int(sizeof(float));
+    myWideStores.clear();
+    myNarrowStores.clear();
+    mySums.clear();
+    myAddends.clear();
+    const auto store = [](auto& stores, const Field& field, int first) {
+        auto& to = stores.emplace_back();
+        to.offset = field.offset + first * FLOAT;
+        std::memcpy(to.value, field.value + first, sizeof to.value);
+    };
+    for (const Field& field : myFields) {
+        if (field.isSet) {
+            for (int i = 0; i + 1 < field.floats; i += 2) store(myWideStores, field, i);
+            if (field.floats % 2) store(myNarrowStores, field, field.floats - 1);
+        } else {
+            mySums.push_back({field.offset, field.floats, int(field.addends.size())});
+            myAddends.insert(myAddends.end(), field.addends.begin(), field.addends.end());
+        }
+    }
 }

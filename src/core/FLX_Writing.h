@@ -4,6 +4,7 @@
 
 #include "host/geo/GEO_Point.h"
 #include "host/ut/UT_Vector3.h"
+#include "host/ut/UT_Vector4.h"
 
 /// A constant that goes into a field of one to four floats of every particle whose state has none of some bits: it is
 /// set, or added.
@@ -56,18 +57,16 @@ private:
     std::vector<FLX_Write> myWrites;
 };
 
-/// The same for particles that nothing leaves out, as nearly all are: every field is loaded and stored once. What the
-/// writes do to a field is settled as far as it does not depend on what is there: a value that is set ends all before
-/// it, and additions to it are done here.
+/// The same for particles that nothing leaves out, as nearly all are: every field is loaded and stored at most once.
+/// What the writes do to a field is settled as far as it does not depend on what is there: a value that is set ends all
+/// before it, and additions to it are done here.
 class FLX_WriteProgram {
 public:
     FLX_WriteProgram() = default;
     explicit FLX_WriteProgram(const FLX_Writing& writing);
 
-    bool empty() const { return mySteps.empty(); }
     /// Takes what happens to three floats out of the program, given that 0 stands there before: what stands there then.
     UT_Vector3 extractFromZero(int offset);
-
     class Runner;
     /// For loops: good as long as the program stands.
     Runner runner() const;
@@ -77,67 +76,95 @@ private:
     typedef float Four __attribute__((vector_size(16), aligned(4), may_alias));
     typedef int FourInts __attribute__((vector_size(16)));
 
-    struct Step {
+    struct Field {
         int offset;
         int floats;
-        bool isSet;
-        /// What is set, in the first lanes; or what is added in this order, in the last lanes, the others being 0.
-        int firstValue, endOfValues;
+        bool isSet = false;
+        float value[4] = {};
+        std::vector<UT_Vector4> addends = {}; ///< in the last lanes, the others 0
     };
-    struct Value {
-        float lanes[4];
-        Four four() const { return *reinterpret_cast<const Four*>(lanes); }
+    template <size_t BYTES> struct Store {
+        int offset;
+        char value[BYTES];
+    };
+    struct Sum {
+        int offset;
+        int floats;
+        int addends;
     };
 
-    void addStep(const std::vector<FLX_Write>& writes, const FLX_Write& field);
+    Field& field(const FLX_Write& write);
+    void plan();
 
-    std::vector<Step> mySteps;
-    std::vector<Value> myValues;
+    std::vector<Field> myFields;
+    // What loops run: each list without a branch, in any order.
+    std::vector<Store<8>> myWideStores;
+    std::vector<Store<4>> myNarrowStores;
+    std::vector<Sum> mySums;
+    std::vector<UT_Vector4> myAddends;
 };
 
 class FLX_WriteProgram::Runner {
 public:
-    Runner(const Step* first, size_t n, const Value* values)
-        : myFirst(first)
-        , myLast(first + n)
-        , myValues(values) {}
+    explicit Runner(const FLX_WriteProgram& program)
+        : myWide(program.myWideStores.data())
+        , myWideEnd(myWide + program.myWideStores.size())
+        , myNarrow(program.myNarrowStores.data())
+        , myNarrowEnd(myNarrow + program.myNarrowStores.size())
+        , mySums(program.mySums.data())
+        , mySumsEnd(mySums + program.mySums.size())
+        , myAddends(program.myAddends.data()) {}
 
-    void operator()(GEO_Point* p) const {
-        for (const Step* step = myFirst; step != myLast; ++step) {
-            float* field = p->castAttribData<float>(step->offset);
-            if (step->isSet)
-                set(field, myValues[step->firstValue], step->floats);
-            else
-                add(field, *step);
-        }
+    [[gnu::always_inline]] void operator()(GEO_Point* p) const {
+        for (const Store<8>* s = myWide; s != myWideEnd; ++s) __builtin_memcpy(p->data() + s->offset, s->value, 8);
+        for (const Store<4>* s = myNarrow; s != myNarrowEnd; ++s) __builtin_memcpy(p->data() + s->offset, s->value, 4);
+        const UT_Vector4* addends = myAddends;
+        for (const Sum* s = mySums; s != mySumsEnd; ++s)
+            addends = add(p->castAttribData<float>(s->offset), *s, addends);
     }
 
 private:
-    static void set(float* field, const Value& value, int floats) {
-        switch (floats) {
-        case 1: return void(__builtin_memcpy(field, &value, 4));
-        case 2: return void(__builtin_memcpy(field, &value, 8));
-        case 3: return void(__builtin_memcpy(field, &value, 12));
-        default: __builtin_memcpy(field, &value, 16);
-        }
-    }
     // Works on the four floats that end with the field: those before it are there in any case, as a point's header
     // stands before its attributes.
-    void add(float* field, const Step& step) const {
+    [[gnu::always_inline]] static const UT_Vector4* add(float* field, const Sum& s, const UT_Vector4* addends) {
         const FourInts lane = {1, 2, 3, 4};
-        const FourInts inField = lane > 4 - step.floats;
-        Four& place = *reinterpret_cast<Four*>(field - (4 - step.floats));
+        const FourInts inField = lane > 4 - s.floats;
+        Four& place = *reinterpret_cast<Four*>(field - (4 - s.floats));
         const FourInts old = (FourInts)place;
         Four sum = (Four)(old & inField); // what stands before the field may be no float
-        for (int i = step.firstValue; i < step.endOfValues; ++i) sum += myValues[i].four();
+        for (const UT_Vector4* end = addends + s.addends; addends != end; ++addends)
+            sum += *reinterpret_cast<const Four*>(addends);
         place = (Four)(((FourInts)sum & inField) | (old & ~inField));
+        return addends;
     }
 
-    const Step* myFirst;
-    const Step* myLast;
-    const Value* myValues;
+    const Store<8>*myWide, *myWideEnd;
+    const Store<4>*myNarrow, *myNarrowEnd;
+    const Sum *mySums, *mySumsEnd;
+    const UT_Vector4* myAddends;
 };
 
-inline FLX_WriteProgram::Runner FLX_WriteProgram::runner() const {
-    return {mySteps.data(), mySteps.size(), myValues.data()};
-}
+inline FLX_WriteProgram::Runner FLX_WriteProgram::runner() const { return Runner(*this); }
+
+/// What a loop calls for each particle when all else is done, to write what comes after it.
+class FLX_Follower {
+public:
+    FLX_Follower(const FLX_Writing& writing, const FLX_WriteProgram& program)
+        : myWriting(writing.empty() ? nullptr : &writing)
+        , myStateOffset(writing.stateOffset())
+        , myBits(writing.skippedBits())
+        , myRunner(program.runner()) {}
+
+    [[gnu::always_inline]] void operator()(GEO_Point* p) const {
+        if (!myWriting) return;
+        if (*p->castAttribData<int>(myStateOffset) & myBits)
+            myWriting->apply(p);
+        else
+            myRunner(p);
+    }
+
+private:
+    const FLX_Writing* myWriting;
+    int myStateOffset, myBits;
+    FLX_WriteProgram::Runner myRunner;
+};

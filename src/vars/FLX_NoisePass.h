@@ -10,7 +10,9 @@ public:
         : mySkip(skip)
         , myFormula(formula)
         , myField(field)
-        , myValues(values...) {}
+        , myValues(values...) {
+        setMayBeFollowed(true);
+    }
 
     void run(const FLX_Chunk& chunk) override {
         Block block;
@@ -20,14 +22,8 @@ public:
             for (int i = 0; i < 3; ++i) block.noise[i][block.count] = place[i];
             block.count += !skip(p);
         });
-        if (!block.count) return;
-        myField.replacePlaces(block.noise[0], block.noise[1], block.noise[2], int(block.count));
-        for (size_t k = 0; k < block.count; ++k) {
-            const auto found = [&](const GEO_Point*) {
-                return UT_Vector3(block.noise[0][k], block.noise[1][k], block.noise[2][k]);
-            };
-            std::apply([&](const auto&... value) { myFormula(block.points[k], found, value...); }, myValues);
-        }
+        if (block.count) apply(block);
+        if (!following().empty()) chunk.forEach([follow = follower()](size_t, GEO_Point* p) { follow(p); });
     }
 
 private:
@@ -37,6 +33,15 @@ private:
         GEO_Point* points[FLX_Chunk::SIZE];
         float noise[3][FLX_Chunk::SIZE];
     };
+
+    void apply(Block& block) {
+        const auto& [x, y, z] = block.noise;
+        myField.replacePlaces(block.noise[0], block.noise[1], block.noise[2], int(block.count));
+        for (size_t k = 0; k < block.count; ++k) {
+            const auto found = [at = UT_Vector3(x[k], y[k], z[k])](const GEO_Point*) { return at; };
+            std::apply([&](const auto&... value) { myFormula(block.points[k], found, value...); }, myValues);
+        }
+    }
 
     FLX_Skip mySkip;
     Formula myFormula;

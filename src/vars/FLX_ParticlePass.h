@@ -53,12 +53,16 @@ public:
     FLX_ConstantPass(FLX_Skip skip, const Formula& formula, const Values&... values)
         : mySkip(skip)
         , myFormula(formula)
-        , myValues(values...) {}
+        , myValues(values...) {
+        setMayBeFollowed(true);
+    }
 
     void run(const FLX_Chunk& chunk) override {
-        chunk.forEach([skip = mySkip, formula = myFormula, values = myValues](size_t, GEO_Point* p) {
-            if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
-        });
+        chunk.forEach(
+            [skip = mySkip, formula = myFormula, values = myValues, follow = follower()](size_t, GEO_Point* p) {
+                if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
+                follow(p);
+            });
     }
 
 private:
@@ -82,6 +86,7 @@ public:
         const bool evaluates = std::apply([](const auto&... feed) { return (feed.isEvaluated() || ...); }, myFeeds);
         setSelfContained(!evaluates);
         setCountsParticles(myColumns.countsParticles());
+        setMayBeFollowed(!evaluates && !myColumns.empty());
     }
 
     void run(const FLX_Chunk& chunk) override {
@@ -100,8 +105,9 @@ public:
 private:
     void runOnColumns(const FLX_Chunk& chunk, const FLX_ColumnBlock& block) {
         const auto values = std::apply([&](const auto&... feed) { return std::tuple{feed.values(block)...}; }, myFeeds);
-        chunk.forEach([skip = mySkip, formula = myFormula, values](size_t k, GEO_Point* p) {
+        chunk.forEach([skip = mySkip, formula = myFormula, values, follow = follower()](size_t k, GEO_Point* p) {
             if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
+            follow(p);
         });
     }
 

@@ -49,16 +49,24 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
         if (change) add(p, f);
         if (draw) addAccelGuide(p, f.x(), f.y(), f.z(), span, 0);
     };
+    const bool plain = massOffset < 0 && !mass.parm.varies() && !scale.varies() && change && !draw;
+    const float gain = plain ? scale.constant() / FLX_MassSource::of(nullptr, -1, mass.parm.constant()) : 0;
     if (noise.absent()) {
-        const bool same = massOffset < 0 && !mass.parm.varies() && !force.varies() && !scale.varies();
-        if (same && change && !draw) {
-            const float gain = scale.constant() / FLX_MassSource::of(nullptr, -1, mass.parm.constant());
-            return cook.each(UNMOVED, add, FLX_Constant(force.constant() * gain));
-        }
+        if (plain && !force.varies()) return cook.each(UNMOVED, add, FLX_Constant(force.constant() * gain));
+        if (plain)
+            return cook.each(
+                UNMOVED, [=](GEO_Point* p, const UT_Vector3& f) { add(p, f * gain); }, force);
         return cook.each(
             UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
             scale);
     }
+    if (noise.constant() && plain)
+        return cook.each(
+            UNMOVED,
+            [=, amp = noise.amp.constant()](GEO_Point* p, const auto& noiseAt, const UT_Vector3& f) {
+                add(p, (noiseAt(p) * amp + f) * gain);
+            },
+            NOISE.field(noise), force);
     if (noise.constant())
         return cook.each(
             UNMOVED,
