@@ -222,7 +222,7 @@ TEST(CookOrder, NumbersAreThoseOfTheParticlesThatStay) {
         for (int step = 0; step < 5; ++step) {
             const int before = net.particles();
             net.step();
-            if (step > 2) ASSERT_LT(net.particles(), before);
+            ASSERT_TRUE(step < 3 || net.particles() < before);
             ASSERT_GT(net.particles(), 0);
             for (int i = 0; i < net.particles(); ++i) {
                 ASSERT_EQ(net.value("accel", i, 0), float(i)) << "step " << step;
