@@ -136,7 +136,7 @@ TEST(Force, ConstantNoiseEqualsVaryingNoise) {
             for (int i = 0; i < N; ++i) {
                 const float at = float(i);
                 p.net.point(i)->setPos({0.37f * at, 11 - 0.21f * at, 0.05f * at * at, 1});
-                p.net.setInt("state", i, i % 7 == 3 ? FLX_STOPPED : 0);
+                p.net.setInt("pstate", i, i % 7 == 3 ? FLX_STOPPED : 0);
             }
             p.set("force", {1, 2, 3});
             p.set("freq", {0.5, 0.25, 1});
