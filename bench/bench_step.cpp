@@ -62,7 +62,7 @@ void compareSteps(size_t n, int rounds) {
     const size_t ours = table.add("time step", double(n), [&] { pair.simulation.timeStep(); });
     table.run(rounds);
     table.print(plain);
-    table.bar(ours, plain, 1.10);
+    table.bar(ours, plain, 1.0);
     std::printf("  the records of both %s\n", pair.agree() ? "are equal" : "DIFFER");
 }
 
@@ -78,7 +78,7 @@ void compareTurnover(size_t n, int rounds) {
     const size_t churned = table.add("after turnover", double(used.particles()), [&] { used.timeStep(); });
     table.run(rounds);
     table.print(reference);
-    table.bar(churned, reference, 1.7);
+    table.bar(churned, reference, 1.5);
     std::printf("  %zu and %zu particles; records %016llx\n", fresh.particles(), used.particles(),
                 static_cast<unsigned long long>(used.hash(usedBirth)));
 }

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
+#include "core/FLX_Writing.h"
 #include "host/geo/GEO_Point.h"
 
 /// Up to SIZE particles in a row: of one primitive, or of a source group in point order.
@@ -64,15 +66,38 @@ public:
     /// reaped must have gone before it runs.
     bool countsParticles() const { return myCountsParticles; }
 
+    /// All it does is to put constants into fields, or null.
+    virtual const FLX_Writing* writing() const { return nullptr; }
+    /// From now on it does to each particle what it did, and then what `next` does, which need not run any more: a
+    /// particle is fetched once for both. False, and nothing has changed, when it cannot. Both work on the same
+    /// particles.
+    bool takeOver(const FLX_Pass& next) {
+        return myMayBeFollowed && next.writing() && myFollowing.append(*next.writing());
+    }
+
     /// Runs over `n` particles in chunks, the first being the operator's particle number `iteration`.
     void runAll(GEO_PointAccess access, const uint32_t* slots, size_t n, int iteration);
 
 protected:
     FLX_Pass() = default;
+    /// It does nothing but what follows it.
+    explicit FLX_Pass(FLX_Writing writing)
+        : myMayBeFollowed(true)
+        , myFollowing(std::move(writing)) {}
     void setSelfContained(bool on) { mySelfContained = on; }
     void setCountsParticles(bool on) { myCountsParticles = on; }
+    /// Every loop of the pass ends with a call of `follower` for each particle, also for those that it leaves out.
+    void setMayBeFollowed(bool on) { myMayBeFollowed = on; }
+    FLX_Follower follower() {
+        if (!myProgram) myProgram.emplace(myFollowing);
+        return {myFollowing, *myProgram};
+    }
+    const FLX_Writing& following() const { return myFollowing; }
 
 private:
     bool mySelfContained = true;
     bool myCountsParticles = false;
+    bool myMayBeFollowed = false;
+    FLX_Writing myFollowing;
+    std::optional<FLX_WriteProgram> myProgram; ///< from the first loop on, when all that follows is known
 };

@@ -9,6 +9,10 @@
 #include "core/FLX_Node.h"
 
 void FLX_PassQueue::add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain, bool inOrder) {
+    if (!myPasses.empty() && !inOrder) {
+        Entry& last = myPasses.back();
+        if (!last.inOrder && last.domain.sameParticles(domain) && last.pass->takeOver(*pass)) return;
+    }
     myPasses.push_back({std::move(pass), std::move(domain), false, inOrder});
 }
 
@@ -73,57 +77,78 @@ private:
 
 } // namespace
 
-// The last pass's primitives come first, in its order: what it adds to tables that all particles share comes in the
-// order in which it would have come without the others.
-void FLX_PassQueue::walkSequences() const {
-    UT_BitSet met(myContext.peekDetail()->primitives().entries());
-    for (size_t i = myPasses.size(); i-- > 0;)
-        for (const FLX_PassRange& range : myPasses[i].domain.ranges())
-            if (met.set(size_t(range.prim->getNum()))) walkSequence(*range.prim);
-}
+/// All passes that take a primitive, over its particles in order.
+class FLX_PassQueue::SequenceWalk {
+public:
+    SequenceWalk(const FLX_PassQueue& queue, GEO_PrimParticle& prim)
+        : myPrim(prim)
+        , myAccess(queue.myContext.peekDetail()->points().access())
+        , myStep(queue.myStep) {
+        for (const Entry& entry : queue.myPasses)
+            if (const FLX_PassRange* range = entry.domain.find(prim); range && range->count) {
+                myTurns.push_back({entry.pass.get(), range->count, range->iteration, entry.isStep});
+                myEnd = std::max(myEnd, range->count);
+            }
+    }
 
-void FLX_PassQueue::walkSequence(GEO_PrimParticle& prim) const {
+    void run() {
+        size_t at = 0;
+        myPrim.forEachSpan([&](const uint32_t* slots, size_t n) {
+            for (size_t first = 0; first < n && at < myEnd; first += FLX_Chunk::SIZE) {
+                const size_t count = std::min({FLX_Chunk::SIZE, n - first, myEnd - at});
+                runOn({myAccess, slots + first, count, n - first - count, 0}, at);
+                at += count;
+            }
+        });
+    }
+
+private:
     struct Turn {
         FLX_Pass* pass;
         size_t end;
         int iteration;
         bool isStep;
     };
-    std::vector<Turn> turns;
-    size_t end = 0;
-    for (const Entry& entry : myPasses)
-        if (const FLX_PassRange* range = entry.domain.find(prim); range && range->count) {
-            turns.push_back({entry.pass.get(), range->count, range->iteration, entry.isStep});
-            end = std::max(end, range->count);
-        }
 
-    const GEO_PointAccess access = myContext.peekDetail()->points().access();
-    Survivors survivors;
-    const auto runChunk = [&](const uint32_t* slots, size_t n, size_t at, size_t following) {
-        size_t dead = 0;
-        for (const Turn& turn : turns) {
+    /// The primitive's particles from number `at` on; the last may lie behind the end of some passes.
+    void runOn(const FLX_Chunk& chunk, size_t at) {
+        bool someGone = false;
+        for (const Turn& turn : myTurns) {
             if (turn.end <= at) continue;
-            size_t count = std::min(n, turn.end - at);
-            if (turn.isStep) {
-                const size_t before = myStep->reapable().count();
-                turn.pass->run({access, slots, count, following, turn.iteration + int(at)});
-                dead = myStep->deletesDead() ? myStep->reapable().count() - before : 0;
-            } else if (dead) {
-                survivors.take(slots, count, myStep->reapable());
-                turn.pass->run({access, survivors.slots(), survivors.count(), 0, turn.iteration + int(at)});
-            } else {
-                turn.pass->run({access, slots, count, following, turn.iteration + int(at)});
-            }
+            FLX_Chunk part = chunk.first(std::min(chunk.count, turn.end - at));
+            part.iteration = turn.iteration + int(at);
+            if (turn.isStep)
+                someGone = runStep(part);
+            else
+                turn.pass->run(someGone ? withoutGone(part) : part);
         }
-    };
-    size_t at = 0;
-    prim.forEachSpan([&](const uint32_t* slots, size_t n) {
-        for (size_t first = 0; first < n && at < end; first += FLX_Chunk::SIZE) {
-            const size_t count = std::min({FLX_Chunk::SIZE, n - first, end - at});
-            runChunk(slots + first, count, at, n - first - count);
-            at += count;
-        }
-    });
+    }
+    /// Whether some are not to be met by the passes that come.
+    bool runStep(const FLX_Chunk& chunk) {
+        const size_t before = myStep->reapable().count();
+        myStep->run(chunk);
+        return myStep->deletesDead() && myStep->reapable().count() != before;
+    }
+    FLX_Chunk withoutGone(const FLX_Chunk& chunk) {
+        mySurvivors.take(chunk.slots, chunk.count, myStep->reapable());
+        return {chunk.access, mySurvivors.slots(), mySurvivors.count(), 0, chunk.iteration};
+    }
+
+    GEO_PrimParticle& myPrim;
+    GEO_PointAccess myAccess;
+    FLX_StepPass* myStep;
+    std::vector<Turn> myTurns;
+    size_t myEnd = 0;
+    Survivors mySurvivors;
+};
+
+// The last pass's primitives come first, in its order: what it adds to tables that all particles share comes in the
+// order in which it would have come without the others.
+void FLX_PassQueue::walkSequences() const {
+    UT_BitSet met(myContext.peekDetail()->primitives().entries());
+    for (size_t i = myPasses.size(); i-- > 0;)
+        for (const FLX_PassRange& range : myPasses[i].domain.ranges())
+            if (met.set(size_t(range.prim->getNum()))) SequenceWalk(*this, *range.prim).run();
 }
 
 // ---- in the order of memory: the records of a simulation whose particles come and go are read in a row all the same

@@ -6,12 +6,21 @@
 /// side in this order, as a fresh simulation has them, and no bit of the state is set. The same arithmetic as
 /// FLX_Rules, component by component, so the results have the same bits.
 ///
-/// With `Limited` there is a speed limit, too; a particle that it changes is one that asks for more.
+/// What operators write into fields right after the step may take the place of the emptied acceleration.
+///
+/// With `Limited` there is a speed limit, too.
 template <bool Limited> class FLX_PlainStep {
 public:
-    /// `rules` must be plain, but for the limit.
-    explicit FLX_PlainStep(const FLX_Rules& rules)
-        : myBase(int(sizeof(GEO_Point)) + rules.core.velocity)
+    enum Outcome {
+        NotMine, ///< nothing is done: the particle's state asks for more
+        Living,
+        Expired ///< now it is dead, and its acceleration 0
+    };
+
+    /// `rules` must be plain, but for the limit; `accel` is the acceleration of a living particle afterwards.
+    FLX_PlainStep(const FLX_Rules& rules, const UT_Vector3& accel)
+        : myAccel{accel.x(), accel.y(), accel.z(), 0}
+        , myBase(int(sizeof(GEO_Point)) + rules.core.velocity)
         , myLimit(int(sizeof(GEO_Point)) + rules.speedLimit)
         , myDt(rules.dt)
         , myFits(sideBySide(rules.core) && !rules.suppression) {}
@@ -19,26 +28,31 @@ public:
     /// Whether there is anything that `step` can do.
     bool fits() const { return myFits; }
 
-    /// Rules and preparation; false, and nothing done, for a particle whose state asks for more.
-    bool step(GEO_Point* p) const {
+    /// Rules and preparation.
+    Outcome step(GEO_Point* p) const {
         char* record = reinterpret_cast<char*>(p);
         char* core = record + myBase;
         int& state = *reinterpret_cast<int*>(core + STATE);
-        if (state) return false;
+        if (state) return NotMine;
         Four& position = *reinterpret_cast<Four*>(record);
         Four& front = *reinterpret_cast<Four*>(core);            // v, first of accel
         Four& back = *reinterpret_cast<Four*>(core + ACCEL + 4); // rest of accel, age, span
         const Four old = position, v = front, rest = back;
         const Four accel = {v[3], rest[0], rest[1], 0};
         const float age = rest[2] + myDt, span = rest[3];
-        const Four next = v + accel * myDt;
-        if (Limited && changes(reinterpret_cast<const float*>(record + myLimit), next)) return false;
+        Four next = v + accel * myDt;
+        if (Limited) {
+            const float* limits = reinterpret_cast<const float*>(record + myLimit);
+            if (changes(limits, next)) next = limited(limits, next);
+        }
         position = __builtin_shufflevector(old + v * myDt, old, 0, 1, 2, 7);
-        front = __builtin_shufflevector(next, Four{}, 0, 1, 2, 7);
-        back = Four{0, 0, age, span};
+        front = __builtin_shufflevector(next, myAccel, 0, 1, 2, 4);
+        back = Four{myAccel[1], myAccel[2], age, span};
         *reinterpret_cast<Four*>(core + BACKTRACK) = Four{v[0], v[1], v[2], myDt};
-        if (span >= 0 && age >= span) state = FLX_DEAD;
-        return true;
+        if (!(span >= 0 && age >= span)) return Living;
+        state = FLX_DEAD;
+        front[3] = back[0] = back[1] = 0;
+        return Expired;
     }
 
 private:
@@ -50,12 +64,18 @@ private:
         const float speed = FLX_Rules::speedOf({v[0], v[1], v[2]});
         return (limit[0] >= 0 && speed < limit[0]) || (limit[1] >= 0 && speed > limit[1]);
     }
+    static Four limited(const float* limits, const Four& v) {
+        UT_Vector3 within(v[0], v[1], v[2]);
+        FLX_Rules::limitSpeed(within, limits);
+        return Four{within.x(), within.y(), within.z(), 0};
+    }
     static bool sideBySide(const FLX_CoreOffsets& core) {
         const int v = core.velocity;
         return v >= 0 && core.accel == v + ACCEL && core.life == v + LIFE && core.state == v + STATE &&
                core.backtrack == v + BACKTRACK;
     }
 
+    Four myAccel;
     int myBase;  // bytes from a point to its velocity
     int myLimit; // and to its speed limit
     float myDt;

@@ -24,28 +24,48 @@ public:
 
     void run(const FLX_Chunk& chunk) override {
         if constexpr (std::is_same_v<P, EveryPhase>)
-            if (runQuickly(chunk, FLX_PlainStep<!Plain>(myRules))) return;
-        chunk.forEach([this, rules = myRules](size_t, GEO_Point* p) { step(p, rules); });
+            if (runQuickly(chunk)) return;
+        chunk.forEach([this, rules = myRules, follow = follower()](size_t, GEO_Point* p) { step(p, rules, follow); });
     }
 
 private:
-    template <class Quick> bool runQuickly(const FLX_Chunk& chunk, const Quick& quick) {
+    /// What follows the step of a particle that nothing leaves out. Its acceleration is 0 when the step has emptied it,
+    /// so what operators make of that is known.
+    struct Sequel {
+        explicit Sequel(const FLX_Writing& following, int accelOffset)
+            : rest(following)
+            , accel(rest.extractFromZero(accelOffset)) {}
+
+        FLX_WriteProgram rest;
+        UT_Vector3 accel;
+    };
+
+    bool runQuickly(const FLX_Chunk& chunk) {
+        using Quick = FLX_PlainStep<!Plain>;
+        if (!mySequel) mySequel.emplace(following(), myRules.core.accel);
+        const Quick quick(myRules, mySequel->accel);
         if (!quick.fits() || !myRules.plainButLimited()) return false;
-        chunk.forEach([this, quick](size_t, GEO_Point* p) {
-            if (!quick.step(p)) step(p, myRules);
+        chunk.forEach([this, quick, write = mySequel->rest.runner(), follow = follower()](size_t, GEO_Point* p) {
+            switch (quick.step(p)) {
+            case Quick::NotMine: return step(p, myRules, follow);
+            case Quick::Expired: return follow(p);
+            case Quick::Living: return write(p);
+            }
         });
         return true;
     }
-    void step(GEO_Point* p, const FLX_Rules& rules) {
+    void step(GEO_Point* p, const FLX_Rules& rules, const FLX_Follower& follow) {
         if (myPhases.reap && isReapable(rules.state(p))) {
             noteReapable(p->slot());
             if (deletesDead()) return;
         }
         FLXstepParticle<Plain>(p, rules, myPhases.rules, myPhases.prep);
+        follow(p);
     }
 
     FLX_Rules myRules;
     P myPhases;
+    std::optional<Sequel> mySequel; ///< from the first loop on
 };
 
 template <class P> std::unique_ptr<FLX_StepPass> makePass(const FLX_ContextData& context, const P phases) {
@@ -80,7 +100,9 @@ size_t dropDead(FLX_ContextData& context, GEO_PrimParticle& prim, const UT_BitSe
 
 FLX_StepPass::FLX_StepPass(const FLX_ContextData& context)
     : myDeletesDead(context.deleteDead != 0)
-    , myDetail(*context.peekDetail()) {}
+    , myDetail(*context.peekDetail()) {
+    setMayBeFollowed(true);
+}
 
 std::unique_ptr<FLX_StepPass> FLX_StepPass::make(const FLX_ContextData& context, FLX_StepPhases phases) {
     if (!context.peekDetail() || !phases.any()) return nullptr;

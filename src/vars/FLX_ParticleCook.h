@@ -64,9 +64,18 @@ private:
     }
     template <class Formula, class... Sources>
     void loop(int skip, bool mayUseColumns, const Formula& formula, const Sources&... sources) const;
+    // A first value may bring a loop of its own, which works something out for many particles at once.
+    template <class Formula, class First, class... Values>
+    requires requires { typename First::template Pass<Formula, Values...>; }
+    static auto constantPass(FLX_Skip skip, const Formula& formula, const First& first, const Values&... values) {
+        return std::make_unique<typename First::template Pass<Formula, Values...>>(skip, formula, first, values...);
+    }
     template <class Formula, class... Values>
     static auto constantPass(FLX_Skip skip, const Formula& formula, const Values&... values) {
-        return std::make_unique<FLX_ConstantPass<Formula, Values...>>(skip, formula, values...);
+        if constexpr (requires { formula.write(skip, values...); })
+            return std::make_unique<FLX_WritePass>(formula.write(skip, values...));
+        else
+            return std::make_unique<FLX_ConstantPass<Formula, Values...>>(skip, formula, values...);
     }
     /// Null when the pass may wait; else the reason in a word or two.
     const char* whyNotQueued(const FLX_Pass& pass) const;

@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include "core/FLX_Pass.h"
+#include "core/FLX_WritePass.h"
 #include "vars/FLX_Feed.h"
 #include "vars/FLX_LocalVar.h"
 
@@ -14,18 +15,54 @@ struct FLX_Skip {
     bool operator()(const GEO_Point* p) const { return (*p->castAttribData<int>(stateOffset) & bits) != 0; }
 };
 
+/// A formula that adds its argument to a vector of the particle. Formulas that have a `write` only put constants into
+/// fields where nothing varies; their loops become one with their neighbours' (see FLX_WritePass).
+struct FLX_AddVector {
+    int offset;
+
+    void operator()(GEO_Point* p, const UT_Vector3& v) const { *p->castAttribData<UT_Vector3>(offset) += v; }
+    FLX_Writing write(const FLX_Skip& skip, const UT_Vector3& v) const {
+        return {skip.stateOffset, {{skip.bits, offset, 3, false, {v.x(), v.y(), v.z(), 0}}}};
+    }
+};
+
+/// One that sets floats which lie side by side: those of a number, a vector or a quaternion, or so many numbers.
+struct FLX_SetFloats {
+    int offset;
+
+    template <class... Values> void operator()(GEO_Point* p, const Values&... values) const {
+        char* to = p->castAttribData<char>(offset);
+        (..., (__builtin_memcpy(to, &values, sizeof values), to += sizeof values));
+    }
+    template <class... Values> FLX_Writing write(const FLX_Skip& skip, const Values&... values) const {
+        return {skip.stateOffset, {one(skip, values...)}};
+    }
+    template <class... Values> FLX_Write one(const FLX_Skip& skip, const Values&... values) const {
+        constexpr size_t BYTES = (sizeof values + ...);
+        static_assert(BYTES <= sizeof FLX_Write::values && BYTES % sizeof(float) == 0);
+        FLX_Write one{skip.bits, offset, int(BYTES / sizeof(float)), true, {}};
+        char* to = reinterpret_cast<char*>(one.values);
+        (..., (__builtin_memcpy(to, &values, sizeof values), to += sizeof values));
+        return one;
+    }
+};
+
 /// The loop in which nothing varies: compiled for plain values.
 template <class Formula, class... Values> class FLX_ConstantPass final : public FLX_Pass {
 public:
     FLX_ConstantPass(FLX_Skip skip, const Formula& formula, const Values&... values)
         : mySkip(skip)
         , myFormula(formula)
-        , myValues(values...) {}
+        , myValues(values...) {
+        setMayBeFollowed(true);
+    }
 
     void run(const FLX_Chunk& chunk) override {
-        chunk.forEach([skip = mySkip, formula = myFormula, values = myValues](size_t, GEO_Point* p) {
-            if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
-        });
+        chunk.forEach(
+            [skip = mySkip, formula = myFormula, values = myValues, follow = follower()](size_t, GEO_Point* p) {
+                if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value...); }, values);
+                follow(p);
+            });
     }
 
 private:
@@ -49,6 +86,7 @@ public:
         const bool evaluates = std::apply([](const auto&... feed) { return (feed.isEvaluated() || ...); }, myFeeds);
         setSelfContained(!evaluates);
         setCountsParticles(myColumns.countsParticles());
+        setMayBeFollowed(!evaluates && myColumns.evaluates());
     }
 
     void run(const FLX_Chunk& chunk) override {
@@ -69,8 +107,9 @@ private:
     void runOnColumns(const FLX_Chunk& chunk) {
         const auto values =
             std::apply([&](const auto&... feed) { return std::tuple{feed.values(myColumns)...}; }, myFeeds);
-        chunk.forEach([skip = mySkip, formula = myFormula, values](size_t k, GEO_Point* p) {
+        chunk.forEach([skip = mySkip, formula = myFormula, values, follow = follower()](size_t k, GEO_Point* p) {
             if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
+            follow(p);
         });
     }
 

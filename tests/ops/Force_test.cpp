@@ -1,4 +1,6 @@
 // Forces: mass, direction, noise, and which particles they reach.
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "host/ut/UT_Interrupt.h"
@@ -122,6 +124,38 @@ TEST(Force, NoiseIsSampledAtTheParticle) {
     EXPECT_NE(p.step(1), plain);
     p.set("amp", {0, 0.00001, 0});
     EXPECT_EQ(p.step(1), plain);
+}
+
+// Noise that is found for many particles at once has the bits of noise found for each.
+TEST(Force, ConstantNoiseEqualsVaryingNoise) {
+    constexpr int N = 600;
+    for (int menu = 0; menu < 4; ++menu) {
+        std::vector<UT_Vector3> found[3];
+        for (int way = 0; way < 3; ++way) {
+            Pull p(N);
+            for (int i = 0; i < N; ++i) {
+                const float at = float(i);
+                p.net.point(i)->setPos({0.37f * at, 11 - 0.21f * at, 0.05f * at * at, 1});
+                p.net.setInt("pstate", i, i % 7 == 3 ? FLX_STOPPED : 0);
+            }
+            p.set("force", {1, 2, 3});
+            p.set("freq", {0.5, 0.25, 1});
+            p.set("amp", {4, 0, -1.5});
+            p.set("turb", {2});
+            p.set("atten", {1.5});
+            p.set("seed", {6});
+            p.set("ntype", {double(menu)});
+            if (way == 1) p.pull.setExpression("seed", 0, "6 + 0 * $PT");
+            if (way == 2) p.pull.setExpression("force", 0, "1 + 0 * $TX");
+            p.net.context().setDoApplyRules(false);
+            p.net.step();
+            for (int i = 0; i < N; ++i) found[way].push_back(p.accel(i));
+        }
+        EXPECT_EQ(found[0], found[1]) << menu;
+        EXPECT_EQ(found[0], found[2]) << menu;
+        EXPECT_EQ(found[0][3], UT_Vector3(0, 0, 0)) << "a stopped particle";
+        EXPECT_NE(found[0][4], UT_Vector3(1, 2, 3));
+    }
 }
 
 TEST(Force, ReachesLiveParticlesOfItsGroup) {

@@ -15,7 +15,12 @@ bool wanted() {
 #if defined(__x86_64__)
 bool UT_Cpu::hasAvx() { return wanted() && __builtin_cpu_supports("avx"); }
 bool UT_Cpu::hasAvx2() { return wanted() && __builtin_cpu_supports("avx2"); }
+bool UT_Cpu::hasAvx512() {
+    return hasAvx2() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+           __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
+}
 #else
 bool UT_Cpu::hasAvx() { return false; }
 bool UT_Cpu::hasAvx2() { return false; }
+bool UT_Cpu::hasAvx512() { return false; }
 #endif

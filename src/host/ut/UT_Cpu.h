@@ -6,4 +6,6 @@
 namespace UT_Cpu {
 bool hasAvx();
 bool hasAvx2();
+/// The foundation and its extensions VL, DQ and BW.
+bool hasAvx512();
 } // namespace UT_Cpu

@@ -1,6 +1,7 @@
 #include "host/ut/UT_Noise.h"
 
 #include <algorithm>
+#include <array>
 #include <cfloat>
 
 #include "host/ut/UT_Cpu.h"
@@ -18,11 +19,12 @@ struct Octaves {
 using OneFunction = void (*)(const Octaves&, const float* at, float* out);
 using ManyFunction = void (*)(const Octaves&, const float* const* in, int n, float* const* out);
 
-/// The entry points for one instruction set: by type, and for one point by one or three channels.
-struct Kernels {
-    OneFunction one[4][2];
-    ManyFunction many[4];
+/// The entry points of a type, each for one or three channels; and of all types, for one instruction set.
+struct TypeKernels {
+    OneFunction one[2];
+    ManyFunction many[2];
 };
+using Kernels = std::array<TypeKernels, 4>;
 
 // Beyond this the coordinates are held; even skewed, and with neighbours, cells stay within 32-bit numbers.
 constexpr float FARTHEST = 268435456.0f;
@@ -43,23 +45,30 @@ constexpr uint32_t octaveKey(uint32_t seed, int octave) {
 
 #define UT_NOISE_SPACE baseline
 #define UT_NOISE_LANES 4
-#define UT_NOISE_FN inline __attribute__((always_inline))
-#define UT_NOISE_ENTRY static
+#define UT_NOISE_TARGET
 #include "host/ut/UT_NoiseKernel.inl"
 #undef UT_NOISE_SPACE
 #undef UT_NOISE_LANES
-#undef UT_NOISE_FN
-#undef UT_NOISE_ENTRY
+#undef UT_NOISE_TARGET
 
 #if defined(__x86_64__)
-#define UT_NOISE_SPACE wide
+#define UT_NOISE_SPACE avx2
 #define UT_NOISE_LANES 8
-#define UT_NOISE_FN inline __attribute__((always_inline, target("avx2")))
-#define UT_NOISE_ENTRY static __attribute__((target("avx2")))
+#define UT_NOISE_TARGET target("avx2")
+#include "host/ut/UT_NoiseKernel.inl"
+#undef UT_NOISE_SPACE
+#undef UT_NOISE_LANES
+#undef UT_NOISE_TARGET
+
+#define UT_NOISE_SPACE avx512
+#define UT_NOISE_LANES 16
+#define UT_NOISE_TARGET target("avx2,avx512f,avx512dq,avx512vl,avx512bw")
 #include "host/ut/UT_NoiseKernel.inl"
 
 const Kernels& kernels() {
-    static const Kernels& chosen = UT_Cpu::hasAvx2() ? wide::theKernels : baseline::theKernels;
+    static const Kernels& chosen = UT_Cpu::hasAvx512() ? avx512::theKernels
+                                   : UT_Cpu::hasAvx2() ? avx2::theKernels
+                                                       : baseline::theKernels;
     return chosen;
 }
 #else
@@ -72,26 +81,35 @@ float attenuated(float value, float atten) {
     return atten == 1 ? value : std::copysign(UT_Math::pow(std::fabs(value), atten), value);
 }
 
+void attenuate(float* values, int n, float atten) {
+    if (atten == 1) return;
+    for (int i = 0; i < n; ++i) values[i] = attenuated(values[i], atten);
+}
+
 } // namespace
 
 float UT_Noise::turbulence(const UT_Vector3& P, int depth, float rough, float atten) const {
     float value;
-    kernels().one[myType][0](octavesOf(mySeed, depth, rough), P.data(), &value);
+    kernels()[myType].one[0](octavesOf(mySeed, depth, rough), P.data(), &value);
     return attenuated(value, atten);
 }
 
 void UT_Noise::turbulence(const UT_Vector3& P, int depth, UT_Vector3& out, float rough, float atten) const {
-    kernels().one[myType][1](octavesOf(mySeed, depth, rough), P.data(), out.data());
-    if (atten == 1) return;
-    for (int i = 0; i < 3; ++i) out[i] = attenuated(out[i], atten);
+    kernels()[myType].one[1](octavesOf(mySeed, depth, rough), P.data(), out.data());
+    attenuate(out.data(), 3, atten);
 }
 
 void UT_Noise::turbulence(const float* x, const float* y, const float* z, int n, int depth, float* outX, float* outY,
                           float* outZ, float rough, float atten) const {
     const float* const in[3] = {x, y, z};
     float* const out[3] = {outX, outY, outZ};
-    kernels().many[myType](octavesOf(mySeed, depth, rough), in, n, out);
-    if (atten == 1) return;
-    for (float* column : out)
-        for (int i = 0; i < n; ++i) column[i] = attenuated(column[i], atten);
+    kernels()[myType].many[1](octavesOf(mySeed, depth, rough), in, n, out);
+    for (float* column : out) attenuate(column, n, atten);
+}
+
+void UT_Noise::turbulence(const float* x, const float* y, const float* z, int n, int depth, float* out, float rough,
+                          float atten) const {
+    const float* const in[3] = {x, y, z};
+    kernels()[myType].many[0](octavesOf(mySeed, depth, rough), in, n, &out);
+    attenuate(out, n, atten);
 }

@@ -38,6 +38,8 @@ public:
     /// The same for n points in columns, same bits; the output columns may be the input columns.
     void turbulence(const float* x, const float* y, const float* z, int n, int depth, float* outX, float* outY,
                     float* outZ, float rough, float atten) const;
+    void turbulence(const float* x, const float* y, const float* z, int n, int depth, float* out, float rough,
+                    float atten) const;
 
 private:
     int mySeed;

@@ -1,15 +1,16 @@
 // Included by UT_Noise.cpp once per instruction set, with UT_NOISE_SPACE (a namespace), UT_NOISE_LANES (floats in a
-// register) and UT_NOISE_FN (attributes of every function) defined; so it has no include guard.
+// register) and UT_NOISE_TARGET (attribute of every function) defined; so it has no include guard.
 //
 // Each field is written twice from the same pieces: with the lattice corners of one point side by side in the lanes,
 // and with points side by side. All operations are plain IEEE ones and the sums are in the same order, so both give the
 // same bits, whatever the lanes.
+#define UT_NOISE_FN inline __attribute__((always_inline, UT_NOISE_TARGET))
+#define UT_NOISE_ENTRY static __attribute__((UT_NOISE_TARGET))
+
 namespace UT_NOISE_SPACE {
 
-constexpr int LANES = UT_NOISE_LANES;
-typedef float F __attribute__((vector_size(4 * LANES)));
-typedef uint32_t U __attribute__((vector_size(4 * LANES)));
-typedef int32_t I __attribute__((vector_size(4 * LANES)));
+constexpr int LANES = UT_NOISE_LANES;          // points side by side
+constexpr int CORNERS = LANES < 8 ? LANES : 8; // corners side by side: a cell has eight
 typedef float F4 __attribute__((vector_size(16)));
 typedef uint32_t U4 __attribute__((vector_size(16)));
 typedef int32_t I4 __attribute__((vector_size(16)));
@@ -19,14 +20,33 @@ template <> struct Ints<F4> {
     using Signed = I4;
     using Unsigned = U4;
 };
-#if UT_NOISE_LANES != 4
-template <> struct Ints<F> {
-    using Signed = I;
-    using Unsigned = U;
-};
-#endif
 template <class V> using SignedOf = typename Ints<V>::Signed;
 template <class V> using UnsignedOf = typename Ints<V>::Unsigned;
+
+#define UT_NOISE_VECTORS(N)                                                                                            \
+    typedef float F##N __attribute__((vector_size(4 * N)));                                                            \
+    typedef uint32_t U##N __attribute__((vector_size(4 * N)));                                                         \
+    typedef int32_t I##N __attribute__((vector_size(4 * N)));                                                          \
+    template <> struct Ints<F##N> {                                                                                    \
+        using Signed = I##N;                                                                                           \
+        using Unsigned = U##N;                                                                                         \
+    };
+#if UT_NOISE_LANES == 4
+using F = F4;
+using Corners = F4;
+#elif UT_NOISE_LANES == 8
+UT_NOISE_VECTORS(8)
+using F = F8;
+using Corners = F8;
+#else
+UT_NOISE_VECTORS(8)
+UT_NOISE_VECTORS(16)
+using F = F16;
+using Corners = F8;
+#endif
+#undef UT_NOISE_VECTORS
+using U = UnsignedOf<F>;
+using I = SignedOf<F>;
 
 template <class V> UT_NOISE_FN V splat(float v) {
     return v - V{}; // subtracting keeps -0
@@ -114,16 +134,17 @@ template <UT_Noise::Type T, int CHANNELS> UT_NOISE_FN F4 cubeOne(F4 p, uint32_t 
     const F4 cell = floorOf(p), f = p - cell, u = fade(f), v = 1.0f - u;
     const U4 base = (U4)whole(cell) * U4{LATTICE[0], LATTICE[1], LATTICE[2], 0};
     F4 sum[3] = {};
-    for (int g = 0; g < 8; g += LANES) {
-        const U h = mixed<U>(((base[0] + load<U>(theCube.hash[0] + g)) ^ (base[1] + load<U>(theCube.hash[1] + g)) ^
-                              (base[2] + load<U>(theCube.hash[2] + g))) +
+    for (int g = 0; g < 8; g += CORNERS) {
+        using W = UnsignedOf<Corners>;
+        const W h = mixed<W>(((base[0] + load<W>(theCube.hash[0] + g)) ^ (base[1] + load<W>(theCube.hash[1] + g)) ^
+                              (base[2] + load<W>(theCube.hash[2] + g))) +
                              key);
-        F d[3], w[3];
+        Corners d[3], w[3];
         for (int a = 0; a < 3; ++a) {
-            d[a] = f[a] - load<F>(theCube.at[a] + g);
-            w[a] = load<I>(theCube.mask[a] + g) ? splat<F>(u[a]) : splat<F>(v[a]);
+            d[a] = f[a] - load<Corners>(theCube.at[a] + g);
+            w[a] = load<SignedOf<Corners>>(theCube.mask[a] + g) ? splat<Corners>(u[a]) : splat<Corners>(v[a]);
         }
-        const F weight = w[0] * w[1] * w[2];
+        const Corners weight = w[0] * w[1] * w[2];
         sum[0] += halves(weight * cornerValue<T, 0>(h, d[0], d[1], d[2]));
         if constexpr (CHANNELS == 3) {
             sum[1] += halves(weight * cornerValue<T, 1>(h, d[0], d[1], d[2]));
@@ -134,7 +155,7 @@ template <UT_Noise::Type T, int CHANNELS> UT_NOISE_FN F4 cubeOne(F4 p, uint32_t 
 }
 
 /// A point in each lane: weighted values of one corner.
-template <UT_Noise::Type T>
+template <UT_Noise::Type T, int CHANNELS>
 UT_NOISE_FN void cubeCorner(int corner, const F* f, const F* u, const U* base, uint32_t key, F* out) {
     F d[3], w[3];
     U h = {};
@@ -147,24 +168,26 @@ UT_NOISE_FN void cubeCorner(int corner, const F* f, const F* u, const U* base, u
     h = mixed<U>(h + key);
     const F weight = w[0] * w[1] * w[2];
     out[0] = weight * cornerValue<T, 0>(h, d[0], d[1], d[2]);
-    out[1] = weight * cornerValue<T, 1>(h, d[0], d[1], d[2]);
-    out[2] = weight * cornerValue<T, 2>(h, d[0], d[1], d[2]);
+    if constexpr (CHANNELS == 3) {
+        out[1] = weight * cornerValue<T, 1>(h, d[0], d[1], d[2]);
+        out[2] = weight * cornerValue<T, 2>(h, d[0], d[1], d[2]);
+    }
 }
-template <UT_Noise::Type T> UT_NOISE_FN void cubeMany(const F* p, uint32_t key, F* out) {
+template <UT_Noise::Type T, int CHANNELS> UT_NOISE_FN void cubeMany(const F* p, uint32_t key, F* out) {
     F f[3], u[3];
     U base[3];
     for (int a = 0; a < 3; ++a) {
         const F cell = floorOf(p[a]);
         f[a] = p[a] - cell, u[a] = fade(f[a]), base[a] = (U)whole(cell) * LATTICE[a];
     }
-    F pair[4][3];
+    F pair[4][CHANNELS];
     for (int i = 0; i < 4; ++i) {
-        F back[3];
-        cubeCorner<T>(i, f, u, base, key, pair[i]);
-        cubeCorner<T>(i + 4, f, u, base, key, back);
-        for (int c = 0; c < 3; ++c) pair[i][c] += back[c];
+        F back[CHANNELS];
+        cubeCorner<T, CHANNELS>(i, f, u, base, key, pair[i]);
+        cubeCorner<T, CHANNELS>(i + 4, f, u, base, key, back);
+        for (int c = 0; c < CHANNELS; ++c) pair[i][c] += back[c];
     }
-    for (int c = 0; c < 3; ++c) out[c] = (pair[0][c] + pair[2][c]) + (pair[1][c] + pair[3][c]);
+    for (int c = 0; c < CHANNELS; ++c) out[c] = (pair[0][c] + pair[2][c]) + (pair[1][c] + pair[3][c]);
 }
 
 // ---- tetrahedral lattice
@@ -199,7 +222,7 @@ template <int CHANNELS> UT_NOISE_FN F4 sparseOne(F4 p, uint32_t key) {
         return crossSums(first, bump<1>(h, o[0], o[1], o[2]), bump<2>(h, o[0], o[1], o[2]));
 }
 
-UT_NOISE_FN void sparseMany(const F* p, uint32_t key, F* out) {
+template <int CHANNELS> UT_NOISE_FN void sparseMany(const F* p, uint32_t key, F* out) {
     const F skew = (p[0] + p[1] + p[2]) * (1.0f / 3);
     F cell[3], d[3];
     for (int a = 0; a < 3; ++a) cell[a] = floorOf(p[a] + skew);
@@ -208,7 +231,7 @@ UT_NOISE_FN void sparseMany(const F* p, uint32_t key, F* out) {
     const I xy = d[0] >= d[1], yz = d[1] >= d[2], xz = d[0] >= d[2], none = {}, all = ~none;
     const I stepped[3][4] = {
         {none, xy & xz, xy | xz, all}, {none, ~xy & yz, ~xy | yz, all}, {none, ~xz & ~yz, ~xz | ~yz, all}};
-    F value[4][3];
+    F value[4][CHANNELS];
     for (int i = 0; i < 4; ++i) {
         F o[3];
         U h = {};
@@ -219,10 +242,12 @@ UT_NOISE_FN void sparseMany(const F* p, uint32_t key, F* out) {
         }
         h = mixed<U>(h + key);
         value[i][0] = bump<0>(h, o[0], o[1], o[2]);
-        value[i][1] = bump<1>(h, o[0], o[1], o[2]);
-        value[i][2] = bump<2>(h, o[0], o[1], o[2]);
+        if constexpr (CHANNELS == 3) {
+            value[i][1] = bump<1>(h, o[0], o[1], o[2]);
+            value[i][2] = bump<2>(h, o[0], o[1], o[2]);
+        }
     }
-    for (int c = 0; c < 3; ++c) out[c] = (value[0][c] + value[2][c]) + (value[1][c] + value[3][c]);
+    for (int c = 0; c < CHANNELS; ++c) out[c] = (value[0][c] + value[2][c]) + (value[1][c] + value[3][c]);
 }
 
 // ---- cellular
@@ -281,17 +306,18 @@ constexpr Neighbours theNeighbours = makeNeighbours();
 template <int CHANNELS> UT_NOISE_FN F4 cellularOne(F4 p, uint32_t key) {
     const F4 cell = floorOf(p), f = p - cell;
     const U4 base = (U4)whole(cell) * U4{LATTICE[0], LATTICE[1], LATTICE[2], 0};
-    Strongest<F> all = {};
-    for (int g = 0; g < NEIGHBOURS; g += LANES) {
-        const U h = ((base[0] + load<U>(theNeighbours.hash[0] + g)) ^ (base[1] + load<U>(theNeighbours.hash[1] + g)) ^
-                     (base[2] + load<U>(theNeighbours.hash[2] + g)));
-        addBump<CHANNELS>(all, mixed<U>(h + key), load<F>(theNeighbours.at[0] + g) - f[0],
-                          load<F>(theNeighbours.at[1] + g) - f[1], load<F>(theNeighbours.at[2] + g) - f[2]);
+    Strongest<Corners> all = {};
+    for (int g = 0; g < NEIGHBOURS; g += CORNERS) {
+        using W = UnsignedOf<Corners>;
+        const W h = ((base[0] + load<W>(theNeighbours.hash[0] + g)) ^ (base[1] + load<W>(theNeighbours.hash[1] + g)) ^
+                     (base[2] + load<W>(theNeighbours.hash[2] + g)));
+        addBump<CHANNELS>(all, mixed<W>(h + key), load<Corners>(theNeighbours.at[0] + g) - f[0],
+                          load<Corners>(theNeighbours.at[1] + g) - f[1], load<Corners>(theNeighbours.at[2] + g) - f[2]);
     }
     F4 out = {};
     for (int c = 0; c < CHANNELS; ++c) {
         Strongest<F4> s = {};
-        for (int g = 0; g < LANES; g += 4)
+        for (int g = 0; g < CORNERS; g += 4)
             s.add(c, load<F4>((const char*)&all.first[c] + 4 * g), load<F4>((const char*)&all.second[c] + 4 * g));
         s.add(c, __builtin_shufflevector(s.first[c], s.first[c], 2, 3, 0, 1),
               __builtin_shufflevector(s.second[c], s.second[c], 2, 3, 0, 1));
@@ -303,7 +329,7 @@ template <int CHANNELS> UT_NOISE_FN F4 cellularOne(F4 p, uint32_t key) {
     return out;
 }
 
-UT_NOISE_FN void cellularMany(const F* p, uint32_t key, F* out) {
+template <int CHANNELS> UT_NOISE_FN void cellularMany(const F* p, uint32_t key, F* out) {
     F f[3];
     U base[3];
     for (int a = 0; a < 3; ++a) {
@@ -315,9 +341,9 @@ UT_NOISE_FN void cellularMany(const F* p, uint32_t key, F* out) {
         U h = {};
         F o[3];
         for (int a = 0; a < 3; ++a) o[a] = theNeighbours.at[a][i] - f[a], h ^= base[a] + theNeighbours.hash[a][i];
-        addBump<3>(s, mixed<U>(h + key), o[0], o[1], o[2]);
+        addBump<CHANNELS>(s, mixed<U>(h + key), o[0], o[1], o[2]);
     }
-    for (int c = 0; c < 3; ++c) out[c] = (F)((U)(s.first[c] - s.second[c]) ^ ((U)s.first[c] << 31));
+    for (int c = 0; c < CHANNELS; ++c) out[c] = (F)((U)(s.first[c] - s.second[c]) ^ ((U)s.first[c] << 31));
 }
 
 // ---- octaves
@@ -330,26 +356,28 @@ template <UT_Noise::Type T, int CHANNELS> UT_NOISE_FN F4 octaveOne(F4 p, uint32_
     else
         return cubeOne<T, CHANNELS>(p, key);
 }
-template <UT_Noise::Type T> UT_NOISE_FN void octaveMany(const F* p, uint32_t key, F* out) {
+template <UT_Noise::Type T, int CHANNELS> UT_NOISE_FN void octaveMany(const F* p, uint32_t key, F* out) {
     if constexpr (T == UT_Noise::SPARSE)
-        sparseMany(p, key, out);
+        sparseMany<CHANNELS>(p, key, out);
     else if constexpr (T == UT_Noise::CELLULAR)
-        cellularMany(p, key, out);
+        cellularMany<CHANNELS>(p, key, out);
     else
-        cubeMany<T>(p, key, out);
+        cubeMany<T, CHANNELS>(p, key, out);
 }
 
 /// Octaves for the points [at, at + LANES).
-template <UT_Noise::Type T>
+template <UT_Noise::Type T, int CHANNELS>
 UT_NOISE_FN void sumLanes(const Octaves& s, const float* x, const float* y, const float* z, F* sum) {
     F p[3] = {finite(load<F>(x)), finite(load<F>(y)), finite(load<F>(z))};
     float amplitude = 1;
-    for (int a = 0; a < 3; ++a) p[a] += SHIFT[a], sum[a] = F{};
+    for (int a = 0; a < 3; ++a) p[a] += SHIFT[a];
+    for (int c = 0; c < CHANNELS; ++c) sum[c] = F{};
     for (int k = 0; k < s.count; ++k, amplitude *= s.rough) {
-        F value[3];
+        F value[CHANNELS];
         for (int a = 0; a < 3; ++a) p[a] = bounded(p[a]);
-        octaveMany<T>(p, octaveKey(s.seed, k), value);
-        for (int a = 0; a < 3; ++a) sum[a] += amplitude * value[a], p[a] = p[a] * 2.0f + SHIFT[a];
+        octaveMany<T, CHANNELS>(p, octaveKey(s.seed, k), value);
+        for (int c = 0; c < CHANNELS; ++c) sum[c] += amplitude * value[c];
+        for (int a = 0; a < 3; ++a) p[a] = p[a] * 2.0f + SHIFT[a];
     }
 }
 
@@ -368,27 +396,27 @@ template <UT_Noise::Type T, int CHANNELS> UT_NOISE_ENTRY void sumOne(const Octav
     for (int c = 0; c < CHANNELS; ++c) out[c] = sum[c];
 }
 
-template <UT_Noise::Type T>
+template <UT_Noise::Type T, int CHANNELS>
 UT_NOISE_ENTRY void sumMany(const Octaves& s, const float* const* in, int n, float* const* out) {
-    F sum[3];
+    F sum[CHANNELS];
     int i = 0;
     for (; i + LANES <= n; i += LANES) {
-        sumLanes<T>(s, in[0] + i, in[1] + i, in[2] + i, sum);
-        for (int a = 0; a < 3; ++a) __builtin_memcpy(out[a] + i, &sum[a], sizeof(F));
+        sumLanes<T, CHANNELS>(s, in[0] + i, in[1] + i, in[2] + i, sum);
+        for (int c = 0; c < CHANNELS; ++c) __builtin_memcpy(out[c] + i, &sum[c], sizeof(F));
     }
     if (i == n) return;
     float tail[3][LANES] = {};
     const size_t bytes = size_t(n - i) * sizeof(float);
     for (int a = 0; a < 3; ++a) __builtin_memcpy(tail[a], in[a] + i, bytes);
-    sumLanes<T>(s, tail[0], tail[1], tail[2], sum);
-    for (int a = 0; a < 3; ++a) __builtin_memcpy(out[a] + i, &sum[a], bytes);
+    sumLanes<T, CHANNELS>(s, tail[0], tail[1], tail[2], sum);
+    for (int c = 0; c < CHANNELS; ++c) __builtin_memcpy(out[c] + i, &sum[c], bytes);
 }
 
-constexpr Kernels theKernels = {
-    {{sumOne<UT_Noise::GRADIENT, 1>, sumOne<UT_Noise::GRADIENT, 3>},
-     {sumOne<UT_Noise::SPARSE, 1>, sumOne<UT_Noise::SPARSE, 3>},
-     {sumOne<UT_Noise::VALUE, 1>, sumOne<UT_Noise::VALUE, 3>},
-     {sumOne<UT_Noise::CELLULAR, 1>, sumOne<UT_Noise::CELLULAR, 3>}},
-    {sumMany<UT_Noise::GRADIENT>, sumMany<UT_Noise::SPARSE>, sumMany<UT_Noise::VALUE>, sumMany<UT_Noise::CELLULAR>}};
+template <UT_Noise::Type T>
+constexpr TypeKernels kernelsOf = {{sumOne<T, 1>, sumOne<T, 3>}, {sumMany<T, 1>, sumMany<T, 3>}};
+constexpr Kernels theKernels = {kernelsOf<UT_Noise::GRADIENT>, kernelsOf<UT_Noise::SPARSE>, kernelsOf<UT_Noise::VALUE>,
+                                kernelsOf<UT_Noise::CELLULAR>};
 
 } // namespace UT_NOISE_SPACE
+#undef UT_NOISE_FN
+#undef UT_NOISE_ENTRY

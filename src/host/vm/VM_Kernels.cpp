@@ -68,10 +68,10 @@ VM_BLOCKS_2(VM_BLOCK_2)
 
 void turbulence(double* to, const VM_Operand* operands, int n, int depth) {
     static const UT_Noise theNoise;
-    float at[3][VM_LANES], unused[2][VM_LANES];
+    float at[3][VM_LANES];
     for (int a = 0; a < 3; ++a)
         for (int k = 0; k < n; ++k) at[a][k] = float(operands[a].column[k]);
-    theNoise.turbulence(at[0], at[1], at[2], n, depth, at[0], unused[0], unused[1], 0.5f, 1.0f);
+    theNoise.turbulence(at[0], at[1], at[2], n, depth, at[0], 0.5f, 1.0f);
     for (int k = 0; k < n; ++k) to[k] = double(at[0][k]);
 }
 

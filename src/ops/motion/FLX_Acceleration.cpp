@@ -14,6 +14,7 @@ UT_ErrorSeverity FLX_Acceleration::cookFlx(OP_Context& context) {
             const int offset = cook.context().getAccelOffset();
             const bool draw = cook.showGuide(), change = !cook.guideOnly();
             const float span = cook.context().timeStep;
+            if (change && !draw) return cook.each(skip, FLX_SetFloats{offset}, acceleration);
             cook.each(
                 skip,
                 [=, this](GEO_Point* p, const UT_Vector3& a) {

@@ -10,10 +10,9 @@ UT_ErrorSeverity FLX_AngVelocity::cookFlx(OP_Context& context) {
     return cookUnlessGuide(context, [&](FLX_ParticleCook& cook) {
         const int skip = APPLYMOTION.skipped(), offset = cook.context().getAngVelOffset();
         const auto spin = [](const UT_Vector3& axis, float degrees) { return axis.normalized() * (degrees * RADIANS); };
-        const auto write = [=](GEO_Point* p, const UT_Vector3& w) { *p->castAttribData<UT_Vector3>(offset) = w; };
         AXIS.choose(cook, [&](const auto& axis) {
             const auto speed = cook.choose(ROTVEL);
-            if (mayRun() && offset >= 0) eachDerived(cook, skip, spin, write, axis, speed);
+            if (mayRun() && offset >= 0) eachDerived(cook, skip, spin, FLX_SetFloats{offset}, axis, speed);
         });
     });
 }

@@ -46,8 +46,7 @@ protected:
     void setVector(const FLX_ParticleCook& cook, FLX_VectorParms& parms, int skip, int offset) {
         parms.choose(cook, [&](const auto& vector) {
             if (!mayRun() || offset < 0) return;
-            cook.each(
-                skip, [=](GEO_Point* p, const UT_Vector3& v) { *p->castAttribData<UT_Vector3>(offset) = v; }, vector);
+            cook.each(skip, FLX_SetFloats{offset}, vector);
         });
     }
 };

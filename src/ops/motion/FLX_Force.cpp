@@ -38,29 +38,53 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
     const FLX_NoiseSources noise = NOISE.choose(cook);
     const FLX_MassSource mass = MASSES.choose(cook);
     if (!mayRun()) return;
+    const bool sameGain = mass.offset < 0 && !mass.parm.varies() && !scale.varies();
+    const bool justAdds = !cook.showGuide() && !cook.guideOnly();
+    if (sameGain && justAdds && (noise.absent() || noise.constant()))
+        pushAlike(cook, noise, force, scale.constant() / FLX_MassSource::of(nullptr, -1, mass.parm.constant()));
+    else
+        pushEach(cook, noise, force, scale, mass);
+}
 
-    constexpr int UNMOVED = FLX_DEAD | FLX_STOPPED | FLX_STUCK;
+template <class ForceSource>
+void FLX_Force::pushAlike(FLX_ParticleCook& cook, const FLX_NoiseSources& noise, const ForceSource& force, float gain) {
+    const FLX_AddVector add{cook.context().getAccelOffset()};
+    if (!noise.absent())
+        return cook.each(
+            FLX_UNMOVED,
+            [=, amp = noise.amp.constant()](GEO_Point* p, const auto& noiseAt, const UT_Vector3& f) {
+                add(p, (noiseAt(p) * amp + f) * gain);
+            },
+            NOISE.field(noise), force);
+    if (!force.varies()) return cook.each(FLX_UNMOVED, add, FLX_Constant(force.constant() * gain));
+    cook.each(
+        FLX_UNMOVED, [=](GEO_Point* p, const UT_Vector3& f) { add(p, f * gain); }, force);
+}
+
+template <class ForceSource>
+void FLX_Force::pushEach(FLX_ParticleCook& cook, const FLX_NoiseSources& noise, const ForceSource& force,
+                         const FLX_Chosen<PRM_Float>& scale, const FLX_MassSource& mass) {
     const int accelOffset = cook.context().getAccelOffset(), massOffset = mass.offset;
     const bool draw = cook.showGuide(), change = !cook.guideOnly();
     const float span = cook.context().timeStep;
-    const auto add = [=](GEO_Point* p, const UT_Vector3& f) { *p->castAttribData<UT_Vector3>(accelOffset) += f; };
     const auto apply = [=, this](GEO_Point* p, const UT_Vector3& total, float s, float m) {
         const UT_Vector3 f = total * (s / FLX_MassSource::of(p, massOffset, m));
-        if (change) add(p, f);
+        if (change) *p->castAttribData<UT_Vector3>(accelOffset) += f;
         if (draw) addAccelGuide(p, f.x(), f.y(), f.z(), span, 0);
     };
-    if (noise.absent()) {
-        const bool same = massOffset < 0 && !mass.parm.varies() && !force.varies() && !scale.varies();
-        if (same && change && !draw) {
-            const float gain = scale.constant() / FLX_MassSource::of(nullptr, -1, mass.parm.constant());
-            return cook.each(UNMOVED, add, FLX_Constant(force.constant() * gain));
-        }
+    if (noise.absent())
         return cook.each(
-            UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm, force,
-            scale);
-    }
+            FLX_UNMOVED, [=](GEO_Point* p, float m, const UT_Vector3& f, float s) { apply(p, f, s, m); }, mass.parm,
+            force, scale);
+    if (noise.constant())
+        return cook.each(
+            FLX_UNMOVED,
+            [=, amp = noise.amp.constant()](GEO_Point* p, const auto& noiseAt, float m, const UT_Vector3& f, float s) {
+                apply(p, noiseAt(p) * amp + f, s, m);
+            },
+            NOISE.field(noise), mass.parm, force, scale);
     cook.each(
-        UNMOVED,
+        FLX_UNMOVED,
         [=, this](GEO_Point* p, int type, int seed, float m, const UT_Vector3& f, const UT_Vector3& amp,
                   const UT_Vector3& freq, const UT_Vector3& offset, float s, auto&& turb, auto&& rough, auto&& atten) {
             NOISE.setNoise(seed, type);

@@ -27,4 +27,10 @@ protected:
 
 private:
     template <class ForceSource> void push(FLX_ParticleCook& cook, const ForceSource& force);
+    /// Where scale and mass are the same for all particles, and noise does not vary.
+    template <class ForceSource>
+    void pushAlike(FLX_ParticleCook& cook, const FLX_NoiseSources& noise, const ForceSource& force, float gain);
+    template <class ForceSource>
+    void pushEach(FLX_ParticleCook& cook, const FLX_NoiseSources& noise, const ForceSource& force,
+                  const FLX_Chosen<PRM_Float>& scale, const FLX_MassSource& mass);
 };

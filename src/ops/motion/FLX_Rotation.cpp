@@ -9,10 +9,9 @@ UT_ErrorSeverity FLX_Rotation::cookFlx(OP_Context& context) {
             const float a = UT_Math::fmod(degrees, 360.0f);
             return UT_Quaternion((a < 0 ? a + 360 : a) * RADIANS, axis.normalized());
         };
-        const auto write = [=](GEO_Point* p, const UT_Quaternion& q) { *p->castAttribData<UT_Quaternion>(offset) = q; };
         AXIS.choose(cook, [&](const auto& axis) {
             const auto angle = cook.choose(ROTANGLE);
-            if (mayRun() && offset >= 0) eachDerived(cook, skip, turn, write, axis, angle);
+            if (mayRun() && offset >= 0) eachDerived(cook, skip, turn, FLX_SetFloats{offset}, axis, angle);
         });
     });
 }

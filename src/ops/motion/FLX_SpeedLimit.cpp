@@ -7,13 +7,6 @@ UT_ErrorSeverity FLX_SpeedLimit::cookFlx(OP_Context& context) {
         const auto max = cook.choose(maxParm);
         const int offset = cook.context().getSpeedLimitOffset();
         if (!mayRun() || offset < 0) return;
-        cook.each(
-            0,
-            [=](GEO_Point* p, float low, float high) {
-                auto* limit = p->castAttribData<float>(offset);
-                limit[0] = low;
-                limit[1] = high;
-            },
-            min, max);
+        cook.each(0, FLX_SetFloats{offset}, min, max);
     });
 }
