@@ -106,7 +106,7 @@ void FLX_ParticleColumns::finish() {
         if (out.result < 0 || !myExpressions.isNumber(out.result)) continue;
         const double number = myExpressions.number(out.result);
         out.row->numbers(&number, &out.fixedFloat, 1);
-        out.row->numbers(&number, &out.fixedInt, 1);
+        out.fixedNaN = out.row->numbers(&number, &out.fixedInt, 1);
         out.result = -1;
     }
 }
@@ -202,11 +202,18 @@ void FLX_ColumnBlock::evaluate(const FLX_Chunk& chunk) {
 void FLX_ColumnBlock::roundResults(const double* memory) {
     for (int i = 0; i < int(myColumns.myOutputs.size()); ++i) {
         const FLX_ParticleColumns::Output& out = output(i);
+        if (out.fixedNaN) myNaNs.push_back({out.row, std::bitset<FLX_Chunk::SIZE>().set()});
         if (out.result < 0) continue;
         const double* column = myColumns.myExpressions.column(memory, out.result);
-        if (out.isInt)
-            out.row->numbers(column, myInts + at(i), int(myCount));
-        else
-            out.row->numbers(column, myFloats + at(i), int(myCount));
+        const bool anyNaN = out.isInt ? out.row->numbers(column, myInts + at(i), int(myCount))
+                                      : out.row->numbers(column, myFloats + at(i), int(myCount));
+        if (anyNaN) noteNaN(out, column);
     }
 }
+
+void FLX_ColumnBlock::noteNaN(const FLX_ParticleColumns::Output& out, const double* column) {
+    auto& particles = myNaNs.emplace_back(out.row, 0).second;
+    for (size_t k = 0; k < myCount; ++k) particles.set(k, column[k] != column[k]);
+}
+
+void FLX_ColumnBlock::warn(const PRM_Template& row) const { myColumns.myOperator.warnNotANumber(row); }

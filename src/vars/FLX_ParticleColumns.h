@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bitset>
+#include <utility>
 #include <vector>
 
 #include "core/FLX_Pass.h"
@@ -44,6 +46,7 @@ private:
         bool isInt;
         float fixedFloat = 0;
         int fixedInt = 0;
+        bool fixedNaN = false; ///< a bound stands for a value that is no number
     };
     struct Window { ///< neighbouring fields, fetched together
         ptrdiff_t offset;
@@ -85,6 +88,15 @@ public:
 
     /// How many particles the values are for.
     size_t count() const { return myCount; }
+    /// Warns on the node of parameters that are no number, and held by a bound, for a particle that is not skipped.
+    template <class Skips> void warnOfNaN(const Skips& isSkipped) const {
+        for (const auto& [row, particles] : myNaNs)
+            for (size_t k = 0; k < myCount; ++k)
+                if (particles.test(k) && !isSkipped(k)) {
+                    warn(*row);
+                    break;
+                }
+    }
     FLX_Column<float> floats(int column) const {
         const FLX_ParticleColumns::Output& out = output(column);
         return out.result < 0 ? FLX_Column<float>{&out.fixedFloat, 0} : FLX_Column<float>{myFloats + at(column), 1};
@@ -99,6 +111,8 @@ private:
     const FLX_ParticleColumns::Output& output(int column) const { return myColumns.myOutputs[size_t(column)]; }
     void evaluate(const FLX_Chunk& chunk);
     void roundResults(const double* memory);
+    void noteNaN(const FLX_ParticleColumns::Output& out, const double* column);
+    void warn(const PRM_Template& row) const;
 
     FLX_ParticleColumns& myColumns;
     bool myIsRow; // slot numbers one after the other
@@ -107,4 +121,5 @@ private:
     EV_Borrowed<int> myIntMemory;
     float* myFloats;
     int* myInts;
+    std::vector<std::pair<const PRM_Template*, std::bitset<FLX_Chunk::SIZE>>> myNaNs; // hardly ever any
 };

@@ -56,6 +56,7 @@ public:
         for (FLX_Chunk rest = chunk; rest.count > 0;) {
             const FLX_ColumnBlock block(myColumns, rest);
             const FLX_Chunk part = rest.first(block.count());
+            block.warnOfNaN([&](size_t k) { return mySkip(part.point(k)); });
             if (isSelfContained())
                 runOnColumns(part, block);
             else
