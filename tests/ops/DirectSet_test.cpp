@@ -407,7 +407,7 @@ TEST(DirectSet, FaultyVectorTextsAreToldOfOnceWithOrWithoutParticles) {
                 for (int i = 0; i < particles; ++i) s.net.setValue(member.attrib, i, {5, 6, 7});
                 s.net.step(2);
                 const std::string found = Network::messages(s.node);
-                EXPECT_TRUE(found.starts_with(std::string("error OP 2: ") + member.text + ": ")) << found;
+                EXPECT_TRUE(found.starts_with(std::string("error OP 1: ") + member.text + ": ")) << found;
                 EXPECT_NE(found.find(fault), std::string::npos) << found;
                 EXPECT_EQ(found.find('\n'), std::string::npos) << found;
                 const bool isRotation = member.size == 4;
