@@ -137,8 +137,6 @@ public:
     // ---- dependency on per-particle variables. Never, for operators without such variables.
     virtual int isVarDependent(GU_Detail*, EV_EXPRESSION*, int thread);
     virtual int isVarDependent(GU_Detail*, const FLX_ParmRef& parm, float t, int thread);
-    /// Switches local variables on or off for evaluations that must not depend on particles.
-    virtual void allowVar(int) {}
 
 protected:
     friend class FLX_ContextData;

@@ -4,6 +4,7 @@
 #include "host/expr/EV_Function.h"
 #include "host/expr/EV_StringExpand.h"
 #include "host/node/OP_Node.h"
+#include "scene/PathSuggestion.h"
 
 #include <fmt/format.h>
 #include <utility>
@@ -16,10 +17,15 @@ std::string nameOf(const OP_ChannelRef& channel) {
     return out;
 }
 
-bool readsChannel(const EV_Site& site) {
-    if (site.kind != EV_Site::Call || site.strings.size() != 1 || site.strings[0] >= 0) return false;
-    const std::string_view name = site.function->name;
-    return name == "ch" || name == "chs";
+// What a call's first argument names, when that is a fixed text.
+OP_PathKind fixedPath(const EV_Site& site) {
+    const bool fixed = site.kind == EV_Site::Call && !site.strings.empty() && site.strings[0] < 0;
+    return fixed ? OPpathKind(site.function) : OP_PathKind::None;
+}
+
+std::string callError(const EV_Site& site, const std::string& whole, const std::string& what,
+                      const std::string& advice = {}) {
+    return EV_makeError(EV_ERR_EVALUATION, whole, site.offset, site.function->name + (": " + what)).message + advice;
 }
 
 } // namespace
@@ -29,13 +35,20 @@ void ChannelCheck::addReads(const OP_ChannelRef& channel, EV_EXPRESSION& express
     if (!expression.bind(channel.node->scope())) return;
     const EV_Code& code = expression.code();
     for (const EV_Site& site : code.sites) {
-        if (!readsChannel(site)) continue;
+        const OP_PathKind kind = fixedPath(site);
+        if (kind == OP_PathKind::None) continue;
         const std::string& path = code.strings[size_t(-1 - site.strings[0])];
+        OP_Node& node = *channel.node;
         Read read;
         read.conditional = code.analysis.conditional;
-        if (!OPfindChannel(*channel.node, path, read.to, read.error))
-            read.error =
-                EV_makeError(EV_ERR_EVALUATION, whole, site.offset, site.function->name + (": " + read.error)).message;
+        std::string what;
+        if (kind == OP_PathKind::Channel) {
+            if (!OPfindChannel(node, path, read.to, what)) read.error = callError(site, whole, what);
+        } else {
+            what = OPpathError(node, path, kind);
+            if (what.empty()) continue;
+            read.error = callError(site, whole, what, suggestPath(node, path));
+        }
         reads.push_back(std::move(read));
     }
 }
@@ -46,9 +59,13 @@ std::vector<ChannelCheck::Read> ChannelCheck::readsOf(const OP_ChannelRef& chann
     if (channel.component < parm.size())
         if (EV_EXPRESSION* expression = parm.component(channel.component).expression())
             addReads(channel, *expression, expression->text(), reads);
-    if (parm.row().type == PRM_Type::String)
+    if (parm.row().stringKind == PRM_StringKind::VectorExpression) {
+        EV_EXPRESSION expression(parm.text(), 3);
+        addReads(channel, expression, parm.text(), reads);
+    } else if (parm.row().type == PRM_Type::String) {
         if (EV_StringExpand* expansion = parm.expansion())
             expansion->forEachPart([&](EV_EXPRESSION& part) { addReads(channel, part, parm.text(), reads); });
+    }
     return reads;
 }
 

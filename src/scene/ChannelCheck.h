@@ -9,7 +9,8 @@
 
 class EV_EXPRESSION;
 
-/// Follows the reads of ch() and chs() with fixed paths, without evaluating anything.
+/// Follows the reads of ch() and chs() with fixed paths, and tries the fixed paths of the functions that look at nodes
+/// and geometry, without evaluating anything.
 class ChannelCheck {
 public:
     struct Finding {

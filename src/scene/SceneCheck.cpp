@@ -2,6 +2,7 @@
 
 #include "core/FLX_ContextData.h"
 #include "core/FLX_Node.h"
+#include "host/expr/EV_Code.h"
 #include "host/expr/EV_StringExpand.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
@@ -100,9 +101,25 @@ private:
             else if (row.type != PRM_Type::String && expression->resultType() != EV_FLOAT)
                 add(true, fmt::format("\"{}\": \"{}\": a number is needed, this is {}", row.token, expression->text(),
                                       EV_typeName(expression->resultType())));
+            else if (!row.variables)
+                checkRefused(*expression);
         } else if (!keys) {
             checkOrdinal(row, component.constant);
         }
+    }
+    /// Local variables where they are refused: an error, or a warning when a condition stands before the first.
+    void checkRefused(const EV_EXPRESSION& expression) {
+        const EV_Code& code = expression.code();
+        const auto jump = std::find_if(code.program.code.begin(), code.program.code.end(), [](const VM_Instruction& i) {
+            return i.op == VM_Op::JumpNone || i.op == VM_Op::JumpAll;
+        });
+        const auto reads = [&](const VM_Instruction& i) {
+            return i.op == VM_Op::Host && code.sites[i.target].kind == EV_Site::Local;
+        };
+        const auto read = std::find_if(code.program.code.begin(), code.program.code.end(), reads);
+        if (read == code.program.code.end()) return;
+        const EV_Error error = EV_noValueError(EV_ERR_VARIABLE, expression.text(), code.sites[read->target].offset);
+        add(read < jump, fmt::format("\"{}\": {}", myParm->row().token, error.message));
     }
     void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
         add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));

@@ -63,14 +63,6 @@ protected:
         return {p, t, isVarDependent(myDetail, FLX_ParmRef(p), t, thread) != 0};
     }
     FLX_ChosenVector chooseVector(const Floats<3>& p, float t, int thread);
-    /// Evaluates with the variables switched off: a parameter that reads one fails.
-    template <class Evaluate> auto withoutVars(Evaluate&& evaluate) {
-        allowVar(0);
-        const auto value = evaluate();
-        allowVar(1);
-        return value;
-    }
-
     float myLastEmissionTime = NO_TIME;
 
 private:

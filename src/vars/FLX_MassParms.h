@@ -7,6 +7,10 @@ struct FLX_MassSource {
     int offset;                 ///< of the attribute "mass"; -1: the parameter
     FLX_Chosen<PRM_Float> parm; ///< constant 1 where neither attribute nor override counts
 
+    /// One for all particles.
+    bool isOne() const { return offset < 0 && !parm.varies(); }
+    float one() const { return of(nullptr, -1, parm.constant()); }
+
     /// A mass within 1e-5 of 0 counts as 0.01; negative ones are used as they are.
     static float of(const GEO_Point* p, int offset, float parm) {
         const float mass = offset >= 0 ? *p->castAttribData<float>(offset) : parm;

@@ -90,7 +90,7 @@ void FLX_ParticleColumns::fillConstants() {
             if (!myExpressions.isNumber(out.result)) continue;
             const double number = myExpressions.number(out.result);
             out.row->numbers(&number, &out.fixedFloat, 1);
-            out.row->numbers(&number, &out.fixedInt, 1);
+            out.fixedNaN = out.row->numbers(&number, &out.fixedInt, 1);
             out.result = -1;
         }
         std::fill_n(myFloats.data() + i * SIZE, SIZE, out.fixedFloat);
@@ -171,13 +171,21 @@ FLX_Chunk FLX_ParticleColumns::evaluate(const FLX_Chunk& chunk) {
 }
 
 void FLX_ParticleColumns::roundResults(int n) {
+    myNaNs.clear();
     for (size_t i = 0; i < myOutputs.size(); ++i) {
         const Output& out = myOutputs[i];
+        if (out.fixedNaN) myNaNs.push_back({out.row, std::bitset<SIZE>().set()});
         if (out.result < 0) continue;
         const double* column = myExpressions.column(out.result);
-        if (out.isInt)
-            out.row->numbers(column, myInts.data() + i * SIZE, n);
-        else
-            out.row->numbers(column, myFloats.data() + i * SIZE, n);
+        const bool anyNaN = out.isInt ? out.row->numbers(column, myInts.data() + i * SIZE, n)
+                                      : out.row->numbers(column, myFloats.data() + i * SIZE, n);
+        if (anyNaN) noteNaN(out, column, n);
     }
 }
+
+void FLX_ParticleColumns::noteNaN(const Output& out, const double* column, int n) {
+    auto& particles = myNaNs.emplace_back(out.row, 0).second;
+    for (size_t k = 0; k < size_t(n); ++k) particles.set(k, column[k] != column[k]);
+}
+
+void FLX_ParticleColumns::warn(const PRM_Template& row) const { myOperator.warnNotANumber(row); }

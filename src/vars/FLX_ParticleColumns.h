@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bitset>
+#include <utility>
 #include <vector>
 
 #include "core/FLX_Pass.h"
@@ -37,6 +39,15 @@ public:
     /// Evaluates for the first particles of a chunk and returns these: for SIZE of them, unless one stands there twice;
     /// then for those before the second time, because what happens at the first may change what is to be found there.
     FLX_Chunk evaluate(const FLX_Chunk& chunk);
+    /// Warns on the node of parameters that were no number, and held by a bound, for a particle that is not skipped.
+    template <class Skips> void warnOfNaN(size_t count, const Skips& isSkipped) const {
+        for (const auto& [row, particles] : myNaNs)
+            for (size_t k = 0; k < count; ++k)
+                if (particles.test(k) && !isSkipped(k)) {
+                    warn(*row);
+                    break;
+                }
+    }
     /// The values of a column for the particles that were evaluated last; the place is settled by finish().
     const float* floats(int column) const { return myFloats.data() + size_t(column) * SIZE; }
     const int* ints(int column) const { return myInts.data() + size_t(column) * SIZE; }
@@ -48,6 +59,7 @@ private:
         bool isInt;
         float fixedFloat = 0;
         int fixedInt = 0;
+        bool fixedNaN = false; ///< a bound stands for a value that is no number
     };
     struct Computed {
         double* to;
@@ -61,6 +73,8 @@ private:
     void fillConstants();
     void fetch(const VM_Records& records, const char* const* pointers, int iteration);
     void roundResults(int n);
+    void noteNaN(const Output& output, const double* column, int n);
+    void warn(const PRM_Template& row) const;
 
     FLX_LocalVar& myOperator;
     bool myEnabled;
@@ -73,4 +87,5 @@ private:
     FLX_VariableReader myReader;
     std::vector<float> myFloats; ///< SIZE per output
     std::vector<int> myInts;
+    std::vector<std::pair<const PRM_Template*, std::bitset<SIZE>>> myNaNs; ///< of the last block; hardly ever any
 };

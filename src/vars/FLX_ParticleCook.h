@@ -108,7 +108,7 @@ class FLX_ParticleOperator : public FLX_LocalVar {
 public:
     FLX_ParticleOperator(OP_Network* parent, const char* name, OP_Operator* op);
 
-    Float ACTIVATE{this, PRMactivateName, 1, PRMunitRange};
+    Float ACTIVATE{this, PRMactivateName, 1, PRMunitRange, PRM_NoVariables};
     Text SOURCE{this, PRMsourceName, "", &FLX_Node::pointGroupMenu, PRM_StringKind::PointGroup};
 
 protected:

@@ -95,6 +95,7 @@ public:
         rest.lookForRow();
         while (rest.count > 0) {
             const FLX_Chunk part = myColumns.evaluate(rest);
+            myColumns.warnOfNaN(part.count, [&](size_t k) { return mySkip(part.point(k)); });
             if (isSelfContained())
                 runOnColumns(part);
             else

@@ -21,6 +21,10 @@ public:
     bool varies() const { return myVaries; }
     const UT_Vector3& constant() const { return myConstant; }
     UT_Vector3 operator()() const { return myVaries ? evaluate() : myConstant; }
+    /// Posts what is wrong with the text itself, which without a particle nothing would tell.
+    void reportFaults() const {
+        if (!myExpression->bind(myOperator->scope()) || myExpression->resultType() == EV_STRING) evaluate();
+    }
 
 private:
     UT_Vector3 evaluate() const {
@@ -59,10 +63,10 @@ public:
 
     /// Calls use(source) with what the menu selects, found to be constant or per particle.
     template <class Use> void choose(const FLX_ParticleCook& cook, Use&& use) {
-        if (TYPE() == Vector)
-            use(chooseExpression(cook));
-        else
-            use(cook.choose(COMPONENTS));
+        if (TYPE() != Vector) return use(cook.choose(COMPONENTS));
+        const FLX_ChosenExpression chosen = chooseExpression(cook);
+        use(chosen);
+        chosen.reportFaults();
     }
 
     PRM_Menu TYPE;

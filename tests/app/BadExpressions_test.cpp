@@ -63,6 +63,27 @@ TEST_F(BadExpressions, InStringsAreToldToo) {
         << check.out;
 }
 
+// The run's message without the quotes around the token is what check says.
+TEST_F(BadExpressions, RefusedVariablesAndLostPathsAreToldInTheSameWords) {
+    const std::pair<const char*, const char*> bad[] = {
+        {"constantrate", "10 + $TX"},     {"impulserate", "$NPART"},     {"constantactivate", "$MASS * 2"},
+        {"life", "npoints('/obj/none')"}, {"life", "opdigits('../no')"}, {"life", "1 + point('no', 0, 'P', 0)"},
+    };
+    for (const auto& [parm, text] : bad) {
+        const nlohmann::json parms = {{"impulserate", 1}, {parm, text}};
+        put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": )" + parms.dump() + "}"));
+        const std::string check = flx({"check", "scene.json"}).out;
+        const std::string start = std::string("/obj/fx/birth: error: \"") + parm + "\": ";
+        const size_t at = check.find(start);
+        ASSERT_NE(at, std::string::npos) << check;
+        std::string message = check.substr(at + start.size());
+        message = message.substr(0, std::min(message.find('\n'), message.find("; did you mean")));
+        const ToolResult run = flx({"run", "scene.json", "--quiet"});
+        EXPECT_NE((run.out + run.err).find(parm + (": " + message)), std::string::npos)
+            << message << run.out << run.err;
+    }
+}
+
 TEST_F(BadExpressions, FunctionsAreListedInBothForms) {
     const ToolResult text = flx({"ops", "--functions"}), json = flx({"ops", "--functions", "--json"});
     EXPECT_EQ(text.status, 0);

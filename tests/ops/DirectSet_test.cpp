@@ -391,3 +391,27 @@ TEST(DirectSet, AnAttributeOfAnotherTypeIsLeftAlone) {
         for (const char* name : {"up", "trans", "rot", "w", "speedlimit"}) EXPECT_EQ(net.intValue(name, 1), 1) << type;
     }
 }
+
+TEST(DirectSet, FaultyVectorTextsAreToldOfOnceWithOrWithoutParticles) {
+    const std::pair<const char*, const char*> faults[] = {
+        {"vector3($NOPE, 1, 2)", "unknown variable $NOPE at column 9"},
+        {"vector3(1, 2", ") is missing"},
+        {"'a' + 'b'", "a vector is needed, this is a string"},
+    };
+    for (const Member& member : members)
+        for (const auto& [text, fault] : faults)
+            for (const int particles : {0, 3}) {
+                Setter s(member.type, particles);
+                s.node.setFloat(member.stem, 0, 0);
+                s.node.setString(member.text, text);
+                for (int i = 0; i < particles; ++i) s.net.setValue(member.attrib, i, {5, 6, 7});
+                s.net.step(2);
+                const std::string found = Network::messages(s.node);
+                EXPECT_TRUE(found.starts_with(std::string("error OP 1: ") + member.text + ": ")) << found;
+                EXPECT_NE(found.find(fault), std::string::npos) << found;
+                EXPECT_EQ(found.find('\n'), std::string::npos) << found;
+                const bool isRotation = member.size == 4;
+                for (int i = 0; i < particles && !isRotation; ++i)
+                    EXPECT_EQ(s.values(member.attrib, i, 3), (std::vector<float>{0, 0, 0})) << member.type << text;
+            }
+}

@@ -140,3 +140,51 @@ TEST_F(SceneChecks, ParticlesThatTwoAskFor) {
     EXPECT_EQ(check(network(R"({"name": "one", "type": "switch", "inputs": ["a", "b"]})")), Lines{"warning " + text});
     EXPECT_EQ(check(network(R"({"name": "null1", "type": "null", "inputs": ["b"]})")), Lines{}); // a is not cooked
 }
+
+TEST_F(SceneChecks, VariablesWhereNoneCanBeRead) {
+    const std::vector<std::string> found = check(R"j({"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "birth", "type": "source", "parms": {"constantrate": "10 * $TX", "constantactivate": "$ITER < 3",
+            "impulserate": "$F > 2 ? $NPT : 0", "impulseactivate": "$F", "life": "$TX", "densitymin": "$T + $U"}},
+        {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"activate": "$VX", "scale": "$VX"}},
+        {"name": "hit", "type": "collision", "inputs": ["pull"], "parms": {"geohint": "$ID", "sample": "$ID + 1"}}]})j");
+    const std::vector<std::string> expected = {
+        "error /obj/fx/birth: \"constantrate\": \"10 * $TX\": variable $TX has no value here at column 6",
+        "error /obj/fx/birth: \"constantactivate\": \"$ITER < 3\": variable $ITER has no value here at column 1",
+        "warning /obj/fx/birth: \"impulserate\": \"$F > 2 ? $NPT : 0\": variable $NPT has no value here at column 10",
+        "error /obj/fx/birth: \"densitymin\": \"$T + $U\": variable $U has no value here at column 6",
+        "error /obj/fx/pull: \"activate\": \"$VX\": variable $VX has no value here at column 1",
+        "error /obj/fx/hit: \"geohint\": \"$ID\": variable $ID has no value here at column 1",
+        "error /obj/fx/hit: \"sample\": \"$ID + 1\": variable $ID has no value here at column 1",
+    };
+    for (const std::string& line : expected) EXPECT_EQ(std::count(found.begin(), found.end(), line), 1) << line;
+    EXPECT_EQ(found.size(), expected.size()) << testing::PrintToString(found);
+}
+
+TEST_F(SceneChecks, FixedPathsOfFunctions) {
+    const std::vector<std::string> found = check(R"j(
+        {"name": "ground", "type": "geo", "nodes": [{"name": "grid1", "type": "grid"}]},
+        {"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "birth", "type": "location", "parms": {"life": "npoints('/obj/ground/grid')", "group": "g`opdigits('../birt')`",
+            "vel": ["point('/obj/ground', 0, 'P', 1)", "1 + bbox('/obj/fx', 'ymin')", "$F < 2 ? opdigits('..') : opdigits('../no')"]}},
+        {"name": "set", "type": "velocity", "inputs": ["birth"], "parms": {
+            "velv": "vector3(npoints('/obj/groun'), bbox('/obj/ground/grid1', 'xmin'), ch('lif'))"}}]})j");
+    const std::vector<std::string> expected = {
+        "error /obj/fx/birth: \"life\": \"npoints('/obj/ground/grid')\": npoints: there is no geometry node "
+        "\"/obj/ground/grid\" at column 1; did you mean \"/obj/ground/grid1\"?",
+        "error /obj/fx/birth: \"group\": \"g`opdigits('../birt')`\": opdigits: there is no node \"../birt\" at column "
+        "3; did "
+        "you mean \"../birth\"?",
+        "error /obj/fx/birth: \"vel\": \"1 + bbox('/obj/fx', 'ymin')\": bbox: there is no geometry node \"/obj/fx\" at "
+        "column 5",
+        "warning /obj/fx/birth: \"vel\": \"$F < 2 ? opdigits('..') : opdigits('../no')\": opdigits: there is no node "
+        "\"../no\" at column 26",
+    };
+    for (const std::string& line : expected) EXPECT_EQ(std::count(found.begin(), found.end(), line), 1) << line;
+    const auto tells = [&](const std::string& part) {
+        return std::any_of(found.begin(), found.end(),
+                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
+    };
+    EXPECT_TRUE(tells("npoints: there is no geometry node \"/obj/groun\" at column 9; did you mean \"/obj/ground\"?"));
+    EXPECT_TRUE(tells("/obj/fx/set has no parameter \"lif\""));
+    EXPECT_EQ(found.size(), expected.size() + 2) << testing::PrintToString(found);
+}

@@ -21,18 +21,22 @@ public:
     Float A{this, {"a", "A"}, 0};
     Int N{this, {"n", "N"}, 0, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, -5, 2e9}};
     Floats<3> V{this, {"vec", "V"}, {0, 0, 0}};
+    Float H{this, {"h", "H"}, 0, PRMhardMin(3, 10)};
 
     struct Row {
         float a;
         int n;
         UT_Vector3 v;
+        float h;
         bool operator==(const Row& b) const { return std::memcmp(this, &b, sizeof b) == 0; }
     };
     std::vector<Row> rows;
     bool inTurn = false, writes = false;
+    bool queued = false;
     bool twice = false; // the primitive stands in the list a second time
     int skip = 0, reads = 0;
 
+    FLX_PassUse passUse() const override { return queued ? FLX_PassUse::Queued : FLX_PassUse::Barrier; }
     float getVariableValue(int index, int thread) override {
         reads += isTestingVariables() ? 0 : 1;
         return FLX_ParticleOperator::getVariableValue(index, thread);
@@ -45,18 +49,19 @@ protected:
             const auto a = cook.choose(A);
             const auto n = cook.choose(N);
             const auto v = cook.choose(V);
+            const auto h = cook.choose(H);
             reads = 0;
             if (twice) getParticleList()->add(getParticleList()->entry(0).prim, nullptr);
             const int at = cook.context().getVelocityOffset();
-            const auto add = [=, this](GEO_Point* p, float av, int nv, const UT_Vector3& vv) {
-                rows.push_back({av, nv, vv});
+            const auto add = [=, this](GEO_Point* p, float av, int nv, const UT_Vector3& vv, float hv) {
+                rows.push_back({av, nv, vv, hv});
                 if (writes) *p->castAttribData<UT_Vector3>(at) += UT_Vector3(av, float(nv), vv.z());
                 if (writes) p->setPos({p->getPos().x() + av, p->getPos().y(), p->getPos().z(), 1});
             };
             if (inTurn)
-                cook.eachInTurn(skip, add, a, n, v);
+                cook.eachInTurn(skip, add, a, n, v, h);
             else
-                cook.each(skip, add, a, n, v);
+                cook.each(skip, add, a, n, v, h);
         });
     }
 };
@@ -156,6 +161,33 @@ TEST(ParticleColumns, ResultsAreRoundedToTheParametersType) {
     for (int i = 0; i < 7; ++i) EXPECT_EQ(r.op->rows[size_t(i)].n, whole[i]) << i;
     EXPECT_EQ(r.op->rows[0].a, INFINITY);
     r.expectSame("rounding");
+}
+
+TEST(ParticleColumns, WhatIsNoNumberIsToldOfOnceWhicheverWayItIsFound) {
+    Adding r(600);
+    r.start();
+    r.net.setValue("v", 599, {-1, 0, 0});
+    for (const char* text : {"sqrt($VX)", "$VX + log(0 - $NPT)"})
+        for (const int way : {0, 1, 2}) {
+            r.op->setExpression("h", 0, text);
+            r.op->queued = way == 2;
+            r.rows(way == 0);
+            EXPECT_EQ(Network::messages(*r.op), "warning OP 5: h: not a number; 3 is used instead") << text << way;
+            ASSERT_EQ(r.op->rows.size(), 600u);
+            EXPECT_EQ(r.op->rows[599].h, 3) << text << way;
+        }
+    r.op->setExpression("h", 0, "sqrt($VX)");
+    r.op->skip = FLX_STOPPED;
+    r.net.context().state(r.net.point(599)) |= FLX_STOPPED; // not asked for its value
+    for (const int way : {0, 1, 2}) {
+        r.op->queued = way == 2;
+        r.rows(way == 0);
+        EXPECT_EQ(Network::messages(*r.op), "") << way;
+        EXPECT_EQ(r.op->rows.size(), 599u);
+    }
+    r.op->setExpression("a", 0, "sqrt($VX)"); // nothing takes the place of NaN here
+    r.rows(false);
+    EXPECT_EQ(Network::messages(*r.op), "");
 }
 
 TEST(ParticleColumns, MixWithWhatHasToBeEvaluatedInTurn) {

@@ -390,6 +390,24 @@ TEST(ParticleVariables, UserVariablesResolveDuringTheCook) {
     EXPECT_EQ(r.op->detail(), &r.net.detail());
 }
 
+TEST(ParticleVariables, CooksWithUserVariablesDoNotCompileAgain) {
+    Recording r(2);
+    r.source.attribs = [](Probe&, FLX_ContextData* context) {
+        context->addUserVariable("heat", 8, GB_ATTRIB_FLOAT, nullptr, nullptr);
+    };
+    r.net.start(*r.op);
+    r.net.setValue("heat", 1, {3, 4});
+    EXPECT_EQ(r.values("$HEAT2 + $ID"), (std::vector<float>{1, 6}));
+    const EV_EXPRESSION& expression = *r.op->parms().parm(r.op->A.index()).component(0).expression();
+    EXPECT_EQ(expression.numCompilations(), 1);
+    r.net.step(5);
+    EXPECT_EQ(expression.numCompilations(), 1);
+    r.op->adds = "spark"; // moves no variable that was there
+    r.net.step(2);
+    EXPECT_EQ(expression.numCompilations(), 1);
+    EXPECT_EQ(r.op->rows[1].a, 6);
+}
+
 TEST(ParticleVariables, UserVariablesAddedInMidCookResolve) {
     for (const bool others : {true, false}) {
         Recording r(2);

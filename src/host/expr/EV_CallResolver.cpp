@@ -5,7 +5,20 @@
 
 namespace {
 
-using Forms = std::vector<const EV_FUNCTION*>;
+// The forms of a function: those of the language's own, or the one that was added.
+class Forms {
+public:
+    explicit Forms(std::string_view name)
+        : myBuiltins(EV_findBuiltins(name))
+        , myAdded(myBuiltins.empty() ? EV_findFunction(name) : nullptr) {}
+    bool areBuiltin() const { return !myBuiltins.empty(); }
+    size_t size() const { return myAdded ? 1 : myBuiltins.size(); }
+    const EV_FUNCTION& operator[](size_t i) const { return myAdded ? *myAdded : myBuiltins[i]; }
+
+private:
+    std::span<const EV_Builtin> myBuiltins;
+    const EV_FUNCTION* myAdded;
+};
 
 int fewest(const EV_FUNCTION& form) { return form.minArgs < 0 ? form.numArgs : form.minArgs; }
 
@@ -30,19 +43,20 @@ std::string countText(const EV_FUNCTION& form) {
 
 [[noreturn]] void failCount(const EV_Emitter& emitter, const Forms& forms, size_t count, size_t offset) {
     std::vector<std::string> counts;
-    for (const EV_FUNCTION* form : forms) {
-        const std::string text = countText(*form);
+    for (size_t i = 0; i < forms.size(); ++i) {
+        const std::string text = countText(forms[i]);
         if (std::find(counts.begin(), counts.end(), text) == counts.end()) counts.push_back(text);
     }
     std::string all;
     for (const std::string& text : counts) all += (all.empty() ? "" : " or ") + text;
     const bool one = all == "1" || all == "at least 1";
     emitter.fail(EV_ERR_FUNCTION, offset,
-                 std::string(forms[0]->name) + " takes " + all + (one ? " argument, " : " arguments, ") +
+                 std::string(forms[0].name) + " takes " + all + (one ? " argument, " : " arguments, ") +
                      std::to_string(count) + " given,");
 }
 
-[[noreturn]] void failUnknown(const EV_Emitter& emitter, const std::string& name, size_t offset) {
+[[noreturn]] void failUnknown(const EV_Emitter& emitter, std::string_view text, size_t offset) {
+    const std::string name(text);
     std::vector<std::string> names{"if"};
     for (const EV_FUNCTION* function : EV_listFunctions()) names.emplace_back(function->name);
     const std::string nearest = nearestName(name, names);
@@ -50,22 +64,14 @@ std::string countText(const EV_FUNCTION& form) {
                  nearest.empty() ? std::string() : "did you mean " + nearest + "?");
 }
 
-Forms formsOf(const std::string& name) {
-    Forms forms;
-    for (const EV_Builtin& builtin : EV_findBuiltins(name)) forms.push_back(&builtin);
-    if (forms.empty())
-        if (const EV_FUNCTION* function = EV_findFunction(name)) forms.push_back(function);
-    return forms;
-}
-
 // The form that takes these arguments.
 const EV_FUNCTION& chooseForm(const EV_Emitter& emitter, const Forms& forms, const std::vector<EV_Term>& args,
                               size_t offset) {
     const EV_FUNCTION* near = nullptr;
-    for (const EV_FUNCTION* form : forms) {
-        if (!takesCount(*form, args.size())) continue;
-        if (firstMismatch(*form, args) == args.size()) return *form;
-        if (!near) near = form;
+    for (size_t i = 0; i < forms.size(); ++i) {
+        if (!takesCount(forms[i], args.size())) continue;
+        if (firstMismatch(forms[i], args) == args.size()) return forms[i];
+        if (!near) near = &forms[i];
     }
     if (!near) failCount(emitter, forms, args.size(), offset);
     const size_t wrong = firstMismatch(*near, args);
@@ -86,10 +92,10 @@ EV_Term emitBuiltin(EV_Emitter& emitter, const EV_Builtin& form, std::vector<EV_
 
 } // namespace
 
-EV_Term EV_emitCall(EV_Emitter& emitter, const std::string& name, std::vector<EV_Term>& args, size_t offset) {
-    const Forms forms = formsOf(name);
-    if (forms.empty()) failUnknown(emitter, name, offset);
+EV_Term EV_emitCall(EV_Emitter& emitter, std::string_view name, std::vector<EV_Term>& args, size_t offset) {
+    const Forms forms(name);
+    if (forms.size() == 0) failUnknown(emitter, name, offset);
     const EV_FUNCTION& form = chooseForm(emitter, forms, args, offset);
-    if (EV_findBuiltins(name).empty()) return emitter.call(form, args, offset);
+    if (!forms.areBuiltin()) return emitter.call(form, args, offset);
     return emitBuiltin(emitter, static_cast<const EV_Builtin&>(form), args, offset);
 }

@@ -18,13 +18,23 @@ struct EV_Site {
     };
     Kind kind = Local;
     int id = 0;
+    int variable = -1; // Local, Global: its number in order of appearance
     const EV_FUNCTION* function = nullptr;
     std::vector<EV_Type> argTypes;     // Call: as given, no EV_ANY
     std::vector<EV_StringRef> strings; // operands
     EV_StringRef stringResult = 0;     // a register
     EV_Type resultType = EV_FLOAT;
     size_t offset = 0; // bytes into the text, for messages
+
+    // What a variable is, that is no Value.
+    void mean(const EV_Variable& meaning) {
+        kind = meaning.kind == EV_Variable::Local ? Local : Global;
+        id = meaning.id;
+    }
 };
+
+// What reading a variable that has no value raises; `offset` is where it stands in `whole`.
+EV_Error EV_noValueError(int number, std::string_view whole, size_t offset);
 
 // What a text compiles to.
 struct EV_Code {
@@ -36,4 +46,7 @@ struct EV_Code {
     EV_StringRef stringResult = 0;
     EV_Analysis analysis;
     EV_Value constant; // the result, when analysis.constant
+
+    // Lists in `analysis` what the sites of variables read.
+    void listVariables();
 };

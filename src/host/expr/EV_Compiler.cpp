@@ -15,6 +15,6 @@ EV_CompileResult EV_compile(std::string_view text, std::string_view whole, size_
         out.error = failure.error;
         code = EV_Code();
     }
-    out.variableNames = emitter.takeVariableNames();
+    out.variableNames = emitter.variableNames();
     return out;
 }

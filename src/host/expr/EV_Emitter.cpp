@@ -119,47 +119,57 @@ EV_Term EV_Emitter::index(const EV_Term& vector, const EV_Term& at) {
 
 // ---- variables
 
-void EV_Emitter::failUnknown(const std::string& name, size_t offset) const {
+void EV_Emitter::failUnknown(std::string_view name, size_t offset) const {
     std::vector<std::string> names;
     myScope->variableNames(names);
-    const std::string nearest = nearestName(name, names);
-    fail(EV_ERR_VARIABLE, offset, "unknown variable $" + name,
+    const std::string text(name), nearest = nearestName(text, names);
+    fail(EV_ERR_VARIABLE, offset, "unknown variable $" + text,
          nearest.empty() ? std::string() : "did you mean $" + nearest + "?");
 }
 
-EV_Emitter::Variable& EV_Emitter::resolve(const std::string& name, size_t offset) {
-    auto [at, isNew] = myVariables.try_emplace(name);
-    Variable& variable = at->second;
-    if (!isNew) return variable;
-    myVariableNames.push_back(name);
+// The number of the variable, which is new where its name first appears.
+size_t EV_Emitter::resolve(std::string_view name, size_t offset) {
+    const auto at = std::lower_bound(myVariablesByName.begin(), myVariablesByName.end(), name,
+                                     [this](size_t i, std::string_view n) { return myVariables[i].name < n; });
+    if (at != myVariablesByName.end() && myVariables[*at].name == name) return *at;
+    const size_t number = myVariables.size();
+    myVariablesByName.insert(at, number);
+    EV_Variable& meaning = myVariables.emplace_back(Variable{name, {}, 0, false}).meaning;
     if (!myScope)
-        variable.meaning.kind = EV_Variable::Local;
-    else if (!myScope->findVariable(name, variable.meaning))
+        meaning = {EV_Variable::Local, int(number), 0};
+    else if (!myScope->findVariable(name, meaning))
         failUnknown(name, offset);
-    return variable;
+    return number;
 }
 
-EV_Term EV_Emitter::variable(const std::string& name, size_t offset) {
-    Variable& variable = resolve(name, offset);
-    if (variable.meaning.kind == EV_Variable::Value) return number(variable.meaning.value, offset);
+std::vector<std::string> EV_Emitter::variableNames() const {
+    std::vector<std::string> out;
+    out.reserve(myVariables.size());
+    for (const Variable& variable : myVariables) out.emplace_back(variable.name);
+    return out;
+}
+
+EV_Term EV_Emitter::variable(std::string_view name, size_t offset) {
+    const size_t number = resolve(name, offset);
+    Variable& variable = myVariables[number];
+    if (variable.meaning.kind == EV_Variable::Value) return this->number(variable.meaning.value, offset);
     if (!variable.isKnown) {
         EV_Site site;
-        site.kind = variable.meaning.kind == EV_Variable::Local ? EV_Site::Local : EV_Site::Global;
-        site.id = variable.meaning.id;
+        site.mean(variable.meaning);
+        site.variable = int(number);
         site.offset = offset;
         variable.value = host(std::move(site), {});
         variable.isKnown = true;
-        myKnown.push_back(&variable);
+        myKnown.push_back(number);
     }
     return term({variable.value}, offset);
 }
 
 Value EV_Emitter::host(EV_Site site, const std::vector<Value>& reads) {
-    std::vector<Value> written;
     site.offset += myBase;
-    myBuilder.emitHost(reads, EV_typeSize(site.resultType), written);
+    myBuilder.emitHost(reads, EV_typeSize(site.resultType), myWritten);
     mySites.push_back(std::move(site));
-    return written.empty() ? 0 : written[0]; // the others follow in order
+    return myWritten.empty() ? 0 : myWritten[0]; // the others follow in order
 }
 
 // ---- conditions
@@ -178,7 +188,7 @@ EV_Emitter::Branch EV_Emitter::enter(VM_Op jump, Value condition) {
 }
 
 void EV_Emitter::leave(const Branch& branch, const EV_Term& result, bool drop) {
-    for (; myKnown.size() > branch.known; myKnown.pop_back()) myKnown.back()->isKnown = false;
+    for (; myKnown.size() > branch.known; myKnown.pop_back()) myVariables[myKnown.back()].isKnown = false;
     if (!drop) return;
     myBuilder.rewind(branch.mark);
     mySites.resize(branch.mark.sites);

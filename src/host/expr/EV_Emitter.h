@@ -1,7 +1,6 @@
 #pragma once
 #include "host/expr/EV_Code.h"
 #include "host/vm/VM_Builder.h"
-#include <map>
 #include <span>
 
 // A part of an expression whose code has been written.
@@ -28,7 +27,7 @@ public:
     using Value = VM_Builder::Value;
 
     // Messages quote `whole`, in which the expression starts at byte `base`; without a scope every variable counts as a
-    // local one.
+    // local one, by its number in order of appearance. Names are views of the text, which must outlive this.
     EV_Emitter(std::string_view whole, size_t base, const EV_Scope* scope)
         : myWhole(whole)
         , myBase(base)
@@ -41,7 +40,7 @@ public:
 
     EV_Term number(double value, size_t offset);
     EV_Term string(std::string text, size_t offset);
-    EV_Term variable(const std::string& name, size_t offset);
+    EV_Term variable(std::string_view name, size_t offset);
     EV_Term unary(VM_Op op, EV_Term term, std::string_view sign, size_t offset);
     EV_Term binary(VM_Op op, EV_Term left, EV_Term right, std::string_view sign, size_t signOffset);
     EV_Term component(const EV_Term& vector, int index, size_t offset);
@@ -75,17 +74,17 @@ public:
     void unify(EV_Term& yes, EV_Term& no) const;
 
     void finish(EV_Term result, EV_Code& code);
-    std::vector<std::string> takeVariableNames() { return std::move(myVariableNames); }
+    std::vector<std::string> variableNames() const;
 
 private:
     struct Variable {
+        std::string_view name;
         EV_Variable meaning;
         Value value = 0;
         bool isKnown = false; // `value` has been read wherever the code stands now
     };
-    Value variableValue(const std::string& name, size_t offset);
-    Variable& resolve(const std::string& name, size_t offset);
-    [[noreturn]] void failUnknown(const std::string& name, size_t offset) const;
+    size_t resolve(std::string_view name, size_t offset);
+    [[noreturn]] void failUnknown(std::string_view name, size_t offset) const;
     Value host(EV_Site site, const std::vector<Value>& reads);
     EV_Term stringSite(EV_Site site, const std::vector<Value>& reads, std::initializer_list<EV_Term*> operands);
     EV_Term concat(EV_Term left, EV_Term right);
@@ -108,7 +107,8 @@ private:
     std::vector<std::string> myStrings;
     std::vector<EV_StringRef> myFreeStrings;
     int myNumStrings = 0;
-    std::map<std::string, Variable> myVariables;
-    std::vector<Variable*> myKnown; // those that are, in the order they were read
-    std::vector<std::string> myVariableNames;
+    std::vector<Variable> myVariables;     // in order of appearance
+    std::vector<size_t> myVariablesByName; // indices of those
+    std::vector<size_t> myKnown;           // indices of those that are, in the order they were read
+    std::vector<Value> myWritten;          // by the last site
 };

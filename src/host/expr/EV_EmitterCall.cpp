@@ -1,7 +1,6 @@
 #include "host/expr/EV_Emitter.h"
 #include "host/expr/EV_Function.h"
 #include <algorithm>
-#include <set>
 
 // Calls of functions through their callbacks, and what is left to do when all code is written.
 
@@ -68,12 +67,25 @@ static bool siteCanFail(const EV_Site& site) {
     return call || site.kind == EV_Site::Index || site.kind == EV_Site::Concat;
 }
 
+static void sortUnique(std::vector<int>& ids) {
+    std::sort(ids.begin(), ids.end());
+    ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+}
+
+void EV_Code::listVariables() {
+    analysis.locals.clear();
+    analysis.globals.clear();
+    for (const EV_Site& site : sites) {
+        if (site.kind == EV_Site::Local) analysis.locals.push_back(site.id);
+        if (site.kind == EV_Site::Global) analysis.globals.push_back(site.id);
+    }
+    sortUnique(analysis.locals);
+    sortUnique(analysis.globals);
+}
+
 void EV_Emitter::analyse(EV_Code& code) const {
     EV_Analysis& out = code.analysis;
-    std::set<int> locals, globals;
     for (const EV_Site& site : mySites) {
-        if (site.kind == EV_Site::Local) locals.insert(site.id);
-        if (site.kind == EV_Site::Global) globals.insert(site.id);
         if (site.kind == EV_Site::Call) {
             if (!out.calls(site.function->name)) out.functions.push_back(site.function);
             out.impure = out.impure || !(site.function->flags & EV_PURE);
@@ -81,8 +93,6 @@ void EV_Emitter::analyse(EV_Code& code) const {
         out.canFail = out.canFail || siteCanFail(site);
         out.strings = out.strings || handlesStrings(site);
     }
-    out.locals.assign(locals.begin(), locals.end());
-    out.globals.assign(globals.begin(), globals.end());
     out.conditional = std::any_of(code.program.code.begin(), code.program.code.end(), [](const VM_Instruction& i) {
         return i.op == VM_Op::JumpNone || i.op == VM_Op::JumpAll;
     });
@@ -100,6 +110,7 @@ void EV_Emitter::finish(EV_Term result, EV_Code& code) {
     analyse(code);
     code.analysis.constant = constant;
     code.sites = std::move(mySites);
+    code.listVariables();
     code.strings = std::move(myStrings);
     code.numStringRegisters = myNumStrings;
 }

@@ -79,11 +79,16 @@ bool EV_Evaluation::callSite(const VM_Instruction& call, double* r, int) {
 }
 
 // The scope has raised a number; the text that it cannot know is added here.
+EV_Error EV_noValueError(int number, std::string_view whole, size_t offset) {
+    const std::string name(EV_Lexer(whole.substr(offset)).next().text);
+    return EV_makeError(number, whole, offset, "variable $" + name + " has no value here");
+}
+
 bool EV_Evaluation::failVariable(const EV_Site& site) {
     if (!myError.text.empty()) return false;
-    const std::string name = EV_Lexer(myExpression.whole().substr(site.offset)).next().text;
     const int number = std::exchange(myError.number, int(EV_ERR_NONE));
-    return failAt(site, number, "variable $" + name + " has no value here");
+    EV_raise(myThread, number, EV_noValueError(number, myExpression.whole(), site.offset).message);
+    return false;
 }
 
 bool EV_Evaluation::index(const EV_Site& site, const VM_Site& at, double* r) {

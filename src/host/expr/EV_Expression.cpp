@@ -30,10 +30,12 @@ void EV_EXPRESSION::change(std::string_view text, std::shared_ptr<const std::str
     mySyntaxError = compile(nullptr, &myVariableNames);
     myResultType = myCode->resultType;
     myScope = nullptr;
+    myMeanings.clear();
     myBindError = mySyntaxError;
 }
 
 EV_Error EV_EXPRESSION::compile(const EV_Scope* scope, std::vector<std::string>* names) {
+    ++myNumCompilations;
     auto code = std::make_unique<EV_Code>();
     EV_CompileResult result = EV_compile(myText, whole(), myOffset, scope, *code);
     if (names) *names = std::move(result.variableNames);
@@ -52,11 +54,40 @@ bool EV_EXPRESSION::bind(const EV_Scope& scope) {
     if (myVariableNames.empty()) return true;
     const unsigned serial = scope.variableSerial();
     if (myScope != &scope || mySerial != serial) {
-        myBindError = compile(&scope, nullptr);
+        bindAnew(scope);
         myScope = &scope;
         mySerial = serial;
     }
     return !myBindError;
+}
+
+void EV_EXPRESSION::bindAnew(const EV_Scope& scope) {
+    std::vector<EV_Variable> meanings;
+    const bool known = findMeanings(scope, meanings);
+    if (known && meanings == myMeanings) return;
+    if (!known || !patch(meanings)) myBindError = compile(&scope, nullptr);
+    myMeanings.clear();
+    if (!myBindError) myMeanings = std::move(meanings);
+}
+
+// False when a name is unknown.
+bool EV_EXPRESSION::findMeanings(const EV_Scope& scope, std::vector<EV_Variable>& meanings) const {
+    meanings.resize(myVariableNames.size());
+    for (size_t i = 0; i < meanings.size(); ++i)
+        if (!scope.findVariable(myVariableNames[i], meanings[i])) return false;
+    return true;
+}
+
+// Gives the code's variables other meanings. False, and nothing changed, where that would be other code.
+bool EV_EXPRESSION::patch(const std::vector<EV_Variable>& meanings) {
+    const auto isFolded = [](const EV_Variable& variable) { return variable.kind == EV_Variable::Value; };
+    if (myBindError || myNumRunning > 0 || std::any_of(meanings.begin(), meanings.end(), isFolded) ||
+        std::any_of(myMeanings.begin(), myMeanings.end(), isFolded))
+        return false;
+    for (EV_Site& site : myCode->sites)
+        if (site.variable >= 0) site.mean(meanings[size_t(site.variable)]);
+    myCode->listVariables();
+    return true;
 }
 
 const EV_Analysis& EV_EXPRESSION::analysis(const EV_Scope& scope) {

@@ -29,7 +29,8 @@ struct EV_Analysis {
 };
 
 // A compiled expression. Syntax, functions and types are checked when the text is set; names are resolved when it is
-// first used in a scope, and again when the scope or its serial changes. One thread at a time.
+// first used in a scope, and again when the scope or its serial changes. Where names then mean other variables, the
+// code is given those; it is compiled again only for the sake of a Value, which is folded. One thread at a time.
 class EV_EXPRESSION {
 public:
     explicit EV_EXPRESSION(std::string_view text = {}, int components = 1);
@@ -65,9 +66,15 @@ public:
     // The code of the last bind.
     const EV_Code& code() const { return *myCode; }
 
+    // How often it has been compiled, for tests.
+    int numCompilations() const { return myNumCompilations; }
+
 private:
     friend class EV_Evaluation;
     EV_Error compile(const EV_Scope* scope, std::vector<std::string>* names);
+    void bindAnew(const EV_Scope& scope);
+    bool findMeanings(const EV_Scope& scope, std::vector<EV_Variable>& meanings) const;
+    bool patch(const std::vector<EV_Variable>& meanings);
     void setCode(std::unique_ptr<EV_Code> code);
     std::string_view whole() const { return myWhole ? *myWhole : myText; }
 
@@ -79,7 +86,9 @@ private:
     EV_Error mySyntaxError;
     EV_Error myBindError;
     std::vector<std::string> myVariableNames;
+    std::vector<EV_Variable> myMeanings; // that myCode was made for, by name; empty: of no scope, or with an error
     std::unique_ptr<EV_Code> myCode;
+    int myNumCompilations = 0;
     const EV_Scope* myScope = nullptr;
     unsigned mySerial = 0;
     int myNumRunning = 0; // evaluations under way: a function may evaluate this expression again

@@ -10,9 +10,9 @@ EV_Token& EV_Lexer::cut(EV_Token& token, size_t end) {
     return token;
 }
 
-EV_Token& EV_Lexer::bad(EV_Token& token, std::string what) {
+EV_Token& EV_Lexer::bad(EV_Token& token, std::string_view what) {
     token.kind = EV_Token::Bad;
-    token.text = std::move(what);
+    token.text = what;
     return cut(token, myText.size());
 }
 
@@ -37,12 +37,25 @@ EV_Token& EV_Lexer::string(EV_Token& token) {
     token.kind = EV_Token::String;
     for (size_t i = myAt + 1; i < myText.size(); ++i) {
         const char c = myText[i];
-        if (c == quote) return cut(token, i + 1);
-        const char plain = c == '\\' ? escaped(at(i + 1)) : '\0';
-        token.text += plain ? plain : c;
+        if (c == quote) {
+            token.text = myText.substr(myAt + 1, i - myAt - 1);
+            return cut(token, i + 1);
+        }
+        if (c == '\\' && escaped(at(i + 1))) ++i;
+    }
+    return bad(token, quote == '"' ? "string without its closing \"" : "string without its closing '");
+}
+
+std::string EV_resolveEscapes(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        const bool mayEscape = text[i] == '\\' && i + 1 < text.size();
+        const char plain = mayEscape ? escaped(text[i + 1]) : '\0';
+        out += plain ? plain : text[i];
         if (plain) ++i;
     }
-    return bad(token, std::string("string without its closing ").append(1, quote));
+    return out;
 }
 
 EV_Token& EV_Lexer::variable(EV_Token& token) {
@@ -62,7 +75,7 @@ EV_Token& EV_Lexer::op(EV_Token& token) {
     for (std::string_view candidate : theDoubles)
         if (two == candidate) {
             token.kind = EV_Token::Operator;
-            token.text = std::string(candidate);
+            token.text = two;
             return cut(token, myAt + 2);
         }
     if (std::string_view("+-*/%^<>!?:()[],.").find(at(myAt)) == std::string_view::npos) {
@@ -72,7 +85,7 @@ EV_Token& EV_Lexer::op(EV_Token& token) {
         return cut(token, end);
     }
     token.kind = EV_Token::Operator;
-    token.text.assign(1, at(myAt));
+    token.text = two.substr(0, 1);
     return cut(token, myAt + 1);
 }
 

@@ -30,7 +30,7 @@ EV_Parser::EV_Parser(std::string_view text, EV_Emitter& emitter)
     , myToken(myLexer.next()) {}
 
 EV_Token EV_Parser::take() {
-    EV_Token out = std::move(myToken);
+    const EV_Token out = myToken;
     myToken = myLexer.next();
     return out;
 }
@@ -190,9 +190,9 @@ EV_Term EV_Parser::primary() {
     }
     if (myToken.kind == EV_Token::End || myToken.kind == EV_Token::Operator || myToken.kind == EV_Token::Bad)
         failUnexpected();
-    EV_Token token = take();
+    const EV_Token token = take();
     if (token.kind == EV_Token::Number) return myEmitter.number(token.number, token.offset);
-    if (token.kind == EV_Token::String) return myEmitter.string(std::move(token.text), token.offset);
+    if (token.kind == EV_Token::String) return myEmitter.string(EV_resolveEscapes(token.text), token.offset);
     return myEmitter.variable(token.text, token.offset);
 }
 
@@ -200,13 +200,16 @@ EV_Term EV_Parser::named() {
     const EV_Token name = take();
     if (myToken.is("(")) return name.text == "if" ? ifCall(name) : call(name);
     const bool isFunction = name.text == "if" || EV_findFunction(name.text);
-    myEmitter.fail(EV_ERR_SYNTAX, name.offset, "unexpected name " + name.text,
-                   isFunction ? "a function has its arguments in ( )" : "variables are written $" + name.text);
+    const std::string text(name.text);
+    myEmitter.fail(EV_ERR_SYNTAX, name.offset, "unexpected name " + text,
+                   isFunction ? "a function has its arguments in ( )" : "variables are written $" + text);
 }
 
 EV_Term EV_Parser::call(const EV_Token& name) {
     take();
+    constexpr size_t FEW = 4;
     std::vector<EV_Term> args;
+    args.reserve(FEW);
     while (!myToken.is(")")) {
         if (!args.empty()) {
             if (!myToken.is(",")) failUnexpected(") is missing");

@@ -1,4 +1,6 @@
 #pragma once
+#include <bit>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +17,11 @@ struct EV_Variable {
     Kind kind = Value;
     int id = 0;
     double value = 0;
+
+    bool operator==(const EV_Variable& other) const {
+        const auto bits = [](double number) { return std::bit_cast<uint64_t>(number); };
+        return kind == other.kind && id == other.id && bits(value) == bits(other.value);
+    }
 };
 
 // What an expression may ask of the place it stands in: a node with its local variables, the scene's variables, the

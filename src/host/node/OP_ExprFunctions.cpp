@@ -154,10 +154,14 @@ bool fnChs(EV_CallContext& context, const EV_Value* args, int, EV_Value& result)
 
 // ---- opname, opdigits
 
+std::string noneAt(const std::string& path, OP_PathKind kind) {
+    return std::string("there is no ") + (kind == OP_PathKind::Geometry ? "geometry " : "") + "node \"" + path + "\"";
+}
+
 OP_Node* nodeAt(EV_CallContext& context, const std::string& path) {
     OP_Node* self = nodeOf(context);
     OP_Node* node = self ? self->findNode(path.c_str()) : nullptr;
-    if (!node) context.fail("there is no node \"" + path + "\"");
+    if (!node) context.fail(noneAt(path, OP_PathKind::Node));
     return node;
 }
 
@@ -184,7 +188,7 @@ const GU_Detail* detailAt(EV_CallContext& context, const std::string& path) {
     OP_Node* self = nodeOf(context);
     SOP_Node* sop = self ? self->getSOPNode(path.c_str(), 1) : nullptr;
     if (!sop) {
-        context.fail("there is no geometry node \"" + path + "\"");
+        context.fail(noneAt(path, OP_PathKind::Geometry));
         return nullptr;
     }
     OP_Context cooking(float(context.time));
@@ -287,6 +291,19 @@ bool OPfindChannel(OP_Node& self, const std::string& path, OP_ChannelRef& channe
 
 void OPaddExpressionFunctions() {
     for (const EV_FUNCTION& function : theFunctions) ev_AddFunction(&function);
+}
+
+OP_PathKind OPpathKind(const EV_FUNCTION* function) {
+    if (!OPisTrackedFunction(function)) return OP_PathKind::None;
+    if (function->callback == fnCh || function->callback == fnChs) return OP_PathKind::Channel;
+    const bool namesNode = function->callback == fnOpname || function->callback == fnOpdigits;
+    return namesNode ? OP_PathKind::Node : OP_PathKind::Geometry;
+}
+
+std::string OPpathError(OP_Node& self, const std::string& path, OP_PathKind kind) {
+    const bool found = kind == OP_PathKind::Geometry ? self.getSOPNode(path.c_str()) != nullptr
+                                                     : self.findNode(path.c_str()) != nullptr;
+    return found ? std::string() : noneAt(path, kind);
 }
 
 bool OPisTrackedFunction(const EV_FUNCTION* function) {

@@ -15,6 +15,10 @@ void OPaddExpressionFunctions();
 /// True for those of them whose changes reach the reader by its dependencies: a cached result stays good until then.
 bool OPisTrackedFunction(const EV_FUNCTION* function);
 
+/// What the first argument of a function names.
+enum class OP_PathKind { None, Channel, Node, Geometry };
+OP_PathKind OPpathKind(const EV_FUNCTION* function);
+
 /// A component of a parameter, as ch() and chs() name it.
 struct OP_ChannelRef {
     OP_Node* node = nullptr;
@@ -25,3 +29,6 @@ struct OP_ChannelRef {
 /// Finds what the path means where it stands on `self`. False with what is wrong, and the nearest token where the node
 /// exists.
 bool OPfindChannel(OP_Node& self, const std::string& path, OP_ChannelRef& channel, std::string& error);
+
+/// What is wrong with a path that is to lead to a node or to geometry from `self`; empty when it does.
+std::string OPpathError(OP_Node& self, const std::string& path, OP_PathKind kind);

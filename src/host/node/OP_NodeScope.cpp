@@ -29,8 +29,9 @@ const Global theGlobals[] = {
 };
 
 const CH_LocalVariable* findIn(const CH_LocalVariable* table, std::string_view name) {
+    if (name.empty()) return nullptr;
     for (; table && table->name; ++table)
-        if (name == table->name) return table;
+        if (table->name[0] == name[0] && name == table->name) return table; // most differ there
     return nullptr;
 }
 

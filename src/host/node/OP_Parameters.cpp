@@ -1,6 +1,6 @@
 #include "host/node/OP_Parameters.h"
 
-#include <cmath>
+#include <limits>
 
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
@@ -22,11 +22,6 @@ void beginEvaluation(int thread) {
     if (OP_EvalState::current().nesting == 0) EV_clearError(thread);
 }
 
-void warnNotANumber(UT_ErrorList& errors, const PRM_Template& row, double kept) {
-    errors.add({"OP", OP_ERR_BAD_PARM, UT_ERROR_WARNING,
-                row.token + ": not a number; " + EV_numberText(kept) + " is used instead"});
-}
-
 UT_String typedText(const PRM_Parm& parm) {
     if (parm.size() == 0) return parm.text();
     const PRM_Parm::Component& c = parm.component(0);
@@ -34,6 +29,25 @@ UT_String typedText(const PRM_Parm& parm) {
 }
 
 } // namespace
+
+/// Local variables are refused meanwhile, where the parameter says so.
+class OP_Parameters::Refusal {
+public:
+    Refusal(OP_Parameters& node, const PRM_Template& row)
+        : myNode(row.variables ? nullptr : &node) {
+        if (!myNode) return;
+        ++myNode->myNumRefusals;
+        myNode->allowVar(0);
+    }
+    ~Refusal() {
+        if (myNode) myNode->allowVar(--myNode->myNumRefusals == 0);
+    }
+    Refusal(const Refusal&) = delete;
+    Refusal& operator=(const Refusal&) = delete;
+
+private:
+    OP_Parameters* myNode;
+};
 
 OP_Parameters::OP_Parameters()
     : myScope(std::make_unique<OP_NodeScope>(*this)) {
@@ -69,8 +83,7 @@ double OP_Parameters::evalNumber(PRM_Parm& parm, int component, double t, int th
     if (c.kind != PRM_Parm::Component::Constant) value = evaluateComponent(parm, component, t, thread);
     if (row.type == PRM_Type::Multi) return double(parm.instances().size());
     const double kept = row.number(value);
-    if (row.type == PRM_Type::Float && std::isnan(value) && !std::isnan(kept) && !isTestingVariables())
-        warnNotANumber(errors(), row, kept);
+    if (row.replacesNaN(value) && !isTestingVariables()) warnNotANumber(row);
     return kept;
 }
 
@@ -83,6 +96,7 @@ double OP_Parameters::evaluateComponent(PRM_Parm& parm, int component, double t,
     Nested nested;
     const int before = EV_errNo(thread);
     EV_EXPRESSION& expression = *c.expression();
+    const Refusal refusal(*this, parm.row());
     const double value = ev_EvaluateFloat(expression, *myScope, t, thread);
     noteAnalysis(expression.analysis(*myScope));
     const bool unsound = expression.syntaxError() || expression.bindError();
@@ -249,6 +263,12 @@ UT_String OP_Parameters::getErrorMessages() const {
         out += UTerrorText(error);
     }
     return out;
+}
+
+void OP_Parameters::warnNotANumber(const PRM_Template& row) {
+    const double kept = row.number(std::numeric_limits<double>::quiet_NaN());
+    myErrors.add({"OP", OP_ERR_BAD_PARM, UT_ERROR_WARNING,
+                  row.token + ": not a number; " + EV_numberText(kept) + " is used instead"});
 }
 
 void OP_Parameters::evaluationError(const char* token, const char* text, int thread) {

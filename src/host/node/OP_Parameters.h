@@ -116,6 +116,8 @@ public:
     /// True while an operator evaluates a parameter only to learn what it reads: errors that a variable raises are not
     /// posted.
     virtual bool isTestingVariables() const { return false; }
+    /// Off while what is evaluated may not read local variables: reading one fails, and switches them on again.
+    virtual void allowVar(int) {}
     virtual const CH_LocalVariable* resolveExtraVariableForSyntaxHighlight(const char* name);
     CH_Collection* getCollection() { return &myCollection; }
     /// The operator type's variable chain; null for none.
@@ -136,6 +138,8 @@ public:
     /// Posts the thread's pending expression error as an error of this node: `<token>: <what went wrong>`. `text` is
     /// the expression, for errors that were raised without a message.
     void evaluationError(const char* token, const char* text, int thread);
+    /// Warns that the value of a parameter was no number and a bound was used instead.
+    void warnNotANumber(const PRM_Template& row);
 
     /// Full path for messages; "" for a prototype.
     virtual std::string messagePath() const { return {}; }
@@ -153,6 +157,7 @@ protected:
 private:
     friend class OP_NodeScope;
     friend class OP_UndoManager;
+    class Refusal;
 
     PRM_Parm* parmAt(int index) {
         return unsigned(index) < unsigned(myParms.entries()) ? &myParms.parm(index) : nullptr;
@@ -164,6 +169,7 @@ private:
 
     PRM_ParmList myParms;
     int myDeclared = 0;
+    int myNumRefusals = 0; // evaluations under way whose parameter refuses local variables
     CH_Collection myCollection;
     std::unique_ptr<EV_Scope> myScope;
     UT_ErrorList myErrors;

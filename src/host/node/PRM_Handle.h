@@ -15,9 +15,11 @@
 /// stale.
 ///
 /// Options follow the default in any order: a PRM_Range, a PRM_EnableRule, a PRM_ChoiceList pointer, a PRM_StringKind,
-/// a PRM_Callback, or PRM_Static (read at time 0 only).
+/// a PRM_Callback, PRM_Static (read at time 0 only), or PRM_NoVariables (its expressions may not read local variables).
 struct PRM_StaticTag {};
 inline constexpr PRM_StaticTag PRM_Static{};
+struct PRM_NoVariablesTag {};
+inline constexpr PRM_NoVariablesTag PRM_NoVariables{};
 
 /// Options that the folder and multi-instance handles below pass.
 struct PRM_FolderSet {
@@ -66,6 +68,7 @@ private:
     static void apply(PRM_Template& row, PRM_StringKind kind) { row.stringKind = kind; }
     static void apply(PRM_Template& row, PRM_Callback callback) { row.callback = callback; }
     static void apply(PRM_Template& row, PRM_StaticTag) { row.animated = false; }
+    static void apply(PRM_Template& row, PRM_NoVariablesTag) { row.variables = false; }
     static void apply(PRM_Template& row, const PRM_FolderSet& set) {
         row.folders = set.folders, row.folderValue = set.hasValue;
     }

@@ -26,17 +26,36 @@ double PRM_Template::number(double value) const {
     return plainNaN(hasRange ? clamped(value, range) : value);
 }
 
-void PRM_Template::numbers(const double* values, float* out, int n) const {
-    const bool hard = range.minKind == PRM_RangeKind::Hard || range.maxKind == PRM_RangeKind::Hard;
-    if (type != PRM_Type::Float || (hasRange && hard)) {
+static bool isHard(const PRM_Range& range) {
+    return range.minKind == PRM_RangeKind::Hard || range.maxKind == PRM_RangeKind::Hard;
+}
+
+bool PRM_Template::replacesNaN(double value) const {
+    return value != value && type == PRM_Type::Float && hasRange && isHard(range);
+}
+
+bool PRM_Template::numbers(const double* values, float* out, int n) const {
+    unsigned numNaN = 0;
+    if (type != PRM_Type::Float) {
         for (int k = 0; k < n; ++k) out[k] = float(number(values[k]));
+    } else if (hasRange && isHard(range)) {
+        for (int k = 0; k < n; ++k) {
+            numNaN += values[k] != values[k] ? 1u : 0u;
+            out[k] = float(clamped(values[k], range));
+        }
     } else {
         VM_roundToFloats(values, out, n);
     }
+    return numNaN > 0;
 }
 
-void PRM_Template::numbers(const double* values, int* out, int n) const {
-    for (int k = 0; k < n; ++k) out[k] = EV_toInt(number(values[k]));
+bool PRM_Template::numbers(const double* values, int* out, int n) const {
+    unsigned numNaN = 0;
+    for (int k = 0; k < n; ++k) {
+        numNaN += replacesNaN(values[k]) ? 1u : 0u;
+        out[k] = EV_toInt(number(values[k]));
+    }
+    return numNaN > 0;
 }
 
 int PRM_TemplateTable::find(const std::string& token) const {

@@ -56,15 +56,18 @@ struct PRM_Template {
     PRM_EnableRule enable{};
     PRM_Callback callback = nullptr;
     bool animated = true;                               ///< false: its operator reads it at time 0 only
+    bool variables = true;                              ///< false: reading a local variable is an error
     std::vector<std::pair<std::string, int>> folders{}; ///< Folder: label and number of rows that follow, per folder
     bool folderValue = false;                           ///< Folder whose choice is a value (set by ordinal)
     std::vector<PRM_Template> instance{};               ///< Multi: the rows of one instance, tokens with '#'
 
     /// What a value is as this parameter's: whole unless it is a float, within the hard bounds.
     double number(double value) const;
-    /// The same for n values, as float and as int.
-    void numbers(const double* values, float* out, int n) const;
-    void numbers(const double* values, int* out, int n) const;
+    /// The same for n values, as float and as int. True when a hard bound took the place of a NaN.
+    bool numbers(const double* values, float* out, int n) const;
+    bool numbers(const double* values, int* out, int n) const;
+    /// Whether a hard bound takes the place of this value because it is no number.
+    bool replacesNaN(double value) const;
 };
 
 /// A class's rows in declaration order; a token's index never changes within a class.

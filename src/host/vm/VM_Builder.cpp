@@ -1,13 +1,8 @@
 #include "host/vm/VM_Builder.h"
 #include "host/vm/VM_Packer.h"
 #include <algorithm>
-#include <bit>
 
-VM_Builder::Value VM_Builder::constant(double number) {
-    auto [at, isNew] = myConstantIndex.try_emplace(std::bit_cast<uint64_t>(number), int(myConstants.size()));
-    if (isNew) myConstants.push_back(number);
-    return -1 - at->second;
-}
+VM_Builder::Value VM_Builder::constant(double number) { return -1 - myConstants.add(number); }
 
 VM_Builder::Value VM_Builder::emit(VM_Op op, std::initializer_list<Value> operands) {
     Raw raw{op, myNumValues++, {}, 0};
@@ -22,16 +17,18 @@ size_t VM_Builder::emitJump(VM_Op op, Value condition) {
 }
 
 unsigned VM_Builder::emitHost(const std::vector<Value>& reads, int results, std::vector<Value>& written) {
+    const unsigned site = unsigned(mySites.size());
+    mySites.push_back({mySiteReads.size(), reads.size(), myNumValues, results});
+    mySiteReads.insert(mySiteReads.end(), reads.begin(), reads.end());
+    myCode.push_back({VM_Op::Host, -1, {}, site});
     written.clear();
     for (int i = 0; i < results; ++i) written.push_back(myNumValues++);
-    const unsigned site = unsigned(mySites.size());
-    myCode.push_back({VM_Op::Host, -1, {}, site});
-    mySites.push_back({reads, written});
     return site;
 }
 
 void VM_Builder::rewind(const Mark& mark) {
     myCode.resize(mark.code);
+    if (mark.sites < mySites.size()) mySiteReads.resize(mySites[mark.sites].firstRead);
     mySites.resize(mark.sites);
     myNumValues = mark.values;
 }

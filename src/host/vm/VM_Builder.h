@@ -1,8 +1,8 @@
 #pragma once
+#include "host/vm/VM_NumberTable.h"
 #include "host/vm/VM_Program.h"
 #include <cstddef>
 #include <initializer_list>
-#include <map>
 #include <vector>
 
 // Writes a program. Values are numbered freely, each written once (virtual registers); finish() packs those that live
@@ -43,13 +43,16 @@ private:
         uint32_t target = 0;
     };
     struct RawSite {
-        std::vector<Value> reads, writes;
+        size_t firstRead; // in mySiteReads
+        size_t numReads;
+        Value firstWrite; // the others follow
+        int numWrites;
     };
     friend class VM_Packer;
 
-    std::vector<double> myConstants;
-    std::map<uint64_t, int> myConstantIndex; // by bits
+    VM_NumberTable myConstants;
     std::vector<Raw> myCode;
     std::vector<RawSite> mySites;
+    std::vector<Value> mySiteReads;
     int myNumValues = 0;
 };

@@ -91,8 +91,7 @@ VM_TARGET inline void store4(double* to, __m128 value) {
 #endif
 }
 
-VM_TARGET inline __m128 asFloats(const VM_Field& field, __m128i bits) {
-    if (field.kind == VM_Field::Float) return _mm_castsi128_ps(bits);
+VM_TARGET inline __m128 converted(const VM_Field& field, __m128i bits) {
     if (field.kind == VM_Field::Int) return _mm_cvtepi32_ps(bits);
     const __m128i masked = _mm_and_si128(bits, _mm_set1_epi32(int(field.mask)));
     const __m128 unset = _mm_castsi128_ps(_mm_cmpeq_epi32(masked, _mm_setzero_si128()));
@@ -126,9 +125,15 @@ template <class Four> VM_TARGET inline __m128i loadFour(const Four& record, ptrd
 template <class Four>
 VM_TARGET inline void fetchEight(const Four& low, const Four& high, int k, const VM_Field* fields, size_t numFields) {
     for (const VM_Field* field = fields; field != fields + numFields; ++field) {
+        double* const to = field->to + k;
         const __m128i a = loadFour(low, field->offset), b = loadFour(high, field->offset);
-        store4(field->to + k, asFloats(*field, a));
-        store4(field->to + k + 4, asFloats(*field, b));
+        if (field->kind == VM_Field::Float) {
+            store4(to, _mm_castsi128_ps(a));
+            store4(to + 4, _mm_castsi128_ps(b));
+        } else {
+            store4(to, converted(*field, a));
+            store4(to + 4, converted(*field, b));
+        }
     }
 }
 

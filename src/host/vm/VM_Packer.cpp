@@ -12,7 +12,8 @@ VM_Packer::VM_Packer(const VM_Builder& builder)
 
 template <class F> void VM_Packer::eachRead(const VM_Builder::Raw& raw, F f) const {
     if (raw.op == VM_Op::Host) {
-        for (Value value : myBuilder.mySites[raw.target].reads) f(value);
+        const VM_Builder::RawSite& site = myBuilder.mySites[raw.target];
+        for (size_t i = 0; i < site.numReads; ++i) f(myBuilder.mySiteReads[site.firstRead + i]);
     } else {
         for (int i = 0; i < VM_arity(raw.op); ++i) f(raw.src[i]);
     }
@@ -20,7 +21,8 @@ template <class F> void VM_Packer::eachRead(const VM_Builder::Raw& raw, F f) con
 
 template <class F> void VM_Packer::eachWrite(const VM_Builder::Raw& raw, F f) const {
     if (raw.op == VM_Op::Host) {
-        for (Value value : myBuilder.mySites[raw.target].writes) f(value);
+        const VM_Builder::RawSite& site = myBuilder.mySites[raw.target];
+        for (int i = 0; i < site.numWrites; ++i) f(site.firstWrite + i);
     } else if (raw.dst >= 0) {
         f(raw.dst);
     }
@@ -72,6 +74,8 @@ void VM_Packer::freeOperands(const VM_Builder::Raw& raw, size_t at) {
 void VM_Packer::packHost(size_t at, VM_Program& out) {
     const VM_Builder::Raw& raw = myBuilder.myCode[at];
     VM_Site& site = out.sites[raw.target];
+    site.reads.reserve(myBuilder.mySites[raw.target].numReads);
+    site.writes.reserve(size_t(myBuilder.mySites[raw.target].numWrites));
     eachRead(raw, [&](Value value) { site.reads.push_back(registerOf(value)); });
     eachWrite(raw, [&](Value value) { take(value); }); // before the operands are freed: a host may write early
     eachWrite(raw, [&](Value value) { site.writes.push_back(registerOf(value)); });
@@ -95,6 +99,10 @@ void VM_Packer::packOperation(size_t at, VM_Program& out) {
 bool VM_Packer::pack(const std::vector<Value>& results, VM_Program& out) {
     out = VM_Program();
     out.sites.resize(myBuilder.mySites.size());
+    out.code.reserve(myBuilder.myCode.size() + 1);
+    out.constants.reserve(myBuilder.myConstants.size());
+    out.results.reserve(results.size());
+    myFree.reserve(myRegisters.size());
     findLastReads(results);
     numberConstants(out);
     for (size_t at = 0; at < myBuilder.myCode.size(); ++at) {

@@ -9,9 +9,8 @@ bool FLX_BirthOperator::addBirths(FLX_ContextData* context, GEO_PrimParticle* pr
     // The count is a float: above this, taking one away would leave it as it is, and births would never end.
     constexpr float MOST = 16777216;
     float steady = 0, impulse = 0;
-    if (checkActivation(context, rates.CONSTANTACTIVATE))
-        steady = withoutVars([&] { return rates.CONSTANTRATE(t); }) * context->timeStep;
-    if (checkActivation(context, rates.IMPULSEACTIVATE)) impulse = withoutVars([&] { return rates.IMPULSERATE(t); });
+    if (checkActivation(context, rates.CONSTANTACTIVATE)) steady = rates.CONSTANTRATE(t) * context->timeStep;
+    if (checkActivation(context, rates.IMPULSEACTIVATE)) impulse = rates.IMPULSERATE(t);
     if (!(steady + impulse <= MOST)) {
         UTaddError("OP", OP_ERR_LIMIT, "more than 16777216 births in one cook: lower the birth rates");
         return false;

@@ -15,10 +15,10 @@ inline constexpr PRM_Range FLXsamplethresholdRange = PRMhardMin(100, 100000);
 /// How many particles a cook adds to the running count: so many per second, and so many per cook.
 struct FLX_BirthRateParms {
     explicit FLX_BirthRateParms(OP_Parameters* owner)
-        : IMPULSEACTIVATE(owner, {"impulseactivate", "Impulse Activation"}, 1, PRMunitRange)
-        , IMPULSERATE(owner, {"impulserate", "Impulse Birth Rate"}, 0, FLXrateRange)
-        , CONSTANTACTIVATE(owner, {"constantactivate", "Const. Activation"}, 1, PRMunitRange)
-        , CONSTANTRATE(owner, {"constantrate", "Const. Birth Rate"}, 100, FLXrateRange) {}
+        : IMPULSEACTIVATE(owner, {"impulseactivate", "Impulse Activation"}, 1, PRMunitRange, PRM_NoVariables)
+        , IMPULSERATE(owner, {"impulserate", "Impulse Birth Rate"}, 0, FLXrateRange, PRM_NoVariables)
+        , CONSTANTACTIVATE(owner, {"constantactivate", "Const. Activation"}, 1, PRMunitRange, PRM_NoVariables)
+        , CONSTANTRATE(owner, {"constantrate", "Const. Birth Rate"}, 100, FLXrateRange, PRM_NoVariables) {}
 
     PRM_Float IMPULSEACTIVATE;
     PRM_Float IMPULSERATE;

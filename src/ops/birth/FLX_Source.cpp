@@ -259,9 +259,9 @@ void FLX_Source::emitParticles(Cook& cook) {
     emission.element = &context->source(cook.prim);
     emission.birthGroup = cook.birthGroup;
     emission.probability = probabilityOf;
-    emission.sampleThreshold = withoutVars([&] { return SAMPLETHRESHOLD(t); });
-    emission.densityThreshold = withoutVars([&] { return THRESHOLD(t); });
-    emission.densityMin = withoutVars([&] { return DENSITYMIN(t); });
+    emission.sampleThreshold = SAMPLETHRESHOLD(t);
+    emission.densityThreshold = THRESHOLD(t);
+    emission.densityMin = DENSITYMIN(t);
     emission.useDensity = USEDENSITY();
     const auto take = [&] {
         emission.source = cook.source;

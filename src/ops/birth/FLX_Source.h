@@ -38,10 +38,10 @@ public:
     Text                SOPPATH           {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0})};
     Text                SOURCE            {this, PRMsourceName, "", &groupMenu, enable::isNot("emittype", {Volume})};
     Toggle              IGNOREXFORM       {this, {"ignorexform", "Ignore Transform Object"}, false};
-    Int                 SAMPLETHRESHOLD   {this, {"samplethreshold", "Sample Threshold"}, 100, FLXsamplethresholdRange};
+    Int                 SAMPLETHRESHOLD   {this, {"samplethreshold", "Sample Threshold"}, 100, FLXsamplethresholdRange, PRM_NoVariables};
     Text                DISTRIBUTIONATTRIB{this, {"distributionattrib", "Distribution Attribute"}, "area", enable::is("emittype", {CenterAttrib, EdgeAttrib, SurfaceAttrib})};
-    Float               THRESHOLD         {this, {"threshold", "Density Threshold"}, 1, enable::is("emittype", {Metaball})};
-    Float               DENSITYMIN        {this, {"densitymin", "Density Minimum"}, 0, enable::is("emittype", {Metaball})};
+    Float               THRESHOLD         {this, {"threshold", "Density Threshold"}, 1, PRM_NoVariables, enable::is("emittype", {Metaball})};
+    Float               DENSITYMIN        {this, {"densitymin", "Density Minimum"}, 0, PRM_NoVariables, enable::is("emittype", {Metaball})};
     Toggle              USEDENSITY        {this, {"usedensity", "Use Metaball Density"}, false, enable::is("emittype", {Metaball})};
     FLX_BirthRateParms  RATES             {this};
     Floats<2>           PROB              {this, {"prob", "Birth Probability"}, {1, 1}, FLXprobRange, enable::isNot("emittype", {Volume, Metaball})};

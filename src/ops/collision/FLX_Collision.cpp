@@ -141,11 +141,9 @@ bool FLX_Collision::select(OP_Context& opContext, FLX_ContextData& context, cons
 
 void FLX_Collision::readMode(float t) {
     myBehavior = std::clamp(BEHAVIOR(t), int(FLX_HIT_DIE), int(FLX_HIT_CONTINUE));
-    allowVar(0);
     const int hint = GEOHINT();
     myHint = hint == 1 ? FLX_GeoHint::Translating : hint == 2 ? FLX_GeoHint::Deforming : FLX_GeoHint::Static;
     const int parts = myHint == FLX_GeoHint::Translating ? SAMPLE(t) : 1;
-    allowVar(1);
     constexpr int MOST_PARTS = 1000; // each keeps a copy of the geometry
     if (parts > MOST_PARTS) UTaddWarning("OP", OP_ERR_BAD_PARM, "sample: more than 1000; 1000 is used instead");
     myParts = std::min(parts, MOST_PARTS);

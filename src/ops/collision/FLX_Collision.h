@@ -21,14 +21,14 @@ public:
     Menu           USECONTEXTGEO   {this, FLXuseContextGeoName, 0, &FLXuseContextGeoMenu};
     Text           SOPPATH         {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0})};
     Toggle         IGNOREXFORM     {this, {"ignorexform", "Ignore Transform Object"}, false};
-    Menu           GEOHINT         {this, {"geohint", "Hint"}, 0, &hintMenu};
+    Menu           GEOHINT         {this, {"geohint", "Hint"}, 0, &hintMenu, PRM_NoVariables};
     Float          TOLERANCE       {this, {"tolerance", "Collision Tolerance"}, 0, PRMhardMin(0, 10)};
     Menu           BEHAVIOR        {this, {"behavior", "Behavior"}, FLX_HIT_DIE, &behaviorMenu};
     Text           EVENT           {this, {"event", "Collision Event"}, ""};
     FLX_GroupParms GROUP           {this, "Collision Group"};
     Menu           HITUSE          {this, {"hituse", "Use as Hit ID"}, 0, &hitUseMenu};
     Int            HITINDEX        {this, {"hitindex", "Hit Index"}, 0};
-    Int            SAMPLE          {this, {"sample", "Oversampling"}, 1, PRMhardMin(1, 5), enable::is("geohint", {1})};
+    Int            SAMPLE          {this, {"sample", "Oversampling"}, 1, PRMhardMin(1, 5), PRM_NoVariables, enable::is("geohint", {1})};
     Int            BOUNCE          {this, {"bounce", "Bounce Accuracy"}, 10, PRMhardMin(0, 10), bounces && enable::isNot("geohint", {1})};
     Float          GAINTAN         {this, {"gaintan", "Gain Tangent"}, 1, gainRange, bounces};
     Float          GAINNML         {this, {"gainnml", "Gain Normal"}, 1, gainRange, bounces};

@@ -38,10 +38,15 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
     const FLX_NoiseSources noise = NOISE.choose(cook);
     const FLX_MassSource mass = MASSES.choose(cook);
     if (!mayRun()) return;
-    const bool sameGain = mass.offset < 0 && !mass.parm.varies() && !scale.varies();
-    const bool justAdds = !cook.showGuide() && !cook.guideOnly();
-    if (sameGain && justAdds && (noise.absent() || noise.constant()))
-        pushAlike(cook, noise, force, scale.constant() / FLX_MassSource::of(nullptr, -1, mass.parm.constant()));
+    const bool justAdds = mass.isOne() && !cook.showGuide() && !cook.guideOnly();
+    if (justAdds && !scale.varies() && (noise.absent() || noise.constant()))
+        pushAlike(cook, noise, force, scale.constant() / mass.one());
+    else if (justAdds && noise.absent())
+        cook.each(
+            FLX_UNMOVED,
+            [add = FLX_AddVector{cook.context().getAccelOffset()}, m = mass.one()](GEO_Point* p, const UT_Vector3& f,
+                                                                                   float s) { add(p, f * (s / m)); },
+            force, scale);
     else
         pushEach(cook, noise, force, scale, mass);
 }

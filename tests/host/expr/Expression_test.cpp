@@ -1,5 +1,6 @@
 #include "TestScope.h"
 #include "host/expr/EV_Function.h"
+#include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -39,6 +40,45 @@ TEST_F(Expression, bindsAgainWhenTheSerialChanges) {
     ev_EvaluateFloat(expression, scope, 0, 0);
     EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
     EV_clearError(0);
+}
+
+TEST_F(Expression, compilesAgainOnlyForOtherValues) {
+    EV_EXPRESSION local("$VX * 2 + $T"), folded("$VX * $GUST");
+    const auto values = [&] {
+        return std::pair(ev_EvaluateFloat(local, scope, 10, 0), ev_EvaluateFloat(folded, scope, 10, 0));
+    };
+    EXPECT_EQ(values(), std::pair(16.0, 7.5));
+    EXPECT_EQ(local.numCompilations(), 1);
+    EXPECT_EQ(folded.numCompilations(), 2);
+    ++scope.serial; // names come and go that neither reads
+    EXPECT_EQ(values(), std::pair(16.0, 7.5));
+    scope.locals["SIZE"] = 1;
+    scope.locals["BEFORE"] = 1; // other ids
+    scope.globals["A0"] = 7;
+    ++scope.serial;
+    EXPECT_EQ(values(), std::pair(16.0, 7.5));
+    EXPECT_EQ(local.analysis(scope).globals, std::vector<int>{1});
+    EXPECT_EQ(local.analysis(scope).locals.size(), 1u);
+    EXPECT_EQ(local.numCompilations(), 1);
+    EXPECT_EQ(folded.numCompilations(), 3) << "the id of VX is another";
+    scope.values["GUST"] = -0.0;
+    ++scope.serial;
+    EXPECT_EQ(1 / values().second, -INFINITY);
+    scope.values["GUST"] = 0.0;
+    ++scope.serial;
+    EXPECT_EQ(1 / values().second, INFINITY);
+    scope.globals["VX"] = 1; // hidden by the local
+    scope.locals.erase("VX");
+    ++scope.serial;
+    EXPECT_EQ(values().first, 30);
+    EXPECT_EQ(local.numCompilations(), 1);
+    scope.values["VX"] = 4; // from global to a number
+    ++scope.serial;
+    EXPECT_EQ(values().first, 18);
+    EXPECT_EQ(local.numCompilations(), 2);
+    scope.values.erase("VX");
+    ++scope.serial;
+    EXPECT_EQ(values().first, 30);
 }
 
 TEST_F(Expression, takesAnotherText) {
