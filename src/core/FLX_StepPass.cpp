@@ -34,10 +34,14 @@ private:
     struct Sequel {
         explicit Sequel(const FLX_Writing& following, int accelOffset)
             : rest(following)
-            , accel(rest.extractFromZero(accelOffset)) {}
+            , accel(rest.extractFromZero(accelOffset)) {
+            for (const FLX_Write& write : following.writes())
+                isMore |= write.offset != accelOffset || write.floats != 3;
+        }
 
         FLX_WriteProgram rest;
         UT_Vector3 accel;
+        bool isMore = false; ///< than the acceleration
     };
 
     bool runQuickly(const FLX_Chunk& chunk) {
@@ -45,16 +49,27 @@ private:
         if (!mySequel) mySequel.emplace(following(), myRules.core.accel);
         const Quick quick(myRules, mySequel->accel);
         if (!quick.fits() || !myRules.plainButLimited()) return false;
-        chunk.forEach([this, quick, write = mySequel->rest.runner(), follow = follower()](size_t, GEO_Point* p) {
+        if (mySequel->isMore)
+            runQuickly(chunk, quick, mySequel->rest.runner());
+        else
+            runQuickly(chunk, quick, [](GEO_Point*) {});
+        return true;
+    }
+    template <class Quick, class Write>
+    void runQuickly(const FLX_Chunk& chunk, const Quick& quick, const Write& write) {
+        // For the few: what the loop keeps in registers it keeps for the many.
+        const auto follow = [this](GEO_Point* p) {
+            if (!following().empty()) following().apply(p);
+        };
+        chunk.forEach([this, quick, write, follow](size_t, GEO_Point* p) {
             switch (quick.step(p)) {
             case Quick::NotMine: return step(p, myRules, follow);
             case Quick::Expired: return follow(p);
             case Quick::Living: return write(p);
             }
         });
-        return true;
     }
-    void step(GEO_Point* p, const FLX_Rules& rules, const FLX_Follower& follow) {
+    template <class Follow> void step(GEO_Point* p, const FLX_Rules& rules, const Follow& follow) {
         if (myPhases.reap && isReapable(rules.state(p))) {
             noteReapable(p->slot());
             if (deletesDead()) return;
