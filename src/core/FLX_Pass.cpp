@@ -5,9 +5,9 @@
 // Slots in a row may be parted by the end of a slab.
 void FLX_Chunk::lookForRow() {
     if (inARow || count == 0) return;
-    for (size_t k = 0; k < std::min(count, following); k += 16) __builtin_prefetch(slots + count + k); // for the next one
     uint32_t different = 0;
-    for (size_t k = 0; k < count; ++k) different |= slots[k] ^ (slots[0] + uint32_t(k));
+#pragma GCC unroll 4
+    for (uint32_t k = 0; k < uint32_t(count); ++k) different |= slots[k] - k ^ slots[0];
     const auto at = [&](size_t k) { return reinterpret_cast<const char*>(point(k)); };
     inARow = different == 0 && at(count - 1) == at(0) + (count - 1) * access.stride();
 }
