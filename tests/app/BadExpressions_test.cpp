@@ -70,7 +70,8 @@ TEST_F(BadExpressions, RefusedVariablesAndLostPathsAreToldInTheSameWords) {
         {"life", "npoints('/obj/none')"}, {"life", "opdigits('../no')"}, {"life", "1 + point('no', 0, 'P', 0)"},
     };
     for (const auto& [parm, text] : bad) {
-        const nlohmann::json parms = {{"impulserate", 1}, {parm, text}};
+        nlohmann::json parms = {{"impulserate", 1}};
+        parms[parm] = text;
         put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": )" + parms.dump() + "}"));
         const std::string check = flx({"check", "scene.json"}).out;
         const std::string start = std::string("/obj/fx/birth: error: \"") + parm + "\": ";

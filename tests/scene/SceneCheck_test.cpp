@@ -177,7 +177,7 @@ TEST_F(SceneChecks, FixedPathsOfFunctions) {
         "error /obj/fx/birth: \"vel\": \"1 + bbox('/obj/fx', 'ymin')\": bbox: there is no geometry node \"/obj/fx\" at "
         "column 5",
         "warning /obj/fx/birth: \"vel\": \"$F < 2 ? opdigits('..') : opdigits('../no')\": opdigits: there is no node "
-        "\"../no\" at column 26",
+        "\"../no\" at column 27",
     };
     for (const std::string& line : expected) EXPECT_EQ(std::count(found.begin(), found.end(), line), 1) << line;
     const auto tells = [&](const std::string& part) {

@@ -397,7 +397,7 @@ TEST(ParticleVariables, CooksWithUserVariablesDoNotCompileAgain) {
     };
     r.net.start(*r.op);
     r.net.setValue("heat", 1, {3, 4});
-    EXPECT_EQ(r.values("$HEAT2 + $ID"), (std::vector<float>{1, 6}));
+    EXPECT_EQ(r.values("$HEAT2 + $PT"), (std::vector<float>{0, 5}));
     const EV_EXPRESSION& expression = *r.op->parms().parm(r.op->A.index()).component(0).expression();
     EXPECT_EQ(expression.numCompilations(), 1);
     r.net.step(5);
@@ -405,7 +405,7 @@ TEST(ParticleVariables, CooksWithUserVariablesDoNotCompileAgain) {
     r.op->adds = "spark"; // moves no variable that was there
     r.net.step(2);
     EXPECT_EQ(expression.numCompilations(), 1);
-    EXPECT_EQ(r.op->rows[1].a, 6);
+    EXPECT_EQ(r.op->rows[1].a, 5);
 }
 
 TEST(ParticleVariables, UserVariablesAddedInMidCookResolve) {
