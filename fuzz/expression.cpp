@@ -5,7 +5,7 @@
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
 #include "host/expr/EV_StringExpand.h"
-#include "host/vm/VM_Machine.h"
+#include "host/vm/VM_ColumnRun.h"
 
 #include <bit>
 #include <cmath>
@@ -96,15 +96,14 @@ bool sameNumber(double a, double b) {
     return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b) || (std::isnan(a) && std::isnan(b));
 }
 
-void compareLanes(EV_EXPRESSION& expression, Scope& scope, const std::string& text,
-                  const std::vector<double>& columns) {
+void compareLanes(EV_EXPRESSION& expression, Scope& scope, const std::string& text, const VM_ColumnRun& columns) {
     const VM_Program& program = expression.code().program;
     for (const int lane : {0, 1, 5, 255}) {
         scope.lane = lane;
         ev_Vector single(3);
         ev_EvaluateVector(expression, single, scope, 0.5, 0);
         for (size_t k = 0; k < program.results.size(); ++k)
-            if (!sameNumber(single[int(k)], columns[size_t(program.results[k]) * VM_LANES + size_t(lane)]))
+            if (!sameNumber(single[int(k)], columns.column(program.results[k])[lane]))
                 complain(text, "a column and a single evaluation differ");
     }
 }
@@ -112,11 +111,10 @@ void compareLanes(EV_EXPRESSION& expression, Scope& scope, const std::string& te
 void runColumns(EV_EXPRESSION& expression, Scope& scope, const std::string& text) {
     if (!expression.bind(scope) || !runsInColumns(expression.code())) return;
     const VM_Program& program = expression.code().program;
-    std::vector<double> registers(size_t(program.numRegisters) * VM_LANES);
-    VM_loadConstants(program, registers.data(), VM_LANES);
+    VM_ColumnRun columns(program, true);
     Columns host(expression.code(), 0.5);
-    if (!VM_runColumns(program, registers.data(), host)) complain(text, "a column stopped");
-    compareLanes(expression, scope, text, registers);
+    if (!columns.run(host)) complain(text, "a column stopped");
+    compareLanes(expression, scope, text, columns);
 }
 
 void runExpression(const std::string& text) {

@@ -7,7 +7,7 @@ void FLX_Chunk::lookForRow() {
     if (inARow || count == 0) return;
     uint32_t different = 0;
 #pragma GCC unroll 4
-    for (uint32_t k = 0; k < uint32_t(count); ++k) different |= slots[k] - k ^ slots[0];
+    for (uint32_t k = 0; k < uint32_t(count); ++k) different |= (slots[k] - k) ^ slots[0];
     const auto at = [&](size_t k) { return reinterpret_cast<const char*>(point(k)); };
     inARow = different == 0 && at(count - 1) == at(0) + (count - 1) * access.stride();
 }

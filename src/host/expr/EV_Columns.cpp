@@ -26,36 +26,30 @@ bool readsVariablesOnly(const EV_Code& code) {
 
 // ---- what is to be computed
 
-EV_Columns::Value EV_Columns::numberValue(double number) {
-    const auto [at, isNew] = myNumberIndex.try_emplace(std::bit_cast<uint64_t>(number), int(myNumbers.size()));
-    if (isNew) myNumbers.push_back(number);
-    return -1 - at->second;
-}
-
 EV_Columns::Value EV_Columns::inputValue(int id) {
-    const auto [at, isNew] = myInputNodes.try_emplace(id, Value(myNodes.size()));
-    if (isNew) myNodes.push_back({VM_Op::End, {}, id, 0, false});
-    return at->second;
+    const auto known = std::find_if(myInputNodes.begin(), myInputNodes.end(),
+                                    [&](Value node) { return myNodes[size_t(node)].id == id; });
+    if (known != myInputNodes.end()) return *known;
+    myNodes.push_back({VM_Op::End, {}, id});
+    return myInputNodes.emplace_back(Value(myNodes.size() - 1));
 }
 
 EV_Columns::Value EV_Columns::emit(VM_Op op, const Value* src) {
     const int arity = VM_arity(op);
     if (std::all_of(src, src + arity, [](Value v) { return v < 0; })) {
         double n[4] = {0, 0, 0, 0};
-        std::transform(src, src + arity, n, [this](Value v) { return myNumbers[size_t(-1 - v)]; });
+        std::transform(src, src + arity, n, [this](Value v) { return numberOf(v); });
         return numberValue(VM_apply(op, n[0], n[1], n[2], n[3]));
     }
-    if (op == VM_Op::Select && src[0] < 0) return myNumbers[size_t(-1 - src[0])] != 0 ? src[1] : src[2];
-    Key key{int(op), 0, 0, 0, 0};
-    std::copy(src, src + arity, key.begin() + 1);
-    const auto [at, isNew] = myKnown.try_emplace(key, Value(myNodes.size()));
-    if (!isNew) return at->second;
-    myKnownOrder.push_back(key);
-    Node node;
-    node.op = op;
+    if (op == VM_Op::Select && src[0] < 0) return numberOf(src[0]) != 0 ? src[1] : src[2];
+    Node node{op, {}, 0};
     std::copy(src, src + arity, node.src);
+    // Few nodes, MAX_NODES at most: looking at each is cheaper than a table.
+    for (size_t i = myNodes.size(); i-- > 0;)
+        if (myNodes[i].op == op && myNodes[i].isKnown && std::equal(src, src + arity, myNodes[i].src)) return Value(i);
+    node.isKnown = true;
     myNodes.push_back(node);
-    return at->second;
+    return Value(myNodes.size() - 1);
 }
 
 // A jump over cheap code costs more than the code.
@@ -65,21 +59,22 @@ void EV_Columns::enterRegion(const EV_Code& code, size_t at, Value condition, st
     const bool pays = std::any_of(begin + std::ptrdiff_t(at), begin + std::ptrdiff_t(jump.target),
                                   [](const VM_Instruction& i) { return isExpensive(i.op); });
     if (!pays || condition < 0) return;
-    regions.push_back({jump.target, myNodes.size(), myKnownOrder.size()});
-    myNodes.push_back({jump.op, {condition, 0, 0, 0}, 0, 0, false});
+    regions.push_back({jump.target, myNodes.size(), myNodes.size()});
+    myNodes.push_back({jump.op, {condition, 0, 0, 0}, 0});
 }
 
 // What was computed in code that may have been skipped is not known behind it.
 void EV_Columns::leaveRegions(size_t at, std::vector<Region>& regions) {
-    size_t known = myKnownOrder.size();
+    size_t known = myNodes.size();
     for (const Region& region : regions)
         if (region.end == at) {
             myNodes[region.jump].target = myNodes.size();
             known = std::min(known, region.known);
         }
+    if (known == myNodes.size()) return;
     std::erase_if(regions, [at](const Region& region) { return region.end == at; });
     for (Region& region : regions) region.known = std::min(region.known, known);
-    for (; myKnownOrder.size() > known; myKnownOrder.pop_back()) myKnown.erase(myKnownOrder.back());
+    for (size_t i = known; i < myNodes.size(); ++i) myNodes[i].isKnown = false;
 }
 
 EV_Columns::Value EV_Columns::lower(const EV_Code& code, const std::vector<Value>& variables) {
@@ -108,21 +103,24 @@ int EV_Columns::add(EV_EXPRESSION& expression, EV_Scope& scope, double t, const 
     const EV_Code& code = expression.code();
     if (code.resultType != EV_FLOAT || code.analysis.canFail || !readsVariablesOnly(code)) return -1;
     if (myNodes.size() + code.program.code.size() + code.program.constants.size() > MAX_NODES) return -1;
-    std::map<int, double> numbers; // of the locals that are none of the inputs
+    std::vector<std::pair<int, double>> numbers; // of the locals that are none of the inputs
     for (int id : code.analysis.locals) {
         double number = 0;
         const Local local = locals(id, number);
         if (local == Local::Refused) return -1;
-        if (local == Local::Number) numbers[id] = number;
+        if (local == Local::Number) numbers.emplace_back(id, number);
     }
     std::vector<Value> variables;
+    variables.reserve(code.sites.size());
     for (const EV_Site& site : code.sites) {
-        const auto number = numbers.find(site.id);
+        const auto number =
+            std::find_if(numbers.begin(), numbers.end(), [&](const auto& n) { return n.first == site.id; });
         if (site.kind == EV_Site::Global)
             variables.push_back(numberValue(scope.globalValue(site.id, t)));
         else
             variables.push_back(number != numbers.end() ? numberValue(number->second) : inputValue(site.id));
     }
+    myNodes.reserve(myNodes.size() + variables.size() + code.program.code.size());
     myResults.push_back(lower(code, variables));
     return int(myResults.size()) - 1;
 }
@@ -147,24 +145,24 @@ void EV_Columns::findRead() {
 void EV_Columns::build(VM_Program& program) {
     VM_Builder builder;
     std::vector<VM_Builder::Value> values(myNodes.size(), 0), inputs;
-    for (const auto& [id, node] : myInputNodes)
-        if (myNodes[size_t(node)].isRead) myInputs.push_back(id);
-    builder.emitHost({}, int(myInputs.size()), inputs);
-    for (size_t i = 0; i < myInputs.size(); ++i) values[size_t(myInputNodes[myInputs[i]])] = inputs[i];
-    const auto valueOf = [&](Value v) {
-        return v < 0 ? builder.constant(myNumbers[size_t(-1 - v)]) : values[size_t(v)];
-    };
-    std::multimap<size_t, size_t> jumps; // to the node: from there
+    std::erase_if(myInputNodes, [this](Value node) { return !myNodes[size_t(node)].isRead; });
+    builder.emitHost({}, int(myInputNodes.size()), inputs);
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        values[size_t(myInputNodes[i])] = inputs[i];
+        myInputs.push_back(myNodes[size_t(myInputNodes[i])].id);
+    }
+    const auto valueOf = [&](Value v) { return v < 0 ? builder.constant(numberOf(v)) : values[size_t(v)]; };
+    std::vector<std::pair<size_t, size_t>> jumps; // to the node, and the builder's number
     const auto aim = [&](size_t node) {
-        const auto [first, last] = jumps.equal_range(node);
-        for (auto jump = first; jump != last; ++jump) builder.aimHere(jump->second);
+        for (const auto& [target, jump] : jumps)
+            if (target == node) builder.aimHere(jump);
     };
     for (size_t i = 0; i < myNodes.size(); ++i) {
         aim(i);
         const Node& node = myNodes[i];
         if (!node.isRead || node.op == VM_Op::End) continue;
         if (isJump(node.op))
-            jumps.emplace(node.target, builder.emitJump(node.op, valueOf(node.src[0])));
+            jumps.emplace_back(node.target, builder.emitJump(node.op, valueOf(node.src[0])));
         else
             values[i] = builder.emit(
                 node.op, {valueOf(node.src[0]), valueOf(node.src[1]), valueOf(node.src[2]), valueOf(node.src[3])});

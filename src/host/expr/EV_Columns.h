@@ -1,7 +1,8 @@
 #pragma once
 #include "host/vm/VM_ColumnRun.h"
+#include "host/vm/VM_NumberTable.h"
 #include <functional>
-#include <map>
+#include <vector>
 
 class EV_EXPRESSION;
 class EV_Scope;
@@ -34,27 +35,28 @@ public:
     void run(int lanes) { myRun.run(lanes); }
 
     bool isNumber(int result) const { return myResults[size_t(result)] < 0; }
-    double number(int result) const { return myNumbers[size_t(-1 - myResults[size_t(result)])]; }
+    double number(int result) const { return numberOf(myResults[size_t(result)]); }
     const double* column(int result) const { return myRun.column(myResultRegisters[size_t(result)]); }
 
 private:
     using Value = int; // a node, or -1 - n: the number n
 
     struct Node {
-        VM_Op op = VM_Op::End; // End: the input `id`
-        Value src[4] = {0, 0, 0, 0};
-        int id = 0;
+        VM_Op op; // End: the input `id`
+        Value src[4];
+        int id;
         size_t target = 0; // jumps: the node they skip to
         bool isRead = false;
+        bool isKnown = false; // has been computed wherever the code stands now
     };
     struct Region {   // code that a jump may skip
         size_t end;   // in the expression's code
         size_t jump;  // the node
-        size_t known; // values that were known before it
+        size_t known; // the first node that is not known behind it
     };
-    using Key = std::array<int, 5>;
 
-    Value numberValue(double number);
+    double numberOf(Value value) const { return myNumbers[size_t(-1 - value)]; }
+    Value numberValue(double number) { return -1 - myNumbers.add(number); }
     Value inputValue(int id);
     Value emit(VM_Op op, const Value* src);
     void enterRegion(const EV_Code& code, size_t at, Value condition, std::vector<Region>& regions);
@@ -67,12 +69,9 @@ private:
     void findRead();
     void build(VM_Program& program);
 
-    std::vector<double> myNumbers;
-    std::map<uint64_t, int> myNumberIndex; // by bits
+    VM_NumberTable myNumbers;
     std::vector<Node> myNodes;
-    std::map<int, Value> myInputNodes; // by id
-    std::map<Key, Value> myKnown;      // what has been computed wherever the code stands now
-    std::vector<Key> myKnownOrder;
+    std::vector<Value> myInputNodes;
     std::vector<Value> myResults;
 
     VM_ColumnRun myRun;

@@ -125,18 +125,17 @@ std::vector<std::vector<double>> inColumns(const std::vector<std::string>& texts
         EXPECT_GE(numbers.back(), 0) << text;
     }
     columns.finish();
-    std::vector<double> memory(columns.memorySize() + 1, 1e99);
     std::vector<std::vector<double>> out(texts.size());
     for (size_t first = 0; first < LANES; first += VM_LANES) {
         const size_t n = std::min(size_t(VM_LANES), LANES - first);
         for (size_t i = 0; i < columns.inputs().size(); ++i)
             for (size_t k = 0; k < n; ++k)
-                columns.input(memory.data(), i)[k] = double(lanes.values[first + k][size_t(columns.inputs()[i])]);
-        columns.run(memory.data(), int(n));
+                columns.input(i)[k] = double(lanes.values[first + k][size_t(columns.inputs()[i])]);
+        columns.run(int(n));
         for (size_t e = 0; e < texts.size(); ++e)
             for (size_t k = 0; k < n; ++k)
                 out[e].push_back(columns.isNumber(numbers[e]) ? columns.number(numbers[e])
-                                                              : columns.column(memory.data(), numbers[e])[k]);
+                                                              : columns.column(numbers[e])[k]);
     }
     return out;
 }

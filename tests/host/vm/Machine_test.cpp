@@ -1,5 +1,5 @@
 #include "host/vm/VM_Builder.h"
-#include "host/vm/VM_Machine.h"
+#include "host/vm/VM_ColumnRun.h"
 #include "host/vm/VM_RegisterFrame.h"
 #include <algorithm>
 #include <bit>
@@ -31,18 +31,26 @@ public:
     }
 };
 
-// The results of all lanes: in columns, or lane after lane.
-std::vector<double> runAll(const VM_Program& program, Host& host, bool columns) {
-    const int lanes = columns ? VM_LANES : 1;
-    std::vector<double> registers(size_t(program.numRegisters * lanes), 1e99), out;
-    VM_loadConstants(program, registers.data(), lanes);
+// The results of all lanes, lane after lane.
+std::vector<double> oneByOne(const VM_Program& program, Host& host) {
+    std::vector<double> registers(size_t(program.numRegisters), 1e99), out;
+    VM_loadConstants(program, registers.data());
     host.program = &program;
-    for (host.firstLane = 0; host.firstLane < host.input.size(); host.firstLane += size_t(lanes)) {
-        EXPECT_TRUE(columns ? VM_runColumns(program, registers.data(), host) : VM_run(program, registers.data(), host));
-        const double* result = registers.data() + size_t(program.results[0] * lanes);
-        out.insert(out.end(), result, result + lanes);
+    for (host.firstLane = 0; host.firstLane < host.input.size(); ++host.firstLane) {
+        EXPECT_TRUE(VM_run(program, registers.data(), host));
+        out.push_back(registers[program.results[0]]);
     }
     return out;
+}
+
+// The same in one column.
+std::vector<double> inColumns(const VM_Program& program, Host& host) {
+    host.program = &program;
+    host.firstLane = 0;
+    VM_ColumnRun columns(program, true);
+    EXPECT_TRUE(columns.run(host, int(host.input.size())));
+    const double* result = columns.column(program.results[0]);
+    return {result, result + host.input.size()};
 }
 
 bool same(double a, double b) {
@@ -70,7 +78,7 @@ TEST(Machine, everyOperationIsTheSameInColumns) {
             ASSERT_TRUE(one.finish({one.emit(op, {v[0], v[1], v[2], v[3]})}, program));
             Host host;
             host.input = awkwardInputs();
-            const std::vector<double> rows = runAll(program, host, false), columns = runAll(program, host, true);
+            const std::vector<double> rows = oneByOne(program, host), columns = inColumns(program, host);
             for (size_t i = 0; i < rows.size(); ++i)
                 EXPECT_TRUE(same(rows[i], columns[i]))
                     << number << " of " << host.input[i] << ": " << rows[i] << " and " << columns[i];
@@ -102,7 +110,7 @@ TEST(Machine, conditionsSkipWhatNoLaneNeeds) {
     const auto callsFor = [&](double even, double odd) {
         Host host;
         for (int i = 0; i < VM_LANES; ++i) host.input.push_back(i % 2 ? odd : even);
-        const std::vector<double> out = runAll(program, host, true);
+        const std::vector<double> out = inColumns(program, host);
         for (int i = 0; i < VM_LANES; ++i) {
             const double x = host.input[size_t(i)];
             EXPECT_EQ(out[size_t(i)], x > 0 ? x * x + 1 + x : 3 * x);
@@ -114,7 +122,7 @@ TEST(Machine, conditionsSkipWhatNoLaneNeeds) {
     EXPECT_EQ(callsFor(-3, 5), 2);
     Host host;
     host.input = {3, -5};
-    EXPECT_EQ(runAll(program, host, false), (std::vector<double>{13, -15}));
+    EXPECT_EQ(oneByOne(program, host), (std::vector<double>{13, -15}));
     EXPECT_EQ(host.calls, 3);
 }
 
@@ -157,7 +165,7 @@ TEST(Builder, valuesThatLiveTogetherHaveTheirOwnRegisters) {
     ASSERT_TRUE(b.finish({sum}, program));
     Host host;
     host.input = {2};
-    EXPECT_EQ(runAll(program, host, false)[0], 4.0 * (COUNT - 1) * COUNT * (2 * COUNT - 1) / 6);
+    EXPECT_EQ(oneByOne(program, host)[0], 4.0 * (COUNT - 1) * COUNT * (2 * COUNT - 1) / 6);
     EXPECT_LE(program.numRegisters, 2 * COUNT + 4);
 }
 
@@ -185,7 +193,7 @@ TEST(Builder, takesBackWhatWasWritten) {
     EXPECT_EQ(program.sites.size(), 1u);
     Host host;
     host.input = {5};
-    EXPECT_EQ(runAll(program, host, false)[0], -4);
+    EXPECT_EQ(oneByOne(program, host)[0], -4);
 }
 
 TEST(RegisterFrame, framesDoNotOverlapHoweverDeepOrLarge) {
