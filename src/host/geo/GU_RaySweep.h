@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/geo/GU_Bvh.h"
+#include "host/geo/GU_RayCells.h"
 #include "host/geo/GU_RayInfo.h"
 #include "host/ut/UT_BoundingBox.h"
 #include "host/ut/UT_LargeAllocator.h"
@@ -100,5 +101,6 @@ private:
     Pieces myPieces;
     std::vector<Leaf, UT_LargeAllocator<Leaf>> myLeaves;
     GU_Bvh myBvh;
+    GU_RayCells myCells; ///< in the frame of the tree, as is the box
     UT_BoundingBox myTreeBox;
 };
