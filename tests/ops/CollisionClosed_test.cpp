@@ -283,6 +283,7 @@ TEST(ClosedCollision, WhatGetsLostNoRayHasMissed) {
             closed.run(60, 20);
             EXPECT_EQ(closed.startedBehind, closed.examined) << c.motion.hint << " " << gains;
             lost += closed.lost;
+            std::printf("XX hint %d gains %g lost %d examined %d\n", c.motion.hint, double(gains), closed.lost, closed.examined);
         }
     }
     EXPECT_GT(lost, 10) << "or there was nothing to look into";

@@ -41,13 +41,13 @@ struct GU_RaySweep::Query : GU_RaySearch {
     bool enter(uint32_t which, const GU_RaySweep& sweep) {
         if (!isUsed(which)) return false;
         section = which;
-        const UT_Vector3D& drift = sweep.myPieces.drift;
+        const UT_Vector3D drift(sweep.myPieces.drift);
         const double first = ends[which], last = ends[which + 1];
         const UT_Vector3D from = origin - drift * startOf(which);
         const UT_Vector3D along = which == 1 ? way - drift * rate : way;
         if (passesBy(from, along, first, last, sweep.myTreeBox, sweep.myCells)) return false;
         aim(from, along, first, last, sweep.myTreeBox);
-        setView(sweep.myPieces.box);
+        setView(sweep.myBox);
         return true;
     }
 
@@ -99,39 +99,76 @@ private:
 };
 
 GU_RaySweep::GU_RaySweep(const GU_Detail& begin, const GU_Detail& end) {
-    myPieces = Pieces(begin, end);
-    myBvh.build(myPieces.boxes);
+    myPieces.collect(begin, end);
+    build();
+    myPieces.triangles = {};
+}
+
+void GU_RaySweep::build() {
+    myBvh.build(myPieces.boxes());
     fillLeaves();
 }
 
 bool GU_RaySweep::refit(const GU_Detail& begin, const GU_Detail& end) {
-    Pieces pieces(begin, end);
-    if (pieces.items != myPieces.items) return false;
-    myPieces = std::move(pieces);
-    myBvh.refit(myPieces.boxes);
+    mySpare.collect(begin, end);
+    if (mySpare.items != myPieces.items) return false;
+    std::swap(myPieces, mySpare);
     fillLeaves();
+    if (!myBvh.refitLeaves(myLeafBoxes)) build();
     return true;
 }
 
 void GU_RaySweep::fillLeaves() {
     myTreeBox.initBounds();
-    for (const UT_BoundingBox& box : myPieces.boxes) myTreeBox.enlargeBounds(box);
+    myBox.initBounds();
     myLeaves.resize(myBvh.leafCount());
-    for (size_t l = 0; l < myLeaves.size(); ++l)
-        for (size_t i = 0; i < 4; ++i) {
-            const uint32_t item = myBvh.leafItems(l)[i];
-            myLeaves[l].item[i] = item;
-            for (size_t v = 0; v < 3; ++v) {
-                const Moving p = item == GU_Bvh::NO_ITEM ? Moving{{0, 0, 0}, {0, 0, 0}} : myPieces.triangles[item][v];
-                for (int k = 0; k < 3; ++k) {
-                    myLeaves[l].corners[0][v][k][i] = p.from[k];
-                    myLeaves[l].corners[1][v][k][i] = p.to[k];
-                }
+    myLeafBoxes.resize(myLeaves.size());
+    constexpr size_t AHEAD = 4;
+    for (size_t l = 0; l < myLeaves.size(); ++l) {
+        if (l + AHEAD < myLeaves.size())
+            for (size_t i = 0; i < 4; ++i)
+                if (const uint32_t item = myBvh.leafItems(l + AHEAD)[i]; item != GU_Bvh::NO_ITEM)
+                    __builtin_prefetch(&myPieces.triangles[item]);
+        fillLeaf(l);
+    }
+    myCells.build(myLeafBoxes, myTreeBox);
+}
+
+void GU_RaySweep::fillLeaf(size_t number) {
+    Leaf& leaf = myLeaves[number];
+    const uint32_t* items = myBvh.leafItems(number);
+    for (size_t i = 0; i < 4; ++i) {
+        leaf.item[i] = items[i];
+        const auto& triangle = myPieces.triangles[items[i] == GU_Bvh::NO_ITEM ? items[0] : items[i]];
+        for (size_t v = 0; v < 3; ++v)
+            for (int k = 0; k < 3; ++k) {
+                leaf.corners[0][v][k][i] = triangle[v].from[k];
+                leaf.corners[1][v][k][i] = triangle[v].to[k];
             }
+    }
+    UT_BoundingBox ends[2]; // in the frame of the tree
+    for (size_t e = 0; e < 2; ++e) {
+        UT_Vector3 low, high;
+        for (int k = 0; k < 3; ++k) {
+            GU_Float4 least = GU_Float4::load(leaf.corners[e][0][k]), most = least;
+            for (size_t v = 1; v < 3; ++v) {
+                least = min(least, GU_Float4::load(leaf.corners[e][v][k]));
+                most = max(most, GU_Float4::load(leaf.corners[e][v][k]));
+            }
+            float lanes[2][4];
+            least.store(lanes[0]);
+            most.store(lanes[1]);
+            low[k] = std::min(std::min(lanes[0][0], lanes[0][1]), std::min(lanes[0][2], lanes[0][3]));
+            high[k] = std::max(std::max(lanes[1][0], lanes[1][1]), std::max(lanes[1][2], lanes[1][3]));
         }
-    myCells.build(myPieces.boxes, myTreeBox);
-    myPieces.triangles = {};
-    myPieces.boxes = {};
+        myBox.enlargeBounds(low);
+        myBox.enlargeBounds(high);
+        const UT_Vector3 by = e == 0 ? UT_Vector3(0, 0, 0) : myPieces.drift;
+        ends[e] = UT_BoundingBox(low - by, high - by);
+    }
+    ends[0].enlargeBounds(ends[1]);
+    myLeafBoxes[number] = ends[0];
+    myTreeBox.enlargeBounds(ends[0]);
 }
 
 struct GU_RaySweep::Visitor {
