@@ -25,7 +25,10 @@ struct Found {
 
 Found cookSop(FLX_Node& node, SOP_Node& sop, OP_Context& context, FLX_GeoLookup& lookup) {
     node.stealGlobalErrors();
-    if (sop.needToCook(context, false) || sop.flags().changed) lookup.changed = 1;
+    if (sop.needToCook(context, false) || sop.flags().changed) {
+        lookup.changed = 1;
+        node.flushPasses(); // loops that wait may read the geometry that is made anew
+    }
     Found found;
     found.sop = &sop;
     found.detail = sop.cookedDetail(context);

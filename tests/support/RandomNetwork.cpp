@@ -24,7 +24,8 @@ void setNumber(FLX_Node& node, const char* parm, int component, Dice& dice, doub
                                                   "$VX + $CHARGE",
                                                   "flxpoint(3, \"P\", 1) * 0.2",
                                                   "flxpointnum($ID) * 0.01 + $AZ",
-                                                  "$BBY > 0.5 ? $AGE : $UPX"};
+                                                  "$BBY > 0.5 ? $AGE : $UPX",
+                                                  "$NUMHIT * 0.2 + $JUSTHIT"};
     if (dice.chance(35))
         node.setExpression(parm, component, expressions[dice.below(int(std::size(expressions)))]);
     else
@@ -34,7 +35,7 @@ void setNumber(FLX_Node& node, const char* parm, int component, Dice& dice, doub
 void setCommon(FLX_Node& node, Dice& dice) {
     if (dice.chance(10)) node.setExpression("activate", 0, "$T < 0.2 || $T > 0.35");
     if (dice.chance(12))
-        node.setString("source", dice.pick({"newborn", "0-40", "!joined", "newborn 3-600:7", "nothing*"}));
+        node.setString("source", dice.pick({"newborn", "0-40", "!joined", "newborn 3-600:7", "nothing*", "hitters"}));
 }
 
 void setForce(FLX_Node& node, Dice& dice) {
@@ -65,6 +66,28 @@ void setHandler(FLX_Node& node, Dice& dice) {
 
 void setNothing(FLX_Node&, Dice&) {}
 
+constexpr const char *SWELLING = "/obj/box/out", *STILL = "/obj/still/out", *SWAYING = "/obj/swaying/out";
+
+void setCollision(FLX_Node& node, Dice& dice) {
+    setCommon(node, dice);
+    node.setString("soppath", dice.pick({SWELLING, STILL, STILL, SWAYING, SWAYING, "/obj/nowhere"}));
+    node.setFloat("geohint", 0, dice.below(3));
+    node.setFloat("sample", 0, 1 + dice.below(3));
+    node.setFloat("behavior", 0, dice.chance(50) ? 1 : dice.below(6));
+    if (dice.chance(30)) node.setFloat("finalbehavior", 0, dice.below(5));
+    if (dice.chance(30)) setNumber(node, "minimpulse", 0, dice, 0, 3);
+    if (dice.chance(20)) setNumber(node, "tolerance", 0, dice, 0, 0.1);
+    if (dice.chance(40)) setNumber(node, "gainnml", 0, dice, 0, 1.2);
+    if (dice.chance(40)) setNumber(node, "gaintan", 0, dice, 0, 1);
+    if (dice.chance(20)) node.setExpression("hitindex", 0, dice.pick({"$NUMHIT", "$PT", "$ITER + $HITID"}));
+    if (dice.chance(25)) node.setString("group", "hitters");
+    if (dice.chance(25)) node.setString("event", "bang");
+    for (const char* toggle : {"preservegroup", "hituse", "enforceorient", "dohittest", "donormalstep", "donumhit",
+                               "dohitid", "dohittime", "dohitpos", "dohitposuv", "dohitnormal", "dohitdiff", "dohituv"})
+        node.setFloat(toggle, 0, dice.chance(50));
+    node.setFloat("dodistance", 0, dice.chance(15));
+}
+
 /// Some parameters, whatever they mean.
 void setAnything(FLX_Node& node, Dice& dice) {
     setCommon(node, dice);
@@ -86,11 +109,12 @@ struct OperatorRow {
 };
 
 constexpr OperatorRow operatorRows[] = {
-    {"force", 8, setForce},          {"null", 1, setNothing},        {"testmover", 8, setMover},
-    {"testasker", 2, setAsker},      {"testhandler", 3, setHandler}, {"acceleration", 1, setAnything},
-    {"angvelocity", 1, setAnything}, {"lookat", 1, setAnything},     {"position", 1, setAnything},
-    {"rotation", 1, setAnything},    {"speedlimit", 1, setAnything}, {"translation", 1, setAnything},
-    {"turn", 1, setAnything},        {"upvector", 1, setAnything},   {"velocity", 1, setAnything},
+    {"force", 8, setForce},          {"null", 1, setNothing},         {"testmover", 8, setMover},
+    {"testasker", 2, setAsker},      {"testhandler", 3, setHandler},  {"acceleration", 1, setAnything},
+    {"collision", 6, setCollision},  {"angvelocity", 1, setAnything}, {"lookat", 1, setAnything},
+    {"position", 1, setAnything},    {"rotation", 1, setAnything},    {"speedlimit", 1, setAnything},
+    {"translation", 1, setAnything}, {"turn", 1, setAnything},        {"upvector", 1, setAnything},
+    {"velocity", 1, setAnything},
 };
 
 const OperatorRow& pickRow(Dice& dice) {
@@ -118,12 +142,36 @@ void addBox(GU_Detail& detail, float time) {
                             [&](GEO_Point* p) { *p->castAttribData<float>(mass) = 1.5f + p->getPos().x() * 0.2f; });
 }
 
+/// Walls around and below the box, of triangles, with something to read at a hit.
+void addWalls(GU_Detail& detail, float shift) {
+    constexpr int CELLS = 6;
+    GEO_Point* corners[CELLS + 1][CELLS + 1];
+    const int diffuse = detail.pointAttribs().append("Cd", 12, GB_ATTRIB_VECTOR, nullptr);
+    for (int i = 0; i <= CELLS; ++i)
+        for (int k = 0; k <= CELLS; ++k) {
+            const float x = float(i) - 0.5f * CELLS, z = float(k) - 0.5f * CELLS;
+            corners[i][k] = detail.appendPoint();
+            corners[i][k]->setPos(UT_Vector4(x + shift, 0.2f * (x * x + z * z) - 1.2f + 0.5f * shift, z, 1));
+            corners[i][k]->castAttribData<UT_Vector3>(diffuse)->assign(x, z, 0.5f);
+        }
+    for (int i = 0; i < CELLS; ++i)
+        for (int k = 0; k < CELLS; ++k) {
+            GEO_Point* const low[] = {corners[i][k], corners[i][k + 1], corners[i + 1][k + 1]};
+            GEO_Point* const high[] = {corners[i][k], corners[i + 1][k + 1], corners[i + 1][k]};
+            GU_PrimPoly::build(&detail, low);
+            GU_PrimPoly::build(&detail, high);
+        }
+}
+
 } // namespace
 
 RandomNetwork::RandomNetwork(unsigned seed, FLX_CookOrder order)
     : myDice(seed) {
     registerTestOperators();
     myGeometry = myNet.addGeometry("box", addBox);
+    myNet.addGeometry(
+        "still", [](GU_Detail& detail, float) { addWalls(detail, 0); }, true);
+    myNet.addGeometry("swaying", [](GU_Detail& detail, float time) { addWalls(detail, 2 * time); });
     std::vector<FLX_Node*> branches;
     for (int i = 0, n = 1 + myDice.below(3); i < n; ++i)
         branches.push_back(myDice.chance(15) ? &addSubNetwork() : &addRow(addGenerator(), 2));

@@ -1,28 +1,17 @@
 #include "host/geo/GB_RecordPool.h"
 
 #include "host/ut/UT_BitSet.h"
+#include "host/ut/UT_LargeAllocator.h"
 
 #include <algorithm>
 #include <cassert>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 #include <stdexcept>
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
 
-void GB_RecordPool::FreeBlock::operator()(char* p) const { std::free(p); }
+void GB_RecordPool::FreeBlock::operator()(char* p) const { UTfreeLarge(p); }
 
 GB_RecordPool::Block GB_RecordPool::newBlock(size_t bytes) {
-    constexpr size_t HUGE_PAGE = size_t{1} << 21;
-    const size_t alignment = bytes < HUGE_PAGE ? 64 : HUGE_PAGE;
-    void* p = nullptr;
-    if (posix_memalign(&p, alignment, bytes)) throw std::bad_alloc();
-#ifdef __linux__
-    if (alignment == HUGE_PAGE) madvise(p, bytes, MADV_HUGEPAGE); // a hint: failure changes nothing
-#endif
-    return Block(static_cast<char*>(p));
+    return Block(static_cast<char*>(UTallocateLarge(bytes, UT_LargeEnd::Exact)));
 }
 
 void GB_RecordPool::poison([[maybe_unused]] char* base, [[maybe_unused]] size_t bytes) const {

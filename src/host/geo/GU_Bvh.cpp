@@ -201,13 +201,9 @@ void GU_Bvh::build(const std::vector<UT_BoundingBox>& boxes) {
     myBuiltCost = cost();
 }
 
-UT_BoundingBox GU_Bvh::boxOf(int32_t child, const std::vector<UT_BoundingBox>& boxes) const {
+UT_BoundingBox GU_Bvh::boxOf(int32_t child, const std::vector<UT_BoundingBox>& leafBoxes) const {
+    if (child < 0) return leafBoxes[static_cast<uint32_t>(~child)];
     UT_BoundingBox box;
-    if (child < 0) {
-        const uint32_t* items = leafItems(static_cast<uint32_t>(~child));
-        for (uint32_t i = 0; i < LEAF && items[i] != NO_ITEM; ++i) box.enlargeBounds(boxes[items[i]]);
-        return box;
-    }
     const auto& sides = myNodes[static_cast<size_t>(child)].sides;
     for (int i = 0; i < WIDTH; ++i)
         box.enlargeBounds(UT_BoundingBox({sides[0][0][i], sides[0][1][i], sides[0][2][i]},
@@ -230,14 +226,22 @@ double GU_Bvh::cost() const {
 }
 
 bool GU_Bvh::refit(const std::vector<UT_BoundingBox>& boxes) {
+    std::vector<UT_BoundingBox> leafBoxes(leafCount());
+    for (size_t l = 0; l < leafBoxes.size(); ++l)
+        for (uint32_t i = 0; i < LEAF && leafItems(l)[i] != NO_ITEM; ++i)
+            leafBoxes[l].enlargeBounds(boxes[leafItems(l)[i]]);
+    if (refitLeaves(leafBoxes)) return true;
+    build(boxes);
+    return false;
+}
+
+bool GU_Bvh::refitLeaves(const std::vector<UT_BoundingBox>& leafBoxes) {
     for (size_t n = myNodes.size(); n-- > 0;) // children come behind their parents
         for (int i = 0; i < WIDTH; ++i)
             if (myNodes[n].sides[0][0][i] <= myNodes[n].sides[1][0][i])
-                setChild(myNodes[n], i, boxOf(myNodes[n].child[i], boxes));
+                setChild(myNodes[n], i, boxOf(myNodes[n].child[i], leafBoxes));
     constexpr double WORSE = 1.5;
-    if (cost() <= WORSE * myBuiltCost) return true;
-    build(boxes);
-    return false;
+    return cost() <= WORSE * myBuiltCost;
 }
 
 void GU_Bvh::setChild(Node& node, int i, const UT_BoundingBox& box) {

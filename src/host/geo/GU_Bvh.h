@@ -42,6 +42,8 @@ public:
     /// The same tree over the same items in other places. A tree whose expected cost grew too much that way is built
     /// anew; the leaves are others then. Returns whether the tree stayed.
     bool refit(const std::vector<UT_BoundingBox>& boxes);
+    /// The same by the boxes of the leaves. False when the tree's expected cost grew too much: build it anew.
+    bool refitLeaves(const std::vector<UT_BoundingBox>& leafBoxes);
 
     size_t leafCount() const { return myOrder.size() / 4; }
     /// The four items of a leaf, unused places NO_ITEM.
@@ -71,7 +73,7 @@ private:
     /// Makes a node, or a leaf, of the binary node; returns its number as `child` holds it.
     int32_t collapse(const Binary& tree, int32_t node);
     int32_t makeLeaf(const Binary& tree, int32_t node);
-    UT_BoundingBox boxOf(int32_t child, const std::vector<UT_BoundingBox>& boxes) const;
+    UT_BoundingBox boxOf(int32_t child, const std::vector<UT_BoundingBox>& leafBoxes) const;
     void setChild(Node& node, int i, const UT_BoundingBox& box);
     /// What a random ray is expected to visit, next to the surface of the root.
     double cost() const;

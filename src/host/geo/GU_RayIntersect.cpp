@@ -128,21 +128,12 @@ GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
     return {at(0), at(1), at(2)};
 }
 
-// Most particles are nowhere near a surface.
-bool GU_RayIntersect::passesBy(const UT_Vector3& org, const UT_Vector3& dir, const GU_RayInfo& info) const {
-    UT_Vector3 low, high;
-    GU_RaySearch::enclose(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, low, high);
-    for (int k = 0; k < 3; ++k)
-        if (low[k] > myBox.vmax()[k] || high[k] < myBox.vmin()[k]) return true;
-    return myCells.isClear(low, high);
-}
-
 int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
     if (mySweep) return mySweep->sendRay(org, dir, info);
     info.reset();
     info.myCandidates.clear();
     if (!GUisFinite(org) || !GUisFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
-    if (passesBy(org, dir, info)) return 0;
+    if (GU_RaySearch::passesBy(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, myCells)) return 0;
     Query query(org, dir, info, myBox, info.myCandidates);
     const Visitor visit{*this, query};
     if (query.find == GU_FIND_FURTHEST)

@@ -115,7 +115,6 @@ private:
     void fillLeaves();
     uint32_t laneOf(uint32_t item) const;
     Corners corners(uint32_t place) const;
-    bool passesBy(const UT_Vector3& org, const UT_Vector3& dir, const GU_RayInfo& info) const;
     void visitLeaf(uint32_t leaf, Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
     void testSpecial(uint32_t place, Query& query) const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/geo/GU_Bvh.h"
+#include "host/geo/GU_RayCells.h"
 #include "host/geo/GU_RayInfo.h"
 
 #include <algorithm>
@@ -37,29 +38,20 @@ struct GU_RaySearch {
     bool found = false;
     std::vector<GU_RayCandidate>& candidates;
 
-    /// True when the stretch of the range stays clear of the box for sure: most particles are nowhere near a surface.
-    static bool misses(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last,
-                       const UT_BoundingBox& box) {
-        for (int k = 0; k < 3; ++k) {
-            const double a = from[k] + way[k] * first, b = from[k] + way[k] * last;
-            const double slop = 1e-6 * (std::fabs(a) + std::fabs(b) + std::fabs(from[k]));
-            const double least = box.vmin()[k], most = box.vmax()[k];
-            if (std::min(a, b) - slop > most + 1e-6 * std::fabs(most)) return true;
-            if (std::max(a, b) + slop < least - 1e-6 * std::fabs(least)) return true;
-        }
-        return false;
-    }
-
-    /// A box around the stretch of the range and what rounding may add to it.
-    static void enclose(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last, UT_Vector3& low,
-                        UT_Vector3& high) {
+    /// True when the stretch of the range stays clear of everything for sure: most particles are nowhere near a
+    /// surface. `box` is around all that `cells` hold.
+    static bool passesBy(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last,
+                         const UT_BoundingBox& box, const GU_RayCells& cells) {
         constexpr double most = std::numeric_limits<float>::max();
+        UT_Vector3 low, high; // of the stretch, and what rounding may add to it
         for (int k = 0; k < 3; ++k) {
             const double a = from[k] + way[k] * first, b = from[k] + way[k] * last;
             const double slop = 2e-6 * (std::fabs(a) + std::fabs(b) + std::fabs(from[k]));
             low[k] = static_cast<float>(std::clamp(std::min(a, b) - slop, -most, most));
             high[k] = static_cast<float>(std::clamp(std::max(a, b) + slop, -most, most));
+            if (low[k] > box.vmax()[k] || high[k] < box.vmin()[k]) return true;
         }
+        return cells.isClear(low, high);
     }
 
     UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }

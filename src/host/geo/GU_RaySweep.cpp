@@ -37,16 +37,17 @@ struct GU_RaySweep::Query : GU_RaySearch {
         std::copy(knots, knots + SECTIONS + 1, ends);
     }
 
-    /// Turns to a section, false when nothing can be met during it. `scene` is a box in the frame of the tree.
-    bool enter(uint32_t which, const UT_Vector3D& drift, const UT_BoundingBox& scene, const UT_BoundingBox& world) {
+    /// Turns to a section, false when nothing can be met during it.
+    bool enter(uint32_t which, const GU_RaySweep& sweep) {
         if (!isUsed(which)) return false;
         section = which;
+        const UT_Vector3D drift(sweep.myPieces.drift);
         const double first = ends[which], last = ends[which + 1];
         const UT_Vector3D from = origin - drift * startOf(which);
         const UT_Vector3D along = which == 1 ? way - drift * rate : way;
-        if (misses(from, along, first, last, scene)) return false;
-        aim(from, along, first, last, scene);
-        setView(world);
+        if (passesBy(from, along, first, last, sweep.myTreeBox, sweep.myCells)) return false;
+        aim(from, along, first, last, sweep.myTreeBox);
+        setView(sweep.myBox);
         return true;
     }
 
@@ -67,6 +68,7 @@ struct GU_RaySweep::Query : GU_RaySearch {
     /// Its ends in float: where the particle is, and at which fraction of the step the surface.
     struct {
         float at[2][3], fraction[2], slop[3];
+        bool isTame; ///< coordinates whose cubes are still numbers
     } view;
 
 private:
@@ -82,6 +84,7 @@ private:
     void setView(const UT_BoundingBox& world) {
         for (uint32_t e = 0; e < 2; ++e)
             view.fraction[e] = static_cast<float>(section == 1 ? fraction(ends[1 + e]) : startOf(section));
+        view.isTame = true;
         for (int k = 0; k < 3; ++k) {
             double most = std::max(std::fabs(double(world.vmin()[k])), std::fabs(double(world.vmax()[k])));
             for (uint32_t e = 0; e < 2; ++e) {
@@ -90,43 +93,82 @@ private:
                 most = std::max(most, std::fabs(at));
             }
             view.slop[k] = static_cast<float>(std::min(2e-6 * most, 3e38));
+            view.isTame &= most < 1e11;
         }
     }
 };
 
 GU_RaySweep::GU_RaySweep(const GU_Detail& begin, const GU_Detail& end) {
-    myPieces = Pieces(begin, end);
-    myBvh.build(myPieces.boxes);
+    myPieces.collect(begin, end);
+    build();
+    myPieces.triangles = {};
+}
+
+void GU_RaySweep::build() {
+    myBvh.build(myPieces.boxes());
     fillLeaves();
 }
 
 bool GU_RaySweep::refit(const GU_Detail& begin, const GU_Detail& end) {
-    Pieces pieces(begin, end);
-    if (pieces.items != myPieces.items) return false;
-    myPieces = std::move(pieces);
-    myBvh.refit(myPieces.boxes);
+    mySpare.collect(begin, end);
+    if (mySpare.items != myPieces.items) return false;
+    std::swap(myPieces, mySpare);
     fillLeaves();
+    if (!myBvh.refitLeaves(myLeafBoxes)) build();
     return true;
 }
 
 void GU_RaySweep::fillLeaves() {
     myTreeBox.initBounds();
-    for (const UT_BoundingBox& box : myPieces.boxes) myTreeBox.enlargeBounds(box);
+    myBox.initBounds();
     myLeaves.resize(myBvh.leafCount());
-    for (size_t l = 0; l < myLeaves.size(); ++l)
-        for (size_t i = 0; i < 4; ++i) {
-            const uint32_t item = myBvh.leafItems(l)[i];
-            myLeaves[l].item[i] = item;
-            for (size_t v = 0; v < 3; ++v) {
-                const Moving p = item == GU_Bvh::NO_ITEM ? Moving{{0, 0, 0}, {0, 0, 0}} : myPieces.triangles[item][v];
-                for (int k = 0; k < 3; ++k) {
-                    myLeaves[l].corners[0][v][k][i] = p.from[k];
-                    myLeaves[l].corners[1][v][k][i] = p.to[k];
-                }
+    myLeafBoxes.resize(myLeaves.size());
+    constexpr size_t AHEAD = 4;
+    for (size_t l = 0; l < myLeaves.size(); ++l) {
+        if (l + AHEAD < myLeaves.size())
+            for (size_t i = 0; i < 4; ++i)
+                if (const uint32_t item = myBvh.leafItems(l + AHEAD)[i]; item != GU_Bvh::NO_ITEM)
+                    __builtin_prefetch(&myPieces.triangles[item]);
+        fillLeaf(l);
+    }
+    myCells.build(myLeafBoxes, myTreeBox);
+}
+
+void GU_RaySweep::fillLeaf(size_t number) {
+    Leaf& leaf = myLeaves[number];
+    const uint32_t* items = myBvh.leafItems(number);
+    for (size_t i = 0; i < 4; ++i) {
+        leaf.item[i] = items[i];
+        const auto& triangle = myPieces.triangles[items[i] == GU_Bvh::NO_ITEM ? items[0] : items[i]];
+        for (size_t v = 0; v < 3; ++v)
+            for (int k = 0; k < 3; ++k) {
+                leaf.corners[0][v][k][i] = triangle[v].from[k];
+                leaf.corners[1][v][k][i] = triangle[v].to[k];
             }
+    }
+    UT_BoundingBox ends[2]; // in the frame of the tree
+    for (size_t e = 0; e < 2; ++e) {
+        UT_Vector3 low, high;
+        for (int k = 0; k < 3; ++k) {
+            GU_Float4 least = GU_Float4::load(leaf.corners[e][0][k]), most = least;
+            for (size_t v = 1; v < 3; ++v) {
+                least = min(least, GU_Float4::load(leaf.corners[e][v][k]));
+                most = max(most, GU_Float4::load(leaf.corners[e][v][k]));
+            }
+            float lanes[2][4];
+            least.store(lanes[0]);
+            most.store(lanes[1]);
+            low[k] = std::min(std::min(lanes[0][0], lanes[0][1]), std::min(lanes[0][2], lanes[0][3]));
+            high[k] = std::max(std::max(lanes[1][0], lanes[1][1]), std::max(lanes[1][2], lanes[1][3]));
         }
-    myPieces.triangles = {};
-    myPieces.boxes = {};
+        myBox.enlargeBounds(low);
+        myBox.enlargeBounds(high);
+        const UT_Vector3 by = e == 0 ? UT_Vector3(0, 0, 0) : myPieces.drift;
+        ends[e] = UT_BoundingBox(low - by, high - by);
+    }
+    ends[0].enlargeBounds(ends[1]);
+    myLeafBoxes[number] = ends[0];
+    myTreeBox.enlargeBounds(ends[0]);
 }
 
 struct GU_RaySweep::Visitor {
@@ -153,7 +195,7 @@ int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInf
 }
 
 void GU_RaySweep::walk(uint32_t section, Query& query) const {
-    if (!query.enter(section, myPieces.drift, myTreeBox, myPieces.box)) return;
+    if (!query.enter(section, *this)) return;
     const Visitor visit{*this, query};
     if (query.find == GU_FIND_FURTHEST)
         myBvh.along<true>(query.line, visit);
@@ -161,25 +203,81 @@ void GU_RaySweep::walk(uint32_t section, Query& query) const {
         myBvh.along<false>(query.line, visit);
 }
 
-// The corners relative to the particle at both ends of the section, four triangles at once in float: none that lie to
-// one side of it throughout is met. `slop` is far above what rounding does to coordinates of this size.
+namespace {
+
+/// Four triangles at once in float, as the particle sees their corners at both ends of a section. None that lies to one
+/// side of the particle throughout, along whatever axis, is met. `slop` is how far coordinates may be off, far above
+/// what rounding does to numbers of their size here and in the sums below.
+struct SweptLanes {
+    GU_Float4 at[2][3][3]; ///< by end, corner and axis
+    GU_Float4 slop[3];
+
+    GU_Float4 edge(size_t from, size_t to, size_t k) const { // twice the mean of both ends
+        return (at[0][to][k] + at[1][to][k]) - (at[0][from][k] + at[1][from][k]);
+    }
+    /// Bits of the lanes that a coordinate axis tells apart.
+    int apartAlong(size_t k) const {
+        GU_Float4 low = at[0][0][k], high = low;
+        for (size_t i = 1; i < 6; ++i) {
+            low = min(low, at[i / 3][i % 3][k]);
+            high = max(high, at[i / 3][i % 3][k]);
+        }
+        return less(slop[k], low) | less(high, GU_Float4::splat(0) - slop[k]);
+    }
+    /// The same for an axis of each lane's own. Any is right; good ones are those that the triangle has no extent
+    /// along.
+    int apartAlong(const GU_Float4 (&axis)[3]) const {
+        const auto along = [&](size_t i) {
+            const GU_Float4(&p)[3] = at[i / 3][i % 3];
+            return axis[0] * p[0] + axis[1] * p[1] + axis[2] * p[2];
+        };
+        GU_Float4 low = along(0), high = low;
+        for (size_t i = 1; i < 6; ++i) {
+            const GU_Float4 x = along(i);
+            low = min(low, x);
+            high = max(high, x);
+        }
+        const GU_Float4 off = abs(axis[0]) * slop[0] + abs(axis[1]) * slop[1] + abs(axis[2]) * slop[2] +
+                              GU_Float4::splat(1e-36f); // what is lost where products are too small
+        return less(off, low) | less(high, GU_Float4::splat(0) - off);
+    }
+};
+
+void crossInto(const GU_Float4 (&a)[3], const GU_Float4 (&b)[3], GU_Float4 (&out)[3]) {
+    for (size_t k = 0; k < 3; ++k) {
+        const size_t i = (k + 1) % 3, j = (k + 2) % 3;
+        out[k] = a[i] * b[j] - a[j] * b[i];
+    }
+}
+
+} // namespace
+
 int GU_RaySweep::missed(const Leaf& leaf, const Query& query) const {
     const auto& ends = query.view;
-    const GU_Float4 zero = GU_Float4::splat(0);
+    SweptLanes lanes;
     int mask = 0;
     for (size_t k = 0; k < 3; ++k) {
-        GU_Float4 low = GU_Float4::splat(HUGE_VALF), high = zero - low;
-        const GU_Float4 slop = GU_Float4::splat(ends.slop[k]);
         for (size_t v = 0; v < 3; ++v) {
             const GU_Float4 from = GU_Float4::load(leaf.corners[0][v][k]);
             const GU_Float4 way = GU_Float4::load(leaf.corners[1][v][k]) - from;
-            for (int e = 0; e < 2; ++e) {
-                const GU_Float4 p = from + way * GU_Float4::splat(ends.fraction[e]) - GU_Float4::splat(ends.at[e][k]);
-                low = min(low, p);
-                high = max(high, p);
-            }
+            for (size_t e = 0; e < 2; ++e)
+                lanes.at[e][v][k] = from + way * GU_Float4::splat(ends.fraction[e]) - GU_Float4::splat(ends.at[e][k]);
         }
-        mask |= less(slop, low) | less(high, zero - slop);
+        lanes.slop[k] = GU_Float4::splat(ends.slop[k]);
+        mask |= lanes.apartAlong(k);
+    }
+    if (mask == 15 || !ends.isTame) return mask;
+    GU_Float4 edges[3][3], way[3], axis[3];
+    for (size_t k = 0; k < 3; ++k) {
+        for (size_t v = 0; v < 3; ++v) edges[v][k] = lanes.edge(v, (v + 1) % 3, k);
+        way[k] = GU_Float4::splat(0);
+        for (size_t v = 0; v < 3; ++v) way[k] = way[k] + (lanes.at[1][v][k] - lanes.at[0][v][k]);
+    }
+    crossInto(edges[0], edges[1], axis);
+    mask |= lanes.apartAlong(axis);
+    for (size_t v = 0; v < 3 && mask != 15; ++v) { // the sides of the prism that the triangle runs through
+        crossInto(edges[v], way, axis);
+        mask |= lanes.apartAlong(axis);
     }
     return mask;
 }

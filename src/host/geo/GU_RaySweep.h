@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/geo/GU_Bvh.h"
+#include "host/geo/GU_RayCells.h"
 #include "host/geo/GU_RayInfo.h"
 #include "host/ut/UT_BoundingBox.h"
 #include "host/ut/UT_LargeAllocator.h"
@@ -27,7 +28,7 @@ public:
     /// False, and nothing changed, when the surfaces do not come apart into the same pieces.
     bool refit(const GU_Detail& begin, const GU_Detail& end);
     int sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const;
-    const UT_BoundingBox& getBBox() const { return myPieces.box; }
+    const UT_BoundingBox& getBBox() const { return myBox; }
     size_t entries() const { return myPieces.shapes.size(); }
     size_t skipped() const { return myPieces.skipped; }
 
@@ -64,28 +65,40 @@ private:
         std::vector<Shape> shapes;
         std::vector<Item> items;
         std::vector<Moving> outlines;
-        std::vector<std::array<Moving, 3>> triangles; ///< by item, until the structure stands
-        std::vector<UT_BoundingBox> boxes;            ///< likewise, as the tree has them
-        UT_BoundingBox box;                           ///< of all corners at begin and end
+        std::vector<std::array<Moving, 3>> triangles; ///< by item, until the leaves hold them
         /// The tree is in a frame that moves along with the surfaces, by the mean of what their corners do: however
         /// fast they go, its boxes only hold how they deform.
-        UT_Vector3D drift{0, 0, 0};
+        UT_Vector3 drift{0, 0, 0};
         size_t skipped = 0;
-        std::vector<Moving> outline;      ///< work space: the polygon at hand
-        std::vector<UT_Vector3> sides[2]; ///< and its vertices at the begin and at the end
 
-        Pieces() = default;
-        Pieces(const GU_Detail& begin, const GU_Detail& end);
+        /// Replaces what is there, in the same memory.
+        void collect(const GU_Detail& begin, const GU_Detail& end);
+        /// Of the triangles, in the frame of the tree.
+        std::vector<UT_BoundingBox> boxes() const;
+
+    private:
+        struct Side { ///< one of the details, and the primitive at hand
+            const GU_Detail* detail;
+            std::vector<uint32_t> slots;
+            std::vector<UT_Vector3> outline;
+            UT_Vector3 at(size_t vertex) const;
+        };
         void addPolygon(const GEO_PrimPoly& from, const GEO_PrimPoly& to);
         void addMesh(const GEO_PrimMesh& from, const GEO_PrimMesh& to);
+        bool setOutline(const size_t* vertices, size_t n);
         Moving addFan(uint32_t firstPart);
         void addTriangle(uint32_t part, const Moving& a, const Moving& b, const Moving& c);
-        void enclose(); ///< drift and boxes of all triangles
+
+        Side mySides[2];
+        std::vector<Moving> myOutline;
+        UT_Vector3D myDriftSum{0, 0, 0};
     };
     struct Query;
     struct Visitor;
 
+    void build();
     void fillLeaves();
+    void fillLeaf(size_t number);
     void walk(uint32_t section, Query& query) const;
     void visitLeaf(uint32_t leaf, Query& query) const;
     /// Bits of the lanes that cannot be met during the section.
@@ -98,7 +111,11 @@ private:
     void finishAll(GU_RayInfo& info, const Query& query) const;
 
     Pieces myPieces;
+    Pieces mySpare; ///< memory for the next refit
     std::vector<Leaf, UT_LargeAllocator<Leaf>> myLeaves;
     GU_Bvh myBvh;
+    GU_RayCells myCells; ///< in the frame of the tree, as is the next box
     UT_BoundingBox myTreeBox;
+    UT_BoundingBox myBox;                    ///< of all corners at begin and end
+    std::vector<UT_BoundingBox> myLeafBoxes; ///< in the frame of the tree
 };

@@ -88,13 +88,6 @@ public:
         for (size_t i = findFrom(0); i != NONE; i = findFrom(i + 1)) f(i);
     }
 
-    /// Members that are in both.
-    size_t countCommon(const UT_BitSet& b) const {
-        size_t n = 0;
-        for (size_t i = 0; i < myWords.size(); ++i) n += size_t(std::popcount(myWords[i] & b.word(i)));
-        return n;
-    }
-
     UT_BitSet& operator|=(const UT_BitSet& b) {
         if (b.mySize > mySize) resize(b.mySize);
         for (size_t i = 0; i < b.myWords.size(); ++i) myWords[i] |= b.myWords[i];

@@ -6,18 +6,16 @@
 #include <sys/mman.h>
 #endif
 
-namespace {
-constexpr size_t LINE = 64, PAGE = size_t(2) << 20, WORTH_IT = size_t(1) << 20;
-}
-
-void* UTallocateLarge(size_t bytes) {
-    const size_t unit = bytes < WORTH_IT ? LINE : PAGE;
-    if (bytes > std::numeric_limits<size_t>::max() - unit) throw std::bad_alloc();
-    const size_t rounded = (bytes + unit - 1) / unit * unit;
-    void* memory = std::aligned_alloc(unit, rounded > 0 ? rounded : unit);
-    if (!memory) throw std::bad_alloc();
+void* UTallocateLarge(size_t bytes, UT_LargeEnd end) {
+    constexpr size_t LINE = 64, PAGE = size_t(2) << 20;
+    const bool filled = end == UT_LargeEnd::Filled;
+    const bool large = bytes >= (filled ? PAGE / 2 : PAGE);
+    if (bytes > std::numeric_limits<size_t>::max() - PAGE) throw std::bad_alloc();
+    if (large && filled) bytes = (bytes + PAGE - 1) / PAGE * PAGE;
+    void* memory = nullptr;
+    if (posix_memalign(&memory, large ? PAGE : LINE, bytes > 0 ? bytes : LINE)) throw std::bad_alloc();
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
-    if (unit == PAGE) madvise(memory, rounded, MADV_HUGEPAGE); // a wish: small pages serve as well
+    if (large) madvise(memory, bytes, MADV_HUGEPAGE); // a wish: small pages serve as well
 #endif
     return memory;
 }

@@ -4,9 +4,15 @@
 #include <limits>
 #include <new>
 
+/// What becomes of the end of memory in large pages.
+enum class UT_LargeEnd {
+    Filled, ///< the last page is taken whole, from half a page on
+    Exact,  ///< no more than was asked for, from a whole page on: for blocks that grow by doubling
+};
+
 /// Memory that is walked in no order: from some size on it is asked for in large pages, without which every access
 /// pays for finding its page. Aligned to at least 64 bytes. Throws std::bad_alloc.
-void* UTallocateLarge(size_t bytes);
+void* UTallocateLarge(size_t bytes, UT_LargeEnd end = UT_LargeEnd::Filled);
 void UTfreeLarge(void* memory) noexcept;
 
 /// For std::vector over such memory.

@@ -65,10 +65,10 @@ bool FLX_Collider::prepare() {
 }
 
 // Brings a structure of the moment's own up to date: refits it while the topology stays.
-template <class... Details> void FLX_Collider::follow(Moment& moment, const Details*... details) {
+void FLX_Collider::follow(Moment& moment) {
     ++myUpdates;
-    if (!moment.following || !moment.following->refit(details...))
-        moment.following = std::make_unique<GU_RayIntersect>(details...);
+    if (!moment.following || !moment.following->refit(moment.detail))
+        moment.following = std::make_unique<GU_RayIntersect>(moment.detail);
     moment.rays = moment.following.get();
 }
 
@@ -80,7 +80,7 @@ void FLX_Collider::prepareStatic() {
         only.shared = GU_RayIntersect::shared(only.detail);
         only.rays = only.shared.get();
     } else if (!only.rays->validForDetail(only.detail)) {
-        follow(only, only.detail);
+        follow(only);
         only.shared.reset();
     }
     myReach = only.rays->getBBox();
@@ -89,7 +89,7 @@ void FLX_Collider::prepareStatic() {
 void FLX_Collider::prepareTranslating() {
     for (size_t i = 0; i + 1 < myMoments.size(); ++i) {
         Moment& moment = *myMoments[i];
-        if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment, moment.detail);
+        if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment);
         moment.velocity = UT_Vector3((centroid(*myMoments[i + 1]->detail) - centroid(*moment.detail)) / double(mySpan));
         myReach.enlargeBounds(moment.rays->getBBox());
         myReach.enlargeBounds(moved(moment.rays->getBBox(), moment.velocity * mySpan));
@@ -98,12 +98,18 @@ void FLX_Collider::prepareTranslating() {
 
 bool FLX_Collider::prepareDeforming() {
     Moment &from = *myMoments[0], &to = *myMoments[1];
-    if (!GU_RayIntersect::validForDeformingGeometry(from.detail, to.detail)) {
-        from.rays = nullptr;
-        return false;
-    }
     const Version begin(*from.detail), end(*to.detail);
-    if (!from.rays || !(from.version == begin) || !(to.version == end)) follow(from, from.detail, to.detail);
+    if (!from.rays || !(from.version == begin) || !(to.version == end)) {
+        // What can be refitted is valid.
+        const bool refitted = from.following && from.following->refit(from.detail, to.detail);
+        if (!refitted && !GU_RayIntersect::validForDeformingGeometry(from.detail, to.detail)) {
+            from.rays = nullptr;
+            return false;
+        }
+        if (!refitted) from.following = std::make_unique<GU_RayIntersect>(from.detail, to.detail);
+        from.rays = from.following.get();
+        ++myUpdates;
+    }
     from.version = begin;
     to.version = end;
     myReach = from.rays->getBBox();

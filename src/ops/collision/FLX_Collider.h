@@ -79,7 +79,7 @@ private:
     void prepareStatic();
     void prepareTranslating();
     bool prepareDeforming();
-    template <class... Details> void follow(Moment& moment, const Details*... details);
+    void follow(Moment& moment);
 
     FLX_GeoHint myHint = FLX_GeoHint::Static;
     float mySpan = 0; ///< between two moments

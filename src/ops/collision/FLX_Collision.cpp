@@ -109,25 +109,28 @@ UT_ErrorSeverity FLX_Collision::cookFlx(OP_Context& opContext) {
         const auto minImpulse = cook.choose(MINIMPULSE);
         const auto hitIndex = cook.choose(HITINDEX);
         if (!mayRun()) return;
+        const auto waiting = std::make_shared<int>();
+        myWaiting = waiting;
         cook.each(
             DONE,
-            [this](GEO_Point* p, const auto& reach, const auto& normal, const auto& tangent, const auto& impulse,
-                   const auto& index) {
+            [this, waiting](GEO_Point* p, const auto& reach, const auto& normal, const auto& tangent,
+                            const auto& impulse, const auto& index) {
                 changePoint(p, reach, {tangent, normal, impulse, index});
             },
             late(tolerance), late(gainNormal), late(gainTangent), late(minImpulse), late(hitIndex));
-        if (myHits > 0) cook.context().addEvent(myEvent, cook.time());
+        if (myEvent.isstring() && myHits > 0) cook.context().addEvent(myEvent, cook.time());
     });
 }
 
 bool FLX_Collision::select(OP_Context& opContext, FLX_ContextData& context, const GB_PointGroup*& group) {
+    if (!myWaiting.expired()) context.flushPasses(); // it is cooked again
     const float t = opContext.getTime();
     const bool active = checkActivation(&context, ACTIVATE), shown = doUpdateViewport(&context) != 0;
     readMode(t);
     if (active || shown) fetchGeometry(context, t);
     if (shown && myCollider.current()) myGuide->merge(*myCollider.current());
     if (context.isGuideOnly() || !active) return false;
-    myHitGroup = GROUP.make(*context.getDetail());
+    myHitGroup = GROUP.make(context);
     myEvent = EVENT();
     context.removeEvent(myEvent);
     if (t == 0 || !parseSource(context, group)) return false;
@@ -163,7 +166,7 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     mySpeedOffset = context.getSpeedOffset();
     myRules = FLX_SweepRules();
     myRules.at = FLX_SweepOffsets(context);
-    myRules.paths = context.getDetail()->pointAttribs().find("pospath", 4, GB_ATTRIB_INDEX);
+    myRules.paths = context.peekDetail()->pointAttribs().find("pospath", 4, GB_ATTRIB_INDEX);
     myRules.time = t;
     myRules.timeStep = context.timeStep;
     myRules.behavior = myBehavior;
@@ -172,7 +175,7 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myRules.oversampling = myParts;
     myRules.addPrimToHitId = HITUSE() == 1;
     if (myBehavior == FLX_HIT_BOUNCE && myHint == FLX_GeoHint::Static && ENFORCEORIENT())
-        setUpSides(*context.getDetail(), t);
+        setUpSides(*context.peekDetail(), t);
     mySurfaces.reset();
     if (attaches(myBehavior, myRules.finalBehavior)) {
         mySurfaces = std::make_unique<FLX_SurfaceCache>(context);
@@ -181,6 +184,13 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myRules.surfaces = mySurfaces.get();
     myWantsTexture = myRules.at.hitUV >= 0;
     myWantsDiffuse = myRules.at.hitDiffuse >= 0;
+    myPassUse = whatIsWritten();
+}
+
+// What sticks or slides adds a string to a table and asks for geometry, which may ask the particles.
+FLX_PassUse FLX_Collision::whatIsWritten() const {
+    if (mySurfaces) return FLX_PassUse::Barrier;
+    return myHitGroup || myEvent.isstring() ? FLX_PassUse::Closing : FLX_PassUse::Queued;
 }
 
 void FLX_Collision::setUpSides(const GU_Detail& particles, float t) {

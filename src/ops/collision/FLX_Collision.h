@@ -52,6 +52,8 @@ public:
     Toggle         DODISTANCE      {this, {"dodistance", "Add Distance Attribute"}, false};
     // clang-format on
 
+    /// Known once the cook has been set up; until then that of the cook before, which is right but may wait less.
+    FLX_PassUse passUse() const override { return myPassUse; }
     void resolveObsoleteParms(PRM_ParmList* obsolete) override;
     static const PRM_TemplateTable& obsoleteTemplates();
 
@@ -73,6 +75,7 @@ private:
     void fetchGeometry(FLX_ContextData& context, float t);
     void setUpSweeps(FLX_ContextData& context, float t);
     void setUpSides(const GU_Detail& particles, float t);
+    FLX_PassUse whatIsWritten() const;
     UT_String pathFor(const FLX_ContextData& context, float t);
 
     void changePoint(GEO_Point* point, FLX_FunctionRef<float()> tolerance, const FLX_HitValues& values);
@@ -88,7 +91,9 @@ private:
 
     FLX_Collider myCollider;
 
-    // ---- of one cook
+    // ---- of one cook, and of its pass as long as that waits
+    std::weak_ptr<void> myWaiting; ///< there while a pass uses what follows
+    FLX_PassUse myPassUse = FLX_PassUse::Barrier;
     FLX_GeoHint myHint = FLX_GeoHint::Static;
     int myBehavior = FLX_HIT_DIE, myParts = 1;
     FLX_SweepRules myRules;

@@ -46,9 +46,9 @@ private:
     enum class Contact { None, Carried, Hit };
     struct Crossing;
     Contact findContact(const FLX_Sweep& sweep, const FLX_SurfaceRay& ray, float span, FLX_SurfaceHit& hit,
-                        UT_Vector3& carriedTo);
+                        Crossing& crossing);
     bool evaluateCrossing(const FLX_Sweep& sweep, const FLX_SurfaceHit& hit, int part, float span, Crossing& crossing);
     bool sweepPart(FLX_Sweep& sweep, int part, float span);
     bool bounceOffMoving(FLX_Sweep& sweep, const FLX_SurfaceRay& ray, float speed, const FLX_SurfaceHit& hit,
-                         float span);
+                         const Crossing& crossing, float span);
 };

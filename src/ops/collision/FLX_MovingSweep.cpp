@@ -26,12 +26,15 @@ float partsCovered(const FLX_Sweep& sweep) {
 
 /// The surface under a hit at both ends of a part, and where the particle is relative to it.
 struct FLX_IntersectBase::Crossing {
+    int prim = -1; ///< where; -1: nowhere known
+    float u = 0, v = 0;
     UT_Vector3 start, end, startNormal, endNormal;
     UT_Vector3 particleStart, particleEnd; ///< relative to the surface
     UT_Vector3 velocity;                   ///< of the surface
 
-    bool isCarried(const UT_Vector3& v) const {
-        return dot(v - velocity, startNormal) * dot(particleEnd, endNormal) < 0;
+    bool isAt(int number, float atU, float atV) const { return number >= 0 && number == prim && atU == u && atV == v; }
+    bool isCarried(const UT_Vector3& particle) const {
+        return dot(particle - velocity, startNormal) * dot(particleEnd, endNormal) < 0;
     }
     bool isCrossed() const {
         const float before = dot(particleStart, startNormal), after = dot(particleEnd, endNormal);
@@ -67,11 +70,11 @@ bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
     ray.subStep = part;
 
     FLX_SurfaceHit hit;
-    UT_Vector3 carriedTo;
-    switch (findContact(sweep, ray, span, hit, carriedTo)) {
+    Crossing crossing;
+    switch (findContact(sweep, ray, span, hit, crossing)) {
     case Contact::None: sweep.at += sweep.velocity * span; return true;
     case Contact::Carried:
-        sweep.at = carriedTo;
+        sweep.at = crossing.end;
         sweep.touched = true;
         return true;
     case Contact::Hit: break;
@@ -80,7 +83,7 @@ bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
     const float fraction = ray.length > 0 ? std::min(hit.t, ray.length) / ray.length : 0;
     const float start = sweep.rules.time - sweep.rules.timeStep + float(part) * span;
     sweep.recordAt(hit, ray.at(hit.t), start + fraction * span);
-    if (sweep.behavior == FLX_HIT_BOUNCE) return bounceOffMoving(sweep, ray, relative.length(), hit, span);
+    if (sweep.behavior == FLX_HIT_BOUNCE) return bounceOffMoving(sweep, ray, relative.length(), hit, crossing, span);
     const float moved = sweep.behavior == FLX_HIT_CONTINUE ? float(sweep.rules.oversampling - part)
                         : ray.length > 0                   ? hit.t / ray.length
                                                            : 0;
@@ -90,16 +93,12 @@ bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
 
 // What bounces has to cross the surface as it moves; other behaviours take every hit.
 FLX_IntersectBase::Contact FLX_IntersectBase::findContact(const FLX_Sweep& sweep, const FLX_SurfaceRay& ray, float span,
-                                                          FLX_SurfaceHit& hit, UT_Vector3& carriedTo) {
+                                                          FLX_SurfaceHit& hit, Crossing& crossing) {
     if (!intersectVertexWithMovingGeometry(ray, hit)) return Contact::None;
     if (sweep.behavior != FLX_HIT_BOUNCE) return Contact::Hit;
-    Crossing crossing;
     if (!evaluateCrossing(sweep, hit, ray.subStep, span, crossing)) return Contact::Hit;
     if (std::fabs(hit.t) <= ON_SURFACE) {
-        if (crossing.isCarried(sweep.velocity)) {
-            carriedTo = crossing.end;
-            return Contact::Carried;
-        }
+        if (crossing.isCarried(sweep.velocity)) return Contact::Carried;
         const FLX_SurfaceHit first = hit;
         FLX_SurfaceRay again = ray;
         again.previous = &first;
@@ -112,6 +111,7 @@ FLX_IntersectBase::Contact FLX_IntersectBase::findContact(const FLX_Sweep& sweep
 
 bool FLX_IntersectBase::evaluateCrossing(const FLX_Sweep& sweep, const FLX_SurfaceHit& hit, int part, float span,
                                          Crossing& c) {
+    c.prim = -1;
     const auto evaluate = [&](int k, UT_Vector3& position, UT_Vector3& normal) {
         const GU_Detail* detail = getOversampledDetail(k);
         if (!detail || hit.prim < 0 || size_t(hit.prim) >= detail->primitives().entries()) return false;
@@ -125,18 +125,27 @@ bool FLX_IntersectBase::evaluateCrossing(const FLX_Sweep& sweep, const FLX_Surfa
     c.velocity = (c.end - c.start) * (1 / span);
     c.particleStart = sweep.at - c.start;
     c.particleEnd = sweep.at + sweep.velocity * span - c.end;
+    c.prim = hit.prim;
+    c.u = hit.u;
+    c.v = hit.v;
     return true;
 }
 
 // The bounce is relative to the geometry; of the surface's own motion the part along the normal comes on top. The
 // particle goes with the surface to the end of the part.
 bool FLX_IntersectBase::bounceOffMoving(FLX_Sweep& sweep, const FLX_SurfaceRay& ray, float speed,
-                                        const FLX_SurfaceHit& hit, float span) {
+                                        const FLX_SurfaceHit& hit, const Crossing& crossing, float span) {
     const float u = std::clamp(hit.u, INSIDE, 1 - INSIDE), v = std::clamp(hit.v, INSIDE, 1 - INSIDE);
     const UT_Vector3 place = ray.at(hit.t), n = hit.normal;
     UT_Vector3 surface(0, 0, 0), endNormal;
     UT_Vector4 start(place, 1), end(place, 1);
-    getCollisionVelocity(ray.subStep, hit.prim, u, v, span, surface, start, end, endNormal);
+    if (crossing.isAt(hit.prim, u, v)) {
+        surface = crossing.velocity;
+        start = UT_Vector4(crossing.start, 1);
+        end = UT_Vector4(crossing.end, 1);
+    } else {
+        getCollisionVelocity(ray.subStep, hit.prim, u, v, span, surface, start, end, endNormal);
+    }
 
     const float gainNormal = sweep.values.gainNormal();
     const float gainTangent = sweep.values.gainTangent();
