@@ -8,8 +8,6 @@
 
 namespace {
 
-const std::string PYTHON = "/usr/bin/python3";
-
 /// Births of one cook after another with a rate per second, as floats: the running count grows by rate x step, and a
 /// particle is born while it is above zero.
 class BirthCount {
@@ -184,22 +182,4 @@ TEST_F(RunTool, AnInitialStateContinuesASimulation) {
     const nlohmann::json before = nlohmann::json::parse(flx({"dump", example("rain.json"), "--frame", "30"}).out);
     const nlohmann::json after = nlohmann::json::parse(flx({"dump", "again.json", "--frame", "30"}).out);
     for (const char* name : {"P", "v", "life", "id"}) EXPECT_EQ(after["points"][name], before["points"][name]) << name;
-}
-
-TEST_F(RunTool, NumpyReadsWhatIsWritten) {
-    if (std::system((PYTHON + " -c 'import numpy' 2>/dev/null").c_str()) != 0) GTEST_SKIP() << "no numpy here";
-    ASSERT_EQ(flx({"run", example("fountain.json"), "--frames", "12", "--out", "f.npz", "--quiet"}).status, 0);
-    const nlohmann::json dump = nlohmann::json::parse(flx({"dump", example("fountain.json"), "--frame", "12"}).out);
-    put("read.py", "import json, sys, numpy\n"
-                   "d = numpy.load(sys.argv[1])\n"
-                   "json.dump({k: d[k].tolist() for k in ('P', 'v', 'id')}, open(sys.argv[2], 'w'))\n");
-    const std::string command = PYTHON + " " + path("read.py") + " " + path("f.npz") + " " + path("f.json");
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    const nlohmann::json read = nlohmann::json::parse(std::ifstream(path("f.json")));
-    ASSERT_EQ(read["P"].size(), dump["points"]["P"].size());
-    for (size_t i = 0; i < read["P"].size(); ++i)
-        for (size_t c = 0; c < 3; ++c) EXPECT_EQ(read["P"][i][c].get<float>(), dump["points"]["P"][i][c].get<float>());
-    EXPECT_EQ(read["id"], dump["points"]["id"]);
-    for (size_t i = 0; i < read["v"].size(); ++i)
-        EXPECT_EQ(read["v"][i].get<std::vector<float>>(), dump["points"]["v"][i].get<std::vector<float>>());
 }

@@ -62,19 +62,6 @@ TEST_F(ParticleNetworks, StartFrameAndWhatComesBefore) {
     EXPECT_EQ(network().particleCount(), 0);
 }
 
-TEST_F(ParticleNetworks, BirthsAndDeathsAddUp) {
-    loadNet(fountain);
-    long long alive = 0;
-    for (int frame = 1; frame <= 12; ++frame) {
-        ASSERT_TRUE(network().cookFrame(frame));
-        alive += network().born() - network().died();
-        EXPECT_EQ(network().particleCount(), alive) << frame;
-        EXPECT_EQ(network().born(), 10) << frame;
-    }
-    EXPECT_EQ(network().died(), 10) << "as many die as are born once the first have";
-    EXPECT_EQ(network().particleDetail()->points().entries(), size_t(alive));
-}
-
 TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
     loadNet(fountain + std::string(R"(, {"name": "pull", "type": "force", "inputs": ["birth"],
         "parms": {"force": [0, "-9.8 + $ID % 3", 0]}, "flags": ["display"]})"),

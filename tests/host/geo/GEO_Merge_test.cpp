@@ -137,6 +137,9 @@ TEST(Merge, DetailAttributesOnlyWhenMissing) {
     EXPECT_EQ(*a.attribs().castAttribData<int>(ida), 1);
     const GB_Attribute* event = a.attribs().find("event");
     EXPECT_STREQ(event->getIndex(*a.attribs().castAttribData<int>(event->getOffset())), "bang");
+    GU_Detail copy;
+    copy.duplicate(b, 1);
+    EXPECT_EQ(*copy.attribs().castAttribData<int>(idb), 50);
 }
 
 TEST(Scratch, HandlesWorkPointsAndRecords) {

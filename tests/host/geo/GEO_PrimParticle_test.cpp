@@ -76,26 +76,3 @@ TEST(Particles, MarkedOnesGoTogether) {
     EXPECT_EQ(s.detail.removeUnusedPoints(), 5u);
     EXPECT_EQ(s.detail.validate(), "");
 }
-
-TEST(Particles, SharedPointsSurviveOneDeath) {
-    Swarm s;
-    GEO_PrimParticle* other = static_cast<GEO_PrimParticle*>(s.detail.insertPrimitive(GEOPRIMPART));
-    GEO_Point* shared = s.prim->birthPoint();
-    s.prim->giveBirth();
-    other->appendParticle(shared);
-    s.prim->compact([](uint32_t) { return false; });
-    EXPECT_EQ(s.detail.removeUnusedPoints(), 1u);
-    EXPECT_EQ(other->particle(0), shared);
-    EXPECT_EQ(s.detail.validate(), "");
-    other->deleteLists();
-    EXPECT_EQ(s.detail.removeUnusedPoints(), 1u);
-}
-
-TEST(Particles, LoosePointsGoWithTheFirstReap) {
-    Swarm s;
-    s.detail.appendPoint();
-    s.prim->giveBirth();
-    EXPECT_EQ(s.detail.removeUnusedPoints(), 1u);
-    EXPECT_EQ(s.detail.points().number(s.prim->particle(0)), 0u);
-    EXPECT_EQ(s.detail.removeUnusedPoints(), 0u);
-}

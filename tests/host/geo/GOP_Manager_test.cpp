@@ -85,38 +85,30 @@ TEST(GroupStrings, Table) {
     EXPECT_EQ(f.detail.pointGroups().entries(), 4u) << "nameless groups are not among the detail's";
 }
 
-TEST(GroupStrings, ANameIsTheGroupItselfACopyIsNot) {
-    Fixture f;
-    const GB_PointGroup* left = f.detail.pointGroups().find("left");
-    EXPECT_EQ(f.manager.parsePointGroups(" left ", &f.detail), left);
-    GB_PointGroup* copy = f.manager.parsePointGroupsCopy("left", &f.detail);
-    copy->clear();
-    EXPECT_EQ(left->entries(), 4u);
-}
-
-TEST(GroupStrings, NamelessGroupsFollowRemovals) {
-    Fixture f;
-    const GB_PointGroup* g = f.manager.parsePointGroups("0-3", &f.detail);
-    UT_BitSet gone(f.detail.points().slotEnd());
-    gone.set(f.detail.points().slotAt(1));
-    f.detail.destroyPoints(gone);
-    GEO_Point* reborn = f.detail.appendPoint(); // takes the freed slot
-    EXPECT_FALSE(g->contains(reborn));
-    EXPECT_EQ(g->entries(), 3u);
-    EXPECT_EQ(f.members(g), "012");
-    f.detail.stashAll();
-    EXPECT_TRUE(g->isEmpty());
-}
-
-TEST(GroupStrings, NamelessGroupsOutliveTheirDetail) {
-    GOP_Manager manager;
-    const GB_PointGroup* g;
+TEST(GroupStrings, NamedAndNamelessGroups) {
+    GOP_Manager later;
+    const GB_PointGroup* survivor;
     {
         Fixture f;
-        g = manager.parsePointGroups("0-3", &f.detail);
+        const GB_PointGroup* left = f.detail.pointGroups().find("left");
+        EXPECT_EQ(f.manager.parsePointGroups(" left ", &f.detail), left);
+        f.manager.parsePointGroupsCopy("left", &f.detail)->clear();
+        EXPECT_EQ(left->entries(), 4u) << "a copy is not the group itself";
+
+        const GB_PointGroup* g = f.manager.parsePointGroups("0-3", &f.detail);
+        UT_BitSet gone(f.detail.points().slotEnd());
+        gone.set(f.detail.points().slotAt(1));
+        f.detail.destroyPoints(gone);
+        EXPECT_FALSE(g->contains(f.detail.appendPoint())) << "which takes the freed slot";
+        EXPECT_EQ(f.members(g), "012");
+        EXPECT_EQ(g->entries(), 3u);
+        f.detail.stashAll();
+        EXPECT_TRUE(g->isEmpty());
+        Fixture other;
+        survivor = later.parsePointGroups("0-3", &other.detail);
     }
-    EXPECT_EQ(g->entries(), 4u);
-    manager.destroyAdhocGroups();
+    EXPECT_EQ(survivor->entries(), 4u) << "it outlives its detail";
+    later.destroyAdhocGroups();
 }
 
 TEST(GroupStrings, Primitives) {

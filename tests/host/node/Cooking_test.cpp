@@ -155,17 +155,6 @@ TEST_F(Cooking, ManyForksAndLongChainsEnd) {
     EXPECT_EQ(last->getChangeSerial(), serial + 1);
 }
 
-TEST_F(Cooking, BypassGoesToTheInput) {
-    ExampleNode *a = node("a"), *b = node("b");
-    b->setInput(0, a);
-    OP_Context context(0);
-    b->cook(context);
-    b->setBypass(true);
-    b->cook(context);
-    EXPECT_EQ(b->works, 1);
-    EXPECT_EQ(b->cookCount(), 2u);
-}
-
 TEST_F(Cooking, ModificationsVisitADiamondOnce) {
     ExampleNode *a = node("a"), *b = node("b"), *c = node("c"), *d = node("d"), *e = node("e");
     b->setInput(0, a);

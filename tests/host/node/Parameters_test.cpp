@@ -309,11 +309,4 @@ TEST_F(Parameters, EnableRulesFollowTheOtherParameters) {
     EXPECT_TRUE(enable::off("on").test(*n));
 }
 
-TEST_F(Parameters, ButtonsCallBack) {
-    ExampleNode* n = node("n");
-    const PRM_Template& row = n->parmTemplate(n->PRESS.index());
-    EXPECT_EQ(row.callback(n, 3, 0), 1);
-    EXPECT_EQ(n->presses, 3);
-}
-
 } // namespace

@@ -62,43 +62,6 @@ TEST(UT_Noise, ColumnsGiveTheBitsOfSinglePoints) {
         }
 }
 
-TEST(UT_Noise, BoundedEverywhereAndCentred) {
-    const Columns at = places(20000);
-    for (int type = 0; type < 4; ++type) {
-        const UT_Noise noise(5, type);
-        double sum = 0, squares = 0;
-        for (size_t i = 0; i < at.size(); ++i) {
-            UT_Vector3 v;
-            noise.turbulence(at[i], 0, v, 0.5f, 1);
-            for (int c = 0; c < 3; ++c) {
-                ASSERT_LE(std::fabs(v[c]), 1.1f) << "type " << type; // false for NaN
-                sum += double(v[c]), squares += double(v[c]) * double(v[c]);
-            }
-        }
-        const double n = 3 * double(at.size());
-        EXPECT_NEAR(sum / n, 0, 0.02) << "type " << type;
-        EXPECT_GT(squares / n, 0.03) << "type " << type;
-    }
-}
-
-TEST(UT_Noise, ContinuousAcrossCells) {
-    // Small steps along lines through many cells; the steepest slope of each field is far below these.
-    const float step = 0x1p-12f;
-    for (int type = 0; type < 4; ++type) {
-        const UT_Noise noise(3, type);
-        const float steepest = type == 3 ? 8.0f : 6.0f;
-        for (const UT_Vector3& direction :
-             {UT_Vector3(1, 0, 0), UT_Vector3(0, 1, 0), UT_Vector3(0.6f, -0.64f, 0.48f)}) {
-            UT_Vector3 before, now;
-            noise.turbulence(UT_Vector3(-5, 0.2f, 1.1f), 0, before, 0.5f, 1);
-            for (int i = 1; i < 40000; ++i, before = now) {
-                noise.turbulence(UT_Vector3(-5, 0.2f, 1.1f) + direction * (step * float(i)), 0, now, 0.5f, 1);
-                ASSERT_LT((now - before).length(), steepest * step * 1.8f) << "type " << type << ", step " << i;
-            }
-        }
-    }
-}
-
 TEST(UT_Noise, ChannelsSeedsTypesAndNeighboursAreUnrelated) {
     const Columns at = places(20000);
     const auto correlation = [&](auto f, auto g) {
