@@ -98,6 +98,9 @@ void FLX_ParticleColumns::fillConstants() {
     }
 }
 
+// More bytes of records than the caches of a core usually hold.
+static constexpr size_t LARGE = size_t(1) << 20;
+
 void FLX_ParticleColumns::finish() {
     if (!evaluates()) return;
     myExpressions.finish();
@@ -106,6 +109,8 @@ void FLX_ParticleColumns::finish() {
         myOperator.flushPasses();
         myOperator.variableReader().settleBox();
     }
+    const GEO_PointList& points = myOperator.variableContext()->peekDetail()->points();
+    myFromMemory = points.entries() * points.access().stride() > LARGE;
     myReader = myOperator.variableReader();
     fillConstants();
 }
@@ -162,9 +167,9 @@ FLX_Chunk FLX_ParticleColumns::evaluate(const FLX_Chunk& chunk) {
             pointers[k] = reinterpret_cast<const char*>(part.point(k));
             if (!part.inARow) __builtin_prefetch(pointers[k], 1);
         }
-    fetch(
-        {part.inARow ? nullptr : pointers, reinterpret_cast<const char*>(part.point(0)), part.access.stride(), int(n)},
-        pointers, part.iteration);
+    const char* const first = reinterpret_cast<const char*>(part.point(0));
+    fetch({part.inARow ? nullptr : pointers, first, part.access.stride(), int(n), myFromMemory}, pointers,
+          part.iteration);
     myExpressions.run(int(n));
     roundResults(int(n));
     return part;

@@ -81,6 +81,7 @@ private:
     bool myEvaluates = false;
     EV_Columns myExpressions;
     bool myNeedsBox = false;
+    bool myFromMemory = false; ///< the records do not fit into the caches
     std::vector<Output> myOutputs;
     std::vector<VM_Field> myFields;
     std::vector<Computed> myComputed;

@@ -105,10 +105,10 @@ VM_Kernel blockKernel(VM_Op op, unsigned numbers) {
 
 struct Kernels {
     std::array<VM_Forms, size_t(VM_Op::NumOps)> forms;
-    int (*fetchGroups)(const VM_Records&, const VM_Field*, size_t);
+    int (*fetchGroups)(const VM_Records&, const VM_Field*, size_t, int, int);
     void (*round)(const double*, float*, int);
 
-    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, const VM_Field*, size_t),
+    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, const VM_Field*, size_t, int, int),
             void (*roundLanes)(const double*, float*, int))
         : forms()
         , fetchGroups(fetch)
@@ -157,6 +157,14 @@ std::atomic<const Kernels*>& currentKernels() {
     return theKernels;
 }
 
+// Reads each cache line of records in a row once, in order: what fetches from memory ahead of time recognises that,
+// while the many reads of fields, each with a step of its own, take up to twice as long.
+void touchLines(const VM_Records& records, int from, int to) {
+    const volatile char* const end = records.first + size_t(to) * records.stride;
+    for (const volatile char* at = records.first + size_t(from) * records.stride; at < end; at += 64)
+        static_cast<void>(*at);
+}
+
 void fetchOne(const char* record, const VM_Field& field, int k) {
     uint32_t bits;
     std::memcpy(&bits, record + field.offset, sizeof bits);
@@ -187,10 +195,16 @@ VM_Kernel VM_kernel(VM_Op op, unsigned numbers) {
 }
 
 void VM_fetch(const VM_Records& records, const VM_Field* fields, size_t numFields) {
-    int k = currentKernels().load(std::memory_order_relaxed)->fetchGroups(records, fields, numFields);
-    for (; k < records.count; ++k) {
-        const char* record = records.pointers ? records.pointers[k] : records.first + size_t(k) * records.stride;
-        for (size_t i = 0; i < numFields; ++i) fetchOne(record, fields[i], k);
+    const auto fetchGroups = currentKernels().load(std::memory_order_relaxed)->fetchGroups;
+    const bool isStream = records.fromMemory && !records.pointers;
+    const int slice = isStream ? 32 : records.count;
+    for (int from = 0; from < records.count; from += slice) {
+        const int to = std::min(from + slice, records.count);
+        if (isStream) touchLines(records, from, to);
+        for (int k = fetchGroups(records, fields, numFields, from, to); k < to; ++k) {
+            const char* record = records.pointers ? records.pointers[k] : records.first + size_t(k) * records.stride;
+            for (size_t i = 0; i < numFields; ++i) fetchOne(record, fields[i], k);
+        }
     }
 }
 

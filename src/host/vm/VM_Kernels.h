@@ -24,6 +24,7 @@ struct VM_Records {
     const char* first;
     size_t stride;
     int count;
+    bool fromMemory = false; // they hardly lie in a cache
 };
 
 // A 4-byte field of a record as a column of doubles.
@@ -35,8 +36,7 @@ struct VM_Field {
     double* to = nullptr;
 };
 
-// Fetches fields from all records, in one sweep: going over many records once per field breaks up the stream of cache
-// lines from memory, which takes up to twice as long.
+// Fetches fields from all records.
 void VM_fetch(const VM_Records& records, const VM_Field* fields, size_t numFields);
 
 // Values rounded to float, NaN to the one without sign and payload.

@@ -137,24 +137,23 @@ VM_TARGET inline void fetchEight(const Four& low, const Four& high, int k, const
     }
 }
 
-// Whole groups of eight; returns how many records that was.
-VM_TARGET int fetchGroups(const VM_Records& records, const VM_Field* fields, size_t numFields) {
-    const int n = records.count & ~7;
+// Records in groups of eight, from `from` on; returns how far it came before `to`.
+VM_TARGET int fetchGroups(const VM_Records& records, const VM_Field* fields, size_t numFields, int from, int to) {
+    int k = from;
     if (records.pointers) {
-        for (int k = 0; k < n; k += 8)
+        for (; k + 8 <= to; k += 8)
             fetchEight(AnyFour{records.pointers + k}, AnyFour{records.pointers + k + 4}, k, fields, numFields);
     } else {
-        const char* at = records.first;
-        for (int k = 0; k < n; k += 8, at += 8 * records.stride)
-            fetchEight(RowOfFour{at, records.stride}, RowOfFour{at + 4 * records.stride, records.stride}, k, fields,
-                       numFields);
+        const size_t stride = records.stride;
+        for (const char* at = records.first + size_t(k) * stride; k + 8 <= to; k += 8, at += 8 * stride)
+            fetchEight(RowOfFour{at, stride}, RowOfFour{at + 4 * stride, stride}, k, fields, numFields);
     }
-    return n;
+    return k;
 }
 
 #else
 
-int fetchGroups(const VM_Records&, const VM_Field*, size_t) { return 0; }
+int fetchGroups(const VM_Records&, const VM_Field*, size_t, int from, int) { return from; }
 
 #endif
 
