@@ -121,18 +121,13 @@ bool FLX_ParticleColumns::countsParticles() const {
     });
 }
 
-void FLX_ParticleColumns::fetch(const VM_Records& records, const char* const* pointers, int iteration) {
-    VM_fetch(records, myFields.data(), myFields.size());
-    for (const Computed& computed : myComputed) {
-        for (int k = 0; k < records.count; ++k)
-            computed.to[k] = double(
-                myReader.value(*computed.variable, reinterpret_cast<const GEO_Point*>(pointers[k]), iteration + k));
-    }
-}
-
 // ---- a block
 
 namespace {
+
+// As many lanes at a time as leave the records and registers in the nearest cache, and no long gap between what is read
+// from memory.
+constexpr size_t LANES = VM_LANES;
 
 bool ascend(const uint32_t* slots, size_t n) {
     uint32_t falls = 0;
@@ -143,8 +138,8 @@ bool ascend(const uint32_t* slots, size_t n) {
 // How many slots there are before one that has been there already.
 size_t countDistinct(const uint32_t* slots, size_t n) {
     if (ascend(slots, n)) return n;
-    constexpr size_t SIZE = 1024; // never nearly full
-    static_assert(SIZE >= 4 * FLX_ParticleColumns::SIZE);
+    constexpr size_t SIZE = 4 * FLX_ParticleColumns::SIZE; // never nearly full
+    static_assert(SIZE == 1024);
     uint16_t places[SIZE] = {}; // 1 + index
     for (size_t k = 0; k < n; ++k) {
         size_t h = slots[k] * 0x9e3779b1u >> 22;
@@ -167,30 +162,40 @@ FLX_Chunk FLX_ParticleColumns::evaluate(const FLX_Chunk& chunk) {
             pointers[k] = reinterpret_cast<const char*>(part.point(k));
             if (!part.inARow) __builtin_prefetch(pointers[k], 1);
         }
-    const char* const first = reinterpret_cast<const char*>(part.point(0));
-    fetch({part.inARow ? nullptr : pointers, first, part.access.stride(), int(n), myFromMemory}, pointers,
-          part.iteration);
-    myExpressions.run(int(n));
-    roundResults(int(n));
+    myNaNs.clear();
+    for (size_t at = 0; at < n; at += LANES) evaluateLanes(part, pointers, at, int(std::min(n - at, LANES)));
     return part;
 }
 
-void FLX_ParticleColumns::roundResults(int n) {
-    myNaNs.clear();
+void FLX_ParticleColumns::evaluateLanes(const FLX_Chunk& part, const char* const* pointers, size_t at, int n) {
+    const char* const first = reinterpret_cast<const char*>(part.point(at));
+    const VM_Records records{part.inARow ? nullptr : pointers + at, first, part.access.stride(), n, myFromMemory};
+    VM_fetch(records, myFields.data(), myFields.size());
+    for (const Computed& computed : myComputed)
+        for (int k = 0; k < n; ++k)
+            computed.to[k] =
+                double(myReader.value(*computed.variable, reinterpret_cast<const GEO_Point*>(pointers[at + size_t(k)]),
+                                      part.iteration + int(at) + k));
+    myExpressions.run(n);
+    roundResults(at, n);
+}
+
+void FLX_ParticleColumns::roundResults(size_t at, int n) {
     for (size_t i = 0; i < myOutputs.size(); ++i) {
         const Output& out = myOutputs[i];
-        if (out.fixedNaN) myNaNs.push_back({out.row, std::bitset<SIZE>().set()});
+        if (out.fixedNaN && at == 0) myNaNs.push_back({out.row, std::bitset<SIZE>().set()});
         if (out.result < 0) continue;
         const double* column = myExpressions.column(out.result);
-        const bool anyNaN = out.isInt ? out.row->numbers(column, myInts.data() + i * SIZE, n)
-                                      : out.row->numbers(column, myFloats.data() + i * SIZE, n);
-        if (anyNaN) noteNaN(out, column, n);
+        const size_t to = i * SIZE + at;
+        const bool anyNaN = out.isInt ? out.row->numbers(column, myInts.data() + to, n)
+                                      : out.row->numbers(column, myFloats.data() + to, n);
+        if (anyNaN) noteNaN(out, column, at, n);
     }
 }
 
-void FLX_ParticleColumns::noteNaN(const Output& out, const double* column, int n) {
+void FLX_ParticleColumns::noteNaN(const Output& out, const double* column, size_t at, int n) {
     auto& particles = myNaNs.emplace_back(out.row, 0).second;
-    for (size_t k = 0; k < size_t(n); ++k) particles.set(k, column[k] != column[k]);
+    for (size_t k = 0; k < size_t(n); ++k) particles.set(at + k, column[k] != column[k]);
 }
 
 void FLX_ParticleColumns::warn(const PRM_Template& row) const { myOperator.warnNotANumber(row); }

@@ -17,7 +17,7 @@ class FLX_LocalVar;
 /// finish() neither node nor context are asked for anything.
 class FLX_ParticleColumns {
 public:
-    static constexpr size_t SIZE = VM_LANES;
+    static constexpr size_t SIZE = FLX_Chunk::SIZE;
 
     /// Not enabled, it takes no expression at all.
     explicit FLX_ParticleColumns(FLX_LocalVar& op, bool enabled = true)
@@ -71,9 +71,9 @@ private:
     void planInputs();
     int addOutput(const Output& output);
     void fillConstants();
-    void fetch(const VM_Records& records, const char* const* pointers, int iteration);
-    void roundResults(int n);
-    void noteNaN(const Output& output, const double* column, int n);
+    void evaluateLanes(const FLX_Chunk& part, const char* const* pointers, size_t at, int n);
+    void roundResults(size_t at, int n);
+    void noteNaN(const Output& output, const double* column, size_t at, int n);
     void warn(const PRM_Template& row) const;
 
     FLX_LocalVar& myOperator;
