@@ -98,8 +98,10 @@ void FLX_ParticleColumns::fillConstants() {
     }
 }
 
-// More bytes of records than the caches of a core usually hold.
+// More bytes of records than the caches of a core usually hold. What streams from memory is best read in small pieces:
+// the stream stops while operations run.
 static constexpr size_t LARGE = size_t(1) << 20;
+static constexpr size_t FEW_LANES = VM_LANES / 4;
 
 void FLX_ParticleColumns::finish() {
     if (!evaluates()) return;
@@ -124,10 +126,6 @@ bool FLX_ParticleColumns::countsParticles() const {
 // ---- a block
 
 namespace {
-
-// As many lanes at a time as leave the records and registers in the nearest cache, and no long gap between what is read
-// from memory.
-constexpr size_t LANES = VM_LANES;
 
 bool ascend(const uint32_t* slots, size_t n) {
     uint32_t falls = 0;
@@ -163,7 +161,8 @@ FLX_Chunk FLX_ParticleColumns::evaluate(const FLX_Chunk& chunk) {
             if (!part.inARow) __builtin_prefetch(pointers[k], 1);
         }
     myNaNs.clear();
-    for (size_t at = 0; at < n; at += LANES) evaluateLanes(part, pointers, at, int(std::min(n - at, LANES)));
+    const size_t lanes = myFromMemory ? FEW_LANES : VM_LANES;
+    for (size_t at = 0; at < n; at += lanes) evaluateLanes(part, pointers, at, int(std::min(n - at, lanes)));
     return part;
 }
 

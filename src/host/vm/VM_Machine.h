@@ -2,7 +2,7 @@
 #include "host/vm/VM_Program.h"
 #include <cstddef>
 
-constexpr int VM_LANES = 64; // lanes of a full column
+constexpr int VM_LANES = 256; // lanes of a full column
 
 // What a program cannot compute itself: variables, strings, functions of the application.
 class VM_Host {
