@@ -116,9 +116,22 @@ bool FLX_ParticleColumns::countsParticles() const {
     });
 }
 
+bool FLX_ParticleColumns::reads(const FLX_Writing& writing) const {
+    const auto isWritten = [&](const VM_Field& field) {
+        return writing.touches(int(field.offset) - int(sizeof(GEO_Point)), int(sizeof(float)));
+    };
+    const auto mayBeWritten = [&](const Computed& computed) {
+        int offset = 0, bytes = 0;
+        return !myReader.extent(*computed.variable, offset, bytes) || writing.touches(offset, bytes);
+    };
+    return std::any_of(myFields.begin(), myFields.end(), isWritten) ||
+           std::any_of(myComputed.begin(), myComputed.end(), mayBeWritten);
+}
+
 void FLX_ParticleColumns::fetch(const VM_Records& records, const char* const* pointers, int iteration) {
     VM_fetch(records, myFields.data(), myFields.size());
     for (const Computed& computed : myComputed) {
+        if (myReader.fill(*computed.variable, records, computed.to)) continue;
         for (int k = 0; k < records.count; ++k)
             computed.to[k] = double(
                 myReader.value(*computed.variable, reinterpret_cast<const GEO_Point*>(pointers[k]), iteration + k));
