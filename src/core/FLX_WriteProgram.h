@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "core/FLX_Writing.h"
@@ -38,17 +39,17 @@ private:
         std::vector<UT_Vector4> addends = {}; ///< in the last lanes, the others 0
     };
     template <size_t BYTES> struct Store {
-        int offset;
+        ptrdiff_t offset;
         char value[BYTES];
     };
     /// Works on the four floats that end with the field: those before it are there in any case, as a point's header
     /// stands before its attributes.
     struct Sum {
         FourInts inField; ///< the lanes of the field, all bits of these set
-        int offset;
+        ptrdiff_t offset;
         int addends;
 
-        Four& place(GEO_Point* p) const { return *p->castAttribData<Four>(offset); }
+        Four& place(GEO_Point* p) const { return *reinterpret_cast<Four*>(p->data() + offset); }
         /// What stands before the field may be no float.
         Four start(const Four& old) const { return (Four)((FourInts)old & inField); }
         Four blend(const Four& old, const Four& sum) const {

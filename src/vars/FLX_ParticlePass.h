@@ -134,10 +134,17 @@ private:
     void runOnColumns(const FLX_Chunk& chunk) {
         const auto values =
             std::apply([&](const auto&... feed) { return std::tuple{feed.values(myColumns)...}; }, myFeeds);
-        chunk.forEach([skip = mySkip, formula = myFormula, values, follow = follower()](size_t k, GEO_Point* p) {
-            if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
-            follow(p);
-        });
+        const auto loop = [&](const auto& follower) {
+            chunk.forEach([skip = mySkip, formula = myFormula, values, follow = follower](size_t k, GEO_Point* p) {
+                if (!skip(p)) [[likely]]
+                    std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
+                follow(p);
+            });
+        };
+        if (following().empty())
+            loop([](GEO_Point*) {});
+        else
+            loop(follower());
     }
 
     void runInTurn(const FLX_Chunk& chunk) {
