@@ -108,6 +108,18 @@ const Case cases[] = {
          scene.appendVarying();
          countChain(scene, true);
      }},
+    {"four-operators",
+     [] {
+         Scene scene;
+         scene.appendConstant();
+         scene.append("rising").setExpression("force", 0, "$AGE * 0.25");
+         scene.last = &scene.simulation.add("translation", "trans", scene.last);
+         for (int i = 0; i < 3; ++i) scene.last->setFloat("trans", i, 1 + i);
+         scene.last = &scene.simulation.add("speedlimit", "limit", scene.last);
+         scene.last->setFloat("speedlimit", 0, -1);
+         scene.last->setFloat("speedlimit", 1, 50);
+         countChain(scene, true);
+     }},
     {"turnover", &countTurnover},
 };
 

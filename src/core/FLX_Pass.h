@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/FLX_Writing.h"
+#include "core/FLX_WriteProgram.h"
 #include "host/geo/GEO_Point.h"
 
 /// Up to SIZE particles in a row: of one primitive, or of a source group in point order.
@@ -68,6 +68,8 @@ public:
 
     /// All it does is to put constants into fields, or null.
     virtual const FLX_Writing* writing() const { return nullptr; }
+    /// It neither reads nor writes what these write, nor writes what they read: they may as well come before it.
+    virtual bool isApartFrom(const FLX_Writing&) const { return false; }
     /// From now on it does to each particle what it did, and then what `next` does, which need not run any more: a
     /// particle is fetched once for both. False, and nothing has changed, when it cannot. Both work on the same
     /// particles.
@@ -88,13 +90,19 @@ protected:
     void setCountsParticles(bool on) { myCountsParticles = on; }
     /// Every loop of the pass ends with a call of `follower` for each particle, also for those that it leaves out.
     void setMayBeFollowed(bool on) { myMayBeFollowed = on; }
-    FLX_Follower follower() {
-        if (!myProgram) myProgram.emplace(myFollowing);
-        return {myFollowing, *myProgram};
+    FLX_Follower follower() { return {myFollowing, program().runner()}; }
+    /// Calls loop(follower) with one that is made for what follows.
+    template <class Loop> void withFollower(const Loop& loop) {
+        program().withRunner([&](const auto& runner) { loop(FLX_FollowerOf(myFollowing, runner)); });
     }
     const FLX_Writing& following() const { return myFollowing; }
 
 private:
+    const FLX_WriteProgram& program() {
+        if (!myProgram) myProgram.emplace(myFollowing);
+        return *myProgram;
+    }
+
     bool mySelfContained = true;
     bool myCountsParticles = false;
     bool myMayBeFollowed = false;

@@ -9,11 +9,18 @@
 #include "core/FLX_Node.h"
 
 void FLX_PassQueue::add(std::unique_ptr<FLX_Pass> pass, FLX_PassDomain domain, bool inOrder) {
-    if (!myPasses.empty() && !inOrder) {
-        Entry& last = myPasses.back();
-        if (!last.inOrder && last.domain.sameParticles(domain) && last.pass->takeOver(*pass)) return;
-    }
-    myPasses.push_back({std::move(pass), std::move(domain), false, inOrder});
+    if (inOrder || !joins(*pass, domain)) myPasses.push_back({std::move(pass), std::move(domain), false, inOrder});
+}
+
+// Writes go to the first pass that can take them, in front of others to which they mean nothing: best to the time step.
+bool FLX_PassQueue::joins(const FLX_Pass& pass, const FLX_PassDomain& domain) {
+    const FLX_Writing* writing = pass.writing();
+    if (!writing) return false;
+    size_t first = myPasses.size();
+    const auto mayPass = [&](size_t i) { return i == myPasses.size() || myPasses[i].pass->isApartFrom(*writing); };
+    while (first > 0 && !myPasses[first - 1].inOrder && mayPass(first)) --first;
+    return std::any_of(myPasses.begin() + ptrdiff_t(first), myPasses.end(),
+                       [&](Entry& entry) { return entry.domain.sameParticles(domain) && entry.pass->takeOver(pass); });
 }
 
 void FLX_PassQueue::addStep(std::unique_ptr<FLX_StepPass> step, FLX_PassDomain domain) {
@@ -175,7 +182,8 @@ public:
 private:
     void append(uint32_t first, uint64_t bits) {
         if (bits == ~uint64_t(0)) {
-            for (uint32_t i = 0; i < 64; ++i) mySlots[myCount + i] = first + i;
+            uint32_t* const to = mySlots.data() + myCount;
+            for (uint32_t i = 0; i < 64; ++i) to[i] = first + i;
             myCount += 64;
             return;
         }

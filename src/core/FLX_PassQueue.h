@@ -13,7 +13,7 @@ class FLX_Node;
 /// The passes of a cook that have not run yet, in the order in which they were handed over. They run chunk by chunk:
 /// all of them on some 256 particles before the first of them on the next, so that a particle is fetched from memory
 /// once. Each pass keeps to its own particle, so the outcome is that of one pass after the other. A pass that only puts
-/// constants into fields goes into the loop of the one before it.
+/// constants into fields goes into the loop of one before it.
 class FLX_PassQueue {
 public:
     explicit FLX_PassQueue(FLX_ContextData& context)
@@ -45,6 +45,7 @@ private:
 
     class SequenceWalk;
 
+    bool joins(const FLX_Pass& pass, const FLX_PassDomain& domain);
     void walk() const;
     bool coversEveryPoint() const;
     void walkSequences() const;

@@ -19,10 +19,11 @@ public:
 
     /// `rules` must be plain, but for the limit; `accel` is the acceleration of a living particle afterwards.
     FLX_PlainStep(const FLX_Rules& rules, const UT_Vector3& accel)
-        : myAccel{accel.x(), accel.y(), accel.z(), 0}
-        , myBase(int(sizeof(GEO_Point)) + rules.core.velocity)
-        , myLimit(int(sizeof(GEO_Point)) + rules.speedLimit)
-        , myDt(rules.dt)
+        : myAccelFront{0, 0, 0, accel.x()}
+        , myAccelBack{accel.y(), accel.z()}
+        , myDt{rules.dt, rules.dt, rules.dt, rules.dt}
+        , myBase(ptrdiff_t(sizeof(GEO_Point)) + rules.core.velocity)
+        , myLimit(ptrdiff_t(sizeof(GEO_Point)) + rules.speedLimit)
         , myFits(sideBySide(rules.core) && !rules.suppression) {}
 
     /// Whether there is anything that `step` can do.
@@ -35,20 +36,22 @@ public:
         int& state = *reinterpret_cast<int*>(core + STATE);
         if (state) return NotMine;
         Four& position = *reinterpret_cast<Four*>(record);
-        Four& front = *reinterpret_cast<Four*>(core);            // v, first of accel
-        Four& back = *reinterpret_cast<Four*>(core + ACCEL + 4); // rest of accel, age, span
-        const Four old = position, v = front, rest = back;
-        const Four accel = {v[3], rest[0], rest[1], 0};
-        const float age = rest[2] + myDt, span = rest[3];
+        Four& front = *reinterpret_cast<Four*>(core);          // v, first of accel
+        Two& back = *reinterpret_cast<Two*>(core + ACCEL + 4); // rest of accel
+        float* const life = reinterpret_cast<float*>(core + LIFE);
+        const Four old = position, v = front;
+        const Four accel = *reinterpret_cast<const Four*>(core + ACCEL); // and age, in the lane that nothing is made of
+        const float age = life[0] + myDt[0], span = life[1];
         Four next = v + accel * myDt;
         if (Limited) {
             const float* limits = reinterpret_cast<const float*>(record + myLimit);
             if (changes(limits, next)) next = limited(limits, next);
         }
         position = __builtin_shufflevector(old + v * myDt, old, 0, 1, 2, 7);
-        front = __builtin_shufflevector(next, myAccel, 0, 1, 2, 4);
-        back = Four{myAccel[1], myAccel[2], age, span};
-        *reinterpret_cast<Four*>(core + BACKTRACK) = Four{v[0], v[1], v[2], myDt};
+        front = __builtin_shufflevector(next, myAccelFront, 0, 1, 2, 7);
+        back = myAccelBack;
+        life[0] = age;
+        *reinterpret_cast<Four*>(core + BACKTRACK) = __builtin_shufflevector(v, myDt, 0, 1, 2, 7);
         if (!(span >= 0 && age >= span)) return Living;
         state = FLX_DEAD;
         front[3] = back[0] = back[1] = 0;
@@ -57,6 +60,7 @@ public:
 
 private:
     typedef float Four __attribute__((vector_size(16), aligned(4), may_alias));
+    typedef float Two __attribute__((vector_size(8), aligned(4), may_alias));
 
     static constexpr int ACCEL = 12, LIFE = 24, STATE = 32, BACKTRACK = 36;
 
@@ -75,9 +79,10 @@ private:
                core.backtrack == v + BACKTRACK;
     }
 
-    Four myAccel;
-    int myBase;  // bytes from a point to its velocity
-    int myLimit; // and to its speed limit
-    float myDt;
+    Four myAccelFront;
+    Two myAccelBack;
+    Four myDt;
+    ptrdiff_t myBase;  // bytes from a point to its velocity
+    ptrdiff_t myLimit; // and to its speed limit
     bool myFits;
 };

@@ -50,7 +50,7 @@ private:
         const Quick quick(myRules, mySequel->accel);
         if (!quick.fits() || !myRules.plainButLimited()) return false;
         if (mySequel->isMore)
-            runQuickly(chunk, quick, mySequel->rest.runner());
+            mySequel->rest.withRunner([&](const auto& write) { runQuickly(chunk, quick, write); });
         else
             runQuickly(chunk, quick, [](GEO_Point*) {});
         return true;

@@ -9,7 +9,8 @@ public:
         : FLX_Pass(std::move(writing)) {}
 
     void run(const FLX_Chunk& chunk) override {
-        chunk.forEach([follow = follower()](size_t, GEO_Point* p) { follow(p); });
+        withFollower(
+            [&](const auto& follower) { chunk.forEach([follow = follower](size_t, GEO_Point* p) { follow(p); }); });
     }
     const FLX_Writing* writing() const override { return &following(); }
 };

@@ -123,6 +123,18 @@ bool FLX_ParticleColumns::countsParticles() const {
     });
 }
 
+bool FLX_ParticleColumns::reads(const FLX_Writing& writing) const {
+    const auto isWritten = [&](const VM_Field& field) {
+        return writing.touches(int(field.offset) - int(sizeof(GEO_Point)), int(sizeof(float)));
+    };
+    const auto mayBeWritten = [&](const Computed& computed) {
+        int offset = 0, bytes = 0;
+        return !myReader.extent(*computed.variable, offset, bytes) || writing.touches(offset, bytes);
+    };
+    return std::any_of(myFields.begin(), myFields.end(), isWritten) ||
+           std::any_of(myComputed.begin(), myComputed.end(), mayBeWritten);
+}
+
 // ---- a block
 
 namespace {
@@ -170,11 +182,13 @@ void FLX_ParticleColumns::evaluateLanes(const FLX_Chunk& part, const char* const
     const char* const first = reinterpret_cast<const char*>(part.point(at));
     const VM_Records records{part.inARow ? nullptr : pointers + at, first, part.access.stride(), n, myFromMemory};
     VM_fetch(records, myFields.data(), myFields.size());
-    for (const Computed& computed : myComputed)
+    for (const Computed& computed : myComputed) {
+        if (myReader.fill(*computed.variable, records, computed.to)) continue;
         for (int k = 0; k < n; ++k)
             computed.to[k] =
                 double(myReader.value(*computed.variable, reinterpret_cast<const GEO_Point*>(pointers[at + size_t(k)]),
                                       part.iteration + int(at) + k));
+    }
     myExpressions.run(n);
     roundResults(at, n);
 }

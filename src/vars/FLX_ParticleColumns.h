@@ -36,6 +36,9 @@ public:
     /// Something reads the particle's number ($ITER, $PT).
     bool countsParticles() const;
 
+    /// Something that the writing writes, as far as is known.
+    bool reads(const FLX_Writing& writing) const;
+
     /// Evaluates for the first particles of a chunk and returns these: for SIZE of them, unless one stands there twice;
     /// then for those before the second time, because what happens at the first may change what is to be found there.
     FLX_Chunk evaluate(const FLX_Chunk& chunk);

@@ -15,10 +15,22 @@ struct FLX_Skip {
     bool operator()(const GEO_Point* p) const { return (*p->castAttribData<int>(stateOffset) & bits) != 0; }
 };
 
+/// Bytes of a particle's attributes.
+struct FLX_Bytes {
+    int offset, bytes;
+
+    bool overlaps(int otherOffset, int otherBytes) const {
+        return offset < otherOffset + otherBytes && otherOffset < offset + bytes;
+    }
+};
+
 /// A formula that adds its argument to a vector of the particle. Formulas that have a `write` only put constants into
-/// fields where nothing varies; their loops become one with their neighbours' (see FLX_WritePass).
+/// fields where nothing varies; their loops become one with their neighbours' (see FLX_WritePass). Those that have a
+/// `target` read and write nothing else of the particle, so that such constants may go before them.
 struct FLX_AddVector {
     int offset;
+
+    FLX_Bytes target() const { return {offset, int(sizeof(UT_Vector3))}; }
 
     void operator()(GEO_Point* p, const UT_Vector3& v) const { *p->castAttribData<UT_Vector3>(offset) += v; }
     FLX_Writing write(const FLX_Skip& skip, const UT_Vector3& v) const {
@@ -29,6 +41,9 @@ struct FLX_AddVector {
 /// One that sets floats which lie side by side: those of a number, a vector or a quaternion, or so many numbers.
 struct FLX_SetFloats {
     int offset;
+
+    /// At most.
+    FLX_Bytes target() const { return {offset, int(sizeof FLX_Write::values)}; }
 
     template <class... Values> void operator()(GEO_Point* p, const Values&... values) const {
         char* to = p->castAttribData<char>(offset);
@@ -104,14 +119,32 @@ public:
         }
     }
 
+    bool isApartFrom(const FLX_Writing& writing) const override {
+        if constexpr (requires { myFormula.target(); }) {
+            const FLX_Bytes target = myFormula.target();
+            return isSelfContained() && myColumns.evaluates() && !writing.touches(target.offset, target.bytes) &&
+                   !writing.touches(mySkip.stateOffset, int(sizeof(int))) &&
+                   !target.overlaps(writing.stateOffset(), int(sizeof(int))) && !myColumns.reads(writing) &&
+                   !writing.meddlesWith(following()) && !following().meddlesWith(writing);
+        }
+        return false;
+    }
+
 private:
     void runOnColumns(const FLX_Chunk& chunk) {
         const auto values =
             std::apply([&](const auto&... feed) { return std::tuple{feed.values(myColumns)...}; }, myFeeds);
-        chunk.forEach([skip = mySkip, formula = myFormula, values, follow = follower()](size_t k, GEO_Point* p) {
-            if (!skip(p)) std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
-            follow(p);
-        });
+        const auto loop = [&](const auto& follower) {
+            chunk.forEach([skip = mySkip, formula = myFormula, values, follow = follower](size_t k, GEO_Point* p) {
+                if (!skip(p)) [[likely]]
+                    std::apply([&](const auto&... value) { formula(p, value(k)...); }, values);
+                follow(p);
+            });
+        };
+        if (following().empty())
+            loop([](GEO_Point*) {});
+        else
+            loop(follower());
     }
 
     void runInTurn(const FLX_Chunk& chunk) {

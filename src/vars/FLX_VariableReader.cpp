@@ -72,6 +72,30 @@ float length3(const float* v) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2
 
 } // namespace
 
+bool FLX_VariableReader::extent(const FLX_ParticleVariable& variable, int& offset, int& bytes) const {
+    if (variable.read != FLX_VarRead::LifeRatio) return false;
+    offset = myCore.life;
+    bytes = 2 * int(sizeof(float));
+    return true;
+}
+
+bool FLX_VariableReader::fill(const FLX_ParticleVariable& variable, const VM_Records& records, double* to) const {
+    if (variable.read != FLX_VarRead::LifeRatio) return false;
+    const ptrdiff_t offset = ptrdiff_t(sizeof(GEO_Point)) + myCore.life;
+    const auto ratio = [offset](const char* record) {
+        float life[2];
+        __builtin_memcpy(life, record + offset, sizeof life);
+        return double(lifeRatio(life[0], life[1]));
+    };
+    const size_t n = size_t(records.count), stride = records.stride;
+    const char* record = records.first;
+    if (records.pointers)
+        for (size_t k = 0; k < n; ++k) to[k] = ratio(records.pointers[k]);
+    else
+        for (size_t k = 0; k < n; ++k, record += stride) to[k] = ratio(record);
+    return true;
+}
+
 float FLX_VariableReader::pointCount() {
     if (!std::exchange(myPointsCounted, true)) myPointCount = int(myDetail->points().entries());
     return float(myPointCount);

@@ -25,6 +25,11 @@ public:
     /// is read. False for those that are computed.
     bool field(const FLX_ParticleVariable& variable, VM_Field& field) const;
 
+    /// A variable that is computed from a part of the record and nothing else: which bytes of the attributes that is.
+    bool extent(const FLX_ParticleVariable& variable, int& offset, int& bytes) const;
+    /// The values for many particles at once; false for a variable that has no loop of its own.
+    bool fill(const FLX_ParticleVariable& variable, const VM_Records& records, double* to) const;
+
     bool boxIsPending() const { return myBox.isPending(); }
     /// Computes the box of all points now if no value has needed it yet.
     void settleBox() { myBox.settle(); }

@@ -266,3 +266,32 @@ TEST(CookOrder, WritesBehindTheStepLeaveOutTheDyingAndTheStuck) {
     }
     EXPECT_EQ(states[0], states[1]);
 }
+
+// Constants may go before expressions that are evaluated in columns, but not before those that read or write the same.
+TEST(CookOrder, ConstantsStayBehindWhatTheyMatterTo) {
+    Network net;
+    FLX_Node& birth = net.add("location", "birth");
+    birth.setFloat("constantrate", 0, 0);
+    birth.setFloat("impulserate", 0, 600);
+    FLX_Node& drag = net.add("force", "drag", {&birth});
+    drag.setExpression("force", 0, "$VX * 0.5");
+    FLX_Node& wind = net.add("velocity", "wind", {&drag}); // drag reads what it sets, ...
+    FLX_Node& drift = net.add("translation", "drift", {&wind});
+    drift.setExpression("trans", 0, "$AGE");
+    for (int i = 1; i < 3; ++i) drift.setFloat("trans", i, 0);
+    FLX_Node& trans = net.add("translation", "trans", {&drift}); // ... and drift sets what it sets
+    for (int i = 0; i < 3; ++i) wind.setFloat("v", i, 2), trans.setFloat("trans", i, 1 + i);
+    net.context().setCookOrder(FLX_CookOrder::Chunk);
+    net.start(trans);
+    birth.setFloat("impulserate", 0, 0);
+    for (int step = 0; step < 4; ++step) {
+        std::vector<float> before;
+        for (int i = 0; i < net.particles(); ++i) before.push_back(net.value("accel", i, 0));
+        net.step();
+        for (int i = 0; i < net.particles(); i += 299) {
+            ASSERT_EQ(net.value("v", i, 0), 2);
+            ASSERT_FLOAT_EQ(net.value("accel", i, 0), (2 + before[size_t(i)] / 24) * 0.5f);
+            ASSERT_EQ(net.value("trans", i, 0), 1);
+        }
+    }
+}

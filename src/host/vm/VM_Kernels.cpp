@@ -1,4 +1,5 @@
 #include "host/vm/VM_Kernels.h"
+#include "host/ut/UT_Cpu.h"
 #include "host/ut/UT_Noise.h"
 #include "host/vm/VM_Formulas.h"
 #include "host/vm/VM_Machine.h"
@@ -143,8 +144,8 @@ VM_Path firstPath() {
     const char* text = std::getenv("FLX_VECTORS");
     const std::string_view wanted = text ? text : "";
     if (wanted == "baseline") return VM_Path::Baseline;
-    if (wanted != "avx2" && hasPath(VM_Path::Avx512)) return VM_Path::Avx512;
-    return hasPath(VM_Path::Avx2) ? VM_Path::Avx2 : VM_Path::Baseline;
+    if (wanted != "avx2" && UT_Cpu::hasAvx512()) return VM_Path::Avx512;
+    return UT_Cpu::hasAvx2() ? VM_Path::Avx2 : VM_Path::Baseline;
 }
 
 std::atomic<VM_Path>& currentPath() {

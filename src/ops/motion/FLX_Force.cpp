@@ -2,6 +2,18 @@
 
 #include "ops/motion/FLX_ObjectSpace.h"
 
+namespace {
+
+struct AddScaled {
+    FLX_AddVector add;
+    float gain;
+
+    FLX_Bytes target() const { return add.target(); }
+    void operator()(GEO_Point* p, const UT_Vector3& f) const { add(p, f * gain); }
+};
+
+} // namespace
+
 FLX_Force::FLX_Force(OP_Network* parent, const char* name, OP_Operator* op)
     : FLX_ParticleOperator(parent, name, op) {
     auto* guide = new GOP_Guide;
@@ -62,8 +74,7 @@ void FLX_Force::pushAlike(FLX_ParticleCook& cook, const FLX_NoiseSources& noise,
             },
             NOISE.field(noise), force);
     if (!force.varies()) return cook.each(FLX_UNMOVED, add, FLX_Constant(force.constant() * gain));
-    cook.each(
-        FLX_UNMOVED, [=](GEO_Point* p, const UT_Vector3& f) { add(p, f * gain); }, force);
+    cook.each(FLX_UNMOVED, AddScaled{add, gain}, force);
 }
 
 template <class ForceSource>
