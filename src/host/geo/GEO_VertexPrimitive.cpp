@@ -9,8 +9,11 @@ GEO_Vertex* GEO_VertexPrimitive::getVertex(int i) const {
 }
 
 void GEO_VertexPrimitive::getPointSlots(std::vector<uint32_t>& slots) const {
-    slots.clear();
-    for (const uint32_t vertex : myVertices) slots.push_back(myDetail->vertexBySlot(vertex)->pointSlot());
+    const size_t n = myVertices.size();
+    if (slots.size() != n) slots.resize(n);
+    const GB_RecordView records = myDetail->vertexRecords().view();
+    uint32_t* out = slots.data();
+    for (const uint32_t vertex : myVertices) *out++ = reinterpret_cast<const GEO_Vertex*>(records(vertex))->pointSlot();
 }
 
 GEO_Vertex* GEO_VertexPrimitive::appendVertex(GEO_Point* point) {
