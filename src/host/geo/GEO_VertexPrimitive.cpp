@@ -8,14 +8,6 @@ GEO_Vertex* GEO_VertexPrimitive::getVertex(int i) const {
     return myDetail->vertexBySlot(myVertices[static_cast<size_t>(i)]);
 }
 
-void GEO_VertexPrimitive::getPointSlots(std::vector<uint32_t>& slots) const {
-    const size_t n = myVertices.size();
-    if (slots.size() != n) slots.resize(n);
-    const GB_RecordView records = myDetail->vertexRecords().view();
-    uint32_t* out = slots.data();
-    for (const uint32_t vertex : myVertices) *out++ = reinterpret_cast<const GEO_Vertex*>(records(vertex))->pointSlot();
-}
-
 GEO_Vertex* GEO_VertexPrimitive::appendVertex(GEO_Point* point) {
     myVertices.push_back(myDetail->newVertex(point->slot()));
     myDetail->noteUnknownUse();

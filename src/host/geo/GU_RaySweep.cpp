@@ -214,6 +214,8 @@ int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInf
     info.reset();
     info.myCandidates.clear();
     if (!GUisFinite(org) || !GUisFinite(dir) || !(info.myMin <= info.myMax)) return 0;
+    UT_Vector3 low, high; // whatever the surfaces do, they do it in their box
+    if (GU_RaySearch::passesBox(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, low, high)) return 0;
     Query query(org, dir, info, info.myCandidates);
     for (uint32_t section : {1u, 2u, 0u}) walk(section, query);
     if (query.find == GU_FIND_ALL)

@@ -5,73 +5,79 @@
 
 namespace {
 
-void readPointSlots(const GEO_Primitive& prim, std::vector<uint32_t>& slots) {
-    if (prim.getPrimitiveId() == GEOPRIMPOLY || prim.getPrimitiveId() == GEOPRIMMESH)
-        return static_cast<const GEO_VertexPrimitive&>(prim).getPointSlots(slots);
-    slots.clear();
-    for (int v = 0; v < prim.getVertexCount(); ++v) slots.push_back(prim.getVertexPointSlot(v));
-}
-
 std::vector<uint32_t> numbersBySlot(const GEO_PointList& points) {
     std::vector<uint32_t> numbers(points.slotEnd());
-    for (size_t i = 0; i < points.entries(); ++i) numbers[points.slotAt(i)] = static_cast<uint32_t>(i);
+    uint32_t number = 0;
+    points.order().forEachSpan([&](std::span<const uint32_t> slots) {
+        for (const uint32_t slot : slots) numbers[slot] = number++;
+    });
     return numbers;
-}
-
-// Primitives lie all over the memory, but are known well ahead.
-void fetchAhead(const GEO_PrimList& prims, size_t n) {
-    constexpr size_t AHEAD = 12;
-    if (n + AHEAD < prims.entries()) __builtin_prefetch(prims[n + AHEAD]);
 }
 
 } // namespace
 
-inline GU_SweepTopology::Head GU_SweepTopology::headOf(const GEO_Primitive& prim, size_t vertices) {
-    const unsigned type = prim.getPrimitiveId();
-    Head head{{type, static_cast<uint32_t>(vertices), 0, 0}, 2};
-    if (type == GEOPRIMPOLY) {
-        if (static_cast<const GEO_PrimPoly&>(prim).GEO_PrimPoly::isClosed()) head.words[0] |= CLOSED;
-        return head;
+/// Reads the primitives of a detail as words, which word(w) takes until it returns false.
+struct GU_SweepTopology::Reader {
+    explicit Reader(const GU_Detail& d)
+        : prims(d.primitives())
+        , numbers(numbersBySlot(d.points()))
+        , vertices(d.vertexRecords().view()) {}
+
+    /// False when word did.
+    template <class Word> bool readAll(Word&& word) const {
+        // Primitives lie all over the memory, but are known well ahead.
+        constexpr size_t AHEAD = 12;
+        for (size_t n = 0, end = prims.entries(); n < end; ++n) {
+            if (n + AHEAD < end) __builtin_prefetch(prims[n + AHEAD]);
+            if (!read(*prims[n], word)) return false;
+        }
+        return true;
     }
-    if (prim.isClosed()) head.words[0] |= CLOSED;
-    if (type != GEOPRIMMESH) return head;
-    const auto& mesh = static_cast<const GEO_PrimMesh&>(prim);
-    head.words[0] |= (mesh.isWrappedU() ? WRAP_U : 0) | (mesh.isWrappedV() ? WRAP_V : 0);
-    head.words[2] = static_cast<uint32_t>(mesh.getNumRows());
-    head.words[3] = static_cast<uint32_t>(mesh.getNumCols());
-    head.size = 4;
-    return head;
-}
+
+private:
+    template <class Word> bool read(const GEO_Primitive& prim, Word& word) const {
+        if (prim.getPrimitiveId() != GEOPRIMPOLY) return readOther(prim, word);
+        const auto& poly = static_cast<const GEO_PrimPoly&>(prim);
+        const bool closed = poly.GEO_PrimPoly::isClosed(); // not a virtual call
+        return word(GEOPRIMPOLY | (closed ? CLOSED : 0)) && readVertices(poly.vertexSlots(), word);
+    }
+    template <class Word> bool readVertices(std::span<const uint32_t> slots, Word& word) const {
+        if (!word(static_cast<uint32_t>(slots.size()))) return false;
+        for (const uint32_t slot : slots)
+            if (!word(numbers[reinterpret_cast<const GEO_Vertex*>(vertices(slot))->pointSlot()])) return false;
+        return true;
+    }
+    template <class Word> bool readOther(const GEO_Primitive& prim, Word& word) const {
+        const uint32_t bits = prim.getPrimitiveId() | (prim.isClosed() ? CLOSED : 0);
+        if (prim.getPrimitiveId() == GEOPRIMMESH) {
+            const auto& mesh = static_cast<const GEO_PrimMesh&>(prim);
+            return word(bits | (mesh.isWrappedU() ? WRAP_U : 0) | (mesh.isWrappedV() ? WRAP_V : 0)) &&
+                   word(static_cast<uint32_t>(mesh.getNumRows())) && word(static_cast<uint32_t>(mesh.getNumCols())) &&
+                   readVertices(mesh.vertexSlots(), word);
+        }
+        const int n = prim.getVertexCount();
+        if (!word(bits) || !word(static_cast<uint32_t>(n))) return false;
+        for (int v = 0; v < n; ++v)
+            if (!word(numbers[prim.getVertexPointSlot(v)])) return false;
+        return true;
+    }
+
+    const GEO_PrimList& prims;
+    std::vector<uint32_t> numbers;
+    GB_RecordView vertices;
+};
 
 GU_SweepTopology::GU_SweepTopology(const GU_Detail& detail)
     : myPoints(detail.points().entries())
     , myPrims(detail.primitives().entries()) {
-    const std::vector<uint32_t> numbers = numbersBySlot(detail.points());
-    std::vector<uint32_t> slots;
-    for (size_t n = 0; n < myPrims; ++n) {
-        fetchAhead(detail.primitives(), n);
-        readPointSlots(*detail.primitives()[n], slots);
-        const Head head = headOf(*detail.primitives()[n], slots.size());
-        myWords.insert(myWords.end(), head.words, head.words + head.size);
-        for (const uint32_t slot : slots) myWords.push_back(numbers[slot]);
-    }
+    Reader(detail).readAll([this](uint32_t word) {
+        myWords.push_back(word);
+        return true;
+    });
 }
 
 bool GU_SweepTopology::matches(const GU_Detail& detail) const {
-    const GEO_PrimList& prims = detail.primitives();
-    if (detail.points().entries() != myPoints || prims.entries() != myPrims) return false;
-    const std::vector<uint32_t> numbers = numbersBySlot(detail.points());
-    std::vector<uint32_t> slots;
-    const uint32_t* at = myWords.data();
-    for (size_t n = 0; n < myPrims; ++n) {
-        fetchAhead(prims, n);
-        readPointSlots(*prims[n], slots);
-        const Head head = headOf(*prims[n], slots.size());
-        for (size_t i = 0; i < head.size; ++i, ++at) // the kind first: heads of one kind are as long
-            if (head.words[i] != *at) return false;
-        for (size_t v = 0; v < slots.size(); ++v)
-            if (numbers[slots[v]] != at[v]) return false;
-        at += slots.size();
-    }
-    return true;
+    if (detail.points().entries() != myPoints || detail.primitives().entries() != myPrims) return false;
+    // What differs from what is here differs before it could be longer: kinds and counts come first.
+    return Reader(detail).readAll([at = myWords.data()](uint32_t word) mutable { return word == *at++; });
 }

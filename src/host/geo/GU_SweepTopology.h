@@ -28,24 +28,20 @@ public:
     template <class Fn> void forEach(Fn&& fn) const {
         const uint32_t* at = myWords.data();
         for (uint32_t n = 0; n < myPrims; ++n) {
-            const uint32_t bits = at[0], count = at[1];
+            const uint32_t bits = *at++;
             const bool grid = (bits & TYPE) == GEOPRIMMESH;
-            fn(Face{n, bits & TYPE, (bits & CLOSED) != 0, grid ? at[2] : 0, grid ? at[3] : 0, (bits & WRAP_U) != 0,
-                    (bits & WRAP_V) != 0, std::span(at + (grid ? 4 : 2), count)});
-            at += (grid ? 4 : 2) + count;
+            const uint32_t rows = grid ? *at++ : 0, cols = grid ? *at++ : 0, count = *at++;
+            fn(Face{n, bits & TYPE, (bits & CLOSED) != 0, rows, cols, (bits & WRAP_U) != 0, (bits & WRAP_V) != 0,
+                    std::span(at, count)});
+            at += count;
         }
     }
     size_t points() const { return myPoints; }
 
 private:
-    /// What stands before a primitive's points.
-    struct Head {
-        uint32_t words[4];
-        size_t size;
-    };
+    struct Reader;
     static constexpr uint32_t TYPE = 0xffffffu, CLOSED = 1u << 24, WRAP_U = 1u << 25, WRAP_V = 1u << 26;
-    static Head headOf(const GEO_Primitive& prim, size_t vertices);
 
     size_t myPoints, myPrims;
-    std::vector<uint32_t> myWords; ///< by primitive: kind and flags, vertices, rows and columns of a mesh, points
+    std::vector<uint32_t> myWords; ///< by primitive: kind and flags, rows and columns of a mesh, vertices, points
 };
