@@ -1,6 +1,7 @@
 #include "host/geo/GEO_PrimPoly.h"
 
 #include "host/geo/GEO_Param.h"
+#include "host/geo/GEO_PolygonNormal.h"
 #include "host/geo/GU_Detail.h"
 
 #include <cmath>
@@ -28,28 +29,12 @@ bool GEO_PrimPoly::weights(float u, float v, GEO_Weights& out) const {
 }
 
 UT_Vector3D GEO_PrimPoly::newell() const {
-    UT_Vector3D sum(0, 0, 0);
-    const int n = getVertexCount();
-    if (n < 3) return sum;
-    const UT_Vector3D origin(pos3(0)); // relative to a vertex, so that distant polygons keep their digits
-    UT_Vector3D previous = UT_Vector3D(pos3(1)) - origin;
-    for (int i = 2; i < n; ++i) {
-        const UT_Vector3D next = UT_Vector3D(pos3(i)) - origin;
-        sum += cross(previous, next);
-        previous = next;
-    }
-    return sum;
+    return GEOnewell(getVertexCount(), [this](int i) { return pos3(i); });
 }
 
 UT_Vector3 GEO_PrimPoly::computeNormal() const {
     if (!myClosed) return {0, 0, 0};
-    UT_Vector3D normal = newell();
-    double size = 0; // of the edges, squared, to tell rounding from area
-    const int n = getVertexCount();
-    for (int i = 0; i < n; ++i) size += UT_Vector3D(pos3(i) - pos3(i ? i - 1 : n - 1)).length2();
-    if (!(normal.length() > 1e-9 * size)) return {0, 0, 0};
-    normal.normalize();
-    return UT_Vector3(normal);
+    return GEOpolygonNormal(getVertexCount(), [this](int i) { return pos3(i); });
 }
 
 int GEO_PrimPoly::evaluateNormal(float, float, UT_Vector3& out) const {

@@ -8,11 +8,6 @@ GEO_Vertex* GEO_VertexPrimitive::getVertex(int i) const {
     return myDetail->vertexBySlot(myVertices[static_cast<size_t>(i)]);
 }
 
-void GEO_VertexPrimitive::getPointSlots(std::vector<uint32_t>& slots) const {
-    slots.clear();
-    for (const uint32_t vertex : myVertices) slots.push_back(myDetail->vertexBySlot(vertex)->pointSlot());
-}
-
 GEO_Vertex* GEO_VertexPrimitive::appendVertex(GEO_Point* point) {
     myVertices.push_back(myDetail->newVertex(point->slot()));
     myDetail->noteUnknownUse();

@@ -2,6 +2,7 @@
 
 #include "host/geo/GEO_Primitive.h"
 
+#include <span>
 #include <vector>
 
 class UT_BitSet;
@@ -12,8 +13,8 @@ public:
     int getVertexCount() const override { return static_cast<int>(myVertices.size()); }
     uint32_t getVertexPointSlot(int i) const override { return getVertex(i)->pointSlot(); }
     GEO_Vertex* getVertex(int i) const override;
-    /// The slots of all points, in the order of the vertices: one call where many primitives are read.
-    void getPointSlots(std::vector<uint32_t>& slots) const;
+    /// Slots of the vertex records, in order.
+    std::span<const uint32_t> vertexSlots() const { return myVertices; }
     /// Adds a vertex at the end that uses the point.
     GEO_Vertex* appendVertex(GEO_Point* point);
     /// Makes vertex i use another point.

@@ -18,6 +18,11 @@ struct GU_Float4 {
     friend GU_Float4 max(GU_Float4 a, GU_Float4 b) { return {_mm_max_ps(a.v, b.v)}; }
     friend GU_Float4 min(GU_Float4 a, GU_Float4 b) { return {_mm_min_ps(a.v, b.v)}; }
     friend GU_Float4 abs(GU_Float4 a) { return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.v)}; }
+    static GU_Float4 of(float x, float y, float z) { return {_mm_setr_ps(x, y, z, 0)}; }
+    /// Rows become columns.
+    friend void transpose(GU_Float4& a, GU_Float4& b, GU_Float4& c, GU_Float4& d) {
+        _MM_TRANSPOSE4_PS(a.v, b.v, c.v, d.v);
+    }
     friend int less(GU_Float4 a, GU_Float4 b) { return _mm_movemask_ps(_mm_cmplt_ps(a.v, b.v)); }
     friend int lessEqual(GU_Float4 a, GU_Float4 b) { return _mm_movemask_ps(_mm_cmple_ps(a.v, b.v)); }
 };
@@ -48,6 +53,16 @@ struct GU_Float4 {
     }
     friend GU_Float4 abs(GU_Float4 a) {
         return each([&](int i) { return a.v[i] < 0 ? -a.v[i] : a.v[i]; });
+    }
+    static GU_Float4 of(float x, float y, float z) { return {{x, y, z, 0}}; }
+    friend void transpose(GU_Float4& a, GU_Float4& b, GU_Float4& c, GU_Float4& d) {
+        GU_Float4* rows[4] = {&a, &b, &c, &d};
+        for (int i = 0; i < 4; ++i)
+            for (int j = 0; j < i; ++j) {
+                const float x = rows[i]->v[j];
+                rows[i]->v[j] = rows[j]->v[i];
+                rows[j]->v[i] = x;
+            }
     }
     friend int less(GU_Float4 a, GU_Float4 b) {
         return bits([&](int i) { return int(a.v[i] < b.v[i]); });

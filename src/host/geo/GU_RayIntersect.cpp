@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 /// One ray on its way through the structure.
 struct GU_RayIntersect::Query : GU_RaySearch {
@@ -49,15 +50,17 @@ GU_RayIntersect::GU_RayIntersect(const GU_Detail* detail, const GB_PrimitiveGrou
 }
 
 GU_RayIntersect::GU_RayIntersect(const GU_Detail* begin, const GU_Detail* end) {
-    if (!validForDeformingGeometry(begin, end)) return;
-    mySweep = std::make_unique<GU_RaySweep>(*begin, *end);
+    if (!begin || !end) return;
+    GU_SweepTopology topology(*begin);
+    if (!topology.matches(*end)) return;
+    mySweep = std::make_unique<GU_RaySweep>(std::move(topology), *begin, *end);
     myBox = mySweep->getBBox();
 }
 
 GU_RayIntersect::~GU_RayIntersect() = default;
 
 int GU_RayIntersect::validForDeformingGeometry(const GU_Detail* begin, const GU_Detail* end) {
-    return begin && end && GU_RaySweep::sameTopology(*begin, *end);
+    return begin && end && GU_SweepTopology(*begin).matches(*end);
 }
 
 size_t GU_RayIntersect::entries() const { return mySweep ? mySweep->entries() : myShapes.shapes().size(); }
@@ -109,7 +112,7 @@ int GU_RayIntersect::refit(const GU_Detail* detail, const GB_PrimitiveGroup* gro
 }
 
 int GU_RayIntersect::refit(const GU_Detail* begin, const GU_Detail* end) {
-    if (!mySweep || !validForDeformingGeometry(begin, end) || !mySweep->refit(*begin, *end)) return 0;
+    if (!mySweep || !begin || !end || !mySweep->refit(*begin, *end)) return 0;
     myBox = mySweep->getBBox();
     return 1;
 }

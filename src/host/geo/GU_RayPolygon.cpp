@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-UT_Vector3 GUmeanOf(const std::vector<UT_Vector3>& p) {
+UT_Vector3 GUmeanOf(std::span<const UT_Vector3> p) {
     UT_Vector3D sum(0, 0, 0);
     for (const UT_Vector3& q : p) sum += UT_Vector3D(q);
     return UT_Vector3(sum / static_cast<double>(p.size()));
 }
 
-bool GUisStar(const std::vector<UT_Vector3>& p, const UT_Vector3& mean, const UT_Vector3& normal) {
+bool GUisStar(std::span<const UT_Vector3> p, const UT_Vector3& mean, const UT_Vector3& normal) {
     const UT_Vector3D n(normal);
     for (size_t i = 0; i < p.size(); ++i) {
         const UT_Vector3D area = GUcorner(p[i], p[(i + 1) % p.size()], mean);

@@ -5,7 +5,7 @@
 
 #include <cmath>
 #include <cstdint>
-#include <vector>
+#include <span>
 
 // Polygons as a fan of triangles about the vertex mean, which is what evaluatePosition covers.
 
@@ -21,9 +21,9 @@ inline UT_Vector3D GUcorner(const UT_Vector3& a, const UT_Vector3& b, const UT_V
     return cross(UT_Vector3D(b) - UT_Vector3D(a), UT_Vector3D(c) - UT_Vector3D(b));
 }
 
-UT_Vector3 GUmeanOf(const std::vector<UT_Vector3>& p);
+UT_Vector3 GUmeanOf(std::span<const UT_Vector3> p);
 /// True when no triangle about the mean turns against the polygon.
-bool GUisStar(const std::vector<UT_Vector3>& p, const UT_Vector3& mean, const UT_Vector3& normal);
+bool GUisStar(std::span<const UT_Vector3> p, const UT_Vector3& mean, const UT_Vector3& normal);
 
 /// (u, v) of the hit in a polygon of n vertices, from the barycentric weights of edge i's ends.
 void GUfanParameters(uint32_t i, uint32_t n, double a, double b, GU_RayHit& hit);

@@ -42,8 +42,13 @@ struct GU_RaySearch {
     /// surface. `box` is around all that `cells` hold.
     static bool passesBy(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last,
                          const UT_BoundingBox& box, const GU_RayCells& cells) {
+        UT_Vector3 low, high;
+        return passesBox(from, way, first, last, box, low, high) || cells.isClear(low, high);
+    }
+    /// The same for the box alone. False: `low` and `high` are around the stretch and what rounding may add to it.
+    static bool passesBox(const UT_Vector3D& from, const UT_Vector3D& way, double first, double last,
+                          const UT_BoundingBox& box, UT_Vector3& low, UT_Vector3& high) {
         constexpr double most = std::numeric_limits<float>::max();
-        UT_Vector3 low, high; // of the stretch, and what rounding may add to it
         for (int k = 0; k < 3; ++k) {
             const double a = from[k] + way[k] * first, b = from[k] + way[k] * last;
             const double slop = 2e-6 * (std::fabs(a) + std::fabs(b) + std::fabs(from[k]));
@@ -51,7 +56,7 @@ struct GU_RaySearch {
             high[k] = static_cast<float>(std::clamp(std::max(a, b) + slop, -most, most));
             if (low[k] > box.vmax()[k] || high[k] < box.vmin()[k]) return true;
         }
-        return cells.isClear(low, high);
+        return false;
     }
 
     UT_Vector3 at(double t) const { return UT_Vector3(UT_Vector3D(org) + UT_Vector3D(dir) * t); }

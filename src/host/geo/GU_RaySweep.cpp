@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -41,7 +42,7 @@ struct GU_RaySweep::Query : GU_RaySearch {
     bool enter(uint32_t which, const GU_RaySweep& sweep) {
         if (!isUsed(which)) return false;
         section = which;
-        const UT_Vector3D drift(sweep.myPieces.drift);
+        const UT_Vector3D drift(sweep.mySurface.drift());
         const double first = ends[which], last = ends[which + 1];
         const UT_Vector3D from = origin - drift * startOf(which);
         const UT_Vector3D along = which == 1 ? way - drift * rate : way;
@@ -98,77 +99,105 @@ private:
     }
 };
 
-GU_RaySweep::GU_RaySweep(const GU_Detail& begin, const GU_Detail& end) {
-    myPieces.collect(begin, end);
+GU_RaySweep::GU_RaySweep(GU_SweepTopology topology, const GU_Detail& begin, const GU_Detail& end)
+    : mySurface(std::move(topology), begin, end) {
     build();
-    myPieces.triangles = {};
-}
-
-void GU_RaySweep::build() {
-    myBvh.build(myPieces.boxes());
-    fillLeaves();
 }
 
 bool GU_RaySweep::refit(const GU_Detail& begin, const GU_Detail& end) {
-    mySpare.collect(begin, end);
-    if (mySpare.items != myPieces.items) return false;
-    std::swap(myPieces, mySpare);
+    if (!mySurface.follow(begin, end)) return false;
     fillLeaves();
     if (!myBvh.refitLeaves(myLeafBoxes)) build();
     return true;
 }
 
+void GU_RaySweep::build() {
+    myBvh.build(itemBoxes());
+    findPlaces();
+    fillLeaves();
+}
+
+GU_RaySweep::Boxes GU_RaySweep::itemBoxes() const {
+    Boxes all;
+    all.reserve(mySurface.items().size());
+    for (const auto& corners : mySurface.corners()) {
+        all.emplace_back();
+        for (const uint32_t corner : corners) {
+            const Moving p = mySurface.place(corner).moving();
+            all.back().enlargeBounds(p.from);
+            all.back().enlargeBounds(p.to - mySurface.drift());
+        }
+    }
+    return all;
+}
+
+void GU_RaySweep::findPlaces() {
+    myLeaves.resize(myBvh.leafCount());
+    myLeafPlaces.resize(myLeaves.size());
+    for (size_t l = 0; l < myLeaves.size(); ++l) {
+        const uint32_t* items = myBvh.leafItems(l);
+        for (size_t i = 0; i < 4; ++i) {
+            myLeaves[l].item[i] = items[i];
+            const auto& corners = mySurface.corners()[items[i] == GU_Bvh::NO_ITEM ? items[0] : items[i]];
+            for (size_t v = 0; v < 3; ++v) myLeafPlaces[l].at[v][i] = corners[v];
+        }
+    }
+}
+
+namespace {
+
+UT_BoundingBox boxOf(GU_Float4 low, GU_Float4 high) {
+    float sides[2][4];
+    low.store(sides[0]);
+    high.store(sides[1]);
+    return UT_BoundingBox({sides[0][0], sides[0][1], sides[0][2]}, {sides[1][0], sides[1][1], sides[1][2]});
+}
+
+} // namespace
+
 void GU_RaySweep::fillLeaves() {
     myTreeBox.initBounds();
     myBox.initBounds();
-    myLeaves.resize(myBvh.leafCount());
     myLeafBoxes.resize(myLeaves.size());
-    constexpr size_t AHEAD = 4;
+    if (myLeaves.empty()) return myCells.build(myLeafBoxes, myTreeBox);
+    const UT_Vector3& d = mySurface.drift();
+    const GU_Float4 drift = GU_Float4::of(d.x(), d.y(), d.z());
+    constexpr float most = std::numeric_limits<float>::max();
+    GU_Float4 all[2] = {GU_Float4::splat(most), GU_Float4::splat(-most)}, tree[2] = {all[0], all[1]};
     for (size_t l = 0; l < myLeaves.size(); ++l) {
-        if (l + AHEAD < myLeaves.size())
-            for (size_t i = 0; i < 4; ++i)
-                if (const uint32_t item = myBvh.leafItems(l + AHEAD)[i]; item != GU_Bvh::NO_ITEM)
-                    __builtin_prefetch(&myPieces.triangles[item]);
-        fillLeaf(l);
+        GU_Float4 low[2], high[2];
+        fillLeaf(l, low, high);
+        all[0] = min(all[0], min(low[0], low[1]));
+        all[1] = max(all[1], max(high[0], high[1]));
+        low[0] = min(low[0], low[1] - drift);
+        high[0] = max(high[0], high[1] - drift);
+        tree[0] = min(tree[0], low[0]);
+        tree[1] = max(tree[1], high[0]);
+        myLeafBoxes[l] = boxOf(low[0], high[0]);
     }
+    myBox = boxOf(all[0], all[1]);
+    myTreeBox = boxOf(tree[0], tree[1]);
     myCells.build(myLeafBoxes, myTreeBox);
 }
 
-void GU_RaySweep::fillLeaf(size_t number) {
+// Puts the corners where they are now; gives their boxes at the begin and at the end.
+void GU_RaySweep::fillLeaf(size_t number, GU_Float4 (&low)[2], GU_Float4 (&high)[2]) {
     Leaf& leaf = myLeaves[number];
-    const uint32_t* items = myBvh.leafItems(number);
-    for (size_t i = 0; i < 4; ++i) {
-        leaf.item[i] = items[i];
-        const auto& triangle = myPieces.triangles[items[i] == GU_Bvh::NO_ITEM ? items[0] : items[i]];
-        for (size_t v = 0; v < 3; ++v)
-            for (int k = 0; k < 3; ++k) {
-                leaf.corners[0][v][k][i] = triangle[v].from[k];
-                leaf.corners[1][v][k][i] = triangle[v].to[k];
-            }
-    }
-    UT_BoundingBox ends[2]; // in the frame of the tree
-    for (size_t e = 0; e < 2; ++e) {
-        UT_Vector3 low, high;
-        for (int k = 0; k < 3; ++k) {
-            GU_Float4 least = GU_Float4::load(leaf.corners[e][0][k]), most = least;
-            for (size_t v = 1; v < 3; ++v) {
-                least = min(least, GU_Float4::load(leaf.corners[e][v][k]));
-                most = max(most, GU_Float4::load(leaf.corners[e][v][k]));
-            }
-            float lanes[2][4];
-            least.store(lanes[0]);
-            most.store(lanes[1]);
-            low[k] = std::min(std::min(lanes[0][0], lanes[0][1]), std::min(lanes[0][2], lanes[0][3]));
-            high[k] = std::max(std::max(lanes[1][0], lanes[1][1]), std::max(lanes[1][2], lanes[1][3]));
+    const LeafPlaces& places = myLeafPlaces[number];
+    for (size_t v = 0; v < 3; ++v) {
+        const GU_SweptSurface::Place* lanes[4];
+        for (size_t i = 0; i < 4; ++i) lanes[i] = &mySurface.place(places.at[v][i]);
+        for (size_t e = 0; e < 2; ++e) {
+            GU_Float4 p[4];
+            for (size_t i = 0; i < 4; ++i) p[i] = GU_Float4::load(lanes[i]->at[e]);
+            const GU_Float4 least = min(min(p[0], p[1]), min(p[2], p[3]));
+            const GU_Float4 most = max(max(p[0], p[1]), max(p[2], p[3]));
+            low[e] = v == 0 ? least : min(low[e], least);
+            high[e] = v == 0 ? most : max(high[e], most);
+            transpose(p[0], p[1], p[2], p[3]);
+            for (size_t k = 0; k < 3; ++k) p[k].store(leaf.corners[e][v][k]);
         }
-        myBox.enlargeBounds(low);
-        myBox.enlargeBounds(high);
-        const UT_Vector3 by = e == 0 ? UT_Vector3(0, 0, 0) : myPieces.drift;
-        ends[e] = UT_BoundingBox(low - by, high - by);
     }
-    ends[0].enlargeBounds(ends[1]);
-    myLeafBoxes[number] = ends[0];
-    myTreeBox.enlargeBounds(ends[0]);
 }
 
 struct GU_RaySweep::Visitor {
@@ -185,6 +214,8 @@ int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInf
     info.reset();
     info.myCandidates.clear();
     if (!GUisFinite(org) || !GUisFinite(dir) || !(info.myMin <= info.myMax)) return 0;
+    UT_Vector3 low, high; // whatever the surfaces do, they do it in their box
+    if (GU_RaySearch::passesBox(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, low, high)) return 0;
     Query query(org, dir, info, info.myCandidates);
     for (uint32_t section : {1u, 2u, 0u}) walk(section, query);
     if (query.find == GU_FIND_ALL)
@@ -299,12 +330,12 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
     for (int i = 0; i < count; ++i) {
         const GU_SweptHit& hit = hits[i];
         if (!query.isWanted(static_cast<float>(hit.s))) continue;
-        const Shape& shape = myPieces.shapes[myPieces.items[item].shape];
+        const Shape& shape = mySurface.shapes()[mySurface.items()[item].shape];
         const bool rim = hit.b[2] < 1e-9; // the outline belongs to the polygon
         if (shape.kind == Shape::FOLDED && !rim && !outlineHolds(shape, query, hit.s)) continue;
         query.add({static_cast<float>(hit.s),
                    static_cast<float>(hit.slack + 2.4e-7 * std::fabs(hit.s)),
-                   myPieces.items[item].shape,
+                   mySurface.items()[item].shape,
                    item,
                    place,
                    {static_cast<float>(hit.b[0]), static_cast<float>(hit.b[1]), static_cast<float>(hit.b[2])},
@@ -316,7 +347,7 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
 // Twice the area of the polygon at that fraction of the step as a vector.
 UT_Vector3D GU_RaySweep::outlineNormal(const Shape& shape, double fraction) const {
     const auto at = [&](uint32_t i) {
-        const Moving& p = myPieces.outlines[shape.first + i];
+        const Moving p = mySurface.outline(shape, i);
         return UT_Vector3D(p.from) * (1 - fraction) + UT_Vector3D(p.to) * fraction;
     };
     const UT_Vector3D origin = at(0);
@@ -337,7 +368,7 @@ bool GU_RaySweep::outlineHolds(const Shape& shape, const Query& query, double t)
     const GU_RayFrame frame(UT_Vector3(0, 0, 0), UT_Vector3(normal));
     const UT_Vector3D here = frame.project(query.origin + query.way * t);
     const auto image = [&](uint32_t i) {
-        const Moving& p = myPieces.outlines[shape.first + i];
+        const Moving p = mySurface.outline(shape, i);
         return frame.project(UT_Vector3D(p.from) * (1 - f) + UT_Vector3D(p.to) * f) - here;
     };
     int winding = 0;
@@ -383,8 +414,8 @@ void GU_RaySweep::finishAll(GU_RayInfo& info, const Query& query) const {
 }
 
 GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) const {
-    const Shape& shape = myPieces.shapes[c.shape];
-    const uint32_t part = myPieces.items[c.item].part;
+    const Shape& shape = mySurface.shapes()[c.shape];
+    const uint32_t part = mySurface.items()[c.item].part;
     const double f = query.fraction(c.t);
     const auto corner = [&](size_t v) { return query.at(myLeaves[c.place / 4].corner(c.place % 4, v), f); };
     const UT_Vector3D p[3] = {corner(0), corner(1), corner(2)};

@@ -506,6 +506,49 @@ TEST(GU_RaySweep, refittedStructuresAnswerLikeNewOnes) {
     EXPECT_EQ(hashOfRays(still, 70, 100), before);
 }
 
+// What is left out for a position that is not finite stays so, and nothing else is, or a new structure is due.
+TEST(GU_RaySweep, refitsKnowOtherSurfacesFromMovedOnes) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    RayRandom random(29);
+    GU_Detail begin, end;
+    addTorusLike(begin, 8, 10, true, [](double u, double v) { return onTorus(u, v, 2, 0.8); });
+    addTorusLike(begin, 8, 10, false, [](double u, double v) { return onTorus(u, v, 3, 0.3); });
+    addPolygon(begin, {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0.4f, 0.2f, 0}, {0, 1, 0}}); // folded
+    end.duplicate(begin);
+    GU_RayIntersect whole(&begin, &end);
+    GEO_Point* corner = end.primitives()[0]->getVertexPoint(0);
+    const UT_Vector4 place = corner->getPos();
+    corner->setPos(UT_Vector4(0, nan, 0, 1));
+    GU_RayIntersect holed(&begin, &end);
+    EXPECT_LT(holed.entries(), whole.entries());
+    const auto before = hashOfRays(whole, 72, 300);
+    EXPECT_FALSE(whole.refit(&begin, &end));
+    EXPECT_EQ(hashOfRays(whole, 72, 300), before);
+    for (int step = 0; step < 3; ++step) {
+        shake(begin, random, 0.1);
+        shake(end, random, 0.1);
+        ASSERT_TRUE(holed.refit(&begin, &end));
+        const auto expected = hashOfRays(GU_RayIntersect(&begin, &end), 73, 1000);
+        EXPECT_GT(expected.second, 100);
+        EXPECT_EQ(hashOfRays(holed, 73, 1000), expected);
+    }
+    corner->setPos(place);
+    EXPECT_FALSE(holed.refit(&begin, &end));
+    EXPECT_TRUE(whole.refit(&begin, &end));
+    // Hits name the primitives of the detail that was followed last.
+    GU_Detail other;
+    other.duplicate(end);
+    ASSERT_TRUE(whole.refit(&begin, &other));
+    GU_RayInfo info(20);
+    ASSERT_TRUE(whole.sendRay({2, 0.3f, -9}, {0, 0, 1}, info));
+    EXPECT_EQ(info.getPrim()->getParent(), &other);
+    other.primitives()[0]->reverse();
+    EXPECT_FALSE(whole.refit(&begin, &other));
+    GU_Detail turned;
+    turned.duplicate(other);
+    EXPECT_FALSE(whole.refit(&turned, &other));
+}
+
 // The same bits with every compiler, level of optimisation and processor.
 TEST(GU_RaySweep, hitsAreTheSameBitsEverywhere) {
     RayRandom random(23);

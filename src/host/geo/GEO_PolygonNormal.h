@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/ut/UT_Vector3.h"
+
+// Normals of polygons, whoever holds the vertices: at(i) is vertex i of n.
+
+/// The Newell vector, twice the area of the polygon along its normal, counter-clockwise seen from its tip (Sutherland,
+/// Sproull, Schumacker, "A Characterization of Ten Hidden-Surface Algorithms", 1974).
+template <class At> UT_Vector3D GEOnewell(int n, At&& at) {
+    UT_Vector3D sum(0, 0, 0);
+    if (n < 3) return sum;
+    const UT_Vector3D origin(at(0)); // relative to a vertex, so that distant polygons keep their digits
+    UT_Vector3D previous = UT_Vector3D(at(1)) - origin;
+    for (int i = 2; i < n; ++i) {
+        const UT_Vector3D next = UT_Vector3D(at(i)) - origin;
+        sum += cross(previous, next);
+        previous = next;
+    }
+    return sum;
+}
+
+/// The unit vector along it, zero for a polygon whose area is only rounding.
+template <class At> UT_Vector3 GEOpolygonNormal(int n, At&& at) {
+    UT_Vector3D normal = GEOnewell(n, at);
+    double size = 0; // of the edges, squared, to tell rounding from area
+    for (int i = 0; i < n; ++i) size += UT_Vector3D(at(i) - at(i ? i - 1 : n - 1)).length2();
+    if (!(normal.length() > 1e-9 * size)) return {0, 0, 0};
+    normal.normalize();
+    return UT_Vector3(normal);
+}
