@@ -17,12 +17,15 @@ struct FLX_Chunk {
     size_t following;    ///< slots that may be read behind the last one, to fetch what comes next
     int iteration;       ///< how many particles the operator has met before the first one
     bool inARow = false; ///< the records lie one behind the other
+    bool isNear = false; ///< the records have just been read
 
     GEO_Point* point(size_t k) const { return access(slots[k]); }
 
     /// The first n particles, and those from the n-th on.
-    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration, inARow}; }
-    FLX_Chunk from(size_t n) const { return {access, slots + n, count - n, following, iteration + int(n), inARow}; }
+    FLX_Chunk first(size_t n) const { return {access, slots, n, following + count - n, iteration, inARow, isNear}; }
+    FLX_Chunk from(size_t n) const {
+        return {access, slots + n, count - n, following, iteration + int(n), inARow, isNear};
+    }
 
     /// Finds out whether the records lie in a row, as they do where nothing has died.
     void lookForRow();

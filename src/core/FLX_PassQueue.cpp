@@ -124,6 +124,7 @@ private:
             if (turn.end <= at) continue;
             FLX_Chunk part = chunk.first(std::min(chunk.count, turn.end - at));
             part.iteration = turn.iteration + int(at);
+            part.isNear = &turn != &myTurns.front();
             if (turn.isStep)
                 someGone = runStep(part);
             else
@@ -138,7 +139,7 @@ private:
     }
     FLX_Chunk withoutGone(const FLX_Chunk& chunk) {
         mySurvivors.take(chunk.slots, chunk.count, myStep->reapable());
-        return {chunk.access, mySurvivors.slots(), mySurvivors.count(), 0, chunk.iteration};
+        return {chunk.access, mySurvivors.slots(), mySurvivors.count(), 0, chunk.iteration, false, chunk.isNear};
     }
 
     GEO_PrimParticle& myPrim;
@@ -247,7 +248,8 @@ void FLX_PassQueue::walkRecords() const {
             if (turn.unborn) takeAway(mask, first, *turn.unborn);
             if (dead && dead->any()) takeAway(mask, first, *dead);
             window.take(first, mask);
-            turn.pass->run({access, window.slots(), window.count(), 0, 0, window.isFull()});
+            const bool isNear = &turn != &turns.front();
+            turn.pass->run({access, window.slots(), window.count(), 0, 0, window.isFull(), isNear});
         }
     });
 }

@@ -173,14 +173,15 @@ FLX_Chunk FLX_ParticleColumns::evaluate(const FLX_Chunk& chunk) {
             if (!part.inARow) __builtin_prefetch(pointers[k], 1);
         }
     myNaNs.clear();
-    const size_t lanes = myFromMemory ? FEW_LANES : VM_LANES;
+    const size_t lanes = myFromMemory && !part.isNear ? FEW_LANES : VM_LANES;
     for (size_t at = 0; at < n; at += lanes) evaluateLanes(part, pointers, at, int(std::min(n - at, lanes)));
     return part;
 }
 
 void FLX_ParticleColumns::evaluateLanes(const FLX_Chunk& part, const char* const* pointers, size_t at, int n) {
     const char* const first = reinterpret_cast<const char*>(part.point(at));
-    const VM_Records records{part.inARow ? nullptr : pointers + at, first, part.access.stride(), n, myFromMemory};
+    const VM_Records records{part.inARow ? nullptr : pointers + at, first, part.access.stride(), n,
+                             myFromMemory && !part.isNear};
     VM_fetch(records, myFields.data(), myFields.size());
     for (const Computed& computed : myComputed) {
         if (myReader.fill(*computed.variable, records, computed.to)) continue;
