@@ -79,6 +79,8 @@ GU_Detail* FLX_Node::getGeo(const char* givenPath, const FLX_ContextData* contex
     UT_String path(givenPath);
     if (!givenPath) getGeoPath(path, context, t);
     if (path == FLXnoObjToken || path == FLXnoSopToken) path = "";
+    // At another time geometry is made anew in place, that of expressions on the way, too; what waits may read it.
+    if (context && t != context->time) flushPasses();
 
     OP_Context sopContext(t);
     sopContext.setThread(0);

@@ -8,7 +8,7 @@ enum class FLX_PassUse {
     /// Its passes join those that wait, and all have run when its cook ends: for passes that write a group, an event or
     /// a string.
     Closing,
-    /// Its passes wait. They hold every value they use, read and write their own particle alone, and post nothing. Or
-    /// it has none, and reaches particles through the context only.
+    /// Its passes wait. They hold every value they use, read and write their own particle alone, and post nothing but
+    /// the warning that a parameter was no number. Or it has none, and reaches particles through the context only.
     Queued,
 };

@@ -63,6 +63,7 @@ protected:
         return {p, t, isVarDependent(myDetail, FLX_ParmRef(p), t, thread) != 0};
     }
     FLX_ChosenVector chooseVector(const Floats<3>& p, float t, int thread);
+
     float myLastEmissionTime = NO_TIME;
 
 private:

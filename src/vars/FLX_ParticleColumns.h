@@ -14,7 +14,7 @@ class FLX_LocalVar;
 /// The parameters of an operator that vary from particle to particle by expressions which read only the particle's own
 /// record and cannot fail: evaluated for up to SIZE particles at once, with the bits of one evaluation after the other.
 /// Constants may stand beside them, so that a loop reads all its values in the same way. Holds all it needs; after
-/// finish() neither node nor context are asked for anything.
+/// finish() neither node nor context are asked for anything, and all that the node hears of is a NaN (warnOfNaN).
 class FLX_ParticleColumns {
 public:
     static constexpr size_t SIZE = FLX_Chunk::SIZE;

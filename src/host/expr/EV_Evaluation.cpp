@@ -78,12 +78,12 @@ bool EV_Evaluation::callSite(const VM_Instruction& call, double* r, int) {
     return false;
 }
 
-// The scope has raised a number; the text that it cannot know is added here.
 EV_Error EV_noValueError(int number, std::string_view whole, size_t offset) {
     const std::string name(EV_Lexer(whole.substr(offset)).next().text);
     return EV_makeError(number, whole, offset, "variable $" + name + " has no value here");
 }
 
+// The scope has raised a number; the text that it cannot know is added here.
 bool EV_Evaluation::failVariable(const EV_Site& site) {
     if (!myError.text.empty()) return false;
     const int number = std::exchange(myError.number, int(EV_ERR_NONE));

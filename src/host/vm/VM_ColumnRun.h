@@ -9,6 +9,10 @@ public:
     VM_ColumnRun() = default;
     // With `callsHost`, every constant is there as a column, for the host to read.
     explicit VM_ColumnRun(const VM_Program& program, bool callsHost = false);
+    VM_ColumnRun(const VM_ColumnRun&) = delete; // the steps point into the memory
+    VM_ColumnRun& operator=(const VM_ColumnRun&) = delete;
+    VM_ColumnRun(VM_ColumnRun&&) = default;
+    VM_ColumnRun& operator=(VM_ColumnRun&&) = default;
 
     // The lanes of a register. Inputs are written here before a run, which may overwrite them; it leaves the results.
     double* column(uint16_t number) { return registers() + size_t(number) * VM_LANES; }
@@ -37,5 +41,5 @@ private:
     void place(const VM_Program& program, const VM_Instruction& instruction);
 
     std::vector<Line> myMemory;
-    std::vector<Step> mySteps; // point into the memory, so there are no copies
+    std::vector<Step> mySteps;
 };

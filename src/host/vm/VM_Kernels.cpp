@@ -129,15 +129,10 @@ const Kernels& kernelsOf(VM_Path path) {
     return theBaseline;
 }
 
-bool hasPath([[maybe_unused]] VM_Path path) {
-#if defined(__x86_64__)
-    if (path == VM_Path::Avx2) return __builtin_cpu_supports("avx2");
-    if (path == VM_Path::Avx512)
-        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512f") &&
-               __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
-               __builtin_cpu_supports("avx512bw");
-#endif
-    return path == VM_Path::Baseline;
+bool hasPath(VM_Path path) {
+    if (path == VM_Path::Avx2) return UT_Cpu::supportsAvx2();
+    if (path == VM_Path::Avx512) return UT_Cpu::supportsAvx512();
+    return true;
 }
 
 VM_Path firstPath() {

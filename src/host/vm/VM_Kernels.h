@@ -43,7 +43,7 @@ void VM_fetch(const VM_Records& records, const VM_Field* fields, size_t numField
 void VM_roundToFloats(const double* from, float* to, int n);
 
 // The sets of instructions that kernels are compiled for; all give the same bits. The best one that the processor has
-// is used, unless the environment variable FLX_VECTORS ("baseline", "avx2", "avx512") names a lesser one.
+// (and UT_Cpu allows) is used, unless the environment variable FLX_VECTORS ("baseline", "avx2") names a lesser one.
 enum class VM_Path { Baseline, Avx2, Avx512 };
 VM_Path VM_path();
 // Uses another one from now on, for tests. False, and nothing changed, when the processor does not have it.
