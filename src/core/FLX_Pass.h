@@ -36,7 +36,7 @@ struct FLX_Chunk {
         const size_t n = count, readable = count + following;
         const uint32_t* const at = slots;
         const GEO_PointAccess records = access;
-        const Work local(work); // what has no address outside stays in registers over the writes to the records
+        const Work local(work); // NOLINT(performance-unnecessary-copy-initialization): stays in registers over writes
         if (inARow && n) {
             char* record = reinterpret_cast<char*>(records(at[0]));
             for (size_t k = 0; k < n; ++k, record += records.stride()) local(k, reinterpret_cast<GEO_Point*>(record));
