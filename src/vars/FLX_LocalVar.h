@@ -3,6 +3,7 @@
 #include <bitset>
 
 #include "core/FLX_Node.h"
+#include "host/expr/EV_Columns.h"
 #include "vars/FLX_VariableReader.h"
 #include "vars/FLX_VariableTest.h"
 
@@ -39,6 +40,8 @@ public:
     /// How this cook's variables are read, and the context whose user variables count; null before the first cook.
     FLX_VariableReader& variableReader() { return myReader; }
     const FLX_ContextData* variableContext() const { return myVarContext; }
+    /// Code for expressions of this node over columns: that of an earlier cook when nothing has changed.
+    std::shared_ptr<EV_Columns> columns(const EV_ColumnList& list) { return myColumns.take(list); }
 
     float getVariableValue(int index, int thread) override;
     int isVarDependent(GU_Detail* detail, EV_EXPRESSION* expression, int thread) override;
@@ -59,6 +62,7 @@ private:
     int myIteration = 0;
     FLX_VariableTest myTest;
     FLX_VariableReader myReader;
+    EV_ColumnShelf myColumns;
     std::bitset<FLX_ParticleVariables::COUNT> myWarned; // whose missing attribute this cook has told of
     bool myDynamicVars = false;                         // between set-up and clean-up
     FLX_ContextData* myVarContext = nullptr;

@@ -20,16 +20,16 @@ bool FLX_ParticleColumns::place(int id, VM_Field& field) const {
 }
 
 // A variable whose attribute is missing warns when it is read, so it is left to the node.
-EV_Columns::Local FLX_ParticleColumns::classify(int id, double& number) {
+EV_ColumnList::Local FLX_ParticleColumns::classify(int id, double& number) {
     VM_Field field;
     const FLX_ParticleVariable* variable = FLX_ParticleVariables::find(id);
-    if (!variable) return place(id, field) ? EV_Columns::Local::Input : EV_Columns::Local::Refused;
+    if (!variable) return place(id, field) ? EV_ColumnList::Local::Input : EV_ColumnList::Local::Refused;
     FLX_VariableReader& reader = myOperator.variableReader();
-    if (!reader.isPresent(*variable)) return EV_Columns::Local::Refused;
-    if (variable->test != FLX_VarTest::Constant) return EV_Columns::Local::Input;
+    if (!reader.isPresent(*variable)) return EV_ColumnList::Local::Refused;
+    if (variable->test != FLX_VarTest::Constant) return EV_ColumnList::Local::Input;
     myOperator.flushPasses(); // a number of points may be asked for
     number = double(reader.value(*variable, nullptr, 0));
-    return EV_Columns::Local::Number;
+    return EV_ColumnList::Local::Number;
 }
 
 // The box is computed when it is first read; where a condition stands before that, particles may have moved by then.
@@ -51,8 +51,8 @@ int FLX_ParticleColumns::add(int index, int component, float t, bool isInt) {
     int result = -1;
     if (expression) {
         if (readsPendingBox(*expression)) return -1;
-        result = myExpressions.add(*expression, myOperator.scope(), double(t),
-                                   [this](int id, double& number) { return classify(id, number); });
+        result = myList.add(*expression, myOperator.scope(), double(t),
+                            [this](int id, double& number) { return classify(id, number); });
         if (result < 0) return -1;
     }
     myEvaluates = true;
@@ -69,10 +69,10 @@ int FLX_ParticleColumns::addOutput(const Output& output) {
 // ---- how the variables are fetched
 
 void FLX_ParticleColumns::planInputs() {
-    const std::vector<int>& ids = myExpressions.inputs();
+    const std::vector<int>& ids = myExpressions->inputs();
     for (size_t i = 0; i < ids.size(); ++i) {
         VM_Field field;
-        field.to = myExpressions.input(i);
+        field.to = myExpressions->input(i);
         if (place(ids[i], field))
             myFields.push_back(field);
         else
@@ -82,19 +82,20 @@ void FLX_ParticleColumns::planInputs() {
 
 // An expression may have turned out to be a number.
 void FLX_ParticleColumns::fillConstants() {
-    myFloats.resize(myOutputs.size() * SIZE);
-    myInts.resize(myOutputs.size() * SIZE);
+    myValues = std::make_unique_for_overwrite<Values[]>(myOutputs.size());
     for (size_t i = 0; i < myOutputs.size(); ++i) {
         Output& out = myOutputs[i];
         if (out.result >= 0) {
-            if (!myExpressions.isNumber(out.result)) continue;
-            const double number = myExpressions.number(out.result);
+            if (!myExpressions->isNumber(out.result)) continue;
+            const double number = myExpressions->number(out.result);
             out.row->numbers(&number, &out.fixedFloat, 1);
             out.fixedNaN = out.row->numbers(&number, &out.fixedInt, 1);
             out.result = -1;
         }
-        std::fill_n(myFloats.data() + i * SIZE, SIZE, out.fixedFloat);
-        std::fill_n(myInts.data() + i * SIZE, SIZE, out.fixedInt);
+        if (out.isInt)
+            std::fill_n(myValues[i].ints, SIZE, out.fixedInt);
+        else
+            std::fill_n(myValues[i].floats, SIZE, out.fixedFloat);
     }
 }
 
@@ -105,7 +106,7 @@ static constexpr size_t FEW_LANES = VM_LANES / 4;
 
 void FLX_ParticleColumns::finish() {
     if (!evaluates()) return;
-    myExpressions.finish();
+    myExpressions = myOperator.columns(myList);
     planInputs();
     if (myNeedsBox) {
         myOperator.flushPasses();
@@ -190,7 +191,7 @@ void FLX_ParticleColumns::evaluateLanes(const FLX_Chunk& part, const char* const
                 double(myReader.value(*computed.variable, reinterpret_cast<const GEO_Point*>(pointers[at + size_t(k)]),
                                       part.iteration + int(at) + k));
     }
-    myExpressions.run(n);
+    myExpressions->run(n);
     roundResults(at, n);
 }
 
@@ -199,10 +200,9 @@ void FLX_ParticleColumns::roundResults(size_t at, int n) {
         const Output& out = myOutputs[i];
         if (out.fixedNaN && at == 0) myNaNs.push_back({out.row, std::bitset<SIZE>().set()});
         if (out.result < 0) continue;
-        const double* column = myExpressions.column(out.result);
-        const size_t to = i * SIZE + at;
-        const bool anyNaN = out.isInt ? out.row->numbers(column, myInts.data() + to, n)
-                                      : out.row->numbers(column, myFloats.data() + to, n);
+        const double* column = myExpressions->column(out.result);
+        const bool anyNaN = out.isInt ? out.row->numbers(column, myValues[i].ints + at, n)
+                                      : out.row->numbers(column, myValues[i].floats + at, n);
         if (anyNaN) noteNaN(out, column, at, n);
     }
 }

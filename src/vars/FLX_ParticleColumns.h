@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bitset>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -52,8 +53,8 @@ public:
                 }
     }
     /// The values of a column for the particles that were evaluated last; the place is settled by finish().
-    const float* floats(int column) const { return myFloats.data() + size_t(column) * SIZE; }
-    const int* ints(int column) const { return myInts.data() + size_t(column) * SIZE; }
+    const float* floats(int column) const { return myValues[size_t(column)].floats; }
+    const int* ints(int column) const { return myValues[size_t(column)].ints; }
 
 private:
     struct Output {
@@ -64,11 +65,15 @@ private:
         int fixedInt = 0;
         bool fixedNaN = false; ///< a bound stands for a value that is no number
     };
+    union Values {
+        float floats[SIZE];
+        int ints[SIZE];
+    };
     struct Computed {
         double* to;
         const FLX_ParticleVariable* variable;
     };
-    EV_Columns::Local classify(int id, double& number);
+    EV_ColumnList::Local classify(int id, double& number);
     bool readsPendingBox(EV_EXPRESSION& expression);
     bool place(int id, VM_Field& field) const;
     void planInputs();
@@ -82,14 +87,14 @@ private:
     FLX_LocalVar& myOperator;
     bool myEnabled;
     bool myEvaluates = false;
-    EV_Columns myExpressions;
+    EV_ColumnList myList; ///< until finish()
+    std::shared_ptr<EV_Columns> myExpressions;
     bool myNeedsBox = false;
     bool myFromMemory = false; ///< the records do not fit into the caches
     std::vector<Output> myOutputs;
     std::vector<VM_Field> myFields;
     std::vector<Computed> myComputed;
     FLX_VariableReader myReader;
-    std::vector<float> myFloats; ///< SIZE per output
-    std::vector<int> myInts;
+    std::unique_ptr<Values[]> myValues;                                    ///< one per output
     std::vector<std::pair<const PRM_Template*, std::bitset<SIZE>>> myNaNs; ///< of the last block; hardly ever any
 };

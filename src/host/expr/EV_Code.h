@@ -1,6 +1,8 @@
 #pragma once
 #include "host/expr/EV_Expression.h"
 #include "host/vm/VM_Program.h"
+#include <atomic>
+#include <cstdint>
 
 // A string operand: a string register from 0, or the constant -1 - n.
 using EV_StringRef = int;
@@ -36,10 +38,16 @@ struct EV_Site {
 // What reading a variable that has no value raises; `offset` is where it stands in `whole`.
 EV_Error EV_noValueError(int number, std::string_view whole, size_t offset);
 
-// What a text compiles to.
+inline uint64_t EV_newSerial() {
+    static std::atomic<uint64_t> theLast{0};
+    return ++theLast;
+}
+
+// What a text compiles to. Only what its variables mean may change later.
 struct EV_Code {
-    VM_Program program;
-    std::vector<EV_Site> sites; // as program.sites
+    uint64_t serial = EV_newSerial(); // no two have the same
+    VM_Program program;                     // stays as it was compiled
+    std::vector<EV_Site> sites;             // as program.sites
     std::vector<std::string> strings;
     int numStringRegisters = 0;
     EV_Type resultType = EV_FLOAT;

@@ -1,190 +1,31 @@
 #include "host/expr/EV_Columns.h"
-#include "host/expr/EV_Code.h"
-#include "host/vm/VM_Builder.h"
-#include <algorithm>
-#include <bit>
+#include "host/expr/EV_ColumnGraph.h"
 
-namespace {
-
-// Bounds the memory for the columns of an operator: 2 KiB each.
-constexpr size_t MAX_NODES = 1000;
-
-bool isJump(VM_Op op) { return op == VM_Op::JumpNone || op == VM_Op::JumpAll; }
-
-// Worth a test whether any lane needs it.
-bool isExpensive(VM_Op op) {
-    const bool function = op >= VM_Op::Rand && op <= VM_Op::Log10;
-    return function || op == VM_Op::Mod || op == VM_Op::Pow || op == VM_Op::Atan2 || op >= VM_Op::Noise;
-}
-
-bool readsVariablesOnly(const EV_Code& code) {
-    return std::all_of(code.sites.begin(), code.sites.end(),
-                       [](const EV_Site& site) { return site.kind == EV_Site::Local || site.kind == EV_Site::Global; });
-}
-
-} // namespace
-
-// ---- what is to be computed
-
-EV_Columns::Value EV_Columns::inputValue(int id) {
-    const auto known = std::find_if(myInputNodes.begin(), myInputNodes.end(),
-                                    [&](Value node) { return myNodes[size_t(node)].id == id; });
-    if (known != myInputNodes.end()) return *known;
-    myNodes.push_back({VM_Op::End, {}, id});
-    return myInputNodes.emplace_back(Value(myNodes.size() - 1));
-}
-
-EV_Columns::Value EV_Columns::emit(VM_Op op, const Value* src) {
-    const int arity = VM_arity(op);
-    if (std::all_of(src, src + arity, [](Value v) { return v < 0; })) {
-        double n[4] = {0, 0, 0, 0};
-        std::transform(src, src + arity, n, [this](Value v) { return numberOf(v); });
-        return numberValue(VM_apply(op, n[0], n[1], n[2], n[3]));
-    }
-    if (op == VM_Op::Select && src[0] < 0) return numberOf(src[0]) != 0 ? src[1] : src[2];
-    Node node{op, {}, 0};
-    std::copy(src, src + arity, node.src);
-    // Few nodes, MAX_NODES at most: looking at each is cheaper than a table.
-    for (size_t i = myNodes.size(); i-- > 0;)
-        if (myNodes[i].op == op && myNodes[i].isKnown && std::equal(src, src + arity, myNodes[i].src)) return Value(i);
-    node.isKnown = true;
-    myNodes.push_back(node);
-    return Value(myNodes.size() - 1);
-}
-
-// A jump over cheap code costs more than the code.
-void EV_Columns::enterRegion(const EV_Code& code, size_t at, Value condition, std::vector<Region>& regions) {
-    const VM_Instruction& jump = code.program.code[at];
-    const auto begin = code.program.code.begin();
-    const bool pays = std::any_of(begin + std::ptrdiff_t(at), begin + std::ptrdiff_t(jump.target),
-                                  [](const VM_Instruction& i) { return isExpensive(i.op); });
-    if (!pays || condition < 0) return;
-    regions.push_back({jump.target, myNodes.size(), myNodes.size()});
-    myNodes.push_back({jump.op, {condition, 0, 0, 0}, 0});
-}
-
-// What was computed in code that may have been skipped is not known behind it.
-void EV_Columns::leaveRegions(size_t at, std::vector<Region>& regions) {
-    size_t known = myNodes.size();
-    for (const Region& region : regions)
-        if (region.end == at) {
-            myNodes[region.jump].target = myNodes.size();
-            known = std::min(known, region.known);
-        }
-    if (known == myNodes.size()) return;
-    std::erase_if(regions, [at](const Region& region) { return region.end == at; });
-    for (Region& region : regions) region.known = std::min(region.known, known);
-    for (size_t i = known; i < myNodes.size(); ++i) myNodes[i].isKnown = false;
-}
-
-EV_Columns::Value EV_Columns::lower(const EV_Code& code, const std::vector<Value>& variables) {
-    const VM_Program& program = code.program;
-    const Value zero = numberValue(0);
-    std::vector<Value> registers(size_t(program.numRegisters), zero);
-    std::transform(program.constants.begin(), program.constants.end(), registers.begin(),
-                   [this](double number) { return numberValue(number); });
-    std::vector<Region> regions;
-    for (size_t at = 0; at < program.code.size(); ++at) {
-        const VM_Instruction& i = program.code[at];
-        leaveRegions(at, regions);
-        if (i.op == VM_Op::End) break;
-        Value src[4];
-        for (int k = 0; k < 4; ++k) src[k] = registers[i.src[k]];
-        if (isJump(i.op))
-            enterRegion(code, at, src[0], regions);
-        else
-            registers[i.dst] = i.op == VM_Op::Host ? variables[i.target] : emit(i.op, src);
-    }
-    return registers[program.results[0]];
-}
-
-int EV_Columns::add(EV_EXPRESSION& expression, EV_Scope& scope, double t, const Locals& locals) {
-    if (!expression.bind(scope)) return -1;
-    const EV_Code& code = expression.code();
-    if (code.resultType != EV_FLOAT || code.analysis.canFail || !readsVariablesOnly(code)) return -1;
-    if (myNodes.size() + code.program.code.size() + code.program.constants.size() > MAX_NODES) return -1;
-    std::vector<std::pair<int, double>> numbers; // of the locals that are none of the inputs
-    for (int id : code.analysis.locals) {
-        double number = 0;
-        const Local local = locals(id, number);
-        if (local == Local::Refused) return -1;
-        if (local == Local::Number) numbers.emplace_back(id, number);
-    }
-    std::vector<Value> variables;
-    variables.reserve(code.sites.size());
-    for (const EV_Site& site : code.sites) {
-        const auto number =
-            std::find_if(numbers.begin(), numbers.end(), [&](const auto& n) { return n.first == site.id; });
-        if (site.kind == EV_Site::Global)
-            variables.push_back(numberValue(scope.globalValue(site.id, t)));
-        else
-            variables.push_back(number != numbers.end() ? numberValue(number->second) : inputValue(site.id));
-    }
-    myNodes.reserve(myNodes.size() + variables.size() + code.program.code.size());
-    myResults.push_back(lower(code, variables));
-    return int(myResults.size()) - 1;
-}
-
-// ---- the program
-
-bool EV_Columns::skipsAnything(size_t jump) const {
-    const auto begin = myNodes.begin() + std::ptrdiff_t(jump) + 1;
-    return std::any_of(begin, myNodes.begin() + std::ptrdiff_t(myNodes[jump].target),
-                       [](const Node& node) { return node.isRead && isExpensive(node.op); });
-}
-
-void EV_Columns::findRead() {
-    for (Value result : myResults) markRead(result);
-    for (size_t i = myNodes.size(); i-- > 0;) {
-        Node& node = myNodes[i];
-        if (isJump(node.op)) node.isRead = skipsAnything(i);
-        for (int k = 0; node.isRead && k < VM_arity(node.op); ++k) markRead(node.src[k]);
-    }
-}
-
-void EV_Columns::build(VM_Program& program) {
-    VM_Builder builder;
-    std::vector<VM_Builder::Value> values(myNodes.size(), 0), inputs;
-    std::erase_if(myInputNodes, [this](Value node) { return !myNodes[size_t(node)].isRead; });
-    builder.emitHost({}, int(myInputNodes.size()), inputs);
-    for (size_t i = 0; i < inputs.size(); ++i) {
-        values[size_t(myInputNodes[i])] = inputs[i];
-        myInputs.push_back(myNodes[size_t(myInputNodes[i])].id);
-    }
-    const auto valueOf = [&](Value v) { return v < 0 ? builder.constant(numberOf(v)) : values[size_t(v)]; };
-    std::vector<std::pair<size_t, size_t>> jumps; // to the node, and the builder's number
-    const auto aim = [&](size_t node) {
-        for (const auto& [target, jump] : jumps)
-            if (target == node) builder.aimHere(jump);
-    };
-    for (size_t i = 0; i < myNodes.size(); ++i) {
-        aim(i);
-        const Node& node = myNodes[i];
-        if (!node.isRead || node.op == VM_Op::End) continue;
-        if (isJump(node.op))
-            jumps.emplace_back(node.target, builder.emitJump(node.op, valueOf(node.src[0])));
-        else
-            values[i] = builder.emit(
-                node.op, {valueOf(node.src[0]), valueOf(node.src[1]), valueOf(node.src[2]), valueOf(node.src[3])});
-    }
-    aim(myNodes.size());
-    std::vector<VM_Builder::Value> results;
-    for (Value result : myResults)
-        if (result >= 0) results.push_back(values[size_t(result)]);
-    builder.finish(results, program); // MAX_NODES are fewer than there may be registers
-}
-
-void EV_Columns::finish() {
+EV_Columns::EV_Columns(const EV_ColumnList& list)
+    : myKey(list.key()) {
+    EV_ColumnGraph graph(list);
     VM_Program program;
-    findRead();
-    build(program);
+    graph.build(myInputs, program);
     myInputRegisters = program.sites[0].writes;
     size_t at = 0;
-    for (Value result : myResults) myResultRegisters.push_back(result < 0 ? uint16_t(0) : program.results[at++]);
+    for (const EV_ColumnGraph::Value result : graph.results())
+        myResults.push_back(result < 0 ? Result{true, graph.numberOf(result), 0}
+                                       : Result{false, 0, program.results[at++]});
     // The inputs are filled before a run, so the first instruction has nothing left to do.
     program.code.erase(program.code.begin());
     for (VM_Instruction& i : program.code)
-        if (isJump(i.op)) --i.target;
+        if (i.op == VM_Op::JumpNone || i.op == VM_Op::JumpAll) --i.target;
     myNumInstructions = program.code.size() - 1;
     myRun = VM_ColumnRun(program);
+}
+
+std::shared_ptr<EV_Columns> EV_ColumnShelf::take(const EV_ColumnList& list) {
+    for (const std::shared_ptr<EV_Columns>& kept : myKept)
+        if (kept.use_count() == 1 && kept->isFor(list)) return kept;
+    auto columns = std::make_shared<EV_Columns>(list);
+    if (myKept.size() < MOST)
+        myKept.push_back(columns);
+    else
+        myKept[myOldest++ % MOST] = columns;
+    return columns;
 }

@@ -1,30 +1,18 @@
 #pragma once
+#include "host/expr/EV_ColumnList.h"
 #include "host/vm/VM_ColumnRun.h"
-#include "host/vm/VM_NumberTable.h"
-#include <functional>
-#include <vector>
+#include <memory>
 
-class EV_EXPRESSION;
-class EV_Scope;
-struct EV_Code;
-
-// Expressions of numbers that are evaluated together over lanes, the local variables having a value of their own in
-// each. What they have in common is computed once. Each lane gets the bits that ev_EvaluateFloat gives.
+// The expressions of a list, evaluated together over lanes. What they have in common is computed once. Each lane gets
+// the bits that ev_EvaluateFloat gives. Holds all it needs, and serves every list of the same key.
 //
-//     add(...) for each, finish(), then for each block of lanes: fill input(i), run(lanes), read column(result)
+//     for each block of lanes: fill input(i) for each of inputs(), run(lanes), read column(result)
 class EV_Columns {
 public:
-    // What a local variable is here: an input, a number for all lanes, or something that only the scope can serve.
-    enum class Local { Input, Number, Refused };
-    using Locals = std::function<Local(int id, double& number)>;
+    explicit EV_Columns(const EV_ColumnList& list);
+    bool isFor(const EV_ColumnList& list) const { return list.key() == myKey; }
 
-    // The number of the result; or -1, and nothing changed, when the expression cannot be evaluated like this: it could
-    // fail, calls functions of the application, handles strings, yields no number, or is very large. Globals have their
-    // values at time t.
-    int add(EV_EXPRESSION& expression, EV_Scope& scope, double t, const Locals& locals);
-    void finish();
-
-    // The ids of the local variables that are read, known after finish().
+    // The ids of the local variables that are read.
     const std::vector<int>& inputs() const { return myInputs; }
 
     size_t numInstructions() const { return myNumInstructions; }
@@ -34,49 +22,33 @@ public:
     // Computes the first `lanes` lanes; at most VM_LANES.
     void run(int lanes) { myRun.run(lanes); }
 
-    bool isNumber(int result) const { return myResults[size_t(result)] < 0; }
-    double number(int result) const { return numberOf(myResults[size_t(result)]); }
-    const double* column(int result) const { return myRun.column(myResultRegisters[size_t(result)]); }
+    bool isNumber(int result) const { return myResults[size_t(result)].isNumber; }
+    double number(int result) const { return myResults[size_t(result)].number; }
+    const double* column(int result) const { return myRun.column(myResults[size_t(result)].column); }
 
 private:
-    using Value = int; // a node, or -1 - n: the number n
-
-    struct Node {
-        VM_Op op; // End: the input `id`
-        Value src[4];
-        int id;
-        size_t target = 0; // jumps: the node they skip to
-        bool isRead = false;
-        bool isKnown = false; // has been computed wherever the code stands now
-    };
-    struct Region {   // code that a jump may skip
-        size_t end;   // in the expression's code
-        size_t jump;  // the node
-        size_t known; // the first node that is not known behind it
+    struct Result {
+        bool isNumber;
+        double number;
+        uint16_t column;
     };
 
-    double numberOf(Value value) const { return myNumbers[size_t(-1 - value)]; }
-    Value numberValue(double number) { return -1 - myNumbers.add(number); }
-    Value inputValue(int id);
-    Value emit(VM_Op op, const Value* src);
-    void enterRegion(const EV_Code& code, size_t at, Value condition, std::vector<Region>& regions);
-    void leaveRegions(size_t at, std::vector<Region>& regions);
-    Value lower(const EV_Code& code, const std::vector<Value>& variables);
-    void markRead(Value value) {
-        if (value >= 0) myNodes[size_t(value)].isRead = true;
-    }
-    bool skipsAnything(size_t jump) const;
-    void findRead();
-    void build(VM_Program& program);
-
-    VM_NumberTable myNumbers;
-    std::vector<Node> myNodes;
-    std::vector<Value> myInputNodes;
-    std::vector<Value> myResults;
-
+    EV_ColumnList::Key myKey;
     VM_ColumnRun myRun;
     size_t myNumInstructions = 0;
     std::vector<int> myInputs;
     std::vector<uint16_t> myInputRegisters;
-    std::vector<uint16_t> myResultRegisters; // 0 for numbers
+    std::vector<Result> myResults;
+};
+
+// Columns kept from cook to cook, so that the same list costs a comparison. One thread at a time.
+class EV_ColumnShelf {
+public:
+    // Columns for the list that nobody else uses as long as they are held.
+    std::shared_ptr<EV_Columns> take(const EV_ColumnList& list);
+
+private:
+    static constexpr size_t MOST = 4; // more than an operator has passes that wait at a time, as a rule
+    std::vector<std::shared_ptr<EV_Columns>> myKept;
+    size_t myOldest = 0;
 };

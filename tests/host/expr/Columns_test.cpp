@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <deque>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -41,9 +42,11 @@ public:
     void variableNames(std::vector<std::string>&) const override {}
     OP_Parameters* node() override { return nullptr; }
 
-    static EV_Columns::Local meaning(int id, double& number) {
+    static EV_ColumnList::Local meaning(int id, double& number) {
         if (id == 6) number = 0.125;
-        return id < 6 ? EV_Columns::Local::Input : id == 6 ? EV_Columns::Local::Number : EV_Columns::Local::Refused;
+        return id < 6    ? EV_ColumnList::Local::Input
+               : id == 6 ? EV_ColumnList::Local::Number
+                         : EV_ColumnList::Local::Refused;
     }
 };
 
@@ -115,16 +118,23 @@ private:
 
 uint64_t bitsOf(double value) { return value != value ? 0x7ff8000000000000u : std::bit_cast<uint64_t>(value); }
 
+// A list that holds its expressions.
+struct List : EV_ColumnList {
+    List(const std::vector<std::string>& texts, Lanes& lanes, double t) {
+        for (const std::string& text : texts) {
+            numbers.push_back(add(expressions.emplace_back(text), lanes, t, Lanes::meaning));
+            EXPECT_GE(numbers.back(), 0) << text;
+        }
+    }
+    std::deque<EV_EXPRESSION> expressions;
+    std::vector<int> numbers;
+};
+
 // The results of several expressions in columns, one after the other per expression; with `n` lanes in the last block.
 std::vector<std::vector<double>> inColumns(const std::vector<std::string>& texts, Lanes& lanes, double t) {
-    EV_Columns columns;
-    std::vector<int> numbers;
-    for (const std::string& text : texts) {
-        EV_EXPRESSION expression(text);
-        numbers.push_back(columns.add(expression, lanes, t, Lanes::meaning));
-        EXPECT_GE(numbers.back(), 0) << text;
-    }
-    columns.finish();
+    const List list(texts, lanes, t);
+    EV_Columns columns(list);
+    const std::vector<int>& numbers = list.numbers;
     std::vector<std::vector<double>> out(texts.size());
     for (size_t first = 0; first < LANES; first += VM_LANES) {
         const size_t n = std::min(size_t(VM_LANES), LANES - first);
@@ -206,13 +216,7 @@ TEST(Columns, GiveTheBitsOfOneLaneOnEveryPath) {
 TEST(Columns, ComputeOnceWhatExpressionsShare) {
     Lanes lanes = randomLanes();
     const auto size = [&](const std::vector<std::string>& texts) {
-        EV_Columns columns;
-        for (const std::string& text : texts) {
-            EV_EXPRESSION expression(text);
-            EXPECT_GE(columns.add(expression, lanes, 0, Lanes::meaning), 0);
-        }
-        columns.finish();
-        return columns.numInstructions();
+        return EV_Columns(List(texts, lanes, 0)).numInstructions();
     };
     EXPECT_EQ(size({"sin($VX * 2) + 1"}), 3u);
     EXPECT_EQ(size({"sin($VX * 2) + 1", "sin($VX * 2) + 1"}), 3u);
@@ -238,15 +242,49 @@ TEST(Columns, RefuseWhatOnlyTheScopeCanServe) {
     ev_AddFunction(&ask);
     for (const char* text : {"$GONE", "$VX + $GONE", "columnsask($VX)", "vector3($VX, 1, 2)", "'a'", "$VX +", "$NOBODY",
                              "vector3(1, 2, $VX)[$ID]", "strlen('a' + $VX)"}) {
-        EV_Columns columns;
+        EV_ColumnList columns;
         EV_EXPRESSION expression(text);
         EXPECT_EQ(columns.add(expression, lanes, 0, Lanes::meaning), -1) << text;
     }
     std::string large = "$VX";
     for (int i = 0; i < 2000; ++i) large += "+$TY*" + std::to_string(i);
-    EV_Columns columns;
+    EV_ColumnList columns;
     EV_EXPRESSION expression(large), small("$VX");
     EXPECT_EQ(columns.add(expression, lanes, 0, Lanes::meaning), -1);
     EXPECT_EQ(columns.add(small, lanes, 0, Lanes::meaning), 0) << "and nothing is left of it";
     EXPECT_EQ(inColumns({"$VX"}, lanes, 0)[0][7], double(lanes.values[7][0]));
+}
+
+TEST(Columns, AreKeptForTheSameListOnly) {
+    Lanes lanes = randomLanes();
+    EV_ColumnShelf shelf;
+    List list({"$VX * 2", "$TY + $T"}, lanes, 1);
+    const EV_Columns* first = shelf.take(list).get();
+    EXPECT_EQ(shelf.take(list).get(), first);
+    const auto holder = shelf.take(list);
+    EXPECT_NE(shelf.take(list).get(), first) << "they are in use";
+    const auto valueOf = [&](const EV_ColumnList& of, int result) {
+        const auto columns = shelf.take(of);
+        for (size_t i = 0; i < columns->inputs().size(); ++i) *columns->input(i) = 10;
+        columns->run(1);
+        return columns->isNumber(result) ? columns->number(result) : *columns->column(result);
+    };
+    for (int round = 0; round < 2; ++round)
+        for (const double t : {1.0, 2.0, -0.0, 0.0, 5.0, 6.0}) {
+            EV_ColumnList later;
+            for (EV_EXPRESSION& expression : list.expressions) later.add(expression, lanes, t, Lanes::meaning);
+            EXPECT_EQ(valueOf(later, 0), 20);
+            EXPECT_EQ(valueOf(later, 1), 10 + t) << "another time, another number";
+        }
+    list.expressions[0].change("$VX * 3");
+    EV_ColumnList changed;
+    changed.add(list.expressions[0], lanes, 1, Lanes::meaning);
+    changed.add(list.expressions[1], lanes, 1, Lanes::meaning);
+    EXPECT_EQ(valueOf(changed, 0), 30);
+    EV_ColumnList known;
+    known.add(list.expressions[0], lanes, 1, [](int, double& number) {
+        number = 4;
+        return EV_ColumnList::Local::Number;
+    });
+    EXPECT_EQ(valueOf(known, 0), 12) << "an input became a number";
 }
