@@ -1,5 +1,6 @@
 // Expressions over particles, fetch from the records and rounding to float included, against loops in C++ written for
-// just one expression; then a force with one parameter that varies.
+// just one expression; then a force with one parameter that varies. Values go where an operator's loop reads them: into
+// a block of FLX_Chunk::SIZE, on both sides.
 #include <cmath>
 
 #include "host/expr/EV_Expression.h"
@@ -33,37 +34,52 @@ struct Reader {
     double id() const { return double(float(*p->castAttribData<int>(at.id))); }
 };
 
+/// Calls work(slots, count, slots that follow, number of the first) for blocks of particles.
+template <class Work> void forEachBlock(const GEO_PrimParticle& prim, const Work& work) {
+    prim.forEachSpan([&](const uint32_t* slots, size_t n) {
+        for (size_t first = 0; first < n; first += FLX_Chunk::SIZE) {
+            const size_t size = std::min(FLX_Chunk::SIZE, n - first);
+            work(slots + first, size, n - first - size, int(first));
+        }
+    });
+}
+
+/// The values of all particles; null where nobody wants to see them.
+using Kept = std::vector<float>*;
+
 /// The loop that someone writes who knows the expression.
 template <class F>
-__attribute__((noinline)) void native(const GEO_PrimParticle& prim, GEO_PointAccess access, Offsets at, float* out,
-                                      F f) {
-    prim.forEachSpan([&](const uint32_t* slots, size_t n) {
-        for (size_t k = 0; k < n; ++k) out[k] = float(f(Reader{access(slots[k]), at}));
-        out += n;
+__attribute__((noinline)) void native(const GEO_PrimParticle& prim, GEO_PointAccess access, Offsets at, float* block,
+                                      Kept kept, F f) {
+    forEachBlock(prim, [&](const uint32_t* slots, size_t n, size_t, int) {
+        for (size_t k = 0; k < n; ++k) block[k] = float(f(Reader{access(slots[k]), at}));
+        if (kept) kept->insert(kept->end(), block, block + n);
     });
 }
 
 struct Expression {
     const char* text;
-    void (*run)(const GEO_PrimParticle&, GEO_PointAccess, Offsets, float*);
+    void (*run)(const GEO_PrimParticle&, GEO_PointAccess, Offsets, float* block, Kept);
 };
 
 const Expression expressions[] = {
-    {"$VX*2 + $TY", [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o,
-                       float* out) { native(prim, a, o, out, [](const Reader& r) { return r.vx() * 2 + r.ty(); }); }},
+    {"$VX*2 + $TY",
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* block, Kept kept) {
+         native(prim, a, o, block, kept, [](const Reader& r) { return r.vx() * 2 + r.ty(); });
+     }},
     {"$AGE > 1 && $TY < 0",
-     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* out) {
-         native(prim, a, o, out, [](const Reader& r) { return r.age() > 1 && r.ty() < 0 ? 1.0 : 0.0; });
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* block, Kept kept) {
+         native(prim, a, o, block, kept, [](const Reader& r) { return r.age() > 1 && r.ty() < 0 ? 1.0 : 0.0; });
      }},
     {"sin($ID*0.1) * length(vector3($VX,$VY,$VZ))",
-     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* out) {
-         native(prim, a, o, out, [](const Reader& r) {
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* block, Kept kept) {
+         native(prim, a, o, block, kept, [](const Reader& r) {
              return std::sin(r.id() * 0.1) * std::sqrt(r.vx() * r.vx() + r.vy() * r.vy() + r.vz() * r.vz());
          });
      }},
     {"($VX*$VX + $VY*$VY)*0.5 - $TY*9.8 + $AGE/($ID + 1) - $TX",
-     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* out) {
-         native(prim, a, o, out, [](const Reader& r) {
+     [](const GEO_PrimParticle& prim, GEO_PointAccess a, Offsets o, float* block, Kept kept) {
+         native(prim, a, o, block, kept, [](const Reader& r) {
              return (r.vx() * r.vx() + r.vy() * r.vy()) * 0.5 - r.ty() * 9.8 + r.age() / (r.id() + 1) - r.tx();
          });
      }},
@@ -75,8 +91,7 @@ struct Setting {
         : simulation(name)
         , birth(addImmortals(simulation, n))
         , force(dynamic_cast<FLX_Force&>(simulation.add("force", "pull", &birth)))
-        , count(n)
-        , out(n) {
+        , count(n) {
         startFull(simulation, birth, force);
         simulation.setStepping(false);
         FLX_ContextData& context = simulation.context();
@@ -96,32 +111,28 @@ struct Setting {
     void bind(const char* text) { force.setExpression("scale", 0, text); }
     int parm() { return force.SCALE.index(); }
 
-    /// A pass that keeps the values.
-    void columns() {
+    void native(const Expression& e, Kept kept = nullptr) { e.run(prim(), access(), at, block, kept); }
+    /// What a pass does before its formula.
+    void columns(Kept kept = nullptr) {
         FLX_ParticleColumns values(force);
         const int number = values.add(parm(), 0, 0, false);
         if (number < 0) throw std::logic_error("not in columns");
         values.finish();
-        float* to = out.data();
-        prim().forEachSpan([&](const uint32_t* slots, size_t n) {
-            for (size_t first = 0; first < n; first += FLX_Chunk::SIZE) {
-                const size_t size = std::min(FLX_Chunk::SIZE, n - first);
-                FLX_Chunk rest{access(), slots + first, size, n - first - size, int(first)};
-                rest.lookForRow();
-                while (rest.count > 0) {
-                    const FLX_Chunk part = values.evaluate(rest);
-                    to = std::copy_n(values.floats(number), part.count, to);
-                    rest = rest.from(part.count);
-                }
+        forEachBlock(prim(), [&](const uint32_t* slots, size_t n, size_t following, int first) {
+            FLX_Chunk rest{access(), slots, n, following, first};
+            rest.lookForRow();
+            while (rest.count > 0) {
+                const FLX_Chunk part = values.evaluate(rest);
+                if (kept) kept->insert(kept->end(), values.floats(number), values.floats(number) + part.count);
+                rest = rest.from(part.count);
             }
         });
     }
     void oneByOne() {
-        size_t i = 0;
-        prim().forEachSpan([&](const uint32_t* slots, size_t n) {
+        forEachBlock(prim(), [&](const uint32_t* slots, size_t n, size_t, int) {
             for (size_t k = 0; k < n; ++k) {
                 force.setCurPoint(access()(slots[k]));
-                out[i++] = force.evalFloat(parm(), 0, 0);
+                block[k] = force.evalFloat(parm(), 0, 0);
             }
         });
         force.setCurPoint(nullptr);
@@ -131,7 +142,7 @@ struct Setting {
     FLX_Node& birth;
     FLX_Force& force;
     size_t count;
-    std::vector<float> out;
+    float block[FLX_Chunk::SIZE] = {};
     Offsets at{};
 };
 
@@ -163,22 +174,22 @@ private:
 
 void compare(Setting& s, const Expression& e, const char* where, double limit, int rounds) {
     s.bind(e.text);
-    std::vector<float> expected(s.count);
-    e.run(s.prim(), s.access(), s.at, expected.data());
-    s.columns();
-    size_t differ = 0; // the C library's sine is another one
-    for (size_t i = 0; i < s.count; ++i)
-        differ += std::fabs(expected[i] - s.out[i]) > 1e-5f * (1 + std::fabs(expected[i]));
+    std::vector<float> expected, found;
+    s.native(e, &expected);
+    s.columns(&found);
+    size_t differ = expected.size() != s.count || found.size() != s.count; // the C library's sine is another one
+    for (size_t i = 0; !differ && i < s.count; ++i)
+        differ += std::fabs(expected[i] - found[i]) > 1e-5f * (1 + std::fabs(expected[i]));
     Comparison table(std::string(e.text) + ", " + where + (differ ? ": RESULTS DIFFER" : ""));
     const double n = double(s.count);
-    const size_t plain = table.add("native loop", n, [&] { e.run(s.prim(), s.access(), s.at, s.out.data()); });
+    const size_t plain = table.add("native loop", n, [&] { s.native(e); });
     const size_t ours = table.add("columns", n, [&] { s.columns(); });
     if (s.count < 100000) {
         table.add("one particle after the other", n, [&] { s.oneByOne(); });
 #ifdef FLX_BENCH_MUPARSER
         auto packaged = std::make_shared<Packaged>(e.text);
         table.add("muparser", n, [&s, packaged] {
-            native(s.prim(), s.access(), s.at, s.out.data(), [&](const Reader& r) { return (*packaged)(r); });
+            native(s.prim(), s.access(), s.at, s.block, nullptr, [&](const Reader& r) { return (*packaged)(r); });
         });
 #endif
     }
@@ -219,8 +230,7 @@ void forces(const Expression& e, const char* name) {
     const double n = double(s.count);
     const size_t constant = table.add("constant scale", n, [&] { cook(s.force); });
     const size_t ours = table.add("varying scale", n, [&] { cook(varying); });
-    const size_t plain =
-        table.add("the native loop of the expression", n, [&] { e.run(s.prim(), s.access(), s.at, s.out.data()); });
+    const size_t plain = table.add("the native loop of the expression", n, [&] { s.native(e); });
     table.run(101);
     table.print(constant);
     const double ratio = (table.ratio(ours, plain) - table.ratio(constant, plain));

@@ -12,6 +12,14 @@ struct AddScaled {
     void operator()(GEO_Point* p, const UT_Vector3& f) const { add(p, f * gain); }
 };
 
+struct AddOverMass {
+    FLX_AddVector add;
+    float mass;
+
+    FLX_Bytes target() const { return add.target(); }
+    void operator()(GEO_Point* p, const UT_Vector3& f, float scale) const { add(p, f * (scale / mass)); }
+};
+
 } // namespace
 
 FLX_Force::FLX_Force(OP_Network* parent, const char* name, OP_Operator* op)
@@ -39,6 +47,8 @@ UT_ErrorSeverity FLX_Force::cookFlx(OP_Context& context) {
         if (object)
             push(cook, FLX_Constant(rowVecMult3(UT_Vector3(0, 0, -1), // the way it faces; its scale counts
                                                 FLXobjectToParticles(*object, cook.context(), cook.time()))));
+        else if (!force.varies())
+            push(cook, FLX_Constant(force.constant())); // three numbers in registers
         else
             push(cook, force);
     });
@@ -54,11 +64,7 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
     if (justAdds && !scale.varies() && (noise.absent() || noise.constant()))
         pushAlike(cook, noise, force, scale.constant() / mass.one());
     else if (justAdds && noise.absent())
-        cook.each(
-            FLX_UNMOVED,
-            [add = FLX_AddVector{cook.context().getAccelOffset()}, m = mass.one()](GEO_Point* p, const UT_Vector3& f,
-                                                                                   float s) { add(p, f * (s / m)); },
-            force, scale);
+        cook.each(FLX_UNMOVED, AddOverMass{{cook.context().getAccelOffset()}, mass.one()}, force, scale);
     else
         pushEach(cook, noise, force, scale, mass);
 }
