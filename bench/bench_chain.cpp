@@ -139,8 +139,7 @@ void compareForces() {
     table.bar(gravity, hand, 1.45);
     table.bar(turbulent, hand, 4.1);
     const double each = (table.ratio(more, hand) - table.ratio(gravity, hand)) / 4;
-    std::printf("  bar: each further constant operator <= 0.14 x the array's pass: %.3f, %s\n", each,
-                each <= 0.14 ? "holds" : "MISSED");
+    bar("frames, 1M particles of 80 bytes", "each further constant force / array of structures, one pass", each, 0.14);
 }
 
 } // namespace

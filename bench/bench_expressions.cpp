@@ -212,6 +212,7 @@ void compileTimes(Setting& s) {
         });
         table.run(21);
         table.print(0);
+        bar(std::string("compiling ") + e.text, "text to columns, nanoseconds", table.nanoseconds(0), 20000);
     }
 }
 
@@ -233,8 +234,8 @@ void forces(const Expression& e, const char* name) {
     const size_t plain = table.add("the native loop of the expression", n, [&] { s.native(e); });
     table.run(101);
     table.print(constant);
-    const double ratio = (table.ratio(ours, plain) - table.ratio(constant, plain));
-    std::printf("  bar: adds <= 1.50 x the native loop: %.2f, %s\n", ratio, ratio <= 1.5 ? "holds" : "MISSED");
+    bar(std::string("force with scale = ") + e.text + ", 8192 records",
+        "what it adds to a constant scale / native loop", table.ratio(ours, plain) - table.ratio(constant, plain), 1.5);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/Comparison.h"
 #include "support/Simulation.h"
 
 namespace {
@@ -39,6 +40,5 @@ int main() {
     std::printf("\n10M particles of %d bytes of attributes and 16 of position\n",
                 simulation.detail().pointAttribs().recordSize());
     std::printf("  held now %.0f MB, at the peak %.0f MB\n", (memoryOf("VmRSS:") - before) / 1e6, peak / 1e6);
-    std::printf("  bar: peak <= 1.40 x attributes and positions: %.2f, %s\n", peak / needed,
-                peak / needed <= 1.4 ? "holds" : "MISSED");
+    bench::bar("memory of 10M particles", "peak / attributes and positions", peak / needed, 1.4);
 }

@@ -45,7 +45,6 @@ int main() {
     table.add("info on, an expression in each, no particles", COOKS, repeated(varying));
     table.run(31);
     table.print(plain);
-    const double microseconds = table.nanoseconds(full) / 1000;
-    std::printf("  bar: \"info on, no particles\" <= 50 microseconds: %.1f, %s\n", microseconds,
-                microseconds <= 50 ? "holds" : "MISSED");
+    bench::bar("a cook of a birth operator and ten forces", "info on, no particles, microseconds",
+               table.nanoseconds(full) / 1000, 50);
 }

@@ -103,6 +103,7 @@ EV_ColumnGraph::EV_ColumnGraph(const EV_ColumnList& list) {
         at += code->sites.size();
     }
     findRead();
+    fuseProducts();
 }
 
 // ---- the program
@@ -119,6 +120,30 @@ void EV_ColumnGraph::findRead() {
         Node& node = myNodes[i];
         if (isJump(node.op)) node.isRead = skipsAnything(i);
         for (int k = 0; node.isRead && k < VM_arity(node.op); ++k) markRead(node.src[k]);
+    }
+}
+
+// A sum or difference takes over a product that nothing else reads: a column less to write and to read again.
+void EV_ColumnGraph::fuseProducts() {
+    std::vector<int> numReads(myNodes.size(), 0);
+    const auto count = [&](Value value) {
+        if (value >= 0) ++numReads[size_t(value)];
+    };
+    for (Value result : myResults) count(result);
+    for (const Node& node : myNodes)
+        for (int k = 0; node.isRead && k < VM_arity(node.op); ++k) count(node.src[k]);
+    for (Node& node : myNodes) {
+        if (!node.isRead || (node.op != VM_Op::Add && node.op != VM_Op::Sub)) continue;
+        for (int k = 0; k < 2; ++k) {
+            const Value value = node.src[k], other = node.src[1 - k];
+            if (value < 0 || myNodes[size_t(value)].op != VM_Op::Mul || numReads[size_t(value)] != 1) continue;
+            Node& product = myNodes[size_t(value)];
+            product.isRead = false;
+            const VM_Op difference = k == 0 ? VM_Op::MulSub : VM_Op::SubMul;
+            node = {node.op == VM_Op::Add ? VM_Op::MulAdd : difference, {product.src[0], product.src[1], other, 0}, 0};
+            node.isRead = true;
+            break;
+        }
     }
 }
 

@@ -4,7 +4,8 @@
 #include "host/vm/VM_Op.h"
 #include "host/vm/VM_Program.h"
 
-// The operations of a list of expressions: each once, numbers folded, jumps only over what is expensive.
+// The operations of a list of expressions: each once, numbers folded, jumps only over what is expensive, products
+// computed by the sums that they are for.
 class EV_ColumnGraph {
 public:
     using Value = int; // a node, or -1 - n: the number n
@@ -45,6 +46,7 @@ private:
     }
     bool skipsAnything(size_t jump) const;
     void findRead();
+    void fuseProducts();
 
     VM_NumberTable myNumbers;
     std::vector<Node> myNodes;

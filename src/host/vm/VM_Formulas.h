@@ -40,7 +40,10 @@
     X(Select, a != 0 ? b : c)                                    \
     X(Clamp,  a < b ? b : a > c ? c : a)                         \
     X(Fit01,  VM_fit01(a, b, c))                                 \
-    X(Lerp,   (1 - c) * a + c * b)
+    X(Lerp,   (1 - c) * a + c * b)                               \
+    X(MulAdd, a * b + c)                                         \
+    X(MulSub, a * b - c)                                         \
+    X(SubMul, c - a * b)
 
 // Functions that come with a block form of the same bits: X(operation, function of UT_Math).
 #define VM_BLOCKS_1(X)                                           \

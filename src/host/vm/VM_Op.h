@@ -59,6 +59,9 @@ enum class VM_Op : uint16_t {
     Clamp,  // a in [b, c]
     Fit01,  // where a lies between b and c, 0 to 1, clamped; b == c makes a step there
     Lerp,   // a at c = 0, b at c = 1
+    MulAdd, // a * b + c, rounded twice, like the two operations
+    MulSub, // a * b - c
+    SubMul, // c - a * b
     Noise,  // coherent noise at (a, b, c), about -1 to 1
     // four operands
     Turb, // d + 1 octaves of Noise at (a, b, c), each of twice the frequency and half the amplitude

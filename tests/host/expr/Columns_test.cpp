@@ -223,6 +223,8 @@ TEST(Columns, ComputeOnceWhatExpressionsShare) {
     EXPECT_EQ(size({"sin($VX * 2) + 1", "sin($VX * 2) + 3", "$VX * 2"}), 4u);
     EXPECT_EQ(size({"$T * 2 + $STEP", "3"}), 0u) << "numbers";
     EXPECT_EQ(size({"$VX * ($T > 1 ? 2 : sin($AGE))"}), 2u) << "the time settles it: sin($AGE) * $VX";
+    EXPECT_EQ(size({"$VX * $TY + $AGE * 3 - $VX * 2"}), 3u) << "sums compute products";
+    EXPECT_EQ(size({"$VX * $TY + 1", "$VX * $TY"}), 2u) << "but not one that is read elsewhere";
     EXPECT_EQ(size({"$AGE > 1 && $TY < 0"}), 3u) << "cheap sides are not jumped over";
     EXPECT_EQ(size({"$AGE > 1 ? noise($VX, 1, 2) : 0"}), 4u);
 }
