@@ -8,7 +8,7 @@
 
 #include "core/FLX_State.h"
 #include "host/geo/GEO_PrimPoly.h"
-#include "support/Network.h"
+#include "support/Probe.h"
 
 namespace {
 
@@ -20,8 +20,9 @@ struct Record {
 
 enum class Way { Plain, WithSpeed, WithLimit, WithLooseGeometry };
 
-/// The particles after each of so many steps of a fountain whose particles die at different ages.
-std::vector<std::vector<Record>> run(Way way, int steps) {
+/// The particles after each of so many steps of a fountain whose particles die at different ages and, when disturbed,
+/// have state bits set at random.
+std::vector<std::vector<Record>> run(Way way, bool disturbed) {
     Network net;
     FLX_Node& birth = net.add("location", "birth");
     FLX_Node& pull = net.add("force", "pull", {&birth});
@@ -31,13 +32,24 @@ std::vector<std::vector<Record>> run(Way way, int steps) {
     birth.setFloat("dospeed", 0, way == Way::WithSpeed);
     pull.setFloat("force", 1, -9.8);
     FLX_Node& limit = net.add("speedlimit", "limit", {&pull});
-    net.start(way == Way::WithLimit ? limit : pull);
+    Probe& probe = Probe::add(net, "probe", {way == Way::WithLimit ? &limit : &pull});
+    if (disturbed) pull.setFloat("amp", 0, 5);
+    uint32_t random = 1;
+    probe.work = [&](Probe& self, OP_Context& context) {
+        self.buildParticleList(context, 0);
+        static constexpr int bits[] = {0, 0, 0, 0, 0x4, 0x8, 0x100, 0x200, 0x800, 0x1002, 0x8000, 0x10};
+        const GEO_PrimParticle& prim = *net.context().hasPrimPart(&birth);
+        for (size_t k = 0; disturbed && k < prim.particleCount(); ++k)
+            net.context().state(prim.particle(k)) |=
+                bits[((random = random * 1664525u + 1013904223u) >> 16) % std::size(bits)];
+    };
+    net.start(probe);
     if (way == Way::WithLooseGeometry) {
         auto* face = static_cast<GEO_PrimPoly*>(net.detail().insertPrimitive(GEOPRIMPOLY));
         face->appendVertex(net.detail().appendPoint());
     }
     std::vector<std::vector<Record>> all;
-    for (int i = 0; i < steps; ++i) {
+    for (int i = 0; i < 40; ++i) {
         net.step();
         EXPECT_EQ(net.detail().validate(), "");
         const GEO_PrimParticle& prim = *net.context().hasPrimPart(&birth);
@@ -57,12 +69,14 @@ std::vector<std::vector<Record>> run(Way way, int steps) {
 } // namespace
 
 TEST(TimeStepWays, EveryWayGivesTheSameBits) {
-    const auto plain = run(Way::Plain, 40);
-    ASSERT_GT(plain.back().size(), 150u);
-    ASSERT_LT(plain.back().size(), 400u); // of 800 born
-    EXPECT_EQ(run(Way::WithSpeed, 40), plain);
-    EXPECT_EQ(run(Way::WithLimit, 40), plain);
-    EXPECT_EQ(run(Way::WithLooseGeometry, 40), plain);
+    for (const bool disturbed : {false, true}) {
+        const auto plain = run(Way::Plain, disturbed);
+        ASSERT_GT(plain.back().size(), 150u);
+        ASSERT_LT(plain.back().size(), 400u); // of 800 born
+        EXPECT_EQ(run(Way::WithSpeed, disturbed), plain);
+        EXPECT_EQ(run(Way::WithLimit, disturbed), plain);
+        EXPECT_EQ(run(Way::WithLooseGeometry, disturbed), plain);
+    }
 }
 
 TEST(TimeStepWays, ThePlainWayFollowsTheRules) {
