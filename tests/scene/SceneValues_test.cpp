@@ -100,7 +100,7 @@ TEST_F(SceneValues, SubNetworkInputsThroughTwoLevels) {
 
 TEST_F(SceneValues, Assignments) {
     loadNet(R"({"name": "a", "type": "location"}, {"name": "f", "type": "force", "inputs": ["a"]})");
-    const auto set = [&](const char* text) { return file.assign(text) ? "" : file.error(); };
+    const auto set = [&](const std::string& text) { return file.assign(text) ? "" : file.error(); };
     EXPECT_EQ(set("/obj/fx/f.force.y=-3"), "");
     EXPECT_EQ(set("/obj/fx/f.force.2=$GUST * 2"), "");
     EXPECT_EQ(set("/obj/fx.seed=3"), "");
@@ -115,8 +115,20 @@ TEST_F(SceneValues, Assignments) {
     UT_String text;
     node("/obj/fx/f")->evalStringRaw(text, "source");
     EXPECT_EQ(text.str(), "[x") << "texts are taken verbatim";
-    EXPECT_EQ(set("/obj/fx/g.x=1"), "there is no node \"/obj/fx/g\"; did you mean \"/obj/fx/a\"?");
-    EXPECT_EQ(set("/obj/fx/f.forse=1"), "/obj/fx/f: unknown parameter \"forse\"; did you mean \"force\"?");
-    EXPECT_EQ(set("/obj/fx/f.force.7=1"), "/obj/fx/f: \"force\" has no component \"7\"");
-    EXPECT_EQ(set("seed"), "\"seed\": expects NODE.PARM=VALUE, for example /obj/fx.seed=3");
+    EXPECT_EQ(set("/obj/fx/a.method=polar"), "");
+    EXPECT_EQ(value("/obj/fx/a", "method"), 2);
+    const std::string form = ": expects NODE.PARM=VALUE, for example /obj/fx.seed=3";
+    const std::pair<const char*, std::string> wrong[] = {
+        {"seed", "\"seed\"" + form},
+        {"/obj/fx=3", "\"/obj/fx=3\"" + form},
+        {"/obj/fx/g.x=1", "there is no node \"/obj/fx/g\"; did you mean \"/obj/fx/a\"?"},
+        {"/obj/nothing/here.life=3", "there is no node \"/obj/nothing/here\""},
+        {"/obj/fx/f.forse=1", "/obj/fx/f: unknown parameter \"forse\"; did you mean \"force\"?"},
+        {"/obj/fx/f.force=[1,2]", "/obj/fx/f: \"force\" has 3 components, found 2"},
+        {"/obj/fx/a.method=ploar +", "/obj/fx/a: \"method\": unknown menu token \"ploar +\""},
+    };
+    for (const auto& [assignment, error] : wrong) EXPECT_EQ(set(assignment), error);
+    for (const char* c : {"7", "3", "q", "w"})
+        EXPECT_EQ(set("/obj/fx/f.force." + std::string(c) + "=1"),
+                  "/obj/fx/f: \"force\" has no component \"" + std::string(c) + "\"");
 }

@@ -35,45 +35,18 @@ TEST(GroupStrings, Table) {
     const struct {
         const char* text;
         const char* members;
+        // clang-format off
     } cases[] = {
-        {"left", "0123"},
-        {"left right", "01236789"},
-        {"left !odd", "02"},
-        {"!odd left", "0123468"}, // starts from all, loses odd, then gains left
-        {"!3", "012456789"},
-        {"3", "3"},
-        {"0-4", "01234"},
-        {"4-0", "null"},
-        {"9-9", "9"},
-        {"0-9:3", "0369"},
-        {"0-9:2 !4 5", "02568"},
-        {"8-200", "89"},
-        {"10", ""},
-        {"99999999999999999999", ""},
-        {"0-99999999999999999999:9999999999999", "0"},
-        {"*", "012356789"},
-        {"__*", "4"},
-        {"__hidden", "4"},
-        {"?dd", "13579"},
-        {"[lr]*t", "01236789"},
-        {"left !l*", ""},
-        {"zebra*", ""},
-        {"  ", ""},
-        {"", ""},
-        {"\todd\n7", "13579"},
-        {"zebra", "null"},
-        {"left zebra", "null"},
-        {"!", "null"},
-        {"left !", "null"},
-        {"!!left", "null"},
-        {"3-", "null"},
-        {"3-5:", "null"},
-        {"3-5:0", "null"},
-        {"3:2", "null"},
-        {"3x", "null"},
-        {"-3", "null"},
-        {"[left", "null"},
+        {"left", "0123"}, {"left right", "01236789"}, {"left !odd", "02"},
+        {"!odd left", "0123468"}, /* starts from all, loses odd, then gains left */ {"!3", "012456789"}, {"3", "3"},
+        {"0-4", "01234"}, {"4-0", "null"}, {"9-9", "9"}, {"0-9:3", "0369"}, {"0-9:2 !4 5", "02568"}, {"8-200", "89"},
+        {"10", ""}, {"99999999999999999999", ""}, {"0-99999999999999999999:9999999999999", "0"}, {"*", "012356789"},
+        {"__*", "4"}, {"__hidden", "4"}, {"?dd", "13579"}, {"[lr]*t", "01236789"}, {"left !l*", ""}, {"zebra*", ""},
+        {"  ", ""}, {"", ""}, {"\todd\n7", "13579"}, {"zebra", "null"}, {"left zebra", "null"}, {"!", "null"},
+        {"left !", "null"}, {"!!left", "null"}, {"3-", "null"}, {"3-5:", "null"}, {"3-5:0", "null"}, {"3:2", "null"},
+        {"3x", "null"}, {"-3", "null"}, {"[left", "null"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(f.members(f.manager.parsePointGroups(c.text, &f.detail)), c.members) << '"' << c.text << '"';
         EXPECT_EQ(f.members(f.manager.parsePointGroupsCopy(c.text, &f.detail)), c.members) << '"' << c.text << '"';

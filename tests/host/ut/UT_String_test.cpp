@@ -15,39 +15,18 @@ struct GlobCase {
 } // namespace
 
 TEST(UT_PatternMatch, Globs) {
+    // clang-format off
     const GlobCase cases[] = {
-        {"", "", true},
-        {"", "a", false},
-        {"*", "", true},
-        {"**", "abc", true},
-        {"a*c", "abbbc", true},
-        {"a*c", "abbb", false},
-        {"*.obj", "a.obj.obj", true},
-        {"a*b*c", "a-c-b-c", true},
-        {"a*b*c", "a-c-c-b", false},
-        {"?", "", false},
-        {"???", "abc", true},
-        {"geo?*", "geo", false},
-        {"[a-c]x", "bx", true},
-        {"[a-c]x", "dx", false},
-        {"[!a-c]x", "dx", true},
-        {"[^a-c]x", "ax", false},
-        {"[]]", "]", true},
-        {"[!]]", "]", false},
-        {"[!]]", "a", true},
-        {"[a-]", "-", true},
-        {"[-a]", "-", true},
-        {"[c-a]", "b", false},  // an empty range
-        {"[abc", "[abc", true}, // never closed
-        {"[abc", "a", false},
-        {"[", "[", true},
-        {"[]", "[]", true},
-        {"[!", "[!", true},
-        {"*[0-9]", "grid12", true},
-        {"*[0-9]", "grid", false},
-        {"Grid*", "grid1", false},
-        {"a\xff*", "a\xff\x80", true},
+        {"", "", true}, {"", "a", false}, {"*", "", true}, {"**", "abc", true}, {"a*c", "abbbc", true},
+        {"a*c", "abbb", false}, {"*.obj", "a.obj.obj", true}, {"a*b*c", "a-c-b-c", true}, {"a*b*c", "a-c-c-b", false},
+        {"?", "", false}, {"???", "abc", true}, {"geo?*", "geo", false}, {"[a-c]x", "bx", true},
+        {"[a-c]x", "dx", false}, {"[!a-c]x", "dx", true}, {"[^a-c]x", "ax", false}, {"[]]", "]", true},
+        {"[!]]", "]", false}, {"[!]]", "a", true}, {"[a-]", "-", true}, {"[-a]", "-", true},
+        {"[c-a]", "b", false}, /* an empty range */ {"[abc", "[abc", true}, /* never closed */ {"[abc", "a", false},
+        {"[", "[", true}, {"[]", "[]", true}, {"[!", "[!", true}, {"*[0-9]", "grid12", true},
+        {"*[0-9]", "grid", false}, {"Grid*", "grid1", false}, {"a\xff*", "a\xff\x80", true},
     };
+    // clang-format on
     for (const GlobCase& c : cases)
         EXPECT_EQ(UTglobMatch(c.pattern, c.text), c.matches) << c.pattern << " against " << c.text;
     EXPECT_TRUE(UTglobMatch("GRID[a-c]*", "gridB7", false));
