@@ -55,16 +55,13 @@ TEST(MovingCollision, GainsAreRelativeToTheGeometry) {
 // A floor rises at 2, a particle falls on it at 10 from 0.1 above. A surface that moves as a whole is met where it was
 // when the step began, one that deforms where it is by then.
 TEST(MovingAndDeformingCollision, BehavioursEndTheMove) {
-    struct Case {
-        int behavior, state;
-        float movingY, deformingY;
-    };
     const float late = 0.1f - 10.0f / 120, there = 2.0f / 120, onFloor = 2 * DT, past = 0.1f - 10 * DT;
-    const Case cases[] = {{0, FLX_DEAD, late, there},
-                          {2, FLX_STOPPED, late, there},
-                          {3, FLX_STUCK, onFloor, onFloor},
-                          {4, FLX_SLIDING, onFloor, onFloor},
-                          {5, 0, past, past}};
+    // clang-format off
+    struct Case { int behavior, state; float movingY, deformingY; };
+    const Case cases[] = {
+        {0, FLX_DEAD, late, there}, {2, FLX_STOPPED, late, there}, {3, FLX_STUCK, onFloor, onFloor},
+        {4, FLX_SLIDING, onFloor, onFloor}, {5, 0, past, past}};
+    // clang-format on
     for (const Case& c : cases)
         for (const int hint : {TRANSLATING, DEFORMING}) {
             SCOPED_TRACE(testing::Message() << "behavior " << c.behavior << ", hint " << hint);
@@ -135,17 +132,14 @@ TEST(MovingCollision, TheToleranceProbesAroundTheStart) {
     const auto wall = [](GU_Detail& detail, float) {
         addFace(detail, {{0, -5, 5}, {0, -5, -5}, {0, 5, -5}, {0, 5, 5}});
     };
-    struct Case {
-        UT_Vector3 from, velocity;
-        double tolerance;
-        bool dies;
-    };
-    for (const Case& c : {Case{{0.05f, 0, 0}, {0, 0, 1}, 0.1, true},
-                          {{0.05f, 0, 0}, {0, 0, 1}, 0.04, false},
-                          {{0.05f, 0, 0}, {0, 0, 1}, 0, false},
-                          {{-0.05f, 0, 0}, {0, 1, 0}, 0.1, true},
-                          {{0.05f, 0, 0}, {1, 0, 0}, 0.1, true},     // behind
-                          {{0.05f, 0, 0}, {0, 0, 0}, 0.1, false}}) { // no direction to probe about
+    // clang-format off
+    struct Case { UT_Vector3 from, velocity; double tolerance; bool dies; };
+    const Case cases[] = {
+        {{0.05f, 0, 0}, {0, 0, 1}, 0.1, true}, {{0.05f, 0, 0}, {0, 0, 1}, 0.04, false},
+        {{0.05f, 0, 0}, {0, 0, 1}, 0, false}, {{-0.05f, 0, 0}, {0, 1, 0}, 0.1, true},
+        {{0.05f, 0, 0}, {1, 0, 0}, 0.1, true}, /* behind */ {{0.05f, 0, 0}, {0, 0, 0}, 0.1, false} /* nothing to probe about */};
+    // clang-format on
+    for (const Case& c : cases) {
         CollisionRig rig(wall);
         rig.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"tolerance", c.tolerance}});
         rig.fly(c.from, c.velocity);

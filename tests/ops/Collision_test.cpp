@@ -166,18 +166,13 @@ TEST(Collision, BouncesSeveralTimesInOneStepWithinItsAccuracy) {
 
 TEST(Collision, WeakBouncesEndInTheFinalBehaviour) {
     // The impulse is 0.4 * (1 + gain).
-    struct Case {
-        int finally;
-        double least;
-        int state;
-    };
-    for (const Case& c : {Case{1, 1, FLX_DEAD},
-                          {1, 0.7, 0},
-                          {2, 1, FLX_STOPPED},
-                          {3, 1, FLX_STUCK},
-                          {4, 1, FLX_SLIDING},
-                          {0, 1, 0},
-                          {1, -1, FLX_DEAD}}) {
+    // clang-format off
+    struct Case { int finally; double least; int state; };
+    const Case cases[] = {
+        {1, 1, FLX_DEAD}, {1, 0.7, 0}, {2, 1, FLX_STOPPED}, {3, 1, FLX_STUCK}, {4, 1, FLX_SLIDING}, {0, 1, 0},
+        {1, -1, FLX_DEAD}};
+    // clang-format on
+    for (const Case& c : cases) {
         CollisionRig rig(floorAtZero);
         rig.set({{"behavior", 1}, {"finalbehavior", c.finally}, {"minimpulse", c.least}});
         rig.fly({0, 0.01f, 0}, {2, -0.4f, 0});
@@ -375,19 +370,16 @@ TEST(Collision, TheSideIsRememberedOverSteps) {
 }
 
 TEST(Collision, ParticlesThatSlippedThroughAreBroughtBack) {
-    struct Case {
-        double normalStep, backStep;
-        UT_Vector3 velocity;
-        bool found;
-    };
     // The particle starts 0.003 below the floor, on the wrong side.
-    for (const Case& c : {Case{0.005, 0, {12, -1, 0}, true},  // along the last normal
-                          {0.002, 0, {12, -1, 0}, false},     // too short
-                          {0, 0.005, {0, -12, 0}, true},      // back along the move
-                          {0, 0.002, {0, -12, 0}, false},     // too short
-                          {0, 0.005, {12, -0.01f, 0}, false}, // seen from the side
-                          {0, 0.005, {0, 12, 0}, true},       // hits by itself, from below
-                          {0, 0, {0, -12, 0}, false}}) {
+    // clang-format off
+    struct Case { double normalStep, backStep; UT_Vector3 velocity; bool found; };
+    const Case cases[] = {
+        {0.005, 0, {12, -1, 0}, true}, /* along the last normal */ {0.002, 0, {12, -1, 0}, false}, /* too short */
+        {0, 0.005, {0, -12, 0}, true}, /* back along the move */ {0, 0.002, {0, -12, 0}, false}, /* too short */
+        {0, 0.005, {12, -0.01f, 0}, false}, /* seen from the side */
+        {0, 0.005, {0, 12, 0}, true}, /* hits by itself, from below */ {0, 0, {0, -12, 0}, false}};
+    // clang-format on
+    for (const Case& c : cases) {
         CollisionRig rig(floorAtZero);
         rig.set({{"behavior", 1}, {"dohittest", 1}, {"donormalstep", 1}, {"gainnml", 0.5}});
         rig.set({{"normalstep", c.normalStep}, {"backstep", c.backStep}});

@@ -41,19 +41,14 @@ struct Setter {
     }
 };
 
-struct Member {
-    const char *type, *stem, *text, *xyz, *attrib;
-    int size;
-};
 // Those with a vector that stands for an attribute; the turn's axis does not.
+// clang-format off
+struct Member { const char *type, *stem, *text, *xyz, *attrib; int size; };
 const Member members[] = {
-    {"acceleration", "acceltype", "accelv", "a", "accel", 3},
-    {"velocity", "veltype", "velv", "v", "v", 3},
-    {"angvelocity", "rottype", "rotv", "rot", "w", 3},
-    {"translation", "transtype", "transv", "trans", "trans", 3},
-    {"upvector", "uptype", "upv", "up", "up", 3},
-    {"rotation", "rottype", "rotv", "rot", "rot", 4},
-};
+    {"acceleration", "acceltype", "accelv", "a", "accel", 3}, {"velocity", "veltype", "velv", "v", "v", 3},
+    {"angvelocity", "rottype", "rotv", "rot", "w", 3}, {"translation", "transtype", "transv", "trans", "trans", 3},
+    {"upvector", "uptype", "upv", "up", "up", 3}, {"rotation", "rottype", "rotv", "rot", "rot", 4}};
+// clang-format on
 
 } // namespace
 
@@ -183,18 +178,14 @@ TEST(DirectSet, VelocityKeepsTheSpeedInStep) {
 }
 
 TEST(DirectSet, AnglesAreInDegrees) {
-    struct Turned {
-        const char *axis[3], *angle;
-        float rot[4];
-    };
     const float h = 0.70710678f;
+    // clang-format off
+    struct Turned { const char *axis[3], *angle; float rot[4]; };
     const Turned cases[] = {
-        {{"0", "0", "2"}, "-90", {0, 0, h, -h}}, // 270 degrees
-        {{"0", "0", "2"}, "270", {0, 0, h, -h}},
-        {{"0", "0", "-1"}, "90 + 720", {0, 0, -h, h}},
-        {{"3", "4", "0"}, "60 + 0 * $PT", {0.3f, 0.4f, 0, 0.8660254f}},
-        {{"0", "0", "0"}, "60", {0, 0, 0, 1}}, // no axis
-    };
+        {{"0", "0", "2"}, "-90", {0, 0, h, -h}}, /* 270 degrees */ {{"0", "0", "2"}, "270", {0, 0, h, -h}},
+        {{"0", "0", "-1"}, "90 + 720", {0, 0, -h, h}}, {{"3", "4", "0"}, "60 + 0 * $PT", {0.3f, 0.4f, 0, 0.8660254f}},
+        {{"0", "0", "0"}, "60", {0, 0, 0, 1}} /* no axis */};
+    // clang-format on
     for (const Turned& c : cases) {
         Setter s("rotation");
         s.set("rot", {c.axis[0], c.axis[1], c.axis[2]});
@@ -303,15 +294,13 @@ TEST(DirectSet, VectorExpressionsSeeTimeAndVariables) {
 }
 
 TEST(DirectSet, AFailedVectorIsZeroAndSaysWhere) {
-    struct Case {
-        const char *text, *message;
-    };
+    // clang-format off
+    struct Case { const char *text, *message; };
     const Case cases[] = {
         {"vector3($VXX, 1, 1)", "velv: \"vector3($VXX, 1, 1)\": unknown variable $VXX at column 9"},
-        {"vector3(1, 2", "velv: \"vector3(1, 2\": "},
-        {"\"text\"", "velv: \"\"text\"\": a vector is needed"},
-        {"vector3(1, 2, 3)[$PT * 5]", "velv: \"vector3(1, 2, 3)[$PT * 5]\": "},
-    };
+        {"vector3(1, 2", "velv: \"vector3(1, 2\": "}, {"\"text\"", "velv: \"\"text\"\": a vector is needed"},
+        {"vector3(1, 2, 3)[$PT * 5]", "velv: \"vector3(1, 2, 3)[$PT * 5]\": "}};
+    // clang-format on
     for (const Case& c : cases) {
         Setter s("velocity", 3);
         for (int i = 0; i < 3; ++i) s.net.setValue("v", i, {7, 7, 7});

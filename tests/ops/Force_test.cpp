@@ -33,21 +33,14 @@ struct Pull {
 } // namespace
 
 TEST(Force, MassComesFromTheAttributeTheParameterOrNowhere) {
-    struct Case {
-        bool attribute;
-        float value;
-        bool override;
-        double parm;
-        bool ignore;
-        float divisor;
-    };
+    // clang-format off
+    struct Case { bool attribute; float value; bool override; double parm; bool ignore; float divisor; };
     const Case cases[] = {
-        {false, 0, false, 3, false, 1},    {true, 2, false, 3, false, 2},
-        {true, 2, true, 4, false, 4},      {false, 0, true, 4, false, 4},
-        {true, 2, false, 3, true, 1},      {true, 2, true, 4, true, 1},
-        {true, 0, false, 3, false, 0.01f}, {true, -0.00001f, false, 3, false, 0.01f},
-        {true, -2, false, 3, false, -2},   {true, 0.00002f, false, 1, false, 0.00002f},
-    };
+        {false, 0, false, 3, false, 1}, {true, 2, false, 3, false, 2}, {true, 2, true, 4, false, 4},
+        {false, 0, true, 4, false, 4}, {true, 2, false, 3, true, 1}, {true, 2, true, 4, true, 1},
+        {true, 0, false, 3, false, 0.01f}, {true, -0.00001f, false, 3, false, 0.01f}, {true, -2, false, 3, false, -2},
+        {true, 0.00002f, false, 1, false, 0.00002f}};
+    // clang-format on
     for (const Case& c : cases) {
         Pull p(1, c.attribute);
         if (c.attribute) p.net.setValue("mass", 0, {c.value});
@@ -173,14 +166,12 @@ TEST(Force, ReachesLiveParticlesOfItsGroup) {
     GB_PointGroup* group = p.net.detail().pointGroups().newGroup("some");
     for (const int i : {0, 1, 4}) group->add(p.net.point(i));
     p.net.detail().pointGroups().newGroup("none");
-    struct Case {
-        const char *group, *message;
-        int reached;
-    };
-    for (const Case& c : {Case{"some", "", 0b010001},
-                          {"none", "", 0},
-                          {"missing", "error FLX 2: missing", 0},
-                          {"0-1 5", "", 0b100001}}) {
+    // clang-format off
+    struct Case { const char *group, *message; int reached; };
+    const Case cases[] = {
+        {"some", "", 0b010001}, {"none", "", 0}, {"missing", "error FLX 2: missing", 0}, {"0-1 5", "", 0b100001}};
+    // clang-format on
+    for (const Case& c : cases) {
         p.pull.setString("source", c.group);
         prepare();
         p.net.step();

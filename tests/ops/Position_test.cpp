@@ -92,18 +92,14 @@ TEST(Position, StopsAtTheFirstError) {
 }
 
 TEST(Position, AlongCurves) {
-    struct Case {
-        const char* at;
-        int curves;
-        bool reverse;
-        float x, y; // curve i runs from (0, i) to (8, i)
-    };
+    // clang-format off
+    struct Case { const char* at; int curves; bool reverse; float x, y; }; // curve i runs from (0, i) to (8, i)
     const Case cases[] = {
-        {"0", 2, false, 0, 0},    {"0.25", 2, true, 2, 0},  {"1.25", 2, false, 2, 1}, {"1.25", 2, true, 6, 1},
-        {"4.25", 2, false, 2, 1}, {"4.25", 2, true, 2, 1},  {"3.25", 2, true, 6, 1},  {"1", 2, false, 0, 1},
-        {"1", 2, true, 8, 1},     {"0.75", 1, false, 6, 0}, {"-3", 2, false, 0, 0},   {"1e30", 2, false, 0, 1},
-        {"0/0", 2, false, 0, 0},  {"0.5", 0, false, 5, 5},
-    };
+        {"0", 2, false, 0, 0}, {"0.25", 2, true, 2, 0}, {"1.25", 2, false, 2, 1}, {"1.25", 2, true, 6, 1},
+        {"4.25", 2, false, 2, 1}, {"4.25", 2, true, 2, 1}, {"3.25", 2, true, 6, 1}, {"1", 2, false, 0, 1},
+        {"1", 2, true, 8, 1}, {"0.75", 1, false, 6, 0}, {"-3", 2, false, 0, 0}, {"1e30", 2, false, 0, 1},
+        {"0/0", 2, false, 0, 0}, {"0.5", 0, false, 5, 5}};
+    // clang-format on
     for (const Case& c : cases) {
         for (const char* dependence : {"", " + 0 * $PT"}) {
             Placed p("position", 2);

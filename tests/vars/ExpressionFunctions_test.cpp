@@ -75,11 +75,8 @@ protected:
 
 TEST_F(ExpressionFunctions, Answers) {
     const FLX_ExpressionScope published(0, &net.context());
-    struct Case {
-        const char* text;
-        double value;
-    };
     // clang-format off
+    struct Case { const char* text; double value; };
     const Case cases[] = {
         {"flxpoint(1.25, 'P', 1)", 3}, /* y is 2 and 6 at points 1 and 2 */ {"flxpoint(-3, 'P', 0)", 0},
         {"flxpoint(-0.5, 'P', 1)", -2}, /* both ends clamped to point 0 */ {"flxpoint(2.5, 'P', 1)", 8},
@@ -97,8 +94,7 @@ TEST_F(ExpressionFunctions, Answers) {
         {"flxevent('')", 0}, {"flxeventtime('bang')", 0.25}, /* the withdrawn record counts first */
         {"flxeventtime('bangs')", 9}, {"flxeventtime('old')", 35}, {"flxeventtime('odd')", 0},
         {"flxeventtime('never')", -1}, {"strlen(flxcontextgeo(4))", 0}, {"strlen(flxcontextgeo(-1))", 0},
-        {"strlen(flxcontextgeo(1))", 0},
-    };
+        {"strlen(flxcontextgeo(1))", 0}};
     // clang-format on
     for (const Case& c : cases) EXPECT_EQ(number(c.text), c.value) << c.text;
     EXPECT_EQ(words("flxcontextgeo(0)"), "/obj/a");

@@ -68,17 +68,12 @@ TEST(GeneratorVariables, MissingDataIsReplacedWithAWarning) {
 
 TEST(GeneratorVariables, EachReadsTheSample) {
     Sampling s;
-    struct Attrib {
-        const char* name;
-        int size;
-        GB_AttribType type;
-        std::vector<const char*> variables;
-    };
     // clang-format off
+    struct Attrib { const char* name; int size; GB_AttribType type; std::vector<const char*> variables; };
     const Attrib attribs[] = {
-        {"Alpha", 4, GB_ATTRIB_FLOAT, {"CA"}},     {"Cd", 12, GB_ATTRIB_FLOAT, {"CR", "CG", "CB"}},
-        {"dist", 4, GB_ATTRIB_FLOAT, {"DIST"}},    {"drag", 4, GB_ATTRIB_FLOAT, {"DRAG"}},
-        {"mass", 4, GB_ATTRIB_FLOAT, {"MASS"}},    {"N", 12, GB_ATTRIB_VECTOR, {"NX", "NY", "NZ"}},
+        {"Alpha", 4, GB_ATTRIB_FLOAT, {"CA"}}, {"Cd", 12, GB_ATTRIB_FLOAT, {"CR", "CG", "CB"}},
+        {"dist", 4, GB_ATTRIB_FLOAT, {"DIST"}}, {"drag", 4, GB_ATTRIB_FLOAT, {"DRAG"}},
+        {"mass", 4, GB_ATTRIB_FLOAT, {"MASS"}}, {"N", 12, GB_ATTRIB_VECTOR, {"NX", "NY", "NZ"}},
         {"pscale", 4, GB_ATTRIB_FLOAT, {"PSCALE"}}, {"springk", 4, GB_ATTRIB_FLOAT, {"SPRINGK"}},
         {"tension", 4, GB_ATTRIB_FLOAT, {"TENSION"}}, {"uv", 12, GB_ATTRIB_FLOAT, {"MAPU", "MAPV", "MAPW"}},
         {"up", 12, GB_ATTRIB_VECTOR, {"UPX", "UPY", "UPZ"}}, {"v", 12, GB_ATTRIB_VECTOR, {"VX", "VY", "VZ"}}};

@@ -167,19 +167,16 @@ TEST_F(Language, strings) {
 }
 
 TEST_F(Language, onlyTheNeededSideIsEvaluated) {
-    struct Case {
-        const char* text;
-        double value;
-        std::vector<std::string> asked;
-    };
+    // clang-format off
+    struct Case { const char* text; double value; std::vector<std::string> asked; };
     const Case cases[] = {
         {"$VX ? 1 : $TY", 1, {"VX"}}, {"$A ? $VX : $TY", -1.5, {"A", "TY"}}, {"if($VX, $A, $TY)", 0, {"VX", "A"}},
         {"$A && $VX", 0, {"A"}}, {"$VX && $TY", 1, {"VX", "TY"}}, {"$VX || $TY", 1, {"VX"}},
         {"$A || $VX", 1, {"A", "VX"}}, {"1 ? $VX : $TY", 3, {"VX"}}, {"0 && $TY", 0, {}}, {"1 || $TY", 1, {}},
         {"($A && $VX) || $TY", 1, {"A", "TY"}}, {"$VX * $VX", 9, {"VX"}}, /* asked once */
         {"($A && $VX) + $VX", 3, {"A", "VX"}}, /* read under a condition is not read for the rest */
-        {"($VX ? $TY : 0) + $TY", -3, {"VX", "TY", "TY"}}, {"$VX ? ($A ? $TY : $VX) : $TY", 3, {"VX", "A"}},
-    };
+        {"($VX ? $TY : 0) + $TY", -3, {"VX", "TY", "TY"}}, {"$VX ? ($A ? $TY : $VX) : $TY", 3, {"VX", "A"}}};
+    // clang-format on
     for (const Case& c : cases) {
         scope.asked.clear();
         EXPECT_EQ(evaluate(c.text, scope).number, c.value) << c.text;

@@ -108,18 +108,13 @@ TEST(Number, text) {
 }
 
 TEST(Number, parse) {
-    struct Case {
-        const char* text;
-        size_t length;
-        double value;
-    };
     const double infinity = std::numeric_limits<double>::infinity();
     // clang-format off
+    struct Case { const char* text; size_t length; double value; };
     const Case cases[] = {
         {"12abc", 2, 12}, {"1e", 1, 1}, {"1e+", 1, 1}, {".5.", 2, 0.5}, {"inf", 0, 0}, {"nan", 0, 0}, {"-1", 0, 0},
         {".", 0, 0}, {"", 0, 0}, {"1e999", 5, infinity}, {"1e-999", 6, 0}, {"0e999", 5, 0}, {"0.0001e-999", 11, 0},
-        {"0x10", 1, 0}, {"1e99999999999999999999", 22, infinity}, {"1e-99999999999999999999", 23, 0},
-    };
+        {"0x10", 1, 0}, {"1e99999999999999999999", 22, infinity}, {"1e-99999999999999999999", 23, 0}};
     // clang-format on
     for (const Case& c : cases) {
         double value = 0;

@@ -109,16 +109,12 @@ TEST_F(Networks, PathsFromAnywhere) {
     OP_Node* inside = add(a, "example", "inside");
     BoxObject* geo = object("geo", "ground");
     RowSop *row1 = sop(geo, "row1"), *row2 = sop(geo, "row2");
-    const struct {
-        const char* path;
-        OP_Node* found;
-        // clang-format off
-    } cases[] = {
+    // clang-format off
+    const struct { const char* path; OP_Node* found; } cases[] = {
         {"/obj/box/a", a}, {"../a", a}, {"inside", nullptr}, {"../a/inside", inside}, {".", b}, {"./../b/.", b},
         {"..", box}, {"../../box//a/", a}, {"/", OPgetDirector()}, {"", nullptr}, {"../../../..", nullptr},
         {"/obj/box/none", nullptr}, {"/obj/ground/row1", row1}, {"../a/..", box}, {"/..", nullptr},
-        {"../../ground", geo},
-    };
+        {"../../ground", geo}};
     // clang-format on
     for (const auto& c : cases) EXPECT_EQ(b->findNode(c.path), c.found) << c.path;
     EXPECT_EQ(b->findNode(nullptr), nullptr);

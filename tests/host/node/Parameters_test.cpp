@@ -59,17 +59,12 @@ TEST_F(Parameters, PrototypesStandAlone) {
 TEST_F(Parameters, FloatsIntsAndRanges) {
     ExampleNode* n = node("n");
     const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        const char* token;
-        double value, asFloat;
-        int asInt;
-        // clang-format off
-    } cases[] = {
+    // clang-format off
+    const struct { const char* token; double value, asFloat; int asInt; } cases[] = {
         {"scale", 2.75, 2.75, 2}, {"scale", -3, 0, 0}, {"scale", 50, 50, 50}, {"scale", nan, 0, 0},
         {"count", 2.9, 2, 2}, {"count", -2.9, -2, -2}, {"count", 1e300, 5, 5}, {"count", -inf, -5, -5},
         {"count", nan, 0, 0}, {"mode", 7, 7, 7}, {"mode", -1, -1, -1}, {"on", 5, 5, 5},
-        {"force", 3e10, 3e10f, std::numeric_limits<int>::max()},
-    };
+        {"force", 3e10, 3e10f, std::numeric_limits<int>::max()}};
     // clang-format on
     for (const auto& c : cases) {
         n->setFloat(c.token, 0, c.value);
@@ -222,18 +217,16 @@ TEST_F(Parameters, SpareParametersBelongToOneNode) {
 }
 
 TEST_F(Parameters, ErrorsNameTokenAndColumn) {
-    const struct {
-        const char* text;
-        int number;
-        const char* message;
-    } cases[] = {
+    // clang-format off
+    const struct { const char* text; int number; const char* message; } cases[] = {
         {"1 + * 2", EV_ERR_SYNTAX, "error OP 1: force: \"1 + * 2\": "},
         {"$AGE + $AEG", EV_ERR_VARIABLE,
          "error OP 1: force: \"$AGE + $AEG\": unknown variable $AEG at column 8; did you mean $AGE?\n"},
-        {"2 * $BAD", EV_ERR_VARIABLE, "error OP 1: force: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
+        {"2 * $BAD", EV_ERR_VARIABLE,
+         "error OP 1: force: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
         {"ch(\"../m/scale\")", EV_ERR_EVALUATION,
-         "error OP 1: force: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"},
-    };
+         "error OP 1: force: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"}};
+    // clang-format on
     int number = 0;
     for (const auto& c : cases) {
         ExampleNode* n = node("n" + std::to_string(number++));

@@ -133,18 +133,15 @@ TEST(UT_Math, ZeroIncludesItsBounds) {
 }
 
 TEST(UT_Math, SplitsFloats) {
-    struct Case {
-        float x;
-        int whole;
-        float rest;
-    };
     const int most = 2147483647, least = -most - 1;
     // clang-format off
-    for (const Case& c : {
-             Case{0, 0, 0}, {1.25f, 1, 0.25f}, {-0.25f, -1, 0.75f}, {-3, -3, 0}, {-4194303.5f, -4194304, 0.5f},
-             {-1e-30f, -1, 0x1.fffffep-1f}, {2147483520.0f, 2147483520, 0}, {-2147483648.0f, least, 0},
-             {2147483648.0f, most, 0}, {-1e30f, least, 0}, {INFINITY, most, 0}, {NAN, 0, 0}}) {
-        // clang-format on
+    struct Case { float x; int whole; float rest; };
+    const Case cases[] = {
+        {0, 0, 0}, {1.25f, 1, 0.25f}, {-0.25f, -1, 0.75f}, {-3, -3, 0}, {-4194303.5f, -4194304, 0.5f},
+        {-1e-30f, -1, 0x1.fffffep-1f}, {2147483520.0f, 2147483520, 0}, {-2147483648.0f, least, 0},
+        {2147483648.0f, most, 0}, {-1e30f, least, 0}, {INFINITY, most, 0}, {NAN, 0, 0}};
+    // clang-format on
+    for (const Case& c : cases) {
         float rest = c.x;
         EXPECT_EQ(SYSsplitFloat(rest), c.whole) << c.x;
         EXPECT_EQ(rest, c.rest) << c.x;
