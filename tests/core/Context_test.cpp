@@ -3,8 +3,6 @@
 #include <map>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include "host/expr/EV_Error.h"
 #include "support/Probe.h"
 #include "support/RandomModel.h"

@@ -1,6 +1,4 @@
 // One cook of a network: traversal, ownership of particles, bypass, display, guides, info texts and menus.
-#include <gtest/gtest.h>
-
 #include "host/ut/UT_CRC.h"
 #include "support/Info.h"
 #include "support/Probe.h"

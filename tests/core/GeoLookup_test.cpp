@@ -1,6 +1,4 @@
 // Finding the geometry that operators name.
-#include <gtest/gtest.h>
-
 #include "host/node/OP_Operator.h"
 #include "host/node/SOP_Node.h"
 #include "host/sim/DOP_FullPathData.h"

@@ -4,8 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_State.h"
 #include "host/geo/GEO_PrimPoly.h"
 #include "support/Probe.h"
@@ -81,9 +79,7 @@ TEST(TimeStepWays, EveryWayGivesTheSameBits) {
 
 TEST(TimeStepWays, ThePlainWayFollowsTheRules) {
     Network net;
-    FLX_Node& birth = net.add("location", "birth");
-    birth.setFloat("constantrate", 0, 0);
-    birth.setFloat("impulserate", 0, 4);
+    FLX_Node& birth = net.addBirths(4);
     net.start(birth);
     birth.setFloat("impulserate", 0, 0);
     FLX_ContextData& context = net.context();

@@ -2,8 +2,6 @@
 #include <bit>
 #include <cmath>
 
-#include <gtest/gtest.h>
-
 #include "support/Probe.h"
 
 namespace {

@@ -1,6 +1,4 @@
 // Operators that set a motion attribute: the ways to write the value, which particles they reach, what they write.
-#include <gtest/gtest.h>
-
 #include "host/node/OP_UndoManager.h"
 #include "ops/motion/FLX_AxisOperator.h"
 #include "support/Probe.h"
@@ -32,9 +30,7 @@ struct Setter {
         for (int c = 0; c < size; ++c) out.push_back(net.value(attrib, i, c));
         return out;
     }
-    UT_Vector3 vector(const char* attrib, int i = 0) {
-        return {net.value(attrib, i, 0), net.value(attrib, i, 1), net.value(attrib, i, 2)};
-    }
+    UT_Vector3 vector(const char* attrib, int i = 0) { return net.vector(attrib, i); }
     void guideCook() {
         OP_Context context(net.time());
         net.context().cookGuide(context);

@@ -1,8 +1,6 @@
 // Forces: mass, direction, noise, and which particles they reach.
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "host/ut/UT_Interrupt.h"
 #include "host/ut/UT_Noise.h"
 #include "support/Probe.h"
@@ -24,9 +22,7 @@ struct Pull {
         int i = 0;
         for (const double value : values) pull.setFloat(parm, i++, value);
     }
-    UT_Vector3 accel(int i = 0) {
-        return {net.value("accel", i, 0), net.value("accel", i, 1), net.value("accel", i, 2)};
-    }
+    UT_Vector3 accel(int i = 0) { return net.vector("accel", i); }
     UT_Vector3 step(int i = 0) { return net.step(), accel(i); }
 };
 

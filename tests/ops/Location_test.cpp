@@ -3,8 +3,6 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "host/ut/UT_Interrupt.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"

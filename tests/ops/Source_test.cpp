@@ -1,8 +1,6 @@
 // Births from geometry, against the walk and the random sequence written out again.
 #include <cmath>
 
-#include <gtest/gtest.h>
-
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
 #include "host/ut/UT_RandomSequence.h"

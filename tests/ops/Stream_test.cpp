@@ -1,6 +1,4 @@
 // Operators that route particles: collect, switch, null, sub-network.
-#include <gtest/gtest.h>
-
 #include "support/Info.h"
 #include "support/Probe.h"
 

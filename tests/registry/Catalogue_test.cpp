@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <set>
 
-#include <gtest/gtest.h>
-
 #include "host/node/OP_OTLDefinition.h"
 #include "host/node/PI_ScriptOperator.h"
 #include "host/ut/UT_EnvControl.h"

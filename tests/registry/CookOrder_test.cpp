@@ -2,8 +2,6 @@
 #include <cstdlib>
 #include <functional>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_AttribMap.h"
 #include "host/ut/UT_Interrupt.h"
 #include "support/RandomNetwork.h"
@@ -76,12 +74,7 @@ protected:
 
 /// A birth of 600, and two operators that write down when they meet a particle.
 struct WatchedRow {
-    WatchedRow() {
-        Network::registerOperator<Watched>("watched", &FLX_LocalVar::myVariablePair);
-        birth.setFloat("constantrate", 0, 0);
-        birth.setFloat("impulserate", 0, 600);
-        first.log = second.log = &log;
-    }
+    WatchedRow() { first.log = second.log = &log; }
     void step() {
         birth.setFloat("impulserate", 0, 0);
         log.clear();
@@ -89,7 +82,7 @@ struct WatchedRow {
     }
 
     Network net;
-    FLX_Node& birth = net.add("location", "birth");
+    FLX_Node& birth = net.addBirths(600);
     Watched& first = (Network::registerOperator<Watched>("watched", &FLX_LocalVar::myVariablePair),
                       static_cast<Watched&>(net.add("watched", "first", {&birth})));
     Watched& second = static_cast<Watched&>(net.add("watched", "second", {&first}));
@@ -129,75 +122,47 @@ TEST(CookOrder, LoopsRunInPieces) {
 }
 
 TEST(CookOrder, WhatGivesAccessToParticlesRunsWhatWaits) {
-    struct Door {
-        const char* name;
-        std::function<void(Watched&, FLX_ContextData&)> open;
-        bool runs;
+    using W = Watched;
+    using C = FLX_ContextData;
+    const auto inherit = [](C& c, const char* name, int size, GB_AttribType type) {
+        GU_Detail other;
+        other.pointAttribs().append(name, size, type, nullptr);
+        FLX_AttribMap().build(&c, &other, c.peekDetail(), UT_String(name), 0);
     };
+    // clang-format off
+    struct Door { const char* name; bool runs; std::function<void(W&, C&)> open; };
     const Door doors[] = {
-        {"peekDetail", [](Watched&, FLX_ContextData& c) { c.peekDetail(); }, false},
-        {"offsets", [](Watched&, FLX_ContextData& c) { c.getMassOffset(); }, false},
-        {"peekParticleList", [](Watched& w, FLX_ContextData& c) { c.peekParticleList(), w.peekParticleList(); }, false},
-        {"an attribute that is there", [](Watched&, FLX_ContextData& c) { c.addAttrib(FLX_Attrib::ID); }, false},
-        {"activation", [](Watched& w, FLX_ContextData&) { w.ACTIVATE(0); }, false},
-        {"its own primitive", [](Watched& w, FLX_ContextData& c) { c.getPrimPart(&w); }, false},
-        {"a barrier's own primitive, which it may read before it has its inputs",
-         [](Watched& w, FLX_ContextData& c) {
-             w.use = FLX_PassUse::Barrier;
-             c.getPrimPart(&w);
-             w.use = FLX_PassUse::Queued;
-         },
-         true},
-        {"a step in mid-cook, which waits itself",
-         [](Watched&, FLX_ContextData& c) {
-             OP_Context at(c.time);
-             at.setData(&c);
-             FLX_Node::timestepStatic(at);
-         },
-         true},
-        {"the rules", [](Watched&, FLX_ContextData& c) { FLX_Node::applyRulesToList(c.peekParticleList(), &c); }, true},
-        {"getDetail", [](Watched&, FLX_ContextData& c) { c.getDetail(); }, true},
-        {"getDisplayDetail", [](Watched&, FLX_ContextData& c) { c.getDisplayDetail(); }, true},
-        {"getParticleList", [](Watched&, FLX_ContextData& c) { c.getParticleList(); }, true},
-        {"the operator's own list", [](Watched& w, FLX_ContextData&) { w.getParticleList(); }, true},
-        {"getNumParticles", [](Watched&, FLX_ContextData& c) { c.getNumParticles(); }, true},
-        {"an expression function's context", [](Watched&, FLX_ContextData&) { FLX_ContextData::getExpressionData(0); },
-         true},
-        {"a new attribute", [](Watched&, FLX_ContextData& c) { c.addAttrib(FLX_Attrib::Charge); }, true},
-        {"a new variable",
-         [](Watched&, FLX_ContextData& c) { c.addUserVariable("some", 4, GB_ATTRIB_FLOAT, nullptr, nullptr); }, true},
-        {"another detail", [](Watched&, FLX_ContextData& c) { c.setRefDetail(c.peekDetail()); }, true},
-        {"an inherited attribute",
-         [](Watched&, FLX_ContextData& c) {
-             GU_Detail other;
-             other.pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT, nullptr);
-             FLX_AttribMap().build(&c, &other, c.peekDetail(), UT_String("heat"), 0);
-         },
-         true},
-        {"what comes with an inherited up vector that is there",
-         [](Watched&, FLX_ContextData& c) {
-             GU_Detail other;
-             other.pointAttribs().append("up", 12, GB_ATTRIB_VECTOR, nullptr);
-             FLX_AttribMap().build(&c, &other, c.peekDetail(), UT_String("up"), 0);
-         },
-         true},
-        {"a user variable's value",
-         [](Watched&, FLX_ContextData& c) { c.getUserVariableValue(c.peekDetail()->points()(0), 0, 0); }, true},
-        {"a copy",
-         [](Watched&, FLX_ContextData& c) {
-             FLX_ContextData copy("copy");
-             copy.copyFrom(c, nullptr);
-         },
-         true},
-        {"a variable outside the loop", [](Watched& w, FLX_ContextData&) { w.curPoint(); }, true},
-        {"the info text",
-         [](Watched& w, FLX_ContextData&) {
-             OP_Context at(0);
-             std::string text;
-             w.getNodeSpecificInfoText(at, 0, text);
-         },
-         true},
+        {"peekDetail", false, [](W&, C& c) { c.peekDetail(); }},
+        {"offsets", false, [](W&, C& c) { c.getMassOffset(); }},
+        {"peekParticleList", false, [](W& w, C& c) { c.peekParticleList(), w.peekParticleList(); }},
+        {"an attribute that is there", false, [](W&, C& c) { c.addAttrib(FLX_Attrib::ID); }},
+        {"activation", false, [](W& w, C&) { w.ACTIVATE(0); }},
+        {"its own primitive", false, [](W& w, C& c) { c.getPrimPart(&w); }},
+        {"a barrier's own primitive, which it may read before it has its inputs", true,
+         [](W& w, C& c) { w.use = FLX_PassUse::Barrier; c.getPrimPart(&w); w.use = FLX_PassUse::Queued; }},
+        {"a step in mid-cook, which waits itself", true,
+         [](W&, C& c) { OP_Context at(c.time); at.setData(&c); FLX_Node::timestepStatic(at); }},
+        {"the rules", true, [](W&, C& c) { FLX_Node::applyRulesToList(c.peekParticleList(), &c); }},
+        {"getDetail", true, [](W&, C& c) { c.getDetail(); }},
+        {"getDisplayDetail", true, [](W&, C& c) { c.getDisplayDetail(); }},
+        {"getParticleList", true, [](W&, C& c) { c.getParticleList(); }},
+        {"the operator's own list", true, [](W& w, C&) { w.getParticleList(); }},
+        {"getNumParticles", true, [](W&, C& c) { c.getNumParticles(); }},
+        {"an expression function's context", true, [](W&, C&) { FLX_ContextData::getExpressionData(0); }},
+        {"a new attribute", true, [](W&, C& c) { c.addAttrib(FLX_Attrib::Charge); }},
+        {"a new variable", true, [](W&, C& c) { c.addUserVariable("some", 4, GB_ATTRIB_FLOAT, nullptr, nullptr); }},
+        {"another detail", true, [](W&, C& c) { c.setRefDetail(c.peekDetail()); }},
+        {"an inherited attribute", true,
+         [&](W&, C& c) { inherit(c, "heat", 4, GB_ATTRIB_FLOAT); }},
+        {"what comes with an inherited up vector that is there", true,
+         [&](W&, C& c) { inherit(c, "up", 12, GB_ATTRIB_VECTOR); }},
+        {"a user variable's value", true, [](W&, C& c) { c.getUserVariableValue(c.peekDetail()->points()(0), 0, 0); }},
+        {"a copy", true, [](W&, C& c) { FLX_ContextData copy("copy"); copy.copyFrom(c, nullptr); }},
+        {"a variable outside the loop", true, [](W& w, C&) { w.curPoint(); }},
+        {"the info text", true,
+         [](W& w, C&) { OP_Context at(0); std::string text; w.getNodeSpecificInfoText(at, 0, text); }},
     };
+    // clang-format on
     for (const Door& door : doors) {
         WatchedRow row;
         row.net.start(row.second);
@@ -230,9 +195,7 @@ TEST(CookOrder, AnInterruptLeavesNoHalfDoneLoop) {
 TEST(CookOrder, NumbersAreThoseOfTheParticlesThatStay) {
     for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
         Network net;
-        FLX_Node& birth = net.add("location", "birth");
-        birth.setFloat("constantrate", 0, 0);
-        birth.setFloat("impulserate", 0, 600);
+        FLX_Node& birth = net.addBirths(600);
         birth.setFloat("life", 0, 0.3);
         birth.setFloat("lifevar", 0, 0.25);
         FLX_Node& pull = net.add("force", "pull", {&birth});
@@ -263,9 +226,7 @@ TEST(CookOrder, WritesBehindTheStepLeaveOutTheDyingAndTheStuck) {
     std::string states[2];
     for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
         Network net;
-        FLX_Node& birth = net.add("location", "birth");
-        birth.setFloat("constantrate", 0, 0);
-        birth.setFloat("impulserate", 0, 600);
+        FLX_Node& birth = net.addBirths(600);
         birth.setFloat("life", 0, 0.3);
         birth.setFloat("lifevar", 0, 0.25);
         FLX_Node& pull = net.add("force", "pull", {&birth});
@@ -294,9 +255,7 @@ TEST(CookOrder, WritesBehindTheStepLeaveOutTheDyingAndTheStuck) {
 // Constants may go before expressions that are evaluated in columns, but not before those that read or write the same.
 TEST(CookOrder, ConstantsStayBehindWhatTheyMatterTo) {
     Network net;
-    FLX_Node& birth = net.add("location", "birth");
-    birth.setFloat("constantrate", 0, 0);
-    birth.setFloat("impulserate", 0, 600);
+    FLX_Node& birth = net.addBirths(600);
     FLX_Node& drag = net.add("force", "drag", {&birth});
     drag.setExpression("force", 0, "$VX * 0.5");
     FLX_Node& wind = net.add("velocity", "wind", {&drag}); // drag reads what it sets, ...
@@ -326,9 +285,7 @@ TEST(CookOrder, GeometryOfAnotherTimeWaitsForLoopsThatReadIt) {
     std::string states[2];
     for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
         Network net;
-        FLX_Node& birth = net.add("location", "birth");
-        birth.setFloat("constantrate", 0, 0);
-        birth.setFloat("impulserate", 0, 600);
+        FLX_Node& birth = net.addBirths(600);
         birth.setFloat("vel", 1, -5);
         const auto floorAt = [](float height) {
             return [=](GU_Detail& detail, float t) {

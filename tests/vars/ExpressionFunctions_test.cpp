@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <map>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_ExpressionStack.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Expression.h"

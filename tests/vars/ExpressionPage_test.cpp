@@ -4,8 +4,6 @@
 #include <sstream>
 
 #include <fmt/format.h>
-#include <gtest/gtest.h>
-
 #include "core/FLX_Attributes.h"
 #include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"

@@ -1,6 +1,4 @@
 // The variables that describe what is about to be born.
-#include <gtest/gtest.h>
-
 #include "host/expr/EV_Error.h"
 #include "support/Network.h"
 #include "vars/FLX_GenVar.h"

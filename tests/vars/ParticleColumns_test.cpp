@@ -3,8 +3,6 @@
 #include <cstring>
 #include <random>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
 #include "host/vm/VM_Kernels.h"

@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <map>
 
-#include <gtest/gtest.h>
-
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
 #include "support/Probe.h"

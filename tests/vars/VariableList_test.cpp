@@ -2,8 +2,6 @@
 #include <fstream>
 #include <sstream>
 
-#include <gtest/gtest.h>
-
 #include "host/node/OP_Director.h"
 #include "support/Probe.h"
 #include "vars/FLX_VariableList.h"
