@@ -19,15 +19,6 @@ TEST_F(BadExpressions, AreToldByCheckAndByTheRun) {
     EXPECT_NE((run.out + run.err).find("/obj/fx/pull: error OP 1: scale: " + told), std::string::npos) << run.err;
 }
 
-TEST_F(BadExpressions, InStringsAreToldToo) {
-    put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"group": "a$NOPE"}})"));
-    const ToolResult check = flx({"check", "scene.json"});
-    EXPECT_EQ(check.status, 1);
-    EXPECT_NE(check.out.find("/obj/fx/birth: error: \"group\": \"a$NOPE\": unknown variable $NOPE at column 2"),
-              std::string::npos)
-        << check.out;
-}
-
 // The run's message without the quotes around the token is what check says.
 TEST_F(BadExpressions, RefusedVariablesAndLostPathsAreToldInTheSameWords) {
     const std::pair<const char*, const char*> bad[] = {

@@ -34,7 +34,7 @@ TEST_F(Examples, GoldenHashes) {
     for (const std::string name : {"flock", "fountain", "inside", "mesh_sparks", "metaballs", "rain", "bouncing_sparks",
                                    "moving_box", "rain_on_waves", "sliding"}) {
         const bool isLate = name == "sliding" || name == "bouncing_sparks"; // when they have met something
-        const int frame = name == "flock" || name == "rain" ? 96 : isLate ? 40 : 24;
+        const int frame = name == "flock" || name == "rain" ? 96 : name == "inside" ? 72 : isLate ? 40 : 24;
         const nlohmann::json state = dump(name, frame);
         table[name] = {{"frame", frame}, {"particles", state["particles"]}, {"hash", state["hash"]}};
     }
@@ -74,40 +74,6 @@ TEST_F(Examples, FountainFallsUnderGravity) {
         const double k = std::round(age / h);
         ASSERT_NEAR(points["v"][i][1], 8 - 9.8 * h * k, 1e-4);
         ASSERT_NEAR(points["P"][i][1], 8 * h * k - 9.8 * h * h * k * (k - 1) / 2, 1e-3) << k;
-    }
-}
-
-TEST_F(Examples, TheBearIsFilledAndStandsStill) {
-    const nlohmann::json state = dump("inside", 24);
-    EXPECT_NEAR(state["particles"].get<double>(), 20000, 1);
-    double low[3] = {9, 9, 9}, high[3] = {-9, -9, -9};
-    for (const nlohmann::json& p : state["points"]["P"])
-        for (size_t c = 0; c < 3; ++c) {
-            low[c] = std::min(low[c], p[c].get<double>());
-            high[c] = std::max(high[c], p[c].get<double>());
-        }
-    const double size[3] = {2.0, 1.94, 1.31};
-    for (size_t c = 0; c < 3; ++c) {
-        EXPECT_LE(high[c] - low[c], size[c] + 0.01);
-        EXPECT_GE(high[c] - low[c], size[c] * 0.9);
-    }
-    for (const nlohmann::json& v : state["points"]["v"]) EXPECT_EQ(length(v), 0);
-    EXPECT_GT(length(dump("inside", 72)["points"]["v"][0]), 0.1);
-}
-
-TEST_F(Examples, LanternsSlideAlongTheWire) {
-    const nlohmann::json state = dump("flock", 70);
-    const auto& points = state["points"];
-    const auto& lanterns = state["prims"][1]["points"];
-    ASSERT_EQ(state["prims"][1]["generator"], "/obj/fx/lanterns");
-    ASSERT_GT(lanterns.size(), 10u);
-    for (const size_t i : lanterns) {
-        const double age = points["life"][i][0], u = 2 * age / 4; // two spans of wire
-        const double p[3] = {-6 + 6 * u, 4 + (u < 1 ? -u : u - 2), -3 + 3 * u};
-        const double half = std::fmod(90 * age, 360) * M_PI / 360;
-        const double rot[4] = {0, std::sin(half), 0, std::cos(half)};
-        for (size_t c = 0; c < 3; ++c) EXPECT_NEAR(points["P"][i][c].get<double>(), p[c], 1e-5) << age;
-        for (size_t c = 0; c < 4; ++c) EXPECT_NEAR(points["rot"][i][c].get<double>(), rot[c], 1e-6) << age;
     }
 }
 

@@ -3,7 +3,6 @@
 #include <map>
 #include <sstream>
 
-#include <fmt/format.h>
 #include "core/FLX_Attributes.h"
 #include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
@@ -13,6 +12,7 @@
 #include "support/Network.h"
 #include "vars/FLX_GeneratorVariables.h"
 #include "vars/FLX_ParticleVariables.h"
+#include <fmt/format.h>
 
 namespace {
 
@@ -86,22 +86,17 @@ template <class Rows> void writeRows(std::ostream& out, const char* title, const
     out << '\n';
 }
 
+// clang-format off
+const std::map<std::string, const char*> theGlobals = {
+    {"F", "frame, rounded"}, {"FF", "frame: time times frames per second, plus 1"}, {"T", "time in seconds"},
+    {"FPS", "frames per second"}, {"TSTART", "time of the first frame"}, {"TEND", "time of the last frame"},
+    {"FSTART", "first frame"}, {"FEND", "last frame"}, {"PI", "3.14159..."}, {"E", "2.71828..."}};
+// clang-format on
+
 std::string names() {
-    const std::map<std::string, const char*> globals = {
-        {"F", "frame, rounded"},
-        {"FF", "frame: time times frames per second, plus 1"},
-        {"T", "time in seconds"},
-        {"FPS", "frames per second"},
-        {"TSTART", "time of the first frame"},
-        {"TEND", "time of the last frame"},
-        {"FSTART", "first frame"},
-        {"FEND", "last frame"},
-        {"PI", "3.14159..."},
-        {"E", "2.71828..."},
-    };
     std::ostringstream out;
     out << "### Everywhere\n\n| name | value |\n|---|---|\n";
-    for (const auto& [name, meaning] : globals) out << fmt::format("| `${}` | {} |\n", name, meaning);
+    for (const auto& [name, meaning] : theGlobals) out << fmt::format("| `${}` | {} |\n", name, meaning);
     out << '\n';
     writeRows(out, "On particle operators", FLX_ParticleVariables::rows);
     writeRows(out, "On birth operators, about the place of birth", FLX_GeneratorVariables::rows);
@@ -139,10 +134,7 @@ TEST(ExpressionPage, ListsWhatThereIs) {
 TEST(ExpressionPage, ItsGlobalsExist) {
     Network net;
     OP_Node& node = net.object();
-    for (const char* name : {"F", "FF", "T", "FPS", "TSTART", "TEND", "FSTART", "FEND", "PI", "E"}) {
-        EV_EXPRESSION expression(std::string("$") + name);
-        EXPECT_TRUE(expression.bind(node.scope())) << name;
-    }
+    for (const auto& [name, meaning] : theGlobals) EXPECT_TRUE(EV_EXPRESSION("$" + name).bind(node.scope())) << name;
 }
 
 TEST(ExpressionPage, ExamplesGiveWhatTheySay) {
