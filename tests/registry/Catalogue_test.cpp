@@ -326,13 +326,4 @@ TEST(Catalogue, ScriptDefinitionsBecomeTypes) {
     EXPECT_EQ(net.value("accel", 2, 1), -2);
     EXPECT_EQ(node.getNchildren(), 2);
     EXPECT_EQ(node.getOperator(), op);
-    EXPECT_EQ(table().addDefinition(spray, error), nullptr) << "the name is taken";
-
-    OP_OTLDefinition loop = spray;
-    loop.name = "loop";
-    loop.build = [](OP_Network& instance, std::string& problem) {
-        return instance.createNode("loop", "inner", problem) != nullptr;
-    };
-    ASSERT_NE(table().addDefinition(loop, error), nullptr) << error;
-    EXPECT_THROW(net.add("loop", "loop1"), std::runtime_error) << "a definition that contains itself";
 }

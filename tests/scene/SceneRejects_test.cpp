@@ -46,11 +46,6 @@ TEST_F(SceneRejects, TheSceneAsAWhole) {
     for (const Case& c : cases) EXPECT_EQ(load(c.scene), c.error) << c.what;
 }
 
-TEST_F(SceneRejects, SyntaxErrorsNameTheLine) {
-    EXPECT_EQ(load("{\"flx\": 1,\n \"fps\": 24\n \"frames\": [1, 2]}").substr(0, 14), "scene.json:3: ");
-    EXPECT_EQ(load("{\"flx\": 1,\n \"fps\": 1e400}"), "scene.json:2: the number 1e400 is too large");
-}
-
 TEST_F(SceneRejects, Nodes) {
     const std::pair<std::string, const char*> cases[] = {
         {R"({"flx": 1, "obj": [3]})", "scene.json: /obj: node 1: expects an object, found a number"},
