@@ -7,6 +7,7 @@
 #include "core/FLX_State.h"
 #include "host/geo/GEO_PrimPoly.h"
 #include "support/Probe.h"
+#include "support/SetParms.h"
 
 namespace {
 
@@ -24,9 +25,7 @@ std::vector<std::vector<Record>> run(Way way, bool disturbed) {
     Network net;
     FLX_Node& birth = net.add("location", "birth");
     FLX_Node& pull = net.add("force", "pull", {&birth});
-    birth.setFloat("constantrate", 0, 480);
-    birth.setFloat("life", 0, 0.5);
-    birth.setFloat("lifevar", 0, 0.4);
+    setParms(birth, "constantrate=480 life=0.5 lifevar=0.4");
     birth.setFloat("dospeed", 0, way == Way::WithSpeed);
     pull.setFloat("force", 1, -9.8);
     FLX_Node& limit = net.add("speedlimit", "limit", {&pull});

@@ -3,6 +3,7 @@
 
 #include "host/ut/UT_Noise.h"
 #include "support/Probe.h"
+#include "support/SetParms.h"
 
 namespace {
 
@@ -17,6 +18,7 @@ struct Pull {
         if (mass) source.attribs = [](Probe& self, FLX_ContextData* context) { self.addMassAttrib(context); };
         net.start(pull);
     }
+    void set(const std::string& parms) { setParms(pull, parms); }
     void set(const char* parm, std::initializer_list<double> values) {
         int i = 0;
         for (const double value : values) pull.setFloat(parm, i++, value);
@@ -39,8 +41,7 @@ TEST(Force, MassComesFromTheAttributeTheParameterOrNowhere) {
     for (const Case& c : cases) {
         Pull p(1, c.attribute);
         if (c.attribute) p.net.setValue("mass", 0, {c.value});
-        p.set("force", {0, -9.8, 0});
-        p.set("scale", {0.5});
+        p.set("force=0,-9.8,0 scale=0.5");
         p.set("overridemass", {double(c.override)});
         p.set("mass", {c.parm});
         p.set("ignoremass", {double(c.ignore)});
@@ -48,9 +49,7 @@ TEST(Force, MassComesFromTheAttributeTheParameterOrNowhere) {
         EXPECT_EQ(p.accel().x(), 0);
     }
     Pull perParticle(3);
-    perParticle.set("force", {6, 0, 0});
-    perParticle.set("overridemass", {1});
-    perParticle.pull.setExpression("mass", 0, "1 + $PT");
+    perParticle.set("force=6,0,0 overridemass=1 mass=1+$PT");
     perParticle.net.step();
     for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(perParticle.accel(i).x(), 6.0f / float(1 + i));
 }
@@ -58,8 +57,7 @@ TEST(Force, MassComesFromTheAttributeTheParameterOrNowhere) {
 TEST(Force, AnObjectGivesTheDirectionInTheNetworksSpace) {
     Pull p;
     OBJ_Node& fan = Network::addObject("fan");
-    p.set("force", {5, 5, 5});
-    p.set("scale", {3});
+    p.set("force=5,5,5 scale=3");
     p.pull.setString("forcepath", "/obj/fan");
     EXPECT_EQ(p.step(), UT_Vector3(0, 0, -3));
     fan.setFloat("r", 0, -90); // -z turns to -y
@@ -83,14 +81,7 @@ TEST(Force, AnObjectGivesTheDirectionInTheNetworksSpace) {
 TEST(Force, NoiseIsSampledAtTheParticle) {
     Pull p(2);
     p.net.point(1)->setPos({0.3f, 1.7f, -2.1f, 1});
-    p.set("force", {1, 2, 3});
-    p.set("scale", {2});
-    p.set("freq", {1, 2, 3});
-    p.set("offset", {0.5, 0, -1});
-    p.set("rough", {0.4});
-    p.set("atten", {1.5});
-    p.set("turb", {3});
-    p.set("seed", {6});
+    p.set("force=1,2,3 scale=2 freq=1,2,3 offset=0.5,0,-1 rough=0.4 atten=1.5 turb=3 seed=6");
     const UT_Vector3 plain = p.step(1);
     EXPECT_EQ(plain, UT_Vector3(2, 4, 6));
     p.net.context().setDoApplyRules(false); // it is to stay where it is
@@ -126,12 +117,7 @@ TEST(Force, ConstantNoiseEqualsVaryingNoise) {
                 p.net.point(i)->setPos({0.37f * at, 11 - 0.21f * at, 0.05f * at * at, 1});
                 p.net.setInt("pstate", i, i % 7 == 3 ? FLX_STOPPED : 0);
             }
-            p.set("force", {1, 2, 3});
-            p.set("freq", {0.5, 0.25, 1});
-            p.set("amp", {4, 0, -1.5});
-            p.set("turb", {2});
-            p.set("atten", {1.5});
-            p.set("seed", {6});
+            p.set("force=1,2,3 freq=0.5,0.25,1 amp=4,0,-1.5 turb=2 atten=1.5 seed=6");
             p.set("ntype", {double(menu)});
             if (way == 1) p.pull.setExpression("seed", 0, "6 + 0 * $PT");
             if (way == 2) p.pull.setExpression("force", 0, "1 + 0 * $TX");

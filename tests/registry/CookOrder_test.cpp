@@ -5,6 +5,7 @@
 #include "core/FLX_AttribMap.h"
 #include "host/ut/UT_Interrupt.h"
 #include "support/RandomNetwork.h"
+#include "support/SetParms.h"
 #include "vars/FLX_ParticleCook.h"
 
 namespace {
@@ -196,12 +197,9 @@ TEST(CookOrder, NumbersAreThoseOfTheParticlesThatStay) {
     for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
         Network net;
         FLX_Node& birth = net.addBirths(600);
-        birth.setFloat("life", 0, 0.3);
-        birth.setFloat("lifevar", 0, 0.25);
+        setParms(birth, "life=0.3 lifevar=0.25");
         FLX_Node& pull = net.add("force", "pull", {&birth});
-        pull.setExpression("force", 0, "$ITER");
-        pull.setExpression("force", 1, "$PT * 2");
-        pull.setExpression("force", 2, "$NPT + $ITER + $AGE * 0");
+        setParms(pull, "force=$ITER,$PT*2,$NPT+$ITER+$AGE*0");
         net.context().setCookOrder(order);
         net.start(pull);
         net.context().deleteDead = 1;
@@ -227,15 +225,13 @@ TEST(CookOrder, WritesBehindTheStepLeaveOutTheDyingAndTheStuck) {
     for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
         Network net;
         FLX_Node& birth = net.addBirths(600);
-        birth.setFloat("life", 0, 0.3);
-        birth.setFloat("lifevar", 0, 0.25);
+        setParms(birth, "life=0.3 lifevar=0.25");
         FLX_Node& pull = net.add("force", "pull", {&birth});
         pull.setFloat("force", 1, -9.8);
         FLX_Node& push = net.add("force", "push", {&pull});
         push.setFloat("force", 0, 0.1);
         FLX_Node& limit = net.add("speedlimit", "limit", {&push});
-        limit.setFloat("speedlimit", 0, -1);
-        limit.setFloat("speedlimit", 1, 1.5);
+        setParms(limit, "speedlimit=-1,1.5");
         net.context().setCookOrder(order);
         net.start(limit);
         net.context().deleteDead = 1;

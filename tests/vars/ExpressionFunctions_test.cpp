@@ -7,6 +7,7 @@
 #include "host/expr/EV_Expression.h"
 #include "host/expr/EV_Function.h"
 #include "support/Probe.h"
+#include "support/SetParms.h"
 #include "vars/FLX_IdTable.h"
 
 namespace {
@@ -254,8 +255,7 @@ TEST(ExpressionFunctionsInNetworks, KilledIdsAreGone) {
     Row row;
     row.net.context().deleteDead = 1;
     row.force.setExpression("force", 0, "flxpointid(3, 'P', 0)");
-    row.force.setExpression("force", 1, "flxpointnum(3)");
-    row.force.setExpression("force", 2, "flxpointnum(4)");
+    setParms(row.force, "force.1=flxpointnum(3),flxpointnum(4)");
     row.net.start(row.force);
     row.kill = 3;
     row.net.step(); // marked dead, not yet reaped
@@ -271,8 +271,7 @@ TEST(ExpressionFunctionsInNetworks, KilledIdsAreGone) {
 TEST(ExpressionFunctionsInNetworks, EventsOfTheSameCookAreSeen) {
     Row row;
     FLX_Node& late = row.net.add("force", "late", {&row.force});
-    late.setInt("ignoremass", 0, 1);
-    late.setExpression("force", 0, "flxevent('bang') * 10 + (flxeventtime('bang') == $T ? 5 : 0)");
+    setParms(late, "ignoremass=1 force=flxevent('bang')*10+(flxeventtime('bang')==$T?5:0)");
     const auto births = row.source.work;
     row.source.work = [&row, births](Probe& self, OP_Context& context) {
         births(self, context);
@@ -294,11 +293,9 @@ TEST(ExpressionFunctionsInNetworks, NoiseIsTheFieldOfForces) {
         Network net;
         Probe& source = Probe::addSource(net, "source", 6);
         FLX_Node& field = net.add("force", "field", {&source});
-        field.setInt("ignoremass", 0, 1);
-        field.setInt("seed", 0, 0);
+        setParms(field, "ignoremass=1 seed=0");
         field.setInt("turb", 0, depth);
-        field.setFloat("rough", 0, 0.5);
-        field.setFloat("amp", 0, 1);
+        setParms(field, "rough=0.5 amp=1");
         const std::string text = depth ? "-turb(vector3($TX, $TY, $TZ), 3)" : "-noise($TX, $TY, $TZ)";
         FLX_Node& words = net.add("force", "words", {&field});
         words.setInt("ignoremass", 0, 1);
