@@ -31,10 +31,11 @@ double length(const nlohmann::json& v) {
 // anew: FLX_WRITE_GOLDEN=1 build/release/bin/test_app --gtest_filter='Examples.Golden*'
 TEST_F(Examples, GoldenHashes) {
     nlohmann::ordered_json table;
-    for (const std::string name : {"flock", "fountain", "inside", "mesh_sparks", "metaballs", "rain", "bouncing_sparks",
-                                   "moving_box", "rain_on_waves", "sliding"}) {
-        const bool isLate = name == "sliding" || name == "bouncing_sparks"; // when they have met something
-        const int frame = name == "flock" || name == "rain" ? 96 : name == "inside" ? 72 : isLate ? 40 : 24;
+    // At frames at which what they are about has happened.
+    const std::pair<const char*, int> frames[] = {
+        {"flock", 96}, {"fountain", 24},        {"inside", 72},     {"mesh_sparks", 24},   {"metaballs", 24},
+        {"rain", 96},  {"bouncing_sparks", 60}, {"moving_box", 60}, {"rain_on_waves", 40}, {"sliding", 96}};
+    for (const auto& [name, frame] : frames) {
         const nlohmann::json state = dump(name, frame);
         table[name] = {{"frame", frame}, {"particles", state["particles"]}, {"hash", state["hash"]}};
     }
@@ -103,24 +104,6 @@ TEST_F(Examples, SparksBounceAndTakeTheBearsColours) {
     EXPECT_GT(most, 5);
 }
 
-TEST_F(Examples, TheBoxTakesItsBallsAlong) {
-    const nlohmann::json state = dump("moving_box", 60);
-    const double t = state["time"], centre = 1.5 * std::sin(0.5 * 3.14159265358979 * t);
-    const auto& points = state["points"];
-    ASSERT_EQ(state["particles"], 4000);
-    int inside = 0;
-    double hits = 0;
-    for (size_t i = 0; i < points["P"].size(); ++i) {
-        const auto& p = points["P"][i];
-        inside += std::abs(p[0].get<double>() - centre) < 1.001 && std::abs(p[1].get<double>()) < 1.001 &&
-                  std::abs(p[2].get<double>()) < 1.001;
-        hits += points["numhit"][i].get<double>();
-    }
-    EXPECT_GT(std::abs(centre), 0.9) << "it went";
-    EXPECT_GT(inside, 3800) << "and nearly all with it; a few slip out along the edges";
-    EXPECT_GT(hits, 4000);
-}
-
 TEST_F(Examples, RainHitsTheWavesWhereTheyAreAtThatTime) {
     const nlohmann::json state = dump("rain_on_waves", 40);
     const auto& points = state["points"];
@@ -140,22 +123,4 @@ TEST_F(Examples, RainHitsTheWavesWhereTheyAreAtThatTime) {
         EXPECT_NEAR(length(points["hitN"][i]), 1, 1e-5);
     }
     EXPECT_GT(hits, 1000);
-}
-
-TEST_F(Examples, DustSlidesOffTheHorseAndSticks) {
-    const nlohmann::json half = dump("sliding", 40), end = dump("sliding", 96);
-    const auto count = [](const nlohmann::json& state, int bit) {
-        int n = 0;
-        for (const nlohmann::json& bits : state["points"]["pstate"]) n += (bits.get<int>() & bit) != 0;
-        return n;
-    };
-    constexpr int STUCK = 0x10, SLIDING = 0x8000;
-    EXPECT_GT(count(half, SLIDING), 500);
-    EXPECT_EQ(count(end, SLIDING), 0);
-    EXPECT_EQ(end["particles"], 6000);
-    EXPECT_GT(count(end, STUCK), 5950);
-    for (size_t i = 0; i < 6000; ++i)
-        if (end["points"]["pstate"][i].get<int>() & STUCK) {
-            EXPECT_NEAR(end["points"]["P"][i][1].get<double>(), -1.2, 1e-5);
-        }
 }
