@@ -18,6 +18,28 @@ std::function<void(GU_Detail&, float)> risingTriangles(float c) {
 
 constexpr int TRANSLATING = 1, DEFORMING = 2;
 
+/// A still floor, which throws back, and a roof above it, one collision after the other.
+struct TwoCollisions {
+    Network net;
+    FLX_Node& first = net.add("collision", "first", {&Probe::addSource(net, "source", 1)});
+    FLX_Node& second = net.add("collision", "second", {&first});
+
+    explicit TwoCollisions(const std::function<void(GU_Detail&, float)>& roof) {
+        first.setString("soppath", net.addGeometry(
+                                       "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
+        second.setString("soppath", net.addGeometry("roof", roof));
+        for (FLX_Node* node : {&first, &second})
+            for (const char* on : {"behavior", "dohittime"}) node->setFloat(on, 0, 1);
+    }
+    /// One step, from a tenth above the floor.
+    void fly() {
+        net.start(second);
+        net.point(0)->setPos({0, 0.1f, 0, 1});
+        net.setValue("v", 0, {0, -12, 0});
+        net.step();
+    }
+};
+
 } // namespace
 
 // From 0.1 above a floor that rises at 2, thrown down at 10: they meet after 1/120 s, a fifth of the step.
@@ -159,22 +181,12 @@ TEST(MovingCollision, PartOfAMoveIsTestedByWholeParts) {
     // Two floors; the first, still, stops the particle's move after 0.2 of the step. What the second tests is what is
     // left, in whole parts.
     for (const int parts : {1, 2, 4}) {
-        Network net;
-        Probe& source = Probe::addSource(net, "source", 1);
-        FLX_Node& first = net.add("collision", "first", {&source});
-        FLX_Node& second = net.add("collision", "second", {&first});
-        first.setString("soppath", net.addGeometry(
-                                       "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
-        second.setString("soppath", net.addGeometry(
-                                        "roof", [](GU_Detail& d, float) { addFloor(d, 0.39f); }, true));
-        first.setFloat("behavior", 0, 1);
-        second.setFloat("geohint", 0, TRANSLATING);
-        second.setFloat("sample", 0, parts);
-        net.start(second);
-        net.point(0)->setPos({2, 0.1f, 0, 1});
-        net.setValue("v", 0, {0, -12, 0});
-        net.step(); // ends at 0.4, after 0.8 of a step upwards: 0.39 lies in its last part
-        EXPECT_EQ(net.intValue("pstate", 0), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
+        TwoCollisions two([](GU_Detail& d, float) { addFloor(d, 0.39f); });
+        two.second.setFloat("behavior", 0, 0);
+        two.second.setFloat("geohint", 0, TRANSLATING);
+        two.second.setFloat("sample", 0, parts);
+        two.fly(); // ends at 0.4, after 0.8 of a step upwards: 0.39 lies in its last part
+        EXPECT_EQ(two.net.intValue("pstate", 0), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
     }
 }
 
@@ -192,28 +204,15 @@ TEST(DeformingCollision, ARisingSurfaceHitsAParticleAtRest) {
 TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
     // A roof comes down at 2 while the particle, after its bounce off a still floor a fifth into the step, rises at 12;
     // they meet at s with 0.2 - 2 s = 12 (s - 1/120).
-    Network net;
-    Probe& source = Probe::addSource(net, "source", 1);
-    FLX_Node& first = net.add("collision", "first", {&source});
-    FLX_Node& second = net.add("collision", "second", {&first});
-    first.setString("soppath", net.addGeometry(
-                                   "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
-    second.setString("soppath", net.addGeometry("roof", [](GU_Detail& d, float t) {
+    TwoCollisions two([](GU_Detail& d, float t) {
         addFace(d, {{-5, 0.2f - 2 * t, -5}, {5, 0.2f - 2 * t, -5}, {0, 0.2f - 2 * t, 5}});
-    }));
-    for (FLX_Node* node : {&first, &second}) {
-        node->setFloat("behavior", 0, 1);
-        node->setFloat("dohittime", 0, 1);
-    }
-    second.setFloat("geohint", 0, DEFORMING);
-    net.start(second);
-    net.point(0)->setPos({0, 0.1f, 0, 1});
-    net.setValue("v", 0, {0, -12, 0});
-    net.step();
+    });
+    two.second.setFloat("geohint", 0, DEFORMING);
+    two.fly();
     const double s = 0.3 / 14;
-    EXPECT_NEAR(net.value("hittime", 0), s, 1e-6);
-    EXPECT_NEAR(net.value("v", 0, 1), -16, 1e-4);
-    EXPECT_NEAR(net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
+    EXPECT_NEAR(two.net.value("hittime", 0), s, 1e-6);
+    EXPECT_NEAR(two.net.value("v", 0, 1), -16, 1e-4);
+    EXPECT_NEAR(two.net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
 }
 
 TEST(DeformingCollision, WhatCannotBeHitIsSaid) {
