@@ -236,23 +236,6 @@ TEST(DirectSet, SpeedLimitsAreKeptByTheNextStep) {
     for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(s.vector("v", i).y(), i == 0 ? 1.0f : 2.0f + float(i));
 }
 
-TEST(DirectSet, AGuideCookEndsWithTheParticleList) {
-    for (const char* type : {"velocity", "angvelocity", "translation", "upvector", "rotation", "turn", "speedlimit",
-                             "position", "lookat"}) {
-        Setter s(type);
-        s.set("speedlimit", {"1", "2"});
-        s.node.setString("source", "missing");
-        const std::string before = s.net.state();
-        s.guideCook();
-        EXPECT_EQ(s.net.state(), before) << type;
-        EXPECT_EQ(Network::messages(s.node), "") << type;
-        EXPECT_EQ(s.node.getParticleList()->entries(), 1) << type;
-        s.net.step();
-        EXPECT_EQ(Network::messages(s.node), "error FLX 2: missing") << type;
-        EXPECT_EQ(s.net.state(), before) << type;
-    }
-}
-
 TEST(DirectSet, AccelerationIsShownByItsGuide) {
     Setter s("acceleration", 2);
     s.set("a", {"24 + $PT", "0", "-48"});

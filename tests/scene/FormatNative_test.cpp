@@ -1,4 +1,5 @@
 #include "scene/FormatFixture.h"
+#include "scene/StateHash.h"
 #include "scene/formats/Checksum.h"
 #include "scene/formats/LittleEndian.h"
 
@@ -15,50 +16,26 @@ protected:
 class FormatNativeText : public FormatFixture {};
 class FormatNativeBinary : public FormatFixture {};
 
-/// Everything about the elements that the two details hold, compared by what the public interface tells.
+/// What a state hash counts, which is nearly everything, and what it leaves out: strings that nobody bears, the order
+/// of attributes and strings, flags, marks of death.
 void expectSame(const GU_Detail& a, const GU_Detail& b) {
-    ASSERT_EQ(a.points().entries(), b.points().entries());
-    for (size_t i = 0; i < a.points().entries(); ++i)
-        for (int c = 0; c < 4; ++c) {
-            const float x = a.points()(i)->getPos()[c], y = b.points()(i)->getPos()[c];
-            EXPECT_TRUE(std::isnan(x) ? std::isnan(y) : x == y && std::signbit(x) == std::signbit(y)) << i << " " << c;
-        }
+    EXPECT_EQ(hashDetail(a), hashDetail(b));
     for (int cls = 0; cls < 4; ++cls) {
-        const GB_AttributeDict& x = a.attribs(static_cast<GB_AttribClass>(cls));
-        const GB_AttributeDict& y = b.attribs(static_cast<GB_AttribClass>(cls));
+        const GB_AttributeDict &x = a.attribs(GB_AttribClass(cls)), &y = b.attribs(GB_AttribClass(cls));
         ASSERT_EQ(x.entries(), y.entries());
         for (size_t i = 0; i < x.entries(); ++i) {
             EXPECT_TRUE(x[i]->is(y[i]->getName(), y[i]->getSize(), y[i]->getType())) << x[i]->getName();
             EXPECT_EQ(x[i]->indexStrings(), y[i]->indexStrings());
         }
-        EXPECT_EQ(std::string(x.defaults(), static_cast<size_t>(x.recordSize())),
-                  std::string(y.defaults(), static_cast<size_t>(y.recordSize())));
+        EXPECT_EQ(std::string(x.defaults(), size_t(x.recordSize())), std::string(y.defaults(), size_t(y.recordSize())));
     }
-    for (size_t i = 0; i < a.points().entries(); ++i)
-        EXPECT_EQ(std::memcmp(a.points()(i)->data(), b.points()(i)->data(),
-                              static_cast<size_t>(a.pointAttribs().recordSize())),
-                  0)
-            << i;
     ASSERT_EQ(a.primitives().entries(), b.primitives().entries());
     for (size_t i = 0; i < a.primitives().entries(); ++i) {
-        const GEO_Primitive &x = *a.primitives()(i), &y = *b.primitives()(i);
-        EXPECT_EQ(x.getPrimitiveId(), y.getPrimitiveId());
-        EXPECT_EQ(x.getFlags(), y.getFlags());
-        EXPECT_EQ(x.isClosed(), y.isClosed());
-        ASSERT_EQ(x.getVertexCount(), y.getVertexCount());
-        EXPECT_EQ(std::memcmp(x.data(), y.data(), static_cast<size_t>(a.primitiveAttribs().recordSize())), 0);
-        for (int k = 0; k < x.getVertexCount(); ++k) {
-            EXPECT_EQ(a.points().number(x.getVertexPoint(k)), b.points().number(y.getVertexPoint(k)));
-            if (x.getVertex(k)) {
-                EXPECT_EQ(std::memcmp(x.getVertex(k)->data(), y.getVertex(k)->data(),
-                                      static_cast<size_t>(a.vertexAttribs().recordSize())),
-                          0);
-            }
-        }
-        UT_BoundingBox boxA, boxB;
-        EXPECT_EQ(x.getBBox(boxA), y.getBBox(boxB)) << i; // quadrics: their frames
+        EXPECT_EQ(a.primitives()(i)->getFlags(), b.primitives()(i)->getFlags());
+        const auto *x = dynamic_cast<const GEO_PrimParticle*>(a.primitives()(i)),
+                   *y = dynamic_cast<const GEO_PrimParticle*>(b.primitives()(i));
+        for (size_t k = 0; x && y && k < x->particleCount(); ++k) EXPECT_EQ(x->isDead(k), y->isDead(k)) << k;
     }
-    EXPECT_EQ(std::memcmp(a.attribData(), b.attribData(), static_cast<size_t>(a.attribs().recordSize())), 0);
 }
 
 /// Writes `made` with the ending and reads it back; the bytes.
@@ -77,29 +54,8 @@ TEST_P(FormatNative, KeepsEverythingAndWritesTheSameBytesAgain) {
     const std::string first = roundTrip(made, read);
     expectSame(made, read);
     EXPECT_EQ(write(read, std::string("b") + GetParam()), first);
-
-    const auto& prims = read.primitives();
-    const auto* mesh = static_cast<const GEO_PrimMesh*>(prims(5));
-    EXPECT_EQ(mesh->getNumRows(), 2);
-    EXPECT_EQ(mesh->getNumCols(), 3);
-    EXPECT_TRUE(mesh->isWrappedU());
-    EXPECT_FALSE(mesh->isWrappedV());
-    const auto* tube = static_cast<const GEO_PrimTube*>(prims(9));
-    EXPECT_EQ(tube->getTaper(), 0.3f);
-    EXPECT_EQ(tube->getXform()(0, 2), 15.0f / 9);
-    const auto* ball = static_cast<const GEO_PrimMetaball*>(prims(10));
-    EXPECT_EQ(ball->getWeight(), -1.5f);
-    EXPECT_EQ(ball->getKernel(), 1);
-    const auto* particles = static_cast<const GEO_PrimParticle*>(prims(12));
-    EXPECT_TRUE(particles->isDead(2));
-    EXPECT_FALSE(particles->isDead(1));
-    const GB_PointGroup* odd = read.pointGroups().find("odd");
-    EXPECT_EQ(odd->entries(), 15u);
-    EXPECT_EQ(odd->getFlags(), 9);
-    EXPECT_TRUE(odd->contains(read.points()(1)));
+    EXPECT_EQ(read.pointGroups().find("odd")->getFlags(), 9);
     EXPECT_TRUE(read.pointGroups().find("__hidden")->getInternal());
-    EXPECT_TRUE(read.pointGroups().find("none")->isEmpty());
-    EXPECT_EQ(read.primitiveGroups().find("some")->entries(), 5u);
 }
 
 TEST_P(FormatNative, AnEmptyDetailMakesARoundTrip) {

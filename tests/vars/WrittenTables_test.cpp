@@ -221,14 +221,6 @@ TEST(VariableTable, IsFoundAndNamesEveryVariable) {
         EXPECT_TRUE(entry || list.findGlobal(v.name)) << v.name;
         EXPECT_TRUE(!entry || list.findAccess(entry->access.c_str())) << v.name;
     }
-    for (const char* name : {"TX", "VY", "ID", "STUCK", "MASS", "LIFE"}) list.useVariable(name);
-    std::ostringstream out;
-    list.writeLocalVarClass("net", out);
-    list.writeVariableDeclarations(out);
-    const std::string text = out.str();
-    EXPECT_EQ(text.substr(text.find("    int ptidx")),
-              "    int ptidx;\n    float *P, *v, *life;\n    int *pstate, *id;\n    float *mass;\n};\n\n"
-              "    int ID;\n    float LIFE, MASS;\n    int STUCK;\n    float TX, VY;\n");
 }
 
 // FLX_WRITE_TABLE=1 in the environment writes the lists anew.
