@@ -29,15 +29,13 @@ TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
         {"name": "b", "type": "geo", "parms": {"parent": "/obj/`\"a\"`", "scale": [3]}}]
 })j"),
               "");
-    EXPECT_EQ(value("/obj/a", "t", 0, 3), 1);
-    EXPECT_EQ(value("/obj/a", "t", 1, 3), 6);
-    EXPECT_EQ(value("/obj/a", "t", 2, 0), 10) << "held before the first key";
-    EXPECT_EQ(value("/obj/a", "t", 2, 1.25f), 15);
-    EXPECT_EQ(value("/obj/a", "t", 2, 9), 30);
-    EXPECT_EQ(value("/obj/a", "s", 0), 4) << "a scalar sets the first component";
-    EXPECT_EQ(value("/obj/a", "s", 1), 1);
-    EXPECT_EQ(value("/obj/a", "scale"), 1);
-    EXPECT_EQ(value("/obj/b", "scale"), 3);
+    // clang-format off
+    const struct { const char *path, *token; int component; float t, value; } values[] = {
+        {"/obj/a", "t", 0, 3, 1}, {"/obj/a", "t", 1, 3, 6}, {"/obj/a", "t", 2, 0, 10} /* held before the first key */,
+        {"/obj/a", "t", 2, 1.25f, 15}, {"/obj/a", "t", 2, 9, 30}, {"/obj/a", "s", 0, 0, 4} /* the first component */,
+        {"/obj/a", "s", 1, 0, 1}, {"/obj/a", "scale", 0, 0, 1}, {"/obj/b", "scale", 0, 0, 3}};
+    // clang-format on
+    for (const auto& v : values) EXPECT_EQ(value(v.path, v.token, v.component, v.t), v.value) << v.token << v.component;
     UT_String parent;
     node("/obj/b")->evalString(parent, "parent", 0, 0);
     EXPECT_EQ(parent.str(), "/obj/a");
