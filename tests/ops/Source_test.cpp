@@ -11,8 +11,12 @@
 
 namespace {
 
-using enum FLX_Source::EmissionType;
 using Type = FLX_Source::EmissionType;
+// One by one: Clang 14 does not find the names that `using enum` brings in.
+constexpr Type Point = FLX_Source::Point, PointRandom = FLX_Source::PointRandom, Edge = FLX_Source::Edge,
+               Surface = FLX_Source::Surface, Center = FLX_Source::Center, CenterAttrib = FLX_Source::CenterAttrib,
+               EdgeAttrib = FLX_Source::EdgeAttrib, SurfaceAttrib = FLX_Source::SurfaceAttrib,
+               Volume = FLX_Source::Volume, Metaball = FLX_Source::Metaball;
 
 using Fill = std::function<void(GU_Detail&, float)>;
 
