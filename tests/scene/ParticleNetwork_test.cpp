@@ -28,11 +28,6 @@ std::vector<float> velocities(const GU_Detail& gdp) {
 
 class ParticleNetworks : public SceneTest {
 protected:
-    void loadNet(const std::string& nodes, const std::string& parms = "", const std::string& head = "") {
-        ASSERT_EQ(load(R"({"flx": 1, )" + head + R"( "obj": [{"name": "fx", "type": "flxnet", "parms": {)" + parms +
-                       "}, \"nodes\": [" + nodes + "]}]}"),
-                  "");
-    }
     nlohmann::json dump(bool guides = false) {
         std::ostringstream out;
         dumpJson(network(), guides, out);

@@ -32,9 +32,7 @@ protected:
 } // namespace
 
 TEST_F(Profile, OwnTimesLeaveOutWhatRanInside) {
-    ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "fx", "type": "flxnet", "nodes": [
-        {"name": "birth", "type": "location"}, {"name": "pull", "type": "force", "inputs": ["birth"]}]}]})"),
-              "");
+    loadNet(R"({"name": "birth", "type": "location"}, {"name": "pull", "type": "force", "inputs": ["birth"]})");
     OP_Node &birth = *node("/obj/fx/birth"), &pull = *node("/obj/fx/pull");
     FLX_Node& force = *pull.castToFLXNode();
     FLX_ContextData context("/obj/fx");
@@ -94,13 +92,13 @@ TEST_F(Profile, ANetworkThatCooksWithinAnotherKeepsItsOwnCounts) {
 }
 
 TEST_F(Profile, SubNetworksAndSubstepsAreCounted) {
-    ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "fx", "type": "flxnet", "parms": {"substeps": 3}, "nodes": [
+    loadNet(R"(
         {"name": "birth", "type": "location", "parms": {"constantrate": 720, "life": 0.1}},
         {"name": "sub", "type": "subnet", "inputs": ["birth"], "nodes": [
             {"name": "pull", "type": "force", "inputs": [0], "flags": ["display", "render"]}]},
         {"name": "unused", "type": "force", "inputs": ["birth"]},
-        {"name": "off", "type": "force", "inputs": ["sub"], "flags": ["bypass", "display", "render"]}]}]})"),
-              "");
+        {"name": "off", "type": "force", "inputs": ["sub"], "flags": ["bypass", "display", "render"]})",
+            R"("substeps": 3)");
     CookProfile own([this] { return ++clock; });
     network().setRecorder(&own);
     constexpr int frames = 12, cooks = 1 + 3 * (frames - 1);

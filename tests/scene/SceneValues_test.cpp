@@ -3,10 +3,7 @@
 class SceneValues : public SceneTest {
 protected:
     void loadNet(const std::string& nodes) {
-        ASSERT_EQ(load(R"({"flx": 1, "fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5}, "obj": [
-            {"name": "fx", "type": "flxnet", "nodes": [)" +
-                       nodes + "]}]}"),
-                  "");
+        SceneTest::loadNet(nodes, "", R"("fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5},)");
     }
     float value(const char* path, const char* token, int component = 0, float t = 0) {
         return node(path)->evalFloat(token, component, t);
