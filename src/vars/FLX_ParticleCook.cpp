@@ -30,7 +30,6 @@ void FLX_ParticleCook::run(std::unique_ptr<FLX_Pass> pass) const {
     const char* reason = whyNotQueued(*pass);
     if (myContext.recorder) myContext.recorder->passMade(myOperator, reason);
     if (!reason) return enqueue(std::move(pass));
-    myContext.flushPasses();
     if (myGroup)
         runOnGroup(*pass);
     else
@@ -47,7 +46,7 @@ void FLX_ParticleCook::enqueue(std::unique_ptr<FLX_Pass> pass) const {
     if (closing) myContext.flushPasses();
 }
 
-// In the detail's order.
+// In the detail's order. Asking for the detail runs what waits, as asking for the list does below.
 void FLX_ParticleCook::runOnGroup(FLX_Pass& pass) const {
     const GEO_PointList& points = detail().points();
     uint32_t slots[FLX_Chunk::SIZE];

@@ -21,30 +21,6 @@ protected:
     }
 };
 
-// The value at t of keys with straight lines between them.
-double between(const std::vector<std::pair<double, double>>& keys, double t) {
-    for (size_t i = 1; i < keys.size(); ++i)
-        if (t < keys[i].first) {
-            const double share = (t - keys[i - 1].first) / (keys[i].first - keys[i - 1].first);
-            return keys[i - 1].second + share * (keys[i].second - keys[i - 1].second);
-        }
-    return keys.back().second;
-}
-
-// v turned by a unit quaternion (x, y, z, w): the vector part of q v q*.
-std::array<double, 3> turned(const nlohmann::json& q, const std::array<double, 3>& v) {
-    const double x = q[0], y = q[1], z = q[2], w = q[3];
-    const double s = -(x * v[0] + y * v[1] + z * v[2]);
-    const double a = w * v[0] + y * v[2] - z * v[1], b = w * v[1] + z * v[0] - x * v[2],
-                 c = w * v[2] + x * v[1] - y * v[0];
-    return {-s * x + w * a - b * z + c * y, -s * y + w * b - c * x + a * z, -s * z + w * c - a * y + b * x};
-}
-
-std::array<double, 3> unit(double x, double y, double z) {
-    const double l = std::hypot(x, y, z);
-    return {x / l, y / l, z / l};
-}
-
 double length(const nlohmann::json& v) {
     return std::hypot(v[0].get<double>(), v[1].get<double>(), v[2].get<double>());
 }
@@ -55,13 +31,18 @@ double length(const nlohmann::json& v) {
 // anew: FLX_WRITE_GOLDEN=1 build/release/bin/test_app --gtest_filter='Examples.Golden*'
 TEST_F(Examples, GoldenHashes) {
     nlohmann::ordered_json table;
-    for (const std::string name : {"flock", "fountain", "inside", "mesh_sparks", "metaballs", "rain", "bouncing_sparks",
-                                   "moving_box", "rain_on_waves", "sliding"}) {
-        const int frame = name == "sliding" || name == "bouncing_sparks" ? 40 : 24; // when they have met something
+    // At frames at which what they are about has happened.
+    const std::pair<const char*, int> frames[] = {
+        {"flock", 96}, {"fountain", 24},        {"inside", 72},     {"mesh_sparks", 24},   {"metaballs", 24},
+        {"rain", 96},  {"bouncing_sparks", 60}, {"moving_box", 60}, {"rain_on_waves", 40}, {"sliding", 96}};
+    for (const auto& [name, frame] : frames) {
         const nlohmann::json state = dump(name, frame);
         table[name] = {{"frame", frame}, {"particles", state["particles"]}, {"hash", state["hash"]}};
     }
-    if (std::getenv("FLX_WRITE_GOLDEN")) std::ofstream(TABLE) << table.dump(1) << '\n';
+    std::string text = "{";
+    for (const auto& [name, row] : table.items())
+        text += (text.size() > 1 ? ",\n \"" : "\n \"") + name + "\": " + row.dump();
+    if (std::getenv("FLX_WRITE_GOLDEN")) std::ofstream(TABLE) << text << "\n}\n";
     EXPECT_EQ(table, nlohmann::ordered_json::parse(std::ifstream(TABLE)));
 }
 
@@ -97,106 +78,6 @@ TEST_F(Examples, FountainFallsUnderGravity) {
     }
 }
 
-TEST_F(Examples, RainTurnsFromDrizzleToDownpour) {
-    const ToolResult result = flx({"run", example("rain.json"), "--json"});
-    ASSERT_EQ(result.status, 0) << result.err;
-    const std::vector<nlohmann::json> lines = result.lines();
-    ASSERT_EQ(lines.size(), 96u);
-    // 600 and 60 a second, then 6000 and 60.
-    long long before = 0, after = 0;
-    for (int i = 24; i < 48; ++i) before += lines[size_t(i)]["born"].get<int>();
-    for (int i = 60; i < 84; ++i) after += lines[size_t(i)]["born"].get<int>();
-    EXPECT_NEAR(double(before), 660, 2);
-    EXPECT_NEAR(double(after), 6060, 2);
-    const nlohmann::json state = dump("rain", 40);
-    for (const nlohmann::json& p : state["points"]["P"]) {
-        EXPECT_LE(p[1].get<double>(), 9);
-        EXPECT_GT(p[1].get<double>(), -2);
-    }
-}
-
-TEST_F(Examples, TheBearIsFilledAndStandsStill) {
-    const nlohmann::json state = dump("inside", 24);
-    EXPECT_NEAR(state["particles"].get<double>(), 20000, 1);
-    double low[3] = {9, 9, 9}, high[3] = {-9, -9, -9};
-    for (const nlohmann::json& p : state["points"]["P"])
-        for (size_t c = 0; c < 3; ++c) {
-            low[c] = std::min(low[c], p[c].get<double>());
-            high[c] = std::max(high[c], p[c].get<double>());
-        }
-    const double size[3] = {2.0, 1.94, 1.31};
-    for (size_t c = 0; c < 3; ++c) {
-        EXPECT_LE(high[c] - low[c], size[c] + 0.01);
-        EXPECT_GE(high[c] - low[c], size[c] * 0.9);
-    }
-    for (const nlohmann::json& v : state["points"]["v"]) EXPECT_EQ(length(v), 0);
-    EXPECT_GT(length(dump("inside", 72)["points"]["v"][0]), 0.1);
-}
-
-TEST_F(Examples, TheFlockLooksAtTheBeacon) {
-    for (const int frame : {2, 24, 61, 96}) {
-        const nlohmann::json state = dump("flock", frame);
-        const double t = (frame - 1) / 24.0;
-        const double beacon[3] = {between({{0, -6}, {2, 6}, {4, -6}}, t), 3,
-                                  between({{0, 0}, {1, 5}, {3, -5}, {4, 0}}, t)};
-        const auto& points = state["points"];
-        const auto& birds = state["prims"][0]["points"];
-        ASSERT_EQ(state["prims"][0]["generator"], "/obj/fx/birds");
-        ASSERT_NEAR(double(birds.size()), 60 * (t + 1.0 / 24), 2);
-        for (const size_t i : birds) {
-            const auto &p = points["P"][i], &v = points["v"][i];
-            const auto facing = turned(points["rot"][i], unit(v[0], v[1], v[2]));
-            const auto want =
-                unit(beacon[0] - p[0].get<double>(), beacon[1] - p[1].get<double>(), beacon[2] - p[2].get<double>());
-            for (size_t c = 0; c < 3; ++c) ASSERT_NEAR(facing[c], want[c], 1e-5) << frame << " " << i;
-            const double age = points["life"][i][0];
-            if (age > 0) { // once its first step has limited it
-                ASSERT_GE(length(v), 1 - 1e-5);
-                ASSERT_LE(length(v), 1.8 + 1e-5);
-            }
-        }
-    }
-}
-
-TEST_F(Examples, TheFlockCircles) {
-    // From one frame to the next a velocity within its limits turns by a 24th of its turn speed, about y.
-    const nlohmann::json a = dump("flock", 60)["points"], b = dump("flock", 61)["points"];
-    int turning = 0;
-    for (size_t i = 0; i < a["id"].size(); ++i) {
-        const auto &v = a["v"][i], &w = b["v"][i];
-        const double age = a["life"][i][0], speed = length(v);
-        if (age == 0 || speed < 0.9) continue; // not limited yet; a lantern
-        ASSERT_EQ(a["id"][i], b["id"][i]);
-        const double was = std::atan2(-v[2].get<double>(), v[0].get<double>()),
-                     is = std::atan2(-w[2].get<double>(), w[0].get<double>());
-        const double angle = std::remainder(is - was, 2 * M_PI) * 180 / M_PI;
-        EXPECT_LE(std::abs(angle), 5 + 1e-3);
-        EXPECT_NEAR(length(w), speed, 1e-5);
-        // They bank to the side they turn to.
-        const auto& up = b["up"][i];
-        const double side = up[0].get<double>() * w[2].get<double>() - up[2].get<double>() * w[0].get<double>();
-        EXPECT_TRUE(std::abs(angle) < 0.01 || side * angle > 0);
-        turning += std::abs(angle) > 1;
-    }
-    EXPECT_GT(turning, 80);
-}
-
-TEST_F(Examples, LanternsSlideAlongTheWire) {
-    const nlohmann::json state = dump("flock", 70);
-    const auto& points = state["points"];
-    const auto& lanterns = state["prims"][1]["points"];
-    ASSERT_EQ(state["prims"][1]["generator"], "/obj/fx/lanterns");
-    ASSERT_GT(lanterns.size(), 10u);
-    for (const size_t i : lanterns) {
-        const double age = points["life"][i][0], u = 2 * age / 4; // two spans of wire
-        const double p[3] = {-6 + 6 * u, 4 + (u < 1 ? -u : u - 2), -3 + 3 * u};
-        const double half = std::fmod(90 * age, 360) * M_PI / 360;
-        const double rot[4] = {0, std::sin(half), 0, std::cos(half)};
-        for (size_t c = 0; c < 3; ++c) EXPECT_NEAR(points["P"][i][c].get<double>(), p[c], 1e-5) << age;
-        for (size_t c = 0; c < 4; ++c) EXPECT_NEAR(points["rot"][i][c].get<double>(), rot[c], 1e-6) << age;
-    }
-}
-
 TEST_F(Examples, SparksBounceAndTakeTheBearsColours) {
     const nlohmann::json state = dump("bouncing_sparks", 60);
     const auto& points = state["points"];
@@ -223,24 +104,6 @@ TEST_F(Examples, SparksBounceAndTakeTheBearsColours) {
     EXPECT_GT(most, 5);
 }
 
-TEST_F(Examples, TheBoxTakesItsBallsAlong) {
-    const nlohmann::json state = dump("moving_box", 60);
-    const double t = state["time"], centre = 1.5 * std::sin(0.5 * 3.14159265358979 * t);
-    const auto& points = state["points"];
-    ASSERT_EQ(state["particles"], 4000);
-    int inside = 0;
-    double hits = 0;
-    for (size_t i = 0; i < points["P"].size(); ++i) {
-        const auto& p = points["P"][i];
-        inside += std::abs(p[0].get<double>() - centre) < 1.001 && std::abs(p[1].get<double>()) < 1.001 &&
-                  std::abs(p[2].get<double>()) < 1.001;
-        hits += points["numhit"][i].get<double>();
-    }
-    EXPECT_GT(std::abs(centre), 0.9) << "it went";
-    EXPECT_GT(inside, 3800) << "and nearly all with it; a few slip out along the edges";
-    EXPECT_GT(hits, 4000);
-}
-
 TEST_F(Examples, RainHitsTheWavesWhereTheyAreAtThatTime) {
     const nlohmann::json state = dump("rain_on_waves", 40);
     const auto& points = state["points"];
@@ -260,22 +123,4 @@ TEST_F(Examples, RainHitsTheWavesWhereTheyAreAtThatTime) {
         EXPECT_NEAR(length(points["hitN"][i]), 1, 1e-5);
     }
     EXPECT_GT(hits, 1000);
-}
-
-TEST_F(Examples, DustSlidesOffTheHorseAndSticks) {
-    const nlohmann::json half = dump("sliding", 40), end = dump("sliding", 96);
-    const auto count = [](const nlohmann::json& state, int bit) {
-        int n = 0;
-        for (const nlohmann::json& bits : state["points"]["pstate"]) n += (bits.get<int>() & bit) != 0;
-        return n;
-    };
-    constexpr int STUCK = 0x10, SLIDING = 0x8000;
-    EXPECT_GT(count(half, SLIDING), 500);
-    EXPECT_EQ(count(end, SLIDING), 0);
-    EXPECT_EQ(end["particles"], 6000);
-    EXPECT_GT(count(end, STUCK), 5950);
-    for (size_t i = 0; i < 6000; ++i)
-        if (end["points"]["pstate"][i].get<int>() & STUCK) {
-            EXPECT_NEAR(end["points"]["P"][i][1].get<double>(), -1.2, 1e-5);
-        }
 }

@@ -13,13 +13,6 @@ std::string meshScene() {
             {"name": "birth", "type": "source", "parms": {"soppath": "/obj/thing/mesh", "emittype": "surfacerandom"}}]}]})";
 }
 
-std::string ply(int claimed, const std::string& points, const std::string& face) {
-    return "ply\nformat ascii 1.0\nelement vertex " + std::to_string(claimed) +
-           "\nproperty float x\nproperty float y\nproperty float z\nelement face 1\n"
-           "property list uchar int vertex_indices\nend_header\n" +
-           points + face + "\n";
-}
-
 class Rejects : public ToolTest {
 protected:
     ToolResult run() const { return flx({"run", "scene.json", "--out", "out/o.####.ply", "--quiet"}); }
@@ -33,37 +26,18 @@ protected:
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(appeared(), std::vector<std::string>{});
     }
-    void expectBadMesh(const std::string& mesh, const std::string& why) {
-        put("mesh.ply", mesh);
-        put("scene.json", meshScene());
-        const ToolResult result = run();
-        SCOPED_TRACE(why);
-        EXPECT_EQ(result.status, 4);
-        EXPECT_EQ(result.err.substr(0, result.err.find('\n')),
-                  "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: " + why);
-        EXPECT_EQ(appeared(), std::vector<std::string>{});
-    }
 };
 
 } // namespace
 
 TEST_F(Rejects, BadScenesWriteNothing) {
     expectBad("{\"flx\": 1,\n \"obj\": [,]}", "scene.json:2: unexpected ','; expected '[', '{', or a literal");
-    expectBad(R"({"obj": []})", "scene.json: \"flx\" is missing: a scene says its format version, \"flx\": 1");
-    expectBad(R"({"flx": 2})", "scene.json: \"flx\" is 2: this program reads format version 1");
     expectBad(R"({"flx": 1, "obj": []})", "scene.json: holds no particle network, an object of type \"flxnet\"");
     expectBad(scene(R"({"name": "a", "type": "loaction"})"),
               "scene.json: /obj/fx/a: unknown type \"loaction\"; did you mean \"location\"?");
-    expectBad(
-        scene(R"({"name": "a", "type": "force", "inputs": ["b"]}, {"name": "b", "type": "force", "inputs": ["a"]})"),
-        "scene.json: /obj/fx/b: the inputs form a cycle: b -> a -> b");
     expectBad(R"({"flx": 1, "obj": [{"name": "a", "type": "geo", "parms": {"parent": "/obj/b"}},
         {"name": "b", "type": "geo", "parms": {"parent": "/obj/a"}}, {"name": "fx", "type": "flxnet"}]})",
               "scene.json: /obj/a: the parents form a cycle");
-    expectBad(scene(R"({"name": "a", "type": "location", "parms": {"lfie": 3}})"),
-              "scene.json: /obj/fx/a: unknown parameter \"lfie\"; did you mean \"life\"?");
-    expectBad(scene(R"({"name": "a", "type": "location"}, {"name": "a", "type": "location"})"),
-              "scene.json: /obj/fx/a: another node here has this name");
 }
 
 TEST_F(Rejects, AMissingSceneIsAFileProblem) {
@@ -81,42 +55,25 @@ TEST_F(Rejects, BadMeshesEndTheRunBeforeAFileAppears) {
               "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: cannot open the file: No such file or directory\n"
               "scene.json: /obj/fx/birth: error FLX 6: /obj/thing/mesh\n");
     EXPECT_EQ(appeared(), std::vector<std::string>{});
-    const std::string points = "0 0 0\n1 0 0\n0 1 0\n";
-    expectBadMesh(ply(3, points, "3 0 1 7"),
-                  "line 13, element \"face\" 0: vertex number 7, but the file has only 3 (counted from 0)");
-    expectBadMesh(ply(3, points, "3 0 1 -1"),
-                  "line 13, element \"face\" 0: vertex number -1, but the file has only 3 (counted from 0)");
-    expectBadMesh(ply(400000000, points, "3 0 1 2"),
-                  "the header claims 400000000 of element \"vertex\", at least 6 bytes each, but only 27 bytes "
-                  "follow; the file is truncated or damaged");
-    expectBadMesh("", "is empty");
+    put("mesh.ply", "");
+    EXPECT_EQ(run().err.rfind("scene.json: /obj/thing/mesh: error OP 6: mesh.ply: is empty\n", 0), 0u);
+    EXPECT_EQ(appeared(), std::vector<std::string>{});
 }
 
-TEST_F(Rejects, AFolderThatCannotBeMadeIsTold) {
+TEST_F(Rejects, FoldersThatCannotBeMadeOrWrittenAreTold) {
     put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
+    const auto expectRefused = [&](const std::string& why) {
+        const ToolResult result = run();
+        EXPECT_EQ(result.status, 4);
+        EXPECT_EQ(result.err.rfind("out/o.0001.ply: " + why, 0), 0u) << result.err;
+        EXPECT_EQ(appeared(), std::vector<std::string>{});
+    };
     put("out", "a file where the folder should be");
-    const ToolResult result = run();
-    EXPECT_EQ(result.status, 4);
-    EXPECT_EQ(result.err.rfind("out/o.0001.ply: cannot make the folder: ", 0), 0u) << result.err;
-    EXPECT_EQ(appeared(), std::vector<std::string>{});
-}
-
-TEST_F(Rejects, AFolderThatCannotBeWrittenIsTold) {
-    if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
-    put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
+    expectRefused("cannot make the folder: ");
+    if (geteuid() == 0) return; // the superuser may write anywhere
+    std::filesystem::remove(path("out"));
     ASSERT_EQ(mkdir(path("out").c_str(), 0555), 0);
-    const ToolResult result = run();
-    EXPECT_EQ(result.status, 4);
-    EXPECT_EQ(result.err, "out/o.0001.ply: cannot create the file: Permission denied\n");
-    EXPECT_EQ(appeared(), std::vector<std::string>{});
-}
-
-TEST_F(Rejects, ANameThatIsNoFileIsTold) {
-    put("scene.json", scene(R"({"name": "birth", "type": "location"})"));
-    std::filesystem::create_directories(path("out/o.0001.ply"));
-    const ToolResult result = run();
-    EXPECT_EQ(result.status, 4);
-    EXPECT_EQ(result.err, "out/o.0001.ply: is no regular file; choose another name\n");
+    expectRefused("cannot create the file: Permission denied\n");
 }
 
 TEST_F(Rejects, AFullDiskUnderTheOutputIsTold) {

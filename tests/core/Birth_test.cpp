@@ -1,6 +1,4 @@
 // Births and what newborn particles inherit.
-#include <gtest/gtest.h>
-
 #include "core/FLX_AttribMap.h"
 #include "support/Probe.h"
 

@@ -3,11 +3,10 @@
 #include <map>
 #include <thread>
 
-#include <gtest/gtest.h>
-
 #include "host/expr/EV_Error.h"
 #include "support/Probe.h"
 #include "support/RandomModel.h"
+#include "support/SetParms.h"
 
 namespace {
 
@@ -261,9 +260,7 @@ TEST(Context, ACopyGoesOnLikeItsOriginal) {
     Network net;
     FLX_Node& birth = net.add("location", "birth");
     FLX_Node& pull = net.add("force", "pull", {&birth});
-    birth.setExpression("lifevar", 0, "0.1 + 0 * $ITER");
-    birth.setFloat("life", 0, 0.3);
-    birth.setFloat("dogen", 0, 1);
+    setParms(birth, "lifevar=0.1+0*$ITER life=0.3 dogen=1");
     birth.setString("group", "young");
     pull.setFloat("amp", 0, 3);
     net.start(pull, 17);

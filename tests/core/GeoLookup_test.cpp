@@ -1,6 +1,4 @@
 // Finding the geometry that operators name.
-#include <gtest/gtest.h>
-
 #include "host/node/OP_Operator.h"
 #include "host/node/SOP_Node.h"
 #include "host/sim/DOP_FullPathData.h"
@@ -218,20 +216,13 @@ TEST(GeoLookup, PathMenus) {
 }
 
 TEST(GeoLookup, OldParametersBecomeOnePath) {
-    struct Case {
-        const char *object, *sop;
-        bool relative;
-        const char* path;
-    };
+    // clang-format off
+    struct Case { const char *object, *sop; bool relative; const char* path; };
     const Case cases[] = {
-        {"A", "B", false, "/obj/A/B"},
-        {"A", "", false, "/obj/A"},
-        {"A", "B", true, "../../A/B"},
-        {"__no_obj__", "B", false, ""},
-        {"A", "__no_obj__", true, ""},
-        {"", "", false, "kept"},
-        {"with $X", "B", false, "/obj/with $X/B"},
-    };
+        {"A", "B", false, "/obj/A/B"}, {"A", "", false, "/obj/A"}, {"A", "B", true, "../../A/B"},
+        {"__no_obj__", "B", false, ""}, {"A", "__no_obj__", true, ""}, {"", "", false, "kept"},
+        {"with $X", "B", false, "/obj/with $X/B"}};
+    // clang-format on
     for (const Case& c : cases) {
         Network net;
         FLX_Node& source = net.add("source", "src");

@@ -1,6 +1,4 @@
 // The window of random numbers hands out what the context would have, one after the other.
-#include <gtest/gtest.h>
-
 #include "core/FLX_RandomAhead.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"
@@ -9,9 +7,7 @@ TEST(RandomAhead, IsTheSequenceOfTheContext) {
     // From the last seed on, 29 draws in a row miss the ball: more than are looked at together.
     for (const uint32_t seed : {0u, 77u, 4294967295u, 11414797u}) {
         Network net;
-        FLX_Node& birth = net.add("location", "birth");
-        birth.setFloat("constantrate", 0, 0);
-        net.start(birth, seed);
+        net.start(net.addBirths(0), seed);
         RandomModel model{seed};
         for (const int n : {1, 0, 40, 999}) {
             {

@@ -1,8 +1,6 @@
 // Particles bound to geometry: stuck to a moving grid, and sliding on planes, against closed forms.
 #include <cmath>
 
-#include <gtest/gtest.h>
-
 #include "support/Probe.h"
 
 namespace {

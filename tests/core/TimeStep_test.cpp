@@ -2,8 +2,6 @@
 #include <bit>
 #include <cmath>
 
-#include <gtest/gtest.h>
-
 #include "support/Probe.h"
 
 namespace {
@@ -335,47 +333,4 @@ TEST(TimeStep, PointsThatTwoParticlesShareSeeEveryRuleBeforeAnyPreparation) {
     EXPECT_FLOAT_EQ(net.position(0).x(), dt + (1 + 24 * dt) * dt);
     EXPECT_EQ(net.value("life", 0), 0);
     EXPECT_EQ(net.position(1).x(), 0) << "no particle, no step";
-}
-
-// Without further attributes the step takes a way of its own; one attribute more, and it does not.
-TEST(TimeStep, ThePlainStepGivesTheSameBits) {
-    const auto run = [](bool plain) {
-        Network net;
-        FLX_Node& birth = net.add("location", "birth");
-        FLX_Node& pull = net.add("force", "pull", {&birth});
-        Probe& probe = Probe::add(net, "probe", {&pull});
-        birth.setFloat("constantrate", 0, 500);
-        birth.setFloat("life", 0, 0.4);
-        birth.setFloat("lifevar", 0, 0.3);
-        birth.setFloat("doid", 0, 0);
-        pull.setFloat("amp", 0, 5);
-        pull.setFloat("force", 1, -3);
-        probe.attribs = [=](Probe&, FLX_ContextData* context) {
-            if (!plain) context->addAttrib(FLX_Attrib::Speed);
-        };
-        probe.work = [](Probe& self, OP_Context& opContext) {
-            FLX_ContextData& context = Probe::contextOf(opContext);
-            self.buildParticleList(opContext, 0);
-            static constexpr int bits[] = {0, 0, 0, 0, 0x4, 0x8, 0x100, 0x200, 0x800, 0x1002, 0x8000, 0x10};
-            context.getDetail()->points().forEach(nullptr, [&](GEO_Point* p) {
-                context.state(p) |= bits[int(context.random() * float(std::size(bits)))];
-            });
-        };
-        net.start(probe, 3);
-        net.step(30);
-        std::vector<uint32_t> bytes;
-        for (int i = 0; i < net.particles(); ++i) {
-            const auto* position = reinterpret_cast<const uint32_t*>(net.point(i)->getPos().data());
-            bytes.insert(bytes.end(), position, position + 4);
-            for (const char* name : {"v", "accel", "life", "pstate", "backtrack"}) {
-                const GB_Attribute& attrib = *net.detail().pointAttribs().find(name);
-                const auto* at = net.point(i)->castAttribData<uint32_t>(attrib.getOffset());
-                bytes.insert(bytes.end(), at, at + attrib.getSize() / 4);
-            }
-        }
-        EXPECT_GT(net.particles(), 100);
-        EXPECT_EQ(net.detail().validate(), "");
-        return bytes;
-    };
-    EXPECT_EQ(run(true), run(false));
 }

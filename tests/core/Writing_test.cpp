@@ -1,8 +1,6 @@
 // Constants that operators in a row put into fields: one loop must leave what one operator after the other leaves.
 #include <memory>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_WritePass.h"
 #include "host/geo/GU_Detail.h"
 #include "support/RandomNetwork.h"

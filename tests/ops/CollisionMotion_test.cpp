@@ -2,8 +2,6 @@
 #include "host/geo/GEO_PrimQuadric.h"
 #include "ops/CollisionRig.h"
 
-#include <random>
-
 namespace {
 
 /// A floor that stands at height c * t.
@@ -19,6 +17,28 @@ std::function<void(GU_Detail&, float)> risingTriangles(float c) {
 }
 
 constexpr int TRANSLATING = 1, DEFORMING = 2;
+
+/// A still floor, which throws back, and a roof above it, one collision after the other.
+struct TwoCollisions {
+    Network net;
+    FLX_Node& first = net.add("collision", "first", {&Probe::addSource(net, "source", 1)});
+    FLX_Node& second = net.add("collision", "second", {&first});
+
+    explicit TwoCollisions(const std::function<void(GU_Detail&, float)>& roof) {
+        first.setString("soppath", net.addGeometry(
+                                       "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
+        second.setString("soppath", net.addGeometry("roof", roof));
+        for (FLX_Node* node : {&first, &second})
+            for (const char* on : {"behavior", "dohittime"}) node->setFloat(on, 0, 1);
+    }
+    /// One step, from a tenth above the floor.
+    void fly() {
+        net.start(second);
+        net.point(0)->setPos({0, 0.1f, 0, 1});
+        net.setValue("v", 0, {0, -12, 0});
+        net.step();
+    }
+};
 
 } // namespace
 
@@ -38,33 +58,40 @@ TEST(MovingCollision, AFloorThatRisesThrowsBackFaster) {
     EXPECT_EQ(rig.state(), FLX_JUSTHIT);
 }
 
-TEST(MovingCollision, GainsAreRelativeToTheGeometry) {
-    struct Case {
-        double tangent, normal;
-        float vx, vy;
-    };
+TEST(MovingAndDeformingCollision, GainsAreRelativeToTheGeometry) {
     // Relative to the floor (3, -12): what is left of it, plus the floor's own 2 along the normal.
-    for (const Case& c : {Case{1, 1, 3, 14}, {0.5, 0.25, 1.5f, 5}, {0, 0, 0, 2}}) {
-        CollisionRig rig(risingFloor(2), 1, false);
-        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"gaintan", c.tangent}, {"gainnml", c.normal}});
-        rig.fly({2, 0.1f, 0}, {3, -10, 0});
-        expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
-    }
+    // clang-format off
+    struct Case { double tangent, normal; float vx, vy; };
+    const Case cases[] = {{1, 1, 3, 14}, {0.5, 0.25, 1.5f, 5}, {0, 0, 0, 2}};
+    // clang-format on
+    const float until = 1.0f / 120, left = DT - until;
+    const UT_Vector3 spot(2 + 3 * until, 2 * until, 0);
+    for (const Case& c : cases)
+        for (const int hint : {TRANSLATING, DEFORMING}) {
+            CollisionRig rig(hint == DEFORMING ? risingTriangles(2) : risingFloor(2), 1, false);
+            rig.addHitAttributes();
+            rig.set({{"behavior", 1}, {"geohint", hint}, {"gaintan", c.tangent}, {"gainnml", c.normal}});
+            rig.fly({2, 0.1f, 0}, {3, -10, 0});
+            expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
+            EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
+            EXPECT_NEAR(rig.backtrack()[3], left, 1e-6);
+            EXPECT_EQ(rig.net.intValue("numhit", 0), 1) << "a gain of 0 leaves it on the floor, which is no new hit";
+            if (hint != DEFORMING) continue;
+            expectNear(rig.position(), spot + UT_Vector3(c.vx, c.vy, 0) * left, 1e-5);
+            expectNear(rig.vector("hitpos"), spot, 1e-6);
+        }
 }
 
 // A floor rises at 2, a particle falls on it at 10 from 0.1 above. A surface that moves as a whole is met where it was
 // when the step began, one that deforms where it is by then.
 TEST(MovingAndDeformingCollision, BehavioursEndTheMove) {
-    struct Case {
-        int behavior, state;
-        float movingY, deformingY;
-    };
     const float late = 0.1f - 10.0f / 120, there = 2.0f / 120, onFloor = 2 * DT, past = 0.1f - 10 * DT;
-    const Case cases[] = {{0, FLX_DEAD, late, there},
-                          {2, FLX_STOPPED, late, there},
-                          {3, FLX_STUCK, onFloor, onFloor},
-                          {4, FLX_SLIDING, onFloor, onFloor},
-                          {5, 0, past, past}};
+    // clang-format off
+    struct Case { int behavior, state; float movingY, deformingY; };
+    const Case cases[] = {
+        {0, FLX_DEAD, late, there}, {2, FLX_STOPPED, late, there}, {3, FLX_STUCK, onFloor, onFloor},
+        {4, FLX_SLIDING, onFloor, onFloor}, {5, 0, past, past}};
+    // clang-format on
     for (const Case& c : cases)
         for (const int hint : {TRANSLATING, DEFORMING}) {
             SCOPED_TRACE(testing::Message() << "behavior " << c.behavior << ", hint " << hint);
@@ -135,17 +162,14 @@ TEST(MovingCollision, TheToleranceProbesAroundTheStart) {
     const auto wall = [](GU_Detail& detail, float) {
         addFace(detail, {{0, -5, 5}, {0, -5, -5}, {0, 5, -5}, {0, 5, 5}});
     };
-    struct Case {
-        UT_Vector3 from, velocity;
-        double tolerance;
-        bool dies;
-    };
-    for (const Case& c : {Case{{0.05f, 0, 0}, {0, 0, 1}, 0.1, true},
-                          {{0.05f, 0, 0}, {0, 0, 1}, 0.04, false},
-                          {{0.05f, 0, 0}, {0, 0, 1}, 0, false},
-                          {{-0.05f, 0, 0}, {0, 1, 0}, 0.1, true},
-                          {{0.05f, 0, 0}, {1, 0, 0}, 0.1, true},     // behind
-                          {{0.05f, 0, 0}, {0, 0, 0}, 0.1, false}}) { // no direction to probe about
+    // clang-format off
+    struct Case { UT_Vector3 from, velocity; double tolerance; bool dies; };
+    const Case cases[] = {
+        {{0.05f, 0, 0}, {0, 0, 1}, 0.1, true}, {{0.05f, 0, 0}, {0, 0, 1}, 0.04, false},
+        {{0.05f, 0, 0}, {0, 0, 1}, 0, false}, {{-0.05f, 0, 0}, {0, 1, 0}, 0.1, true},
+        {{0.05f, 0, 0}, {1, 0, 0}, 0.1, true}, /* behind */ {{0.05f, 0, 0}, {0, 0, 0}, 0.1, false} /* nothing to probe about */};
+    // clang-format on
+    for (const Case& c : cases) {
         CollisionRig rig(wall);
         rig.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"tolerance", c.tolerance}});
         rig.fly(c.from, c.velocity);
@@ -157,47 +181,16 @@ TEST(MovingCollision, PartOfAMoveIsTestedByWholeParts) {
     // Two floors; the first, still, stops the particle's move after 0.2 of the step. What the second tests is what is
     // left, in whole parts.
     for (const int parts : {1, 2, 4}) {
-        Network net;
-        Probe& source = Probe::addSource(net, "source", 1);
-        FLX_Node& first = net.add("collision", "first", {&source});
-        FLX_Node& second = net.add("collision", "second", {&first});
-        first.setString("soppath", net.addGeometry(
-                                       "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
-        second.setString("soppath", net.addGeometry(
-                                        "roof", [](GU_Detail& d, float) { addFloor(d, 0.39f); }, true));
-        first.setFloat("behavior", 0, 1);
-        second.setFloat("geohint", 0, TRANSLATING);
-        second.setFloat("sample", 0, parts);
-        net.start(second);
-        net.point(0)->setPos({2, 0.1f, 0, 1});
-        net.setValue("v", 0, {0, -12, 0});
-        net.step(); // ends at 0.4, after 0.8 of a step upwards: 0.39 lies in its last part
-        EXPECT_EQ(net.intValue("pstate", 0), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
+        TwoCollisions two([](GU_Detail& d, float) { addFloor(d, 0.39f); });
+        two.second.setFloat("behavior", 0, 0);
+        two.second.setFloat("geohint", 0, TRANSLATING);
+        two.second.setFloat("sample", 0, parts);
+        two.fly(); // ends at 0.4, after 0.8 of a step upwards: 0.39 lies in its last part
+        EXPECT_EQ(two.net.intValue("pstate", 0), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
     }
 }
 
 // ---- deforming
-
-TEST(DeformingCollision, AFloorThatRisesThrowsBackFaster) {
-    struct Case {
-        double tangent, normal;
-        float vx, vy;
-    };
-    for (const Case& c : {Case{1, 1, 3, 14}, {0.5, 0.25, 1.5f, 5}, {0, 0, 0, 2}}) {
-        CollisionRig rig(risingTriangles(2), 1, false);
-        rig.addHitAttributes();
-        rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"gaintan", c.tangent}, {"gainnml", c.normal}});
-        rig.fly({2, 0.1f, 0}, {3, -10, 0});
-        const float until = 1.0f / 120, left = DT - until;
-        const UT_Vector3 spot(2 + 3 * until, 2 * until, 0);
-        expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
-        expectNear(rig.position(), spot + UT_Vector3(c.vx, c.vy, 0) * left, 1e-5);
-        expectNear(rig.vector("hitpos"), spot, 1e-6);
-        EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
-        EXPECT_NEAR(rig.backtrack()[3], left, 1e-6);
-        EXPECT_EQ(rig.net.intValue("numhit", 0), 1) << "a gain of 0 leaves it on the floor, which is no new hit";
-    }
-}
 
 TEST(DeformingCollision, ARisingSurfaceHitsAParticleAtRest) {
     CollisionRig rig(risingTriangles(6), 1, false);
@@ -211,28 +204,15 @@ TEST(DeformingCollision, ARisingSurfaceHitsAParticleAtRest) {
 TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
     // A roof comes down at 2 while the particle, after its bounce off a still floor a fifth into the step, rises at 12;
     // they meet at s with 0.2 - 2 s = 12 (s - 1/120).
-    Network net;
-    Probe& source = Probe::addSource(net, "source", 1);
-    FLX_Node& first = net.add("collision", "first", {&source});
-    FLX_Node& second = net.add("collision", "second", {&first});
-    first.setString("soppath", net.addGeometry(
-                                   "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
-    second.setString("soppath", net.addGeometry("roof", [](GU_Detail& d, float t) {
+    TwoCollisions two([](GU_Detail& d, float t) {
         addFace(d, {{-5, 0.2f - 2 * t, -5}, {5, 0.2f - 2 * t, -5}, {0, 0.2f - 2 * t, 5}});
-    }));
-    for (FLX_Node* node : {&first, &second}) {
-        node->setFloat("behavior", 0, 1);
-        node->setFloat("dohittime", 0, 1);
-    }
-    second.setFloat("geohint", 0, DEFORMING);
-    net.start(second);
-    net.point(0)->setPos({0, 0.1f, 0, 1});
-    net.setValue("v", 0, {0, -12, 0});
-    net.step();
+    });
+    two.second.setFloat("geohint", 0, DEFORMING);
+    two.fly();
     const double s = 0.3 / 14;
-    EXPECT_NEAR(net.value("hittime", 0), s, 1e-6);
-    EXPECT_NEAR(net.value("v", 0, 1), -16, 1e-4);
-    EXPECT_NEAR(net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
+    EXPECT_NEAR(two.net.value("hittime", 0), s, 1e-6);
+    EXPECT_NEAR(two.net.value("v", 0, 1), -16, 1e-4);
+    EXPECT_NEAR(two.net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
 }
 
 TEST(DeformingCollision, WhatCannotBeHitIsSaid) {
@@ -267,104 +247,4 @@ TEST(DeformingCollision, ChangingTopologyIsAnError) {
     rig.net.step(); // the error has frozen it; now the topology stays
     rig.net.step();
     EXPECT_EQ(Network::messages(rig.hit), "");
-}
-
-// ---- against a model: the first moment, found by fine steps and halving, at which a moving point lies in the plane of
-// three moving points and inside their triangle
-
-namespace {
-
-struct Model {
-    UT_Vector3D from[3], to[3];
-    UT_Vector3D p, v;
-
-    UT_Vector3D corner(int i, double s) const { return from[i] * (1 - s) + to[i] * s; }
-    double volume(double s) const {
-        const UT_Vector3D a = corner(0, s), e = corner(1, s) - a, f = corner(2, s) - a;
-        return dot(cross(e, f), p + v * (s * DT) - a);
-    }
-    /// Smallest barycentric weight of the point's foot.
-    double inside(double s) const {
-        const UT_Vector3D x = p + v * (s * DT), a = corner(0, s), b = corner(1, s), c = corner(2, s);
-        const UT_Vector3D n = cross(b - a, c - a);
-        const double all = dot(n, n);
-        return std::min({dot(cross(c - b, x - b), n), dot(cross(a - c, x - c), n), dot(cross(b - a, x - a), n)}) / all;
-    }
-    /// Fraction of the step, or 2 for never; `sure` is false when it is too close to call.
-    double first(bool& sure) const {
-        constexpr int STEPS = 4000;
-        double previous = volume(0);
-        for (int i = 1; i <= STEPS; ++i) {
-            double low = double(i - 1) / STEPS, high = double(i) / STEPS;
-            const double next = volume(high);
-            if (std::fabs(next) < 1e-7 || std::fabs(previous) < 1e-7) sure = false;
-            if ((previous < 0) != (next < 0)) {
-                for (int k = 0; k < 60; ++k) {
-                    const double mid = (low + high) / 2;
-                    ((volume(mid) < 0) == (previous < 0) ? low : high) = mid;
-                }
-                const double w = inside(low);
-                if (std::fabs(w) < 1e-4) sure = false;
-                if (w > 0) return low;
-            }
-            previous = next;
-        }
-        return 2;
-    }
-};
-
-} // namespace
-
-TEST(DeformingCollision, RandomTrianglesAgreeWithAModel) {
-    std::mt19937 random(7); // lint-ok: the test's own numbers
-    const auto number = [&](double size) { return float(size * (double(random()) / 4294967296.0 * 2 - 1)); };
-    const auto vector = [&](double size) {
-        const float x = number(size), y = number(size), z = number(size);
-        return UT_Vector3(x, y, z);
-    };
-    constexpr int ROUNDS = 12, PARTICLES = 60;
-    int hits = 0, unsure = 0;
-    for (int round = 0; round < ROUNDS; ++round) {
-        UT_Vector3 from[3], to[3];
-        for (int i = 0; i < 3; ++i) {
-            from[i] = vector(1);
-            to[i] = from[i] + vector(1);
-        }
-        CollisionRig rig(
-            [&](GU_Detail& detail, float t) {
-                const UT_Vector3* at = t < DT / 2 ? from : to;
-                addFace(detail, {at[0], at[1], at[2]});
-            },
-            PARTICLES, false);
-        rig.set({{"behavior", 5}, {"geohint", DEFORMING}, {"donumhit", 1}, {"dohittime", 1}, {"dohitpos", 1}});
-        rig.start();
-        std::vector<Model> models;
-        for (int i = 0; i < PARTICLES; ++i) {
-            // Towards some place that the triangle passes, or a little beside it.
-            const UT_Vector3 p = vector(1);
-            const float s = std::fabs(number(1)), a = number(1), b = number(1);
-            const auto corner = [&](int k) { return from[k] * (1 - s) + to[k] * s; };
-            const UT_Vector3 aim = corner(0) * (1 - a - b) + corner(1) * a + corner(2) * b;
-            const UT_Vector3 v = (aim - p) * (1 / (std::max(s, 0.1f) * DT));
-            rig.place(i, p, v);
-            Model model{{}, {}, UT_Vector3D(p), UT_Vector3D(v)};
-            for (int k = 0; k < 3; ++k) model.from[k] = UT_Vector3D(from[k]), model.to[k] = UT_Vector3D(to[k]);
-            models.push_back(model);
-        }
-        rig.net.step();
-        for (int i = 0; i < PARTICLES; ++i) {
-            bool sure = true;
-            const double expected = models[size_t(i)].first(sure);
-            if (!sure) {
-                ++unsure;
-                continue;
-            }
-            ASSERT_EQ(rig.net.intValue("numhit", i), expected < 2) << round << " " << i;
-            if (expected == 2) continue;
-            ++hits;
-            ASSERT_NEAR(rig.net.value("hittime", i), expected * DT, 2e-6) << round << " " << i;
-        }
-    }
-    EXPECT_GT(hits, 40);
-    EXPECT_LT(unsure, ROUNDS * PARTICLES / 10);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <set>
 
@@ -40,9 +38,7 @@ struct CollisionRig {
         net.step();
         EXPECT_EQ(Network::messages(hit), messages);
     }
-    UT_Vector3 vector(const char* attrib, int i = 0) {
-        return {net.value(attrib, i, 0), net.value(attrib, i, 1), net.value(attrib, i, 2)};
-    }
+    UT_Vector3 vector(const char* attrib, int i = 0) { return net.vector(attrib, i); }
     UT_Vector3 velocity(int i = 0) { return vector("v", i); }
     UT_Vector3 position(int i = 0) { return net.position(i); }
     int state(int i = 0) { return net.intValue("pstate", i); }

@@ -3,11 +3,10 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "host/ut/UT_Interrupt.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"
+#include "support/SetParms.h"
 
 namespace {
 
@@ -19,6 +18,7 @@ struct Location {
         : birth(net.add("location", "birth")) {
         birth.setFloat("constantrate", 0, 0);
     }
+    void set(const std::string& parms) { setParms(birth, parms); }
     void set(const char* parm, std::initializer_list<double> values) {
         int i = 0;
         for (const double value : values) birth.setFloat(parm, i++, value);
@@ -56,8 +56,7 @@ TEST(Location, CountsPerCook) {
 
 TEST(Location, RefusedBirthsAreOwed) {
     Location l;
-    l.set("impulserate", {2});
-    l.set("life", {0});
+    l.set("impulserate=2 life=0");
     l.net.start(l.birth);
     l.net.step(3);
     EXPECT_EQ(l.net.particles(), 0);
@@ -72,9 +71,7 @@ TEST(Location, RefusedBirthsAreOwed) {
 
 TEST(Location, WhatIsNotANumberIsToldOfOnce) {
     Location l;
-    l.set("impulserate", {2});
-    l.birth.setExpression("life", 0, "0 / ($ITER * 0)");
-    l.birth.setExpression("constantrate", 0, "0 / 0");
+    l.set("impulserate=2 life=0/($ITER*0) constantrate=0/0");
     l.net.start(l.birth);
     EXPECT_EQ(l.net.particles(), 0);
     EXPECT_EQ(l.born(), 2);
@@ -102,11 +99,7 @@ TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
 TEST(Location, LifeAndVelocityAreDrawnInOrder) {
     for (const bool ball : {true, false}) {
         Location l;
-        l.set("impulserate", {40});
-        l.set("life", {3});
-        l.set("lifevar", {0.5});
-        l.set("vel", {1, 2, 3});
-        l.set("var", {0.5, 1, 2});
+        l.set("impulserate=40 life=3 lifevar=0.5 vel=1,2,3 var=0.5,1,2");
         l.set("doellipse", {double(ball)});
         l.set("dospeed", {1});
         l.net.start(l.birth, 77);
@@ -135,10 +128,7 @@ TEST(Location, BatchesEqualSingleBirths) {
     };
     const auto run = [](bool single, bool ball) {
         Location l;
-        l.set("impulserate", {331.5});
-        l.set("lifevar", {100});
-        l.set("life", {100.02});
-        l.set("var", {1, 2, 3});
+        l.set("impulserate=331.5 lifevar=100 life=100.02 var=1,2,3");
         l.set("doellipse", {double(ball)});
         for (const char* toggle : {"doorigin", "dogen", "dospeed", "preservegroup"}) l.set(toggle, {1});
         l.set("originindex", {5});
@@ -198,15 +188,8 @@ TEST(Location, CoordinateSystems) {
 
 TEST(Location, ParametersMayReadTheSample) {
     Location l;
-    l.set("impulserate", {3});
-    l.set("var", {0, 0, 0});
-    l.set("loc", {4, 5, 6});
-    l.birth.setExpression("vel", 0, "$ITER");
-    l.birth.setExpression("vel", 1, "$TX + 10 * $TZ + 100 * $WEIGHT");
-    l.birth.setExpression("vel", 2, "$NPART");
-    l.birth.setExpression("originindex", 0, "7 + $ITER");
-    l.set("doorigin", {1});
-    l.set("dogen", {1});
+    l.set("impulserate=3 var=0,0,0 loc=4,5,6 vel=$ITER,$TX+10*$TZ+100*$WEIGHT,$NPART originindex=7+$ITER doorigin=1 "
+          "dogen=1");
     l.net.start(l.birth);
     l.net.step();
     ASSERT_EQ(l.net.particles(), 6);

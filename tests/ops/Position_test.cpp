@@ -1,8 +1,7 @@
 // Setting positions: by a vector, along curves, by an object; and turning particles to what they look at.
-#include <gtest/gtest.h>
-
 #include "host/geo/GEO_PrimPoly.h"
 #include "support/Probe.h"
+#include "support/SetParms.h"
 
 namespace {
 
@@ -26,11 +25,10 @@ struct Placed {
     }
     /// v turned by the particle's quaternion: v + 2 w (u × v) + 2 u × (u × v).
     UT_Vector3 turned(int i, const UT_Vector3& v) {
-        const UT_Vector3 u(net.value("rot", i, 0), net.value("rot", i, 1), net.value("rot", i, 2));
-        const UT_Vector3 t = cross(u, v) * 2.0f;
+        const UT_Vector3 u = net.vector("rot", i), t = cross(u, v) * 2.0f;
         return v + t * net.value("rot", i, 3) + cross(u, t);
     }
-    UT_Vector3 velocity(int i) { return {net.value("v", i, 0), net.value("v", i, 1), net.value("v", i, 2)}; }
+    UT_Vector3 velocity(int i) { return net.vector("v", i); }
     void expectFacing(int i, const UT_Vector3& d, float within = 2e-6f) {
         const UT_Vector3 facing = turned(i, velocity(i).normalized()), want = d.normalized();
         for (int c = 0; c < 3; ++c) EXPECT_NEAR(facing[c], want[c], within) << i << " " << c;
@@ -59,8 +57,7 @@ TEST(Position, ByAVector) {
     p.net.point(1)->setPos({1, 2, 3, 0.5f});
     p.net.step();
     EXPECT_EQ(p.net.position(1), UT_Vector3(1, 2, 3)) << "the defaults keep it";
-    p.node.setExpression("t", 0, "$PT * 2");
-    p.node.setExpression("t", 2, "$TX + $TZ");
+    setParms(p.node, "t=$PT*2 t.2=$TX+$TZ");
     p.net.step();
     EXPECT_EQ(p.net.position(1), UT_Vector3(2, 2, 4)) << "evaluated before it moves";
     EXPECT_EQ(p.net.point(1)->getPos().w(), 0.5f);
@@ -92,18 +89,14 @@ TEST(Position, StopsAtTheFirstError) {
 }
 
 TEST(Position, AlongCurves) {
-    struct Case {
-        const char* at;
-        int curves;
-        bool reverse;
-        float x, y; // curve i runs from (0, i) to (8, i)
-    };
+    // clang-format off
+    struct Case { const char* at; int curves; bool reverse; float x, y; }; // curve i runs from (0, i) to (8, i)
     const Case cases[] = {
-        {"0", 2, false, 0, 0},    {"0.25", 2, true, 2, 0},  {"1.25", 2, false, 2, 1}, {"1.25", 2, true, 6, 1},
-        {"4.25", 2, false, 2, 1}, {"4.25", 2, true, 2, 1},  {"3.25", 2, true, 6, 1},  {"1", 2, false, 0, 1},
-        {"1", 2, true, 8, 1},     {"0.75", 1, false, 6, 0}, {"-3", 2, false, 0, 0},   {"1e30", 2, false, 0, 1},
-        {"0/0", 2, false, 0, 0},  {"0.5", 0, false, 5, 5},
-    };
+        {"0", 2, false, 0, 0}, {"0.25", 2, true, 2, 0}, {"1.25", 2, false, 2, 1}, {"1.25", 2, true, 6, 1},
+        {"4.25", 2, false, 2, 1}, {"4.25", 2, true, 2, 1}, {"3.25", 2, true, 6, 1}, {"1", 2, false, 0, 1},
+        {"1", 2, true, 8, 1}, {"0.75", 1, false, 6, 0}, {"-3", 2, false, 0, 0}, {"1e30", 2, false, 0, 1},
+        {"0/0", 2, false, 0, 0}, {"0.5", 0, false, 5, 5}};
+    // clang-format on
     for (const Case& c : cases) {
         for (const char* dependence : {"", " + 0 * $PT"}) {
             Placed p("position", 2);
@@ -124,8 +117,7 @@ TEST(Position, AlongCurves) {
 TEST(Position, TheCurvesComeFromTheirOwnSpace) {
     Placed p("position");
     const std::string path = addCurves(p.net, 1);
-    p.node.setInt("mswitcher", 0, 1);
-    p.node.setFloat("pathpos", 0, 0.5);
+    setParms(p.node, "mswitcher=1 pathpos=0.5");
     p.node.setString("pathpath", path);
     auto* object = p.node.findNode(path.c_str())->getCreator();
     for (const float x : {10.0f, 20.0f}) { // the copy follows the object
@@ -162,9 +154,7 @@ TEST(Position, ByAReference) {
     for (const char* dependence : {"", " + 0 * $PT"}) {
         Placed p("position", 2);
         OBJ_Node& object = Network::addObject("anchor");
-        object.setFloat("t", 0, 5);
-        object.setFloat("r", 2, 90);
-        object.setFloat("s", 0, 2);
+        setParms(object, "t=5 r.2=90 s=2");
         p.node.setInt("mswitcher", 0, 2);
         p.node.setString("refpath", "/obj/anchor");
         p.node.setExpression("reft", 0, (std::string("1") + dependence).c_str());
@@ -207,8 +197,7 @@ TEST(Position, EnablesAndOldParameters) {
     const auto enabled = [&](const char* parm) { return look.node.parms().find(parm)->enabled(); };
     look.node.disableParms();
     EXPECT_TRUE(!enabled("objpath") && enabled("dir"));
-    look.node.setInt("reference", 0, 2);
-    look.node.setInt("mode", 0, 1);
+    setParms(look.node, "reference=2 mode=1");
     EXPECT_EQ(look.node.disableParms(), 2u);
     EXPECT_TRUE(enabled("objpath") && !enabled("dir"));
     PRM_ParmList before(look.node.getOperator()->getObsoleteTemplates());
@@ -231,9 +220,7 @@ struct Looking : Placed {
         node.setInt("mode", 0, mode);
         node.setInt("reference", 0, reference);
         node.setString("objpath", "/obj/target");
-        target.setFloat("t", 0, 3);
-        target.setFloat("t", 1, -2);
-        target.setFloat("r", 2, 90);
+        setParms(target, "t=3,-2 r.2=90");
         const float velocities[][3] = {{1, 0, 0}, {0, -3, 0}, {0.2f, 0.4f, -0.7f}, {-5, 1, 2}, {0, 0, -1}};
         for (int i = 0; i < 5; ++i) {
             net.point(i)->setPos({float(i) - 1.5f, 2, float(3 * i) - 4, 1});
@@ -264,36 +251,25 @@ TEST(Lookat, EveryParticleFacesThePoint) {
 }
 
 TEST(Lookat, EveryParticleFacesTheDirection) {
-    for (const char* dependence : {"", " + 0 * $PT"}) {
-        for (const int reference : {0, 1, 2}) {
+    for (const int reference : {0, 1, 2}) {
+        std::string states[2];
+        for (const char* dependence : {"", " + 0 * $PT"}) {
             Looking look(0, reference);
             look.net.object().setFloat("r", 0, 90); // y to z, z to -y
             look.net.object().setFloat("t", 0, 1e4);
             look.node.setExpression("dir", 0, (std::string("2") + dependence).c_str());
-            look.node.setFloat("dir", 1, 1);
-            look.node.setFloat("dir", 2, 0);
+            setParms(look.node, "dir.1=1,0");
             look.net.step();
             // The world seen from the network: y is -z. The object turns (2, 1, 0) to (-1, 2, 0) first.
             const UT_Vector3 directions[] = {{2, 0, -1}, {2, 1, 0}, {-1, 0, -2}};
             for (int i = 0; i < 5; ++i) look.expectFacing(i, directions[reference]);
+            setParms(look.target, "r=33.3 s.1=1.7");
+            look.net.object().setFloat("r", 1, -71.9);
+            look.net.step();
+            states[*dependence != 0] = look.net.state();
         }
+        EXPECT_TRUE(states[0] == states[1]) << "the same bits, in reference " << reference;
     }
-}
-
-TEST(Lookat, ConstantAndVaryingDirectionsGiveTheSameBits) {
-    std::string states[2];
-    for (const int varying : {0, 1}) {
-        Looking look(0, 2);
-        look.target.setFloat("r", 0, 33.3);
-        look.target.setFloat("s", 1, 1.7);
-        look.net.object().setFloat("r", 1, -71.9);
-        look.net.object().setFloat("t", 1, 100.1);
-        for (int c = 0; c < 3; ++c)
-            look.node.setExpression("dir", c, varying ? "0.3 + 0.1 * 3 + 0 * $PT" : "0.3 + 0.1 * 3");
-        look.net.step();
-        states[varying] = look.net.state();
-    }
-    EXPECT_TRUE(states[0] == states[1]);
 }
 
 TEST(Lookat, TheInstancesPlaceCounts) {

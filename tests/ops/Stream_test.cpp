@@ -1,6 +1,4 @@
 // Operators that route particles: collect, switch, null, sub-network.
-#include <gtest/gtest.h>
-
 #include "support/Info.h"
 #include "support/Probe.h"
 
@@ -38,15 +36,13 @@ TEST(Stream, SwitchTakesOneInput) {
     FLX_Node& a = net.add("location", "a");
     FLX_Node& b = net.add("location", "b");
     FLX_Node& one = net.add("switch", "one", {&a, &b});
-    struct Case {
-        int index;
-        const char *taken, *message;
-    };
-    for (const Case& c : {Case{0, "a", ""},
-                          {1, "b", ""},
-                          {2, "b", "warning FLX 4: Index out of range"},
-                          {5, "b", "warning FLX 4: Index out of range"},
-                          {-1, "a", "warning FLX 4: Index out of range"}}) {
+    // clang-format off
+    struct Case { int index; const char *taken, *message; };
+    const Case cases[] = {
+        {0, "a", ""}, {1, "b", ""}, {2, "b", "warning FLX 4: Index out of range"},
+        {5, "b", "warning FLX 4: Index out of range"}, {-1, "a", "warning FLX 4: Index out of range"}};
+    // clang-format on
+    for (const Case& c : cases) {
         one.setInt("input", 0, c.index);
         net.start(one);
         EXPECT_EQ(generators(net, one), Names{c.taken}) << c.index;

@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <set>
 
-#include <gtest/gtest.h>
-
 #include "host/node/OP_OTLDefinition.h"
 #include "host/node/PI_ScriptOperator.h"
 #include "host/ut/UT_EnvControl.h"
@@ -242,6 +240,10 @@ TEST(Catalogue, AGuideCookChangesNothing) {
             w.run(6);
             w.node->setTemplate(wanted);
             w.net.context().guidesWanted = wanted;
+            // Who draws arrows looks for the group also where none are wanted.
+            const bool draws = std::string(row.name) == "force" || std::string(row.name) == "acceleration";
+            if (!wanted && !draws && row.maxInputs > 0 && w.node->hasParm("source"))
+                w.node->setString("source", "missing");
             const std::string before = w.net.state();
             for (int i = 0; i < 2; ++i) {
                 OP_Context context(w.net.time());
@@ -249,6 +251,9 @@ TEST(Catalogue, AGuideCookChangesNothing) {
             }
             EXPECT_TRUE(w.net.state() == before);
             EXPECT_LT(w.node->error(), UT_ERROR_ABORT) << Network::messages(*w.node);
+            if (!wanted) {
+                EXPECT_EQ(Network::messages(*w.node), "") << "a group is looked for when it is needed";
+            }
         }
     }
 }
@@ -328,13 +333,4 @@ TEST(Catalogue, ScriptDefinitionsBecomeTypes) {
     EXPECT_EQ(net.value("accel", 2, 1), -2);
     EXPECT_EQ(node.getNchildren(), 2);
     EXPECT_EQ(node.getOperator(), op);
-    EXPECT_EQ(table().addDefinition(spray, error), nullptr) << "the name is taken";
-
-    OP_OTLDefinition loop = spray;
-    loop.name = "loop";
-    loop.build = [](OP_Network& instance, std::string& problem) {
-        return instance.createNode("loop", "inner", problem) != nullptr;
-    };
-    ASSERT_NE(table().addDefinition(loop, error), nullptr) << error;
-    EXPECT_THROW(net.add("loop", "loop1"), std::runtime_error) << "a definition that contains itself";
 }

@@ -83,22 +83,16 @@ TEST_F(FormatObj, PointCloudsTakeTheirNormalsInOrder) {
 }
 
 TEST_F(FormatObj, RefusesWithOneClearLine) {
-    const struct {
-        const char* text;
-        const char* error;
-    } cases[] = {
-        {"", "is empty"},
-        {"# nothing\n", "holds no v lines, so no points; is it an OBJ file?"},
+    // clang-format off
+    const struct { const char* text; const char* error; } cases[] = {
+        {"", "is empty"}, {"# nothing\n", "holds no v lines, so no points; is it an OBJ file?"},
         {"hello world\n", "holds no v lines, so no points; is it an OBJ file?"},
         {"v 0 0 0\n\x01\x02\x03\n", "line 2: \"???\" is no OBJ statement"},
         {"v 1 2\n", "line 1: v with 2 numbers; it takes 3, or 6 with a colour"},
         {"v 1 2 3 4 5\n", "line 1: v with 5 numbers; it takes 3, or 6 with a colour"},
-        {"v 1 2 x\n", "line 1: \"x\" is no number"},
-        {"v 1 2 3,5\n", "line 1: \"3,5\" is no number"},
-        {"vn 1 2\n", "line 1: vn with 2 numbers; it takes 3"},
-        {"vt\n", "line 1: vt with 0 numbers; it takes 1"},
-        {"v 0 0 0\nf\n", "line 2: f without corners"},
-        {"v 0 0 0\nf 0 1 1\n", "line 2: v number 0; they start at 1"},
+        {"v 1 2 x\n", "line 1: \"x\" is no number"}, {"v 1 2 3,5\n", "line 1: \"3,5\" is no number"},
+        {"vn 1 2\n", "line 1: vn with 2 numbers; it takes 3"}, {"vt\n", "line 1: vt with 0 numbers; it takes 1"},
+        {"v 0 0 0\nf\n", "line 2: f without corners"}, {"v 0 0 0\nf 0 1 1\n", "line 2: v number 0; they start at 1"},
         {"v 0 0 0\n\n\nf 1 1 2\n", "line 4: v number 2, but the file has only 1"},
         {"v 0 0 0\nf -2 1 1\n", "line 2: v number -2, but only 1 come before it"},
         {"v 0 0 0\nf 1/1 1 1\n", "line 2: vt number 1, but the file has only 0"},
@@ -108,8 +102,8 @@ TEST_F(FormatObj, RefusesWithOneClearLine) {
         {"v 0 0 0\nf 99999999999999999999 1 1\n", "line 2: \"99999999999999999999\" is no number of a v line"},
         {"v 0 0 0\nf 9223372036854775807 1 1\n", "line 2: v number 9223372036854775807, but the file has only 1"},
         {"v 0 0 0\nf -9223372036854775808 1 1\n", "line 2: v number -9223372036854775808, but only 1 come before it"},
-        {"v 0 0 0\nf 1 \\\n1 \\\n 7\nv 0 0 0\n", "line 2: v number 7, but the file has only 2"},
-    };
+        {"v 0 0 0\nf 1 \\\n1 \\\n 7\nv 0 0 0\n", "line 2: v number 7, but the file has only 2"}};
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(refusal(GeometryFormat::OBJ, c.text), c.error) << c.text;
 }
 

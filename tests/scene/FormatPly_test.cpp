@@ -168,43 +168,36 @@ std::string vertexHeader(const std::string& more = "", const std::string& format
 TEST_F(FormatPly, RefusesWithOneClearLine) {
     const std::string face = "element face 1\nproperty list uchar int vertex_indices\n";
     const std::string nul3(12, '\0');
-    const struct {
-        std::string bytes;
-        const char* error;
-    } cases[] = {
+    const std::string ascii = "ply\nformat ascii 1.0\n", little = "binary_little_endian", big = "binary_big_endian";
+    const std::string xyz = "property float x\nproperty float y\nproperty float z\n";
+    // clang-format off
+    const std::pair<std::string, const char*> cases[] = {
         {"", "is empty"},
         {"solid", "line 1: the file ends inside the header"},
         {"plx\n", "line 1: a PLY file starts with the line \"ply\""},
-        {"ply\nformat ascii 1.0\n", "line 3: the file ends inside the header"},
+        {ascii, "line 3: the file ends inside the header"},
         {"ply\nend_header\n", "line 2: the header has no format line"},
         {"ply\nformat ascii 2.0\nend_header\n", "line 2: expected \"format ENCODING 1.0\""},
         {"ply\nformat utf8 1.0\nend_header\n",
          "line 2: unknown encoding \"utf8\"; known are ascii, binary_little_endian and binary_big_endian"},
-        {"ply\nformat ascii 1.0\nend_header\n", "has no element \"vertex\", so no points"},
-        {"ply\nformat ascii 1.0\nelement vertex -1\n", "line 3: expected \"element NAME COUNT\" with a count from 0"},
-        {"ply\nformat ascii 1.0\nelement vertex 99999999999999999999\n",
+        {ascii + "end_header\n", "has no element \"vertex\", so no points"},
+        {ascii + "element vertex -1\n", "line 3: expected \"element NAME COUNT\" with a count from 0"},
+        {ascii + "element vertex 99999999999999999999\n",
          "line 3: expected \"element NAME COUNT\" with a count from 0"},
-        {"ply\nformat ascii 1.0\nproperty float x\n", "line 3: a property before the first element"},
-        {"ply\nformat ascii 1.0\nelement vertex 1\nproperty half x\n",
+        {ascii + "property float x\n", "line 3: a property before the first element"},
+        {ascii + "element vertex 1\nproperty half x\n",
          "line 4: \"half\" is no type; known are char uchar short ushort int uint float double"},
-        {"ply\nformat ascii 1.0\nelement vertex 1\nproperty list float int x\n",
+        {ascii + "element vertex 1\nproperty list float int x\n",
          "line 4: the length of a list must be of an integer type"},
-        {"ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty int x\n",
-         "line 5: property \"x\" stands there twice"},
-        {"ply\nformat ascii 1.0\nelement a 1\nelement a 1\n", "line 4: element \"a\" stands there twice"},
-        {"ply\nformat ascii 1.0\nvertices 3\n", "line 3: \"vertices\" is no header line of a PLY file"},
-        {"ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\nend_header\n",
+        {ascii + "element vertex 1\nproperty float x\nproperty int x\n", "line 5: property \"x\" stands there twice"},
+        {ascii + "element a 1\nelement a 1\n", "line 4: element \"a\" stands there twice"},
+        {ascii + "vertices 3\n", "line 3: \"vertices\" is no header line of a PLY file"},
+        {ascii + "element vertex 0\nproperty float x\nproperty float y\nend_header\n",
          "element \"vertex\" has no property \"z\"; x, y and z are needed"},
-        {"ply\nformat binary_little_endian 1.0\nelement vertex 5000000000\nproperty float x\nproperty float y\n"
-         "property float z\nend_header\n" +
-             nul3,
-         "the header claims 5000000000 of element \"vertex\", at least 12 bytes each, but only 12 bytes follow; the "
-         "file "
-         "is truncated or damaged"},
-        {"ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\nend_header\n0 "
-         "0 0",
-         "the header claims 3 of element \"vertex\", at least 6 bytes each, but only 6 bytes follow; the file is "
-         "truncated or damaged"},
+        {"ply\nformat binary_little_endian 1.0\nelement vertex 5000000000\n" + xyz + "end_header\n" + nul3,
+         "the header claims 5000000000 of element \"vertex\", at least 12 bytes each, but only 12 bytes follow; the file is truncated or damaged"},
+        {ascii + "element vertex 3\n" + xyz + "end_header\n0 0 0",
+         "the header claims 3 of element \"vertex\", at least 6 bytes each, but only 6 bytes follow; the file is truncated or damaged"},
         {vertexHeader() + "1 2\n   ", "line 9, element \"vertex\" 0: the file ends in the middle; it is truncated"},
         {vertexHeader() + "1 two 3\n", "line 8, element \"vertex\" 0: \"two\" is no number"},
         {vertexHeader("property uchar c\n") + "1 2 3 256\n",
@@ -218,20 +211,19 @@ TEST_F(FormatPly, RefusesWithOneClearLine) {
          "line 11, element \"face\" 0: vertex number 1, but the file has only 1 (counted from 0)"},
         {vertexHeader(face) + "1 2 3\n3 0 0 -1\n",
          "line 11, element \"face\" 0: vertex number -1, but the file has only 1 (counted from 0)"},
-        {vertexHeader(face) + "1 2 3\n200 0 0\n", "line 11, element \"face\" 0: list \"vertex_indices\" claims 200 "
-                                                  "values, more than the rest of the file holds"},
-        {vertexHeader(face, "binary_little_endian") + nul3 + "\xff" + nul3,
-         "byte 181, element \"face\" 0: list \"vertex_indices\" claims 255 values, more than the rest of the file "
-         "holds"},
-        {vertexHeader("element face 1\nproperty list int int vertex_indices\n", "binary_big_endian") + nul3 +
-             "\xff\xff\xff\xff" + nul3,
+        {vertexHeader(face) + "1 2 3\n200 0 0\n",
+         "line 11, element \"face\" 0: list \"vertex_indices\" claims 200 values, more than the rest of the file holds"},
+        {vertexHeader(face, little) + nul3 + "\xff" + nul3,
+         "byte 181, element \"face\" 0: list \"vertex_indices\" claims 255 values, more than the rest of the file holds"},
+        {vertexHeader("element face 1\nproperty list int int vertex_indices\n", big) + nul3 + "\xff\xff\xff\xff" + nul3,
          "byte 176, element \"face\" 0: list \"vertex_indices\" has length -1"},
-        {vertexHeader("element face 1\nproperty uchar n\n", "binary_big_endian") + nul3 + "a",
+        {vertexHeader("element face 1\nproperty uchar n\n", big) + nul3 + "a",
          "element \"face\" has no list \"vertex_indices\" or \"vertex_index\""},
-        {vertexHeader("element face 1\nproperty list uchar float vertex_index\n", "binary_big_endian") + nul3 + "a",
+        {vertexHeader("element face 1\nproperty list uchar float vertex_index\n", big) + nul3 + "a",
          "the vertex list of element \"face\" must be of an integer type"},
     };
-    for (const auto& c : cases) EXPECT_EQ(refusal(GeometryFormat::PLY, c.bytes), c.error) << c.bytes;
+    // clang-format on
+    for (const auto& [bytes, error] : cases) EXPECT_EQ(refusal(GeometryFormat::PLY, bytes), error) << bytes;
 }
 
 // Such rows take no bytes, so their number is no lie; it just must not be counted to.

@@ -24,6 +24,12 @@ protected:
     void loadSops(const std::string& nodes) {
         ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "g", "type": "geo", "nodes": [)" + nodes + "]}]}"), "");
     }
+    /// A scene with a network /obj/fx of these nodes; `head` goes before the objects.
+    void loadNet(const std::string& nodes, const std::string& parms = "", const std::string& head = "") {
+        ASSERT_EQ(load(R"({"flx": 1, )" + head + R"( "obj": [{"name": "fx", "type": "flxnet", "parms": {)" + parms +
+                       "}, \"nodes\": [" + nodes + "]}]}"),
+                  "");
+    }
     OP_Node* node(const char* path) { return OPgetDirector()->findNode(path); }
     /// The geometry of /obj/g/NAME at a time.
     const GU_Detail& cooked(const std::string& name, float t = 0) {

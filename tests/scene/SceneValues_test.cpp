@@ -3,10 +3,7 @@
 class SceneValues : public SceneTest {
 protected:
     void loadNet(const std::string& nodes) {
-        ASSERT_EQ(load(R"({"flx": 1, "fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5}, "obj": [
-            {"name": "fx", "type": "flxnet", "nodes": [)" +
-                       nodes + "]}]}"),
-                  "");
+        SceneTest::loadNet(nodes, "", R"("fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5},)");
     }
     float value(const char* path, const char* token, int component = 0, float t = 0) {
         return node(path)->evalFloat(token, component, t);
@@ -29,15 +26,13 @@ TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
         {"name": "b", "type": "geo", "parms": {"parent": "/obj/`\"a\"`", "scale": [3]}}]
 })j"),
               "");
-    EXPECT_EQ(value("/obj/a", "t", 0, 3), 1);
-    EXPECT_EQ(value("/obj/a", "t", 1, 3), 6);
-    EXPECT_EQ(value("/obj/a", "t", 2, 0), 10) << "held before the first key";
-    EXPECT_EQ(value("/obj/a", "t", 2, 1.25f), 15);
-    EXPECT_EQ(value("/obj/a", "t", 2, 9), 30);
-    EXPECT_EQ(value("/obj/a", "s", 0), 4) << "a scalar sets the first component";
-    EXPECT_EQ(value("/obj/a", "s", 1), 1);
-    EXPECT_EQ(value("/obj/a", "scale"), 1);
-    EXPECT_EQ(value("/obj/b", "scale"), 3);
+    // clang-format off
+    const struct { const char *path, *token; int component; float t, value; } values[] = {
+        {"/obj/a", "t", 0, 3, 1}, {"/obj/a", "t", 1, 3, 6}, {"/obj/a", "t", 2, 0, 10} /* held before the first key */,
+        {"/obj/a", "t", 2, 1.25f, 15}, {"/obj/a", "t", 2, 9, 30}, {"/obj/a", "s", 0, 0, 4} /* the first component */,
+        {"/obj/a", "s", 1, 0, 1}, {"/obj/a", "scale", 0, 0, 1}, {"/obj/b", "scale", 0, 0, 3}};
+    // clang-format on
+    for (const auto& v : values) EXPECT_EQ(value(v.path, v.token, v.component, v.t), v.value) << v.token << v.component;
     UT_String parent;
     node("/obj/b")->evalString(parent, "parent", 0, 0);
     EXPECT_EQ(parent.str(), "/obj/a");
@@ -100,7 +95,7 @@ TEST_F(SceneValues, SubNetworkInputsThroughTwoLevels) {
 
 TEST_F(SceneValues, Assignments) {
     loadNet(R"({"name": "a", "type": "location"}, {"name": "f", "type": "force", "inputs": ["a"]})");
-    const auto set = [&](const char* text) { return file.assign(text) ? "" : file.error(); };
+    const auto set = [&](const std::string& text) { return file.assign(text) ? "" : file.error(); };
     EXPECT_EQ(set("/obj/fx/f.force.y=-3"), "");
     EXPECT_EQ(set("/obj/fx/f.force.2=$GUST * 2"), "");
     EXPECT_EQ(set("/obj/fx.seed=3"), "");
@@ -115,8 +110,20 @@ TEST_F(SceneValues, Assignments) {
     UT_String text;
     node("/obj/fx/f")->evalStringRaw(text, "source");
     EXPECT_EQ(text.str(), "[x") << "texts are taken verbatim";
-    EXPECT_EQ(set("/obj/fx/g.x=1"), "there is no node \"/obj/fx/g\"; did you mean \"/obj/fx/a\"?");
-    EXPECT_EQ(set("/obj/fx/f.forse=1"), "/obj/fx/f: unknown parameter \"forse\"; did you mean \"force\"?");
-    EXPECT_EQ(set("/obj/fx/f.force.7=1"), "/obj/fx/f: \"force\" has no component \"7\"");
-    EXPECT_EQ(set("seed"), "\"seed\": expects NODE.PARM=VALUE, for example /obj/fx.seed=3");
+    EXPECT_EQ(set("/obj/fx/a.method=polar"), "");
+    EXPECT_EQ(value("/obj/fx/a", "method"), 2);
+    const std::string form = ": expects NODE.PARM=VALUE, for example /obj/fx.seed=3";
+    const std::pair<const char*, std::string> wrong[] = {
+        {"seed", "\"seed\"" + form},
+        {"/obj/fx=3", "\"/obj/fx=3\"" + form},
+        {"/obj/fx/g.x=1", "there is no node \"/obj/fx/g\"; did you mean \"/obj/fx/a\"?"},
+        {"/obj/nothing/here.life=3", "there is no node \"/obj/nothing/here\""},
+        {"/obj/fx/f.forse=1", "/obj/fx/f: unknown parameter \"forse\"; did you mean \"force\"?"},
+        {"/obj/fx/f.force=[1,2]", "/obj/fx/f: \"force\" has 3 components, found 2"},
+        {"/obj/fx/a.method=ploar +", "/obj/fx/a: \"method\": unknown menu token \"ploar +\""},
+    };
+    for (const auto& [assignment, error] : wrong) EXPECT_EQ(set(assignment), error);
+    for (const char* c : {"7", "3", "q", "w"})
+        EXPECT_EQ(set("/obj/fx/f.force." + std::string(c) + "=1"),
+                  "/obj/fx/f: \"force\" has no component \"" + std::string(c) + "\"");
 }

@@ -189,13 +189,10 @@ TEST_F(Sops, Points) {
 }
 
 TEST_F(Sops, BadPointValuesAreErrorsOfTheNode) {
-    struct Case {
-        const char* parms;
-        const char* error;
-    };
+    // clang-format off
+    struct Case { const char* parms; const char* error; };
     const Case cases[] = {
-        {R"("P": [1, 2])", "P: has 2 numbers, which is no multiple of 3"},
-        {R"("P": [1, 2, "x"])", "P: holds a text"},
+        {R"("P": [1, 2])", "P: has 2 numbers, which is no multiple of 3"}, {R"("P": [1, 2, "x"])", "P: holds a text"},
         {R"("P": {"a": 1})", "P: expects a list of numbers"},
         {R"("P": "[1, 2")", "P: unexpected end of input; expected ']'"},
         {R"("P": [0, 0, 0], "prims": [[0, 1]])", "prims: point 1 does not exist, there are 1"},
@@ -210,8 +207,8 @@ TEST_F(Sops, BadPointValuesAreErrorsOfTheNode) {
         {R"("P": [0, 0, 0], "attribs": {"a": {"type": "string", "values": [1]}})",
          "attribs: a: \"values\" holds a number"},
         {R"("attribs": {"a": {"type": "int", "value": 1}})",
-         "attribs: a: unknown key \"value\"; known are type, size, default, values"},
-    };
+         "attribs: a: unknown key \"value\"; known are type, size, default, values"}};
+    // clang-format on
     for (const Case& c : cases) {
         loadSops(std::string(R"({"name": "p", "type": "points", "parms": {)") + c.parms + "}}");
         EXPECT_EQ(cooked("p").points().entries(), 0u);

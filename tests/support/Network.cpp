@@ -74,6 +74,13 @@ FLX_Node& Network::add(const char* type, const char* name, std::initializer_list
     return node;
 }
 
+FLX_Node& Network::addBirths(double each) {
+    FLX_Node& birth = add("location", "birth");
+    birth.setFloat("constantrate", 0, 0);
+    birth.setFloat("impulserate", 0, each);
+    return birth;
+}
+
 void Network::prepare(FLX_Node& output) {
     myContext->frameReset();
     myContext->deleteDead = 1;

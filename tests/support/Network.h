@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -39,6 +41,9 @@ public:
     FLX_Node& add(const char* type, const char* name, std::initializer_list<OP_Node*> inputs = {},
                   OP_Network* parent = nullptr);
 
+    /// A "location" that bears so many in every cook, by impulse alone.
+    FLX_Node& addBirths(double each);
+
     /// Resets the simulation with `output` as the cook and display node, and cooks once at time 0.
     void start(FLX_Node& output, unsigned seed = 0, const char* initialState = "");
     /// The same on geometry that is there already, which is then what the simulation starts from.
@@ -55,6 +60,9 @@ public:
 
     /// A point attribute's component of point i.
     float value(const char* attrib, int point, int component = 0);
+    UT_Vector3 vector(const char* attrib, int point = 0) {
+        return {value(attrib, point, 0), value(attrib, point, 1), value(attrib, point, 2)};
+    }
     void setValue(const char* attrib, int point, std::initializer_list<float> values);
     void setInt(const char* attrib, int point, int value);
     GEO_Point* point(int i) { return detail().points()(size_t(i)); }

@@ -9,23 +9,13 @@
 namespace {
 
 void setNumber(FLX_Node& node, const char* parm, int component, Dice& dice, double low, double high) {
-    static constexpr const char* expressions[] = {"$AGE * 2",
-                                                  "$TX * 0.3 - $VY",
-                                                  "$BBX - $BBZ",
-                                                  "$NPT * 0.001",
-                                                  "$ITER * 0.01",
-                                                  "$PT * 0.02",
-                                                  "rand($ID)",
-                                                  "$MASS + 1",
-                                                  "$LIFE",
-                                                  "$T * 3",
-                                                  "sin($TY * 5) * $T",
-                                                  "$NGRP * 0.1 + $SPEED",
-                                                  "$VX + $CHARGE",
-                                                  "flxpoint(3, \"P\", 1) * 0.2",
-                                                  "flxpointnum($ID) * 0.01 + $AZ",
-                                                  "$BBY > 0.5 ? $AGE : $UPX",
-                                                  "$NUMHIT * 0.2 + $JUSTHIT"};
+    // clang-format off
+    static constexpr const char* expressions[] = {
+        "$AGE * 2", "$TX * 0.3 - $VY", "$BBX - $BBZ", "$NPT * 0.001", "$NPT * 0.001 + $AGE", "$ITER * 0.01",
+        "$PT * 0.02", "rand($ID)", "$MASS + 1", "$LIFE", "$T * 3", "sin($TY * 5) * $T", "$NGRP * 0.1 + $SPEED",
+        "$VX + $CHARGE", "flxpoint(3, \"P\", 1) * 0.2", "flxpointnum($ID) * 0.01 + $AZ", "$BBY > 0.5 ? $AGE : $UPX",
+        "$NUMHIT * 0.2 + $JUSTHIT"};
+    // clang-format on
     if (dice.chance(35))
         node.setExpression(parm, component, expressions[dice.below(int(std::size(expressions)))]);
     else

@@ -2,13 +2,12 @@
 #include <algorithm>
 #include <map>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_ExpressionStack.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Expression.h"
 #include "host/expr/EV_Function.h"
 #include "support/Probe.h"
+#include "support/SetParms.h"
 #include "vars/FLX_IdTable.h"
 
 namespace {
@@ -75,82 +74,44 @@ protected:
 
 TEST_F(ExpressionFunctions, Answers) {
     const FLX_ExpressionScope published(0, &net.context());
-    struct Case {
-        const char* text;
-        double value;
-    };
+    // clang-format off
+    struct Case { const char* text; double value; };
     const Case cases[] = {
-        {"flxpoint(1.25, 'P', 1)", 3}, // y is 2 and 6 at points 1 and 2
-        {"flxpoint(-3, 'P', 0)", 0},
-        {"flxpoint(-0.5, 'P', 1)", -2}, // both ends clamped to point 0
-        {"flxpoint(2.5, 'P', 1)", 8},
-        {"flxpoint(3.75, 'P', 1)", 10},
-        {"flxpoint(1e30, 'P', 1)", 10},
-        {"flxpoint(1/0, 'P', 1)", 10},
-        {"flxpoint(-1/0, 'P', 1)", -2},
-        {"flxpoint(0/0, 'P', 1)", -2},
-        {"flxpoint(2, 'P', -4)", 2},
-        {"flxpoint(2, 'P', 3)", -2}, // no w under this name
-        {"flxpoint(2, 'Pw', 3)", 1},
-        {"flxpoint(2, 'Pw', 9)", 1},
-        {"flxpoint(0.5, 'heat', 0)", 5},
-        {"flxpoint(0.5, 'heat', 6)", 5},
-        {"flxpoint(1.5, 'wind', 2)", 4.5},
-        {"flxpoint(1.75, 'step', 0)", 101}, // whole numbers are not mixed
-        {"flxpoint(1.75, 'step', 5)", 7},
-        {"flxpoint(1, 'label', 0)", 0},
-        {"flxpoint(1, 'bytes', 0)", 0},
-        {"flxpoint(1, 'nothing', 0)", 0},
-        {"flxpoint(1, '', 0)", 0},
-        {"flxpointid(3, 'P', 1)", 6},
-        {"flxpointid(3.9, 'heat', 0)", 20},
-        {"flxpointid(4, 'step', 1)", 21},
-        {"flxpointid(5, 'heat', 0)", 0},
-        {"flxpointid(-1, 'heat', 0)", 0},
-        {"flxpointid(2, 'nothing', 0)", 0},
-        {"flxpointnum(1)", 0},
-        {"flxpointnum(4)", 3},
-        {"flxpointnum(5)", -1},
-        {"flxpointnum(0)", -1},
-        {"flxpointnum(-2)", -1},
-        {"flxpointnum(1e20)", -1},
-        {"flxevent('bang')", 1},
-        {"flxevent('ban')", 0},
-        {"flxevent('old')", 0},
-        {"flxevent('')", 0},
-        {"flxeventtime('bang')", 0.25}, // the withdrawn record counts first
-        {"flxeventtime('bangs')", 9},
-        {"flxeventtime('old')", 35},
-        {"flxeventtime('odd')", 0},
-        {"flxeventtime('never')", -1},
-        {"strlen(flxcontextgeo(4))", 0},
-        {"strlen(flxcontextgeo(-1))", 0},
-        {"strlen(flxcontextgeo(1))", 0},
-    };
+        {"flxpoint(1.25, 'P', 1)", 3}, /* y is 2 and 6 at points 1 and 2 */ {"flxpoint(-3, 'P', 0)", 0},
+        {"flxpoint(-0.5, 'P', 1)", -2}, /* both ends clamped to point 0 */ {"flxpoint(2.5, 'P', 1)", 8},
+        {"flxpoint(3.75, 'P', 1)", 10}, {"flxpoint(1e30, 'P', 1)", 10}, {"flxpoint(1/0, 'P', 1)", 10},
+        {"flxpoint(-1/0, 'P', 1)", -2}, {"flxpoint(0/0, 'P', 1)", -2}, {"flxpoint(2, 'P', -4)", 2},
+        {"flxpoint(2, 'P', 3)", -2}, /* no w under this name */ {"flxpoint(2, 'Pw', 3)", 1},
+        {"flxpoint(2, 'Pw', 9)", 1}, {"flxpoint(0.5, 'heat', 0)", 5}, {"flxpoint(0.5, 'heat', 6)", 5},
+        {"flxpoint(1.5, 'wind', 2)", 4.5}, {"flxpoint(1.75, 'step', 0)", 101}, /* whole numbers are not mixed */
+        {"flxpoint(1.75, 'step', 5)", 7}, {"flxpoint(1, 'label', 0)", 0}, {"flxpoint(1, 'bytes', 0)", 0},
+        {"flxpoint(1, 'nothing', 0)", 0}, {"flxpoint(1, '', 0)", 0}, {"flxpointid(3, 'P', 1)", 6},
+        {"flxpointid(3.9, 'heat', 0)", 20}, {"flxpointid(4, 'step', 1)", 21}, {"flxpointid(5, 'heat', 0)", 0},
+        {"flxpointid(-1, 'heat', 0)", 0}, {"flxpointid(2, 'nothing', 0)", 0}, {"flxpointnum(1)", 0},
+        {"flxpointnum(4)", 3}, {"flxpointnum(5)", -1}, {"flxpointnum(0)", -1}, {"flxpointnum(-2)", -1},
+        {"flxpointnum(1e20)", -1}, {"flxevent('bang')", 1}, {"flxevent('ban')", 0}, {"flxevent('old')", 0},
+        {"flxevent('')", 0}, {"flxeventtime('bang')", 0.25}, /* the withdrawn record counts first */
+        {"flxeventtime('bangs')", 9}, {"flxeventtime('old')", 35}, {"flxeventtime('odd')", 0},
+        {"flxeventtime('never')", -1}, {"strlen(flxcontextgeo(4))", 0}, {"strlen(flxcontextgeo(-1))", 0},
+        {"strlen(flxcontextgeo(1))", 0}};
+    // clang-format on
     for (const Case& c : cases) EXPECT_EQ(number(c.text), c.value) << c.text;
     EXPECT_EQ(words("flxcontextgeo(0)"), "/obj/a");
     EXPECT_EQ(words("flxcontextgeo(3.5)"), "/obj/d");
 }
 
 TEST_F(ExpressionFunctions, WithoutContextTheyFailSoftly) {
-    EXPECT_EQ(number("flxpoint(1, 'P', 1)"), 0);
-    EXPECT_EQ(number("flxpointid(1, 'P', 1)"), 0);
+    const FLX_ExpressionScope ofAnotherThread(7, &net.context());
+    EXPECT_EQ(number("flxpoint(1, 'P', 1) + flxpointid(2, 'P', 1) + flxevent('bang')"), 0);
     EXPECT_EQ(number("flxpointnum(1)"), -1);
-    EXPECT_EQ(number("flxevent('bang')"), 0);
     EXPECT_EQ(number("flxeventtime('bang')"), -1);
     EXPECT_EQ(words("flxcontextgeo(0)"), "");
-}
-
-TEST_F(ExpressionFunctions, AnotherThreadsContextIsNotSeen) {
-    const FLX_ExpressionScope published(7, &net.context());
-    EXPECT_EQ(number("flxpointnum(1)"), -1);
 }
 
 TEST_F(ExpressionFunctions, EmptyDetailGivesZero) {
     net.detail().stashAll();
     const FLX_ExpressionScope published(0, &net.context());
-    EXPECT_EQ(number("flxpoint(0, 'P', 1)"), 0);
-    EXPECT_EQ(number("flxpointid(1, 'P', 1)"), 0);
+    EXPECT_EQ(number("flxpoint(0, 'P', 1) + flxpointid(1, 'P', 1)"), 0);
     EXPECT_EQ(number("flxpointnum(1)"), -1);
 }
 
@@ -166,9 +127,7 @@ TEST(IdTable, FollowsBirthsAtTheirCostAlone) {
         found.clear();
         for (int i = 0; i < 50; ++i) {
             GEO_Point* born = self.give(context, prim);
-            const int id = Probe::contextOf(context).getDetail()->attribs().castAttribData<int>(
-                               net.detail().attribs().getOffset("nextid", 4, GB_ATTRIB_INT))[0] -
-                           1;
+            const int id = *Probe::contextOf(context).idCounter() - 1;
             found.push_back(table.find(net.detail(), id) == born);
             found.push_back(table.find(net.detail(), id + 1) == nullptr);
         }
@@ -181,57 +140,57 @@ TEST(IdTable, FollowsBirthsAtTheirCostAlone) {
     }
 }
 
-TEST(IdTable, ManyDeadIdsDoNotCostATableOfThem) {
+namespace {
+
+/// A detail with ids up to two thousand million, made by hand.
+struct ManyIds {
     GU_Detail detail;
-    const int nextId = 2000000000;
-    detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
-    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
-    auto* prim = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
     FLX_IdTable table;
-    const int ids[] = {1500000000, 3, 1999999999, 2000000000, -5, 3};
-    std::vector<GEO_Point*> points;
-    for (const int value : ids) {
-        points.push_back(prim->birthPoint());
-        *points.back()->castAttribData<int>(id) = value;
-        EXPECT_EQ(table.find(detail, 4), nullptr);
+    const int nextId = 2000000000;
+    const int unused = detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
+    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
+    GEO_PrimParticle* const prim = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
+
+    GEO_Point* add(GEO_Point* point, int value) {
+        *point->castAttribData<int>(id) = value;
+        return point;
     }
-    EXPECT_EQ(table.find(detail, 1500000000), points[0]);
-    EXPECT_EQ(table.find(detail, 3), points[1]);
-    EXPECT_EQ(table.find(detail, 1999999999), points[2]);
-    EXPECT_EQ(table.find(detail, 2000000000), nullptr);
-    EXPECT_EQ(table.find(detail, -5), nullptr);
-    EXPECT_EQ(table.find(detail, 4), nullptr);
+};
+
+} // namespace
+
+TEST(IdTable, ManyDeadIdsDoNotCostATableOfThem) {
+    ManyIds m;
+    std::vector<GEO_Point*> points;
+    for (const int value : {1500000000, 3, 1999999999, 2000000000, -5, 3}) {
+        points.push_back(m.add(m.prim->birthPoint(), value));
+        EXPECT_EQ(m.table.find(m.detail, 4), nullptr);
+    }
+    EXPECT_EQ(m.table.find(m.detail, 1500000000), points[0]);
+    EXPECT_EQ(m.table.find(m.detail, 3), points[1]);
+    EXPECT_EQ(m.table.find(m.detail, 1999999999), points[2]);
+    for (const int none : {2000000000, -5, 4}) EXPECT_EQ(m.table.find(m.detail, none), nullptr) << none;
 }
 
 TEST(IdTable, ManyBornOutOfOrderAmongManyDeadIds) {
-    GU_Detail detail;
-    const int nextId = 2000000000;
-    detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
-    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
-    auto* first = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
-    auto* second = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
-    FLX_IdTable table;
+    ManyIds m;
+    auto* second = dynamic_cast<GEO_PrimParticle*>(m.detail.insertPrimitive(GEOPRIMPART));
+    const auto idOf = [](int i) { return 1000000 * ((i * 37) % 401 + 1); };
     for (int i = 0; i < 400; ++i) {
-        GEO_Point* born = (i % 3 ? first : second)->birthPoint();
-        *born->castAttribData<int>(id) = 1000000 * ((i * 37) % 401 + 1);
-        EXPECT_EQ(table.find(detail, 1000000 * ((i * 37) % 401 + 1)), born);
-        EXPECT_EQ(table.find(detail, 1000000 * (((i / 2) * 37) % 401 + 1)), detail.points()(size_t(i / 2)));
+        GEO_Point* born = m.add((i % 3 ? m.prim : second)->birthPoint(), idOf(i));
+        EXPECT_EQ(m.table.find(m.detail, idOf(i)), born);
+        EXPECT_EQ(m.table.find(m.detail, idOf(i / 2)), m.detail.points()(size_t(i / 2)));
     }
-    EXPECT_EQ(table.numBuilds(), 1u);
+    EXPECT_EQ(m.table.numBuilds(), 1u);
 }
 
 TEST(IdTable, PointsThatAreNoParticlesHaveNoNumber) {
-    GU_Detail detail;
-    const int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
-    const int nextId = 9;
-    detail.attribs().append("nextid", 4, GB_ATTRIB_INT, &nextId);
-    *detail.appendPoint()->castAttribData<int>(id) = 4;
-    FLX_IdTable table;
-    EXPECT_EQ(table.find(detail, 4), nullptr);
-    auto* prim = dynamic_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
-    *prim->birthPoint()->castAttribData<int>(id) = 5;
-    EXPECT_EQ(table.find(detail, 4), nullptr);
-    EXPECT_EQ(table.find(detail, 5), detail.points()(1));
+    ManyIds m;
+    m.add(m.detail.appendPoint(), 4);
+    EXPECT_EQ(m.table.find(m.detail, 4), nullptr);
+    m.add(m.prim->birthPoint(), 5);
+    EXPECT_EQ(m.table.find(m.detail, 4), nullptr);
+    EXPECT_EQ(m.table.find(m.detail, 5), m.detail.points()(1));
 }
 
 // ---- whole networks
@@ -296,8 +255,7 @@ TEST(ExpressionFunctionsInNetworks, KilledIdsAreGone) {
     Row row;
     row.net.context().deleteDead = 1;
     row.force.setExpression("force", 0, "flxpointid(3, 'P', 0)");
-    row.force.setExpression("force", 1, "flxpointnum(3)");
-    row.force.setExpression("force", 2, "flxpointnum(4)");
+    setParms(row.force, "force.1=flxpointnum(3),flxpointnum(4)");
     row.net.start(row.force);
     row.kill = 3;
     row.net.step(); // marked dead, not yet reaped
@@ -313,8 +271,7 @@ TEST(ExpressionFunctionsInNetworks, KilledIdsAreGone) {
 TEST(ExpressionFunctionsInNetworks, EventsOfTheSameCookAreSeen) {
     Row row;
     FLX_Node& late = row.net.add("force", "late", {&row.force});
-    late.setInt("ignoremass", 0, 1);
-    late.setExpression("force", 0, "flxevent('bang') * 10 + (flxeventtime('bang') == $T ? 5 : 0)");
+    setParms(late, "ignoremass=1 force=flxevent('bang')*10+(flxeventtime('bang')==$T?5:0)");
     const auto births = row.source.work;
     row.source.work = [&row, births](Probe& self, OP_Context& context) {
         births(self, context);
@@ -336,11 +293,9 @@ TEST(ExpressionFunctionsInNetworks, NoiseIsTheFieldOfForces) {
         Network net;
         Probe& source = Probe::addSource(net, "source", 6);
         FLX_Node& field = net.add("force", "field", {&source});
-        field.setInt("ignoremass", 0, 1);
-        field.setInt("seed", 0, 0);
+        setParms(field, "ignoremass=1 seed=0");
         field.setInt("turb", 0, depth);
-        field.setFloat("rough", 0, 0.5);
-        field.setFloat("amp", 0, 1);
+        setParms(field, "rough=0.5 amp=1");
         const std::string text = depth ? "-turb(vector3($TX, $TY, $TZ), 3)" : "-noise($TX, $TY, $TZ)";
         FLX_Node& words = net.add("force", "words", {&field});
         words.setInt("ignoremass", 0, 1);

@@ -1,6 +1,4 @@
 // The variables that describe what is about to be born.
-#include <gtest/gtest.h>
-
 #include "host/expr/EV_Error.h"
 #include "support/Network.h"
 #include "vars/FLX_GenVar.h"
@@ -40,16 +38,14 @@ struct Sampling {
 
 TEST(GeneratorVariables, NamesAndIds) {
     const auto id = ids();
-    EXPECT_EQ(id.size(), 39u);
-    const std::pair<const char*, int> some[] = {{"BBX", 400},    {"ITER", 409},  {"NPART", 414}, {"P", 422},
-                                                {"PSCALE", 421}, {"SPEED", 423}, {"U", 433},     {"VZ", 437},
-                                                {"WEIGHT", 438}, {"TZ", 429}};
+    const std::pair<const char*, int> some[] = {{"BBX", 400}, {"ITER", 409},  {"NPART", 414}, {"PSCALE", 421},
+                                                {"P", 422},   {"TZ", 429},    {"SPEED", 423}, {"U", 433},
+                                                {"VZ", 437},  {"WEIGHT", 438}};
     for (const auto& [name, number] : some) EXPECT_EQ(id.at(name), number) << name;
     std::set<int> distinct;
     for (const auto& [name, number] : id) distinct.insert(number);
+    EXPECT_EQ(id.size(), 39u);
     EXPECT_EQ(distinct.size(), 39u);
-    EXPECT_EQ(*distinct.begin(), 400);
-    EXPECT_EQ(*distinct.rbegin(), 438);
 }
 
 TEST(GeneratorVariables, MissingDataIsReplacedWithAWarning) {
@@ -70,24 +66,16 @@ TEST(GeneratorVariables, MissingDataIsReplacedWithAWarning) {
 
 TEST(GeneratorVariables, EachReadsTheSample) {
     Sampling s;
-    struct Attrib {
-        const char* name;
-        int size;
-        GB_AttribType type;
-        std::vector<const char*> variables;
-    };
-    const Attrib attribs[] = {{"Alpha", 4, GB_ATTRIB_FLOAT, {"CA"}},
-                              {"Cd", 12, GB_ATTRIB_FLOAT, {"CR", "CG", "CB"}},
-                              {"dist", 4, GB_ATTRIB_FLOAT, {"DIST"}},
-                              {"drag", 4, GB_ATTRIB_FLOAT, {"DRAG"}},
-                              {"mass", 4, GB_ATTRIB_FLOAT, {"MASS"}},
-                              {"N", 12, GB_ATTRIB_VECTOR, {"NX", "NY", "NZ"}},
-                              {"pscale", 4, GB_ATTRIB_FLOAT, {"PSCALE"}},
-                              {"springk", 4, GB_ATTRIB_FLOAT, {"SPRINGK"}},
-                              {"tension", 4, GB_ATTRIB_FLOAT, {"TENSION"}},
-                              {"uv", 12, GB_ATTRIB_FLOAT, {"MAPU", "MAPV", "MAPW"}},
-                              {"up", 12, GB_ATTRIB_VECTOR, {"UPX", "UPY", "UPZ"}},
-                              {"v", 12, GB_ATTRIB_VECTOR, {"VX", "VY", "VZ"}}};
+    // clang-format off
+    struct Attrib { const char* name; int size; GB_AttribType type; std::vector<const char*> variables; };
+    const Attrib attribs[] = {
+        {"Alpha", 4, GB_ATTRIB_FLOAT, {"CA"}}, {"Cd", 12, GB_ATTRIB_FLOAT, {"CR", "CG", "CB"}},
+        {"dist", 4, GB_ATTRIB_FLOAT, {"DIST"}}, {"drag", 4, GB_ATTRIB_FLOAT, {"DRAG"}},
+        {"mass", 4, GB_ATTRIB_FLOAT, {"MASS"}}, {"N", 12, GB_ATTRIB_VECTOR, {"NX", "NY", "NZ"}},
+        {"pscale", 4, GB_ATTRIB_FLOAT, {"PSCALE"}}, {"springk", 4, GB_ATTRIB_FLOAT, {"SPRINGK"}},
+        {"tension", 4, GB_ATTRIB_FLOAT, {"TENSION"}}, {"uv", 12, GB_ATTRIB_FLOAT, {"MAPU", "MAPV", "MAPW"}},
+        {"up", 12, GB_ATTRIB_VECTOR, {"UPX", "UPY", "UPZ"}}, {"v", 12, GB_ATTRIB_VECTOR, {"VX", "VY", "VZ"}}};
+    // clang-format on
     for (const Attrib& a : attribs) s.source.pointAttribs().append(a.name, a.size, a.type);
     for (const float x : {0.0f, 4.0f}) s.source.appendPoint()->setPos({x, 1, 2 * x, 1});
     s.source.insertPrimitive(GEOPRIMPOLY);

@@ -3,12 +3,11 @@
 #include <cstring>
 #include <random>
 
-#include <gtest/gtest.h>
-
 #include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
 #include "host/vm/VM_Kernels.h"
 #include "support/Probe.h"
+#include "support/SetParms.h"
 #include "vars/FLX_ParticleCook.h"
 
 namespace {
@@ -280,12 +279,8 @@ TEST(ParticleColumns, ForcesReadWhatEarlierForcesWrote) {
     source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
     FLX_Node& first = net.add("force", "first", {&source});
     FLX_Node& second = net.add("force", "second", {&first});
-    first.setExpression("force", 0, "$ID * 0.5 - $TY");
-    first.setFloat("force", 1, 2);
-    first.setExpression("scale", 0, "$ITER < 10 ? 1 : 2");
-    second.setExpression("force", 1, "$AX * 3 + sqrt($VX * $VX)");
-    second.setExpression("force", 2, "$AY");
-    second.setFloat("overridemass", 0, 1);
+    setParms(first, "force=$ID*0.5-$TY,2 scale=$ITER<10?1:2");
+    setParms(second, "force.1=$AX*3+sqrt($VX*$VX),$AY overridemass=1");
     second.setExpression("mass", 0, "$AX >= 100 ? 4 : 0"); // at least 0.001
     net.start(second);
     std::vector<float> vx(400, 0), y(400, 0), vy(400, 0);

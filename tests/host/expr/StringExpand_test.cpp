@@ -27,20 +27,14 @@ protected:
 };
 
 TEST_F(StringExpand, computesItsParts) {
+    // clang-format off
     const std::pair<const char*, const char*> texts[] = {
-        {"", ""},
-        {"/obj/ground", "/obj/ground"},
-        {"rock$ID", "rock7"},
-        {"rock${ID}b.$F", "rock7b.48"},
-        {"a`$ID + 1`b`'c' + \"`\"`", "a8bc`"},
-        {"$HALF $TENTH", "0.5 0.1"},
-        {"`$TENTH + 1`", "1.1000000014901161"},
-        {"`1e20`", "1e+20"},
-        {"\\$ID \\`1\\` \\n \\", "$ID `1` \\n \\"},
-        {"5 $ and $, $$ID", "5 $ and $, $7"},
-        {"$ID$ID", "77"},
-        {"`strcat('\\'', $ID)`", "'7"},
+        {"", ""}, {"/obj/ground", "/obj/ground"}, {"rock$ID", "rock7"}, {"rock${ID}b.$F", "rock7b.48"},
+        {"a`$ID + 1`b`'c' + \"`\"`", "a8bc`"}, {"$HALF $TENTH", "0.5 0.1"}, {"`$TENTH + 1`", "1.1000000014901161"},
+        {"`1e20`", "1e+20"}, {"\\$ID \\`1\\` \\n \\", "$ID `1` \\n \\"}, {"5 $ and $, $$ID", "5 $ and $, $7"},
+        {"$ID$ID", "77"}, {"`strcat('\\'', $ID)`", "'7"},
     };
+    // clang-format on
     for (const auto& [text, wanted] : texts) {
         EXPECT_EQ(expand(text), wanted);
         EXPECT_EQ(error, "") << text;
@@ -88,28 +82,24 @@ TEST_F(StringExpand, analysis) {
 }
 
 TEST(Number, toInt) {
-    const std::pair<double, int> cases[] = {{1.9, 1},
-                                            {-1.9, -1},
-                                            {2147483647.5, 2147483647},
-                                            {1e300, 2147483647},
-                                            {-1e300, INT32_MIN},
-                                            {-2147483648.5, INT32_MIN},
-                                            {-0.5, 0}};
+    // clang-format off
+    const std::pair<double, int> cases[] = {
+        {1.9, 1}, {-1.9, -1}, {2147483647.5, 2147483647}, {1e300, 2147483647}, {-1e300, INT32_MIN},
+        {-2147483648.5, INT32_MIN}, {-0.5, 0},
+    };
+    // clang-format on
     for (const auto& [value, wanted] : cases) EXPECT_EQ(EV_toInt(value), wanted);
     EXPECT_EQ(EV_toInt(std::nan("")), 0);
     EXPECT_EQ(EV_toInt(std::numeric_limits<double>::infinity()), 2147483647);
 }
 
 TEST(Number, text) {
-    const std::pair<double, const char*> cases[] = {{3, "3"},
-                                                    {-0.0, "0"},
-                                                    {-12, "-12"},
-                                                    {123456789012345, "123456789012345"},
-                                                    {0.1, "0.1"},
-                                                    {double(0.1f), "0.1"},
-                                                    {1.0 / 3, "0.3333333333333333"},
-                                                    {1e300, "1e+300"},
-                                                    {-2.5, "-2.5"}};
+    // clang-format off
+    const std::pair<double, const char*> cases[] = {
+        {3, "3"}, {-0.0, "0"}, {-12, "-12"}, {123456789012345, "123456789012345"}, {0.1, "0.1"},
+        {double(0.1f), "0.1"}, {1.0 / 3, "0.3333333333333333"}, {1e300, "1e+300"}, {-2.5, "-2.5"},
+    };
+    // clang-format on
     for (const auto& [value, wanted] : cases) EXPECT_EQ(EV_numberText(value), wanted);
     const double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(EV_numberText(infinity), "inf");
@@ -118,28 +108,14 @@ TEST(Number, text) {
 }
 
 TEST(Number, parse) {
-    struct Case {
-        const char* text;
-        size_t length;
-        double value;
-    };
     const double infinity = std::numeric_limits<double>::infinity();
-    const Case cases[] = {{"12abc", 2, 12},
-                          {"1e", 1, 1},
-                          {"1e+", 1, 1},
-                          {".5.", 2, 0.5},
-                          {"inf", 0, 0},
-                          {"nan", 0, 0},
-                          {"-1", 0, 0},
-                          {".", 0, 0},
-                          {"", 0, 0},
-                          {"1e999", 5, infinity},
-                          {"1e-999", 6, 0},
-                          {"0e999", 5, 0},
-                          {"0.0001e-999", 11, 0},
-                          {"0x10", 1, 0},
-                          {"1e99999999999999999999", 22, infinity},
-                          {"1e-99999999999999999999", 23, 0}};
+    // clang-format off
+    struct Case { const char* text; size_t length; double value; };
+    const Case cases[] = {
+        {"12abc", 2, 12}, {"1e", 1, 1}, {"1e+", 1, 1}, {".5.", 2, 0.5}, {"inf", 0, 0}, {"nan", 0, 0}, {"-1", 0, 0},
+        {".", 0, 0}, {"", 0, 0}, {"1e999", 5, infinity}, {"1e-999", 6, 0}, {"0e999", 5, 0}, {"0.0001e-999", 11, 0},
+        {"0x10", 1, 0}, {"1e99999999999999999999", 22, infinity}, {"1e-99999999999999999999", 23, 0}};
+    // clang-format on
     for (const Case& c : cases) {
         double value = 0;
         EXPECT_EQ(EV_parseNumber(c.text, value), c.length) << c.text;

@@ -32,48 +32,17 @@ struct Fixture {
 
 TEST(GroupStrings, Table) {
     Fixture f;
-    const struct {
-        const char* text;
-        const char* members;
-    } cases[] = {
-        {"left", "0123"},
-        {"left right", "01236789"},
-        {"left !odd", "02"},
-        {"!odd left", "0123468"}, // starts from all, loses odd, then gains left
-        {"!3", "012456789"},
-        {"3", "3"},
-        {"0-4", "01234"},
-        {"4-0", "null"},
-        {"9-9", "9"},
-        {"0-9:3", "0369"},
-        {"0-9:2 !4 5", "02568"},
-        {"8-200", "89"},
-        {"10", ""},
-        {"99999999999999999999", ""},
-        {"0-99999999999999999999:9999999999999", "0"},
-        {"*", "012356789"},
-        {"__*", "4"},
-        {"__hidden", "4"},
-        {"?dd", "13579"},
-        {"[lr]*t", "01236789"},
-        {"left !l*", ""},
-        {"zebra*", ""},
-        {"  ", ""},
-        {"", ""},
-        {"\todd\n7", "13579"},
-        {"zebra", "null"},
-        {"left zebra", "null"},
-        {"!", "null"},
-        {"left !", "null"},
-        {"!!left", "null"},
-        {"3-", "null"},
-        {"3-5:", "null"},
-        {"3-5:0", "null"},
-        {"3:2", "null"},
-        {"3x", "null"},
-        {"-3", "null"},
-        {"[left", "null"},
-    };
+    // clang-format off
+    const struct { const char* text; const char* members; } cases[] = {
+        {"left", "0123"}, {"left right", "01236789"}, {"left !odd", "02"},
+        {"!odd left", "0123468"}, /* starts from all, loses odd, then gains left */ {"!3", "012456789"}, {"3", "3"},
+        {"0-4", "01234"}, {"4-0", "null"}, {"9-9", "9"}, {"0-9:3", "0369"}, {"0-9:2 !4 5", "02568"}, {"8-200", "89"},
+        {"10", ""}, {"99999999999999999999", ""}, {"0-99999999999999999999:9999999999999", "0"}, {"*", "012356789"},
+        {"__*", "4"}, {"__hidden", "4"}, {"?dd", "13579"}, {"[lr]*t", "01236789"}, {"left !l*", ""}, {"zebra*", ""},
+        {"  ", ""}, {"", ""}, {"\todd\n7", "13579"}, {"zebra", "null"}, {"left zebra", "null"}, {"!", "null"},
+        {"left !", "null"}, {"!!left", "null"}, {"3-", "null"}, {"3-5:", "null"}, {"3-5:0", "null"}, {"3:2", "null"},
+        {"3x", "null"}, {"-3", "null"}, {"[left", "null"}};
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(f.members(f.manager.parsePointGroups(c.text, &f.detail)), c.members) << '"' << c.text << '"';
         EXPECT_EQ(f.members(f.manager.parsePointGroupsCopy(c.text, &f.detail)), c.members) << '"' << c.text << '"';
@@ -156,17 +125,14 @@ TEST(Groups, Boolean) {
     const GB_PointGroup& left = *groups.find("left");
     const GB_PointGroup& odd = *groups.find("odd");
     GB_PointGroup& target = *groups.newGroup("target");
-    const struct {
-        GU_GroupBoolOp op;
-        bool not1, not2;
-        const char* members;
-    } cases[] = {
-        {GU_GroupBoolOp::COPY, false, false, "13579"},   {GU_GroupBoolOp::UNION, false, false, "0123579"},
+    // clang-format off
+    const struct { GU_GroupBoolOp op; bool not1, not2; const char* members; } cases[] = {
+        {GU_GroupBoolOp::COPY, false, false, "13579"}, {GU_GroupBoolOp::UNION, false, false, "0123579"},
         {GU_GroupBoolOp::INTERSECT, false, false, "13"}, {GU_GroupBoolOp::XOR, false, false, "02579"},
-        {GU_GroupBoolOp::SUBTRACT, false, false, "02"},  {GU_GroupBoolOp::INTERSECT, true, false, "579"},
-        {GU_GroupBoolOp::INTERSECT, false, true, "02"},  {GU_GroupBoolOp::UNION, true, true, "02456789"},
-        {GU_GroupBoolOp::COPY, false, true, "02468"},    {GU_GroupBoolOp::SUBTRACT, true, true, "579"},
-    };
+        {GU_GroupBoolOp::SUBTRACT, false, false, "02"}, {GU_GroupBoolOp::INTERSECT, true, false, "579"},
+        {GU_GroupBoolOp::INTERSECT, false, true, "02"}, {GU_GroupBoolOp::UNION, true, true, "02456789"},
+        {GU_GroupBoolOp::COPY, false, true, "02468"}, {GU_GroupBoolOp::SUBTRACT, true, true, "579"}};
+    // clang-format on
     for (const auto& c : cases) {
         GU_Group::boolean(f.detail, target, left, c.not1, c.op, odd, c.not2);
         EXPECT_EQ(f.members(&target), c.members) << static_cast<int>(c.op) << c.not1 << c.not2;

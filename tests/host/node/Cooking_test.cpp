@@ -11,11 +11,8 @@ OP_Context inPass(float t = 0) {
 }
 
 TEST_F(Cooking, OncePerPassAndData) {
-    ExampleNode *top = node("top"), *left = node("left"), *right = node("right"), *end = node("end");
-    left->setInput(0, top);
-    right->setInput(0, top);
-    end->setInput(0, left);
-    end->setInput(1, right);
+    ExampleNode *top = node("top"), *left = node("left", {top}), *right = node("right", {top});
+    ExampleNode* end = node("end", {left, right});
     OP_Context pass = inPass();
     EXPECT_TRUE(end->cook(pass));
     EXPECT_TRUE(end->cook(pass));
@@ -32,8 +29,7 @@ TEST_F(Cooking, OncePerPassAndData) {
 }
 
 TEST_F(Cooking, OutsideAPassOnlyWhenOutOfDate) {
-    ExampleNode *a = node("a"), *b = node("b");
-    b->setInput(0, a);
+    ExampleNode *a = node("a"), *b = node("b", {a});
     OP_Context at0(0), at1(1);
     b->cook(at0);
     b->cook(at1);
@@ -64,9 +60,7 @@ TEST_F(Cooking, OutsideAPassOnlyWhenOutOfDate) {
 }
 
 TEST_F(Cooking, FailuresTravelDownWithTheirPath) {
-    ExampleNode *a = node("a"), *b = node("b"), *c = node("c");
-    b->setInput(0, a);
-    c->setInput(1, b);
+    ExampleNode *a = node("a"), *b = node("b", {a}), *c = node("c", {nullptr, b});
     bool fail = true;
     a->work = [&](ExampleNode&, OP_Context&) {
         if (fail) UTaddError("FLX", 11, "/obj/nothing");
@@ -86,8 +80,7 @@ TEST_F(Cooking, FailuresTravelDownWithTheirPath) {
 }
 
 TEST_F(Cooking, MessagesStayWithTheirNode) {
-    ExampleNode *a = node("a"), *b = node("b");
-    b->setInput(0, a);
+    ExampleNode *a = node("a"), *b = node("b", {a});
     UTaddWarning("OP", OP_ERR_FILE, "before");
     a->work = [](ExampleNode& self, OP_Context&) {
         UTaddWarning("FLX", 4, "of a");
@@ -109,9 +102,8 @@ TEST_F(Cooking, MessagesStayWithTheirNode) {
 }
 
 TEST_F(Cooking, CyclesAreErrorsOfEveryNodeInThem) {
-    ExampleNode *a = node("a"), *b = node("b"), *self = node("self");
+    ExampleNode *a = node("a"), *b = node("b", {a}), *self = node("self");
     a->setInput(0, b);
-    b->setInput(0, a);
     self->setInput(0, self);
     OP_Context pass = inPass();
     EXPECT_FALSE(a->cook(pass));
@@ -128,9 +120,8 @@ TEST_F(Cooking, ManyForksAndLongChainsEnd) {
     forks[0]->flags().impure = true;
     forks[0]->work = [](ExampleNode& self, OP_Context&) { self.noteImpureRead(); };
     for (int i = 1; i < 60; ++i) {
-        forks.push_back(node(("fork" + std::to_string(i)).c_str()));
-        forks.back()->setInput(0, forks[size_t(i) - 1]);
-        forks.back()->setInput(1, forks[size_t(i) - 1]);
+        ExampleNode* const above = forks.back();
+        forks.push_back(node("fork" + std::to_string(i), {above, above}));
     }
     OP_Context context(0);
     EXPECT_TRUE(forks.back()->cook(context));
@@ -138,14 +129,8 @@ TEST_F(Cooking, ManyForksAndLongChainsEnd) {
     EXPECT_TRUE(forks.back()->cook(context)); // impure: cooks at every request, once in it
     EXPECT_EQ(forks[0]->works, 2);
 
-    ExampleNode* last = nullptr;
-    ExampleNode* first = nullptr;
-    for (int i = 0; i < 20000; ++i) {
-        ExampleNode* n = node(("chain" + std::to_string(i)).c_str());
-        n->setInput(0, last);
-        last = n;
-        if (!first) first = n;
-    }
+    ExampleNode *first = node("chain0"), *last = first;
+    for (int i = 1; i < 20000; ++i) last = node("chain" + std::to_string(i), {last});
     EXPECT_FALSE(last->cook(context));
     EXPECT_EQ(messages(*last), "error OP 3: /obj/box/chain19998\n");
     EXPECT_NE(messages(*box->findChild("chain18999")).find("error OP 7: /obj/box/chain18999: more than 1000 nodes"),
@@ -156,21 +141,16 @@ TEST_F(Cooking, ManyForksAndLongChainsEnd) {
 }
 
 TEST_F(Cooking, ModificationsVisitADiamondOnce) {
-    ExampleNode *a = node("a"), *b = node("b"), *c = node("c"), *d = node("d"), *e = node("e");
-    b->setInput(0, a);
-    c->setInput(0, a);
-    d->setInput(0, b);
-    d->setInput(1, c);
+    ExampleNode *a = node("a"), *b = node("b", {a}), *c = node("c", {a}), *d = node("d", {b, c}), *e = node("e");
     e->addExtraInput(d, OP_INTEREST_DATA);
     e->addExtraInput(d, OP_INTEREST_DATA);
     EXPECT_EQ(e->extraInputs().size(), 1u);
     std::vector<ExampleNode*> all{a, b, c, d, e};
-    const auto serials = [&] {
-        std::vector<uint32_t> out;
-        for (ExampleNode* n : all) out.push_back(n->getChangeSerial()), n->flags().changed = false;
-        return out;
-    };
-    const auto raised = [&](const std::vector<uint32_t>& before) {
+    /// By how much each serial rises; whose does has changed.
+    const auto raised = [&](const std::function<void()>& change) {
+        std::vector<uint32_t> before;
+        for (ExampleNode* n : all) before.push_back(n->getChangeSerial()), n->flags().changed = false;
+        change();
         std::string out;
         for (size_t i = 0; i < all.size(); ++i) {
             EXPECT_EQ(all[i]->flags().changed, all[i]->getChangeSerial() != before[i]);
@@ -178,41 +158,20 @@ TEST_F(Cooking, ModificationsVisitADiamondOnce) {
         }
         return out;
     };
-    auto before = serials();
-    a->setFloat("scale", 0, 3);
-    EXPECT_EQ(raised(before), "11111");
-    before = serials();
-    b->setString("group", "g");
-    EXPECT_EQ(raised(before), "01011");
-    before = serials();
-    c->setInput(0, nullptr);
-    EXPECT_EQ(raised(before), "00111");
-    before = serials();
-    a->setFloat("scale", 0, 4);
-    EXPECT_EQ(raised(before), "11011");
-    before = serials();
-    b->setBypass(true);
-    EXPECT_EQ(raised(before), "01011");
-    before = serials();
-    b->setDisplay(true); // changes what is shown, not what is computed
-    d->opChanged(OP_ERROR_CHANGED);
-    EXPECT_EQ(raised(before), "00000");
-    before = serials();
+    EXPECT_EQ(raised([&] { a->setFloat("scale", 0, 3); }), "11111");
+    EXPECT_EQ(raised([&] { b->setString("group", "g"); }), "01011");
+    EXPECT_EQ(raised([&] { c->setInput(0, nullptr); }), "00111");
+    EXPECT_EQ(raised([&] { a->setFloat("scale", 0, 4); }), "11011");
+    EXPECT_EQ(raised([&] { b->setBypass(true); }), "01011");
+    // Changes what is shown, not what is computed.
+    EXPECT_EQ(raised([&] { b->setDisplay(true), d->opChanged(OP_ERROR_CHANGED); }), "00000");
     e->clearExtraInputs();
-    d->opChanged(OP_OUTPUT_CHANGED);
-    EXPECT_EQ(raised(before), "00010");
+    EXPECT_EQ(raised([&] { d->opChanged(OP_OUTPUT_CHANGED); }), "00010");
     e->addExtraInput(d, OP_INTEREST_FLAG);
-    before = serials();
-    d->opChanged(OP_OUTPUT_CHANGED);
-    EXPECT_EQ(raised(before), "00010");
-    before = serials();
-    d->setDisplay(true);
-    EXPECT_EQ(raised(before), "00001");
-    // A cycle of wires ends, too.
-    a->setInput(0, d);
-    before = serials();
-    b->setFloat("scale", 0, 9);
-    EXPECT_EQ(raised(before), "11010");
+    EXPECT_EQ(raised([&] { d->opChanged(OP_OUTPUT_CHANGED); }), "00010");
+    EXPECT_EQ(raised([&] { d->setDisplay(true); }), "00001");
+    a->setInput(0, d); // a cycle of wires ends, too
+    EXPECT_EQ(raised([&] { b->setFloat("scale", 0, 9); }), "11010");
 }
 
 TEST_F(Cooking, DependenciesThatACookDoesNotRenewGo) {

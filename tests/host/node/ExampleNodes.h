@@ -107,7 +107,12 @@ protected:
 
     /// A node under a parent of any family; fails the test when it cannot be made.
     OP_Node* add(OP_Network* parent, const char* type, const char* name);
-    ExampleNode* node(const char* name) { return static_cast<ExampleNode*>(add(box, "example", name)); }
+    ExampleNode* node(const std::string& name, std::initializer_list<OP_Node*> inputs = {}) {
+        auto* made = static_cast<ExampleNode*>(add(box, "example", name.c_str()));
+        int i = 0;
+        for (OP_Node* input : inputs) made->setInput(i++, input);
+        return made;
+    }
     BoxObject* object(const char* type, const char* name) {
         return static_cast<BoxObject*>(add(OPgetDirector()->objManager(), type, name));
     }

@@ -93,19 +93,34 @@ double value(OP_Node& node, const std::string& text, float t = 0) {
     return double(node.evalFloat("force", 0, t));
 }
 
+void expectValues(OP_Node& node, std::initializer_list<std::pair<const char*, double>> expected, float t = 0) {
+    for (const auto& [text, number] : expected) EXPECT_EQ(value(node, text, t), number) << text;
+    EXPECT_EQ(messages(node), "");
+}
+
+/// Each is 0, and an error.
+void expectFailures(OP_Node& node, std::initializer_list<const char*> texts) {
+    for (const char* text : texts) {
+        node.clearErrors();
+        EXPECT_EQ(value(node, text), 0) << text;
+        EXPECT_EQ(node.errors().size(), 1u) << text;
+    }
+    node.clearErrors();
+}
+
 TEST_F(Geometry, FunctionsThatReadParameters) {
     ExampleNode *n = node("n"), *m = node("m12");
     m->setExpression("force", 1, "$T * 10");
     m->setFloat("scale", 0, 2.5);
     m->setString("group", "a`$AGE`");
-    EXPECT_EQ(value(*n, "ch(\"../m12/scale\")"), 2.5);
-    EXPECT_EQ(value(*n, "ch(\"/obj/box/m12/forcey\")", 2), 20);
+    expectValues(*n, {{"ch('../m12/scale')", 2.5},
+                      {"ch('forcey') + ch('./count')", 5},
+                      {"ch('/obj/box/sy')", 1},
+                      {"strlen(chs('../m12/group'))", 2},
+                      {"opdigits('../m12') + opdigits('.')", 12}});
+    EXPECT_FALSE(n->flags().timeDependent);
+    expectValues(*n, {{"ch('/obj/box/m12/forcey')", 20}, {"ch('../m12/force2')", 20}}, 2);
     EXPECT_TRUE(n->flags().timeDependent);
-    EXPECT_EQ(value(*n, "ch(\"../m12/force2\")", 2), 20);
-    EXPECT_EQ(value(*n, "ch(\"forcey\") + ch(\"./count\")"), 5);
-    EXPECT_EQ(value(*n, "ch(\"/obj/box/sy\")"), 1);
-    EXPECT_EQ(value(*n, "strlen(chs(\"../m12/group\"))"), 2);
-    EXPECT_EQ(value(*n, "opdigits(\"../m12\") + opdigits(\".\")"), 12);
     n->setString("group", "`opname(\"../m12\")`:`chs(\"../m12/scale\")`");
     EXPECT_EQ(n->GROUP(), "m12:2.5");
     EXPECT_EQ(messages(*n), "");
@@ -119,13 +134,8 @@ TEST_F(Geometry, FunctionsThatReadParameters) {
     m->setFloat("scale", 0, 3);
     EXPECT_TRUE(n->flags().changed);
 
-    for (const char* path : {"../m12/forcew", "../m12/force4", "../m12/scalex", "../m12/force0", "../m12/nothing",
-                             "../nobody/scale", "", "/", "x"}) {
-        n->clearErrors();
-        EXPECT_EQ(value(*n, std::string("ch(\"") + path + "\")"), 0) << path;
-        EXPECT_EQ(n->errors().size(), 1u) << path;
-    }
-    n->clearErrors();
+    expectFailures(*n, {"ch('../m12/forcew')", "ch('../m12/force4')", "ch('../m12/scalex')", "ch('../m12/force0')",
+                        "ch('../m12/nothing')", "ch('../nobody/scale')", "ch('')", "ch('/')", "ch('x')"});
     value(*n, "ch(\"../m12/scael\")");
     EXPECT_NE(messages(*n).find("/obj/box/m12 has no parameter \"scael\"; did you mean \"scale\"?"), std::string::npos);
 }
@@ -142,9 +152,8 @@ TEST_F(Geometry, ChainsOfReadsEnd) {
     ExampleNode* last = node("x0");
     last->setFloat("force", 1, 1);
     for (int i = 1; i <= 64; ++i) {
-        ExampleNode* next = node(std::string("x").append(std::to_string(i)).c_str());
-        std::string read = "ch('../";
-        read.append(last->getName()).append("/forcey') / 2");
+        ExampleNode* next = node("x" + std::to_string(i));
+        const std::string read = "ch('../" + last->getName() + "/forcey') / 2";
         next->setExpression("force", 1, (read + " + " + read).c_str());
         last = next;
     }
@@ -172,24 +181,17 @@ TEST_F(Geometry, FunctionsThatReadGeometry) {
     row->setInt("count", 0, 4);
     row->setFloat("step", 0, 0.5);
     ExampleNode* n = node("n");
-    EXPECT_EQ(value(*n, "npoints(\"/obj/geo\")"), 4);
-    EXPECT_EQ(value(*n, "point(\"/obj/geo/row\", 3, \"P\", 0)"), 1.5);
-    EXPECT_EQ(value(*n, "point(\"/obj/geo/row\", 3, \"P\", 3)"), 1);
-    EXPECT_EQ(value(*n, "bbox(\"/obj/geo/row\", \"xmax\") * 10 + bbox(\"../../geo\", \"xsize\")"), 16.5);
-    EXPECT_EQ(value(*n, "bbox(\"/obj/geo/row\", \"ymin\")"), 0);
+    expectValues(*n, {{"npoints('/obj/geo')", 4},
+                      {"point('/obj/geo/row', 3, 'P', 0)", 1.5},
+                      {"point('/obj/geo/row', 3, 'P', 3)", 1},
+                      {"bbox('/obj/geo/row', 'ymin')", 0},
+                      {"bbox('/obj/geo/row', 'xmax') * 10 + bbox('../../geo', 'xsize')", 16.5}});
     row->setExpression("step", 0, "$T");
-    EXPECT_EQ(value(*n, "bbox(\"/obj/geo/row\", \"xmax\")", 2), 6);
+    expectValues(*n, {{"bbox('/obj/geo/row', 'xmax')", 6}}, 2);
     EXPECT_TRUE(n->flags().timeDependent);
-    EXPECT_EQ(messages(*n), "");
-
-    for (const char* text :
-         {"point(\"/obj/geo/row\", 4, \"P\", 0)", "point(\"/obj/geo/row\", -1, \"P\", 0)", "npoints(\"/obj/box\")",
-          "point(\"/obj/geo/row\", 0, \"P\", 4)", "point(\"/obj/geo/row\", 0, \"Cd\", 0)", "npoints(\"\")",
-          "bbox(\"/obj/geo/row\", \"wmin\")", "bbox(\"/obj/geo/row\", \"\")"}) {
-        n->clearErrors();
-        EXPECT_EQ(value(*n, text), 0) << text;
-        EXPECT_EQ(n->errors().size(), 1u) << text;
-    }
+    expectFailures(*n, {"point('/obj/geo/row', 4, 'P', 0)", "point('/obj/geo/row', -1, 'P', 0)", "npoints('/obj/box')",
+                        "point('/obj/geo/row', 0, 'P', 4)", "point('/obj/geo/row', 0, 'Cd', 0)", "npoints('')",
+                        "bbox('/obj/geo/row', 'wmin')", "bbox('/obj/geo/row', '')"});
     // Geometry that asks for itself.
     row->setExpression("count", 0, "npoints(\"../row\") + 1");
     OP_Context context(0);

@@ -48,12 +48,11 @@ TEST_F(Networks, IndirectInputsThroughTwoLevels) {
 }
 
 TEST_F(Networks, ASubNetworkFollowsItsOutput) {
-    ExampleNode *net = node("net"), *after = node("after");
+    ExampleNode *net = node("net"), *after = node("after", {net});
     auto* a = static_cast<ExampleNode*>(add(net, "example", "a"));
     auto* b = static_cast<ExampleNode*>(add(net, "example", "b"));
     b->setInput(0, a);
     b->setRender(true);
-    after->setInput(0, net);
     OP_Context context(0);
     EXPECT_TRUE(after->cook(context));
     EXPECT_EQ(a->works, 1);
@@ -110,27 +109,13 @@ TEST_F(Networks, PathsFromAnywhere) {
     OP_Node* inside = add(a, "example", "inside");
     BoxObject* geo = object("geo", "ground");
     RowSop *row1 = sop(geo, "row1"), *row2 = sop(geo, "row2");
-    const struct {
-        const char* path;
-        OP_Node* found;
-    } cases[] = {
-        {"/obj/box/a", a},
-        {"../a", a},
-        {"inside", nullptr},
-        {"../a/inside", inside},
-        {".", b},
-        {"./../b/.", b},
-        {"..", box},
-        {"../../box//a/", a},
-        {"/", OPgetDirector()},
-        {"", nullptr},
-        {"../../../..", nullptr},
-        {"/obj/box/none", nullptr},
-        {"/obj/ground/row1", row1},
-        {"../a/..", box},
-        {"/..", nullptr},
-        {"../../ground", geo},
-    };
+    // clang-format off
+    const struct { const char* path; OP_Node* found; } cases[] = {
+        {"/obj/box/a", a}, {"../a", a}, {"inside", nullptr}, {"../a/inside", inside}, {".", b}, {"./../b/.", b},
+        {"..", box}, {"../../box//a/", a}, {"/", OPgetDirector()}, {"", nullptr}, {"../../../..", nullptr},
+        {"/obj/box/none", nullptr}, {"/obj/ground/row1", row1}, {"../a/..", box}, {"/..", nullptr},
+        {"../../ground", geo}};
+    // clang-format on
     for (const auto& c : cases) EXPECT_EQ(b->findNode(c.path), c.found) << c.path;
     EXPECT_EQ(b->findNode(nullptr), nullptr);
     EXPECT_EQ(inside->getFullPath(), "/obj/box/a/inside");
@@ -166,11 +151,9 @@ TEST_F(Networks, MenusOfNodes) {
 }
 
 TEST_F(Networks, DestroyedNodesLeaveNoReferences) {
-    ExampleNode *a = node("a"), *b = node("b"), *c = node("c");
+    ExampleNode *a = node("a"), *b = node("b", {a, a}), *c = node("c");
     OP_Node* child = add(a, "example", "child");
     const int id = child->getUniqueId();
-    b->setInput(0, a);
-    b->setInput(1, a);
     c->addExtraInput(child, OP_INTEREST_DATA);
     a->setInput(0, c);
     b->flags().changed = c->flags().changed = false;

@@ -59,25 +59,13 @@ TEST_F(Parameters, PrototypesStandAlone) {
 TEST_F(Parameters, FloatsIntsAndRanges) {
     ExampleNode* n = node("n");
     const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        const char* token;
-        double value, asFloat;
-        int asInt;
-    } cases[] = {
-        {"scale", 2.75, 2.75, 2},
-        {"scale", -3, 0, 0},
-        {"scale", 50, 50, 50},
-        {"scale", nan, 0, 0},
-        {"count", 2.9, 2, 2},
-        {"count", -2.9, -2, -2},
-        {"count", 1e300, 5, 5},
-        {"count", -inf, -5, -5},
-        {"count", nan, 0, 0},
-        {"mode", 7, 7, 7},
-        {"mode", -1, -1, -1},
-        {"on", 5, 5, 5},
-        {"force", 3e10, 3e10f, std::numeric_limits<int>::max()},
-    };
+    // clang-format off
+    const struct { const char* token; double value, asFloat; int asInt; } cases[] = {
+        {"scale", 2.75, 2.75, 2}, {"scale", -3, 0, 0}, {"scale", 50, 50, 50}, {"scale", nan, 0, 0},
+        {"count", 2.9, 2, 2}, {"count", -2.9, -2, -2}, {"count", 1e300, 5, 5}, {"count", -inf, -5, -5},
+        {"count", nan, 0, 0}, {"mode", 7, 7, 7}, {"mode", -1, -1, -1}, {"on", 5, 5, 5},
+        {"force", 3e10, 3e10f, std::numeric_limits<int>::max()}};
+    // clang-format on
     for (const auto& c : cases) {
         n->setFloat(c.token, 0, c.value);
         EXPECT_EQ(n->evalFloat(c.token, 0, 0), float(c.asFloat)) << c.token << " " << c.value;
@@ -116,14 +104,12 @@ TEST_F(Parameters, LocalVariablesComeBeforeTheSceneAndTheGlobals) {
         n->setExpression("force", 0, text);
         return n->FORCE.x(t);
     };
-    EXPECT_EQ(value("$BASE"), 103);
-    EXPECT_EQ(value("$FF", 0.5f), 13);
-    EXPECT_EQ(value("$FF", 0.52f), float(double(0.52f) * 24 + 1));
-    EXPECT_EQ(value("$F", 0.52f), 13);
-    EXPECT_EQ(value("$FEND - $FSTART + $FPS"), 263);
-    EXPECT_EQ(value("$TEND * 24 + $TSTART"), 239);
-    EXPECT_EQ(value("$PI"), 3.14159265f);
-
+    // clang-format off
+    const struct { const char* text; float t, value; } globals[] = {
+        {"$BASE", 0, 103}, {"$FF", 0.5f, 13}, {"$FF", 0.52f, float(double(0.52f) * 24 + 1)}, {"$F", 0.52f, 13},
+        {"$FEND - $FSTART + $FPS", 0, 263}, {"$TEND * 24 + $TSTART", 0, 239}, {"$PI", 0, 3.14159265f}};
+    // clang-format on
+    for (const auto& g : globals) EXPECT_EQ(value(g.text, g.t), g.value) << g.text;
     EXPECT_EQ(value("$GUST"), 0);
     EXPECT_EQ(EV_errNo(0), EV_ERR_VARIABLE);
     director.variables["GUST"] = 2.5;
@@ -146,11 +132,8 @@ TEST_F(Parameters, LocalVariablesComeBeforeTheSceneAndTheGlobals) {
 TEST_F(Parameters, KeysInterpolateAndHold) {
     ExampleNode* n = node("n");
     n->setKeys("scale", 0, CH_Channel({{2, 20}, {1, 10}, {4, 0}, {2, 30}}));
-    EXPECT_EQ(n->SCALE(0), 10);
-    EXPECT_EQ(n->SCALE(1.5f), 20);
-    EXPECT_EQ(n->SCALE(2), 30);
-    EXPECT_EQ(n->SCALE(3), 15);
-    EXPECT_EQ(n->SCALE(99), 0);
+    const std::pair<float, float> values[] = {{0, 10}, {1.5f, 20}, {2, 30}, {3, 15}, {99, 0}};
+    for (const auto& [t, value] : values) EXPECT_EQ(n->SCALE(t), value) << t;
     EXPECT_TRUE(n->flags().timeDependent);
     n->setKeys("scale", 0, CH_Channel({{0, -5}}));
     EXPECT_EQ(n->SCALE(0), 0); // the range is hard below
@@ -234,21 +217,19 @@ TEST_F(Parameters, SpareParametersBelongToOneNode) {
 }
 
 TEST_F(Parameters, ErrorsNameTokenAndColumn) {
-    const struct {
-        const char* text;
-        int number;
-        const char* message;
-    } cases[] = {
+    // clang-format off
+    const struct { const char* text; int number; const char* message; } cases[] = {
         {"1 + * 2", EV_ERR_SYNTAX, "error OP 1: force: \"1 + * 2\": "},
         {"$AGE + $AEG", EV_ERR_VARIABLE,
          "error OP 1: force: \"$AGE + $AEG\": unknown variable $AEG at column 8; did you mean $AGE?\n"},
-        {"2 * $BAD", EV_ERR_VARIABLE, "error OP 1: force: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
+        {"2 * $BAD", EV_ERR_VARIABLE,
+         "error OP 1: force: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
         {"ch(\"../m/scale\")", EV_ERR_EVALUATION,
-         "error OP 1: force: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"},
-    };
+         "error OP 1: force: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"}};
+    // clang-format on
     int number = 0;
     for (const auto& c : cases) {
-        ExampleNode* n = node(("n" + std::to_string(number++)).c_str());
+        ExampleNode* n = node("n" + std::to_string(number++));
         n->setExpression("force", 1, c.text);
         EXPECT_EQ(n->FORCE.y(0), 0) << c.text;
         EXPECT_EQ(EV_errNo(0), c.number) << c.text;

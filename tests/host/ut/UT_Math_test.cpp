@@ -22,21 +22,9 @@ template <class T> bool same(T a, T b) { return bits(a) == bits(b) || (std::isna
 /// Values over many magnitudes and signs, with the awkward ones.
 template <class T> std::vector<T> samples() {
     constexpr T inf = std::numeric_limits<T>::infinity(), tiny = std::numeric_limits<T>::denorm_min();
-    std::vector<T> out = {0,
-                          T(-0.0),
-                          1,
-                          -1,
-                          T(0.5),
-                          T(-0.5),
-                          inf,
-                          -inf,
-                          std::numeric_limits<T>::quiet_NaN(),
-                          tiny,
-                          -tiny,
-                          std::numeric_limits<T>::max(),
-                          std::numeric_limits<T>::min(),
-                          T(1e-20),
-                          T(1e20)};
+    using L = std::numeric_limits<T>;
+    std::vector<T> out = {0, T(-0.0), 1, -1, T(0.5), T(-0.5), inf, -inf, L::quiet_NaN(), tiny, -tiny};
+    out.insert(out.end(), {L::max(), L::min(), T(1e-20), T(1e20)});
     uint64_t state = 88172645463325252u;
     for (int i = 0; i < 20001; ++i) { // odd, so that the tail of a vector loop is used
         state ^= state << 13, state ^= state >> 7, state ^= state << 17;
@@ -145,24 +133,15 @@ TEST(UT_Math, ZeroIncludesItsBounds) {
 }
 
 TEST(UT_Math, SplitsFloats) {
-    struct Case {
-        float x;
-        int whole;
-        float rest;
-    };
     const int most = 2147483647, least = -most - 1;
-    for (const Case& c : {Case{0, 0, 0},
-                          {1.25f, 1, 0.25f},
-                          {-0.25f, -1, 0.75f},
-                          {-3, -3, 0},
-                          {-4194303.5f, -4194304, 0.5f},
-                          {-1e-30f, -1, 0x1.fffffep-1f},
-                          {2147483520.0f, 2147483520, 0},
-                          {-2147483648.0f, least, 0},
-                          {2147483648.0f, most, 0},
-                          {-1e30f, least, 0},
-                          {INFINITY, most, 0},
-                          {NAN, 0, 0}}) {
+    // clang-format off
+    struct Case { float x; int whole; float rest; };
+    const Case cases[] = {
+        {0, 0, 0}, {1.25f, 1, 0.25f}, {-0.25f, -1, 0.75f}, {-3, -3, 0}, {-4194303.5f, -4194304, 0.5f},
+        {-1e-30f, -1, 0x1.fffffep-1f}, {2147483520.0f, 2147483520, 0}, {-2147483648.0f, least, 0},
+        {2147483648.0f, most, 0}, {-1e30f, least, 0}, {INFINITY, most, 0}, {NAN, 0, 0}};
+    // clang-format on
+    for (const Case& c : cases) {
         float rest = c.x;
         EXPECT_EQ(SYSsplitFloat(rest), c.whole) << c.x;
         EXPECT_EQ(rest, c.rest) << c.x;

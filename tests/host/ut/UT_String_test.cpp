@@ -15,39 +15,18 @@ struct GlobCase {
 } // namespace
 
 TEST(UT_PatternMatch, Globs) {
+    // clang-format off
     const GlobCase cases[] = {
-        {"", "", true},
-        {"", "a", false},
-        {"*", "", true},
-        {"**", "abc", true},
-        {"a*c", "abbbc", true},
-        {"a*c", "abbb", false},
-        {"*.obj", "a.obj.obj", true},
-        {"a*b*c", "a-c-b-c", true},
-        {"a*b*c", "a-c-c-b", false},
-        {"?", "", false},
-        {"???", "abc", true},
-        {"geo?*", "geo", false},
-        {"[a-c]x", "bx", true},
-        {"[a-c]x", "dx", false},
-        {"[!a-c]x", "dx", true},
-        {"[^a-c]x", "ax", false},
-        {"[]]", "]", true},
-        {"[!]]", "]", false},
-        {"[!]]", "a", true},
-        {"[a-]", "-", true},
-        {"[-a]", "-", true},
-        {"[c-a]", "b", false},  // an empty range
-        {"[abc", "[abc", true}, // never closed
-        {"[abc", "a", false},
-        {"[", "[", true},
-        {"[]", "[]", true},
-        {"[!", "[!", true},
-        {"*[0-9]", "grid12", true},
-        {"*[0-9]", "grid", false},
-        {"Grid*", "grid1", false},
-        {"a\xff*", "a\xff\x80", true},
+        {"", "", true}, {"", "a", false}, {"*", "", true}, {"**", "abc", true}, {"a*c", "abbbc", true},
+        {"a*c", "abbb", false}, {"*.obj", "a.obj.obj", true}, {"a*b*c", "a-c-b-c", true}, {"a*b*c", "a-c-c-b", false},
+        {"?", "", false}, {"???", "abc", true}, {"geo?*", "geo", false}, {"[a-c]x", "bx", true},
+        {"[a-c]x", "dx", false}, {"[!a-c]x", "dx", true}, {"[^a-c]x", "ax", false}, {"[]]", "]", true},
+        {"[!]]", "]", false}, {"[!]]", "a", true}, {"[a-]", "-", true}, {"[-a]", "-", true},
+        {"[c-a]", "b", false}, /* an empty range */ {"[abc", "[abc", true}, /* never closed */ {"[abc", "a", false},
+        {"[", "[", true}, {"[]", "[]", true}, {"[!", "[!", true}, {"*[0-9]", "grid12", true},
+        {"*[0-9]", "grid", false}, {"Grid*", "grid1", false}, {"a\xff*", "a\xff\x80", true},
     };
+    // clang-format on
     for (const GlobCase& c : cases)
         EXPECT_EQ(UTglobMatch(c.pattern, c.text), c.matches) << c.pattern << " against " << c.text;
     EXPECT_TRUE(UTglobMatch("GRID[a-c]*", "gridB7", false));
@@ -66,18 +45,11 @@ TEST(UT_PatternMatch, ManyStarsStayFast) {
 
 TEST(UT_String, PatternListsSelectLeftToRight) {
     const UT_String name("Cd");
-    EXPECT_TRUE(name.multiMatch("P Cd v"));
-    EXPECT_FALSE(name.multiMatch("P cd v"));
+    for (const char* list : {"P Cd v", "^C* *", "* ^C* Cd"}) EXPECT_TRUE(name.multiMatch(list)) << list;
+    for (const char* list : {"P cd v", "* ^C*", "* !Cd", "^P", "", "   ", "P,Cd"})
+        EXPECT_FALSE(name.multiMatch(list)) << list;
     EXPECT_TRUE(name.multiMatch("P cd v", false));
-    EXPECT_FALSE(name.multiMatch("* ^C*"));
-    EXPECT_FALSE(name.multiMatch("* !Cd"));
-    EXPECT_TRUE(name.multiMatch("^C* *"));
-    EXPECT_TRUE(name.multiMatch("* ^C* Cd"));
-    EXPECT_FALSE(name.multiMatch("^P"));
-    EXPECT_FALSE(name.multiMatch(""));
-    EXPECT_FALSE(name.multiMatch("   "));
     EXPECT_TRUE(name.multiMatch("  P   Cd  ", 1, ' '));
-    EXPECT_FALSE(name.multiMatch("P,Cd"));
     EXPECT_TRUE(name.multiMatch("P,Cd", true, ", "));
 }
 
@@ -104,27 +76,23 @@ TEST(UT_String, Words) {
 
 TEST(UT_NodePath, JoinsAndCollapses) {
     using namespace UT_NodePath;
-    EXPECT_EQ(join("/obj/fx/floor", "../../ground/grid1"), "/obj/ground/grid1");
-    EXPECT_EQ(join("/obj/fx/floor", "/obj/a"), "/obj/a");
-    EXPECT_EQ(join("/obj/fx", "."), "/obj/fx");
-    EXPECT_EQ(join("/obj/fx", "../.."), "/");
-    EXPECT_EQ(join("/obj/fx", "../../.."), "");
-    EXPECT_EQ(join("/", "obj"), "/obj");
-    EXPECT_EQ(join("/obj", ""), "");
-    EXPECT_EQ(collapse("//obj/./a//b/../c/"), "/obj/a/c");
-    EXPECT_EQ(collapse("/"), "/");
-    EXPECT_EQ(collapse("/.."), "");
-    EXPECT_EQ(collapse("../a/.."), "..");
-    EXPECT_EQ(collapse("../../b"), "../../b");
-    EXPECT_EQ(collapse("a/.."), ".");
-    EXPECT_EQ(collapse("a/../../b"), "../b");
-    EXPECT_EQ(parent("/obj/ground/grid1"), "/obj/ground");
-    EXPECT_EQ(parent("/obj/"), "/");
-    EXPECT_EQ(parent("/"), "");
-    EXPECT_EQ(parent("grid1"), "");
-    EXPECT_EQ(name("/obj/ground/"), "ground");
-    EXPECT_EQ(name("grid1"), "grid1");
-    EXPECT_EQ(name("/"), "");
+    // clang-format off
+    const char* const joined[][3] = {
+        {"/obj/fx/floor", "../../ground/grid1", "/obj/ground/grid1"}, {"/obj/fx/floor", "/obj/a", "/obj/a"},
+        {"/obj/fx", ".", "/obj/fx"}, {"/obj/fx", "../..", "/"}, {"/obj/fx", "../../..", ""}, {"/", "obj", "/obj"}, {"/obj", "", ""}};
+    const char* const collapsed[][2] = {
+        {"//obj/./a//b/../c/", "/obj/a/c"}, {"/", "/"}, {"/..", ""}, {"../a/..", ".."}, {"../../b", "../../b"}, {"a/..", "."},
+        {"a/../../b", "../b"}};
+    const char* const parents[][3] = {
+        {"/obj/ground/grid1", "/obj/ground", "grid1"}, {"/obj/", "/", "obj"}, {"/", "", ""}, {"grid1", "", "grid1"},
+        {"/obj/ground/", "/obj", "ground"}};
+    // clang-format on
+    for (const auto& [base, path, result] : joined) EXPECT_EQ(join(base, path), result) << base << " " << path;
+    for (const auto& [path, result] : collapsed) EXPECT_EQ(collapse(path), result) << path;
+    for (const auto& [path, above, last] : parents) {
+        EXPECT_EQ(parent(path), above) << path;
+        EXPECT_EQ(name(path), last) << path;
+    }
     EXPECT_TRUE(isValidName("_a9"));
     for (const char* bad : {"", "9a", "a b", "a/b", "..", "\xe4"}) EXPECT_FALSE(isValidName(bad)) << bad;
 }
@@ -142,16 +110,17 @@ TEST(UT_NodePath, RelativePathsLeadBack) {
 
 TEST(UT_NearestName, SuggestsWhatWasMeant) {
     const std::vector<std::string> names = {"force", "fan", "collision", "speedlimit", "softlimit", "VX", "v"};
-    EXPECT_EQ(nearestName("forec", names), "force"); // one swap
-    EXPECT_EQ(nearestName("colision", names), "collision");
-    EXPECT_EQ(nearestName("SPEEDLIMIT", names), "speedlimit");
-    EXPECT_EQ(nearestName("sofltimt", names), "softlimit");
-    EXPECT_EQ(nearestName("VXX", names), "VX");
-    EXPECT_EQ(nearestName("fna", names), "fan");
-    EXPECT_EQ(nearestName("V", names), "v"); // case alone is nearer than another letter
-    EXPECT_EQ(nearestName("zz", names), "");
-    EXPECT_EQ(nearestName("gravity", names), "");
-    EXPECT_EQ(nearestName("", names), "");
+    const char* const meant[][2] = {{"forec", "force"},
+                                    {"colision", "collision"},
+                                    {"SPEEDLIMIT", "speedlimit"},
+                                    {"sofltimt", "softlimit"},
+                                    {"VXX", "VX"},
+                                    {"fna", "fan"},
+                                    {"V", "v"}, // case alone is nearer than another letter
+                                    {"zz", ""},
+                                    {"gravity", ""},
+                                    {"", ""}};
+    for (const auto& [typed, name] : meant) EXPECT_EQ(nearestName(typed, names), name) << typed;
     EXPECT_EQ(nearestName("x", {}), "");
     EXPECT_EQ(nearestName(std::string(100000, 'f'), names), "");
     EXPECT_EQ(nearestName("fan", {std::string(100000, 'f'), ""}), "");

@@ -91,11 +91,12 @@ TEST(UT_ErrorList, EachThreadPostsToItsOwn) {
 
 TEST(UT_ErrorTable, EveryNumberInUseHasItsOwnWording) {
     std::set<std::string> wordings;
-    const int flx[] = {1, 2, 3, 4, 6, 8, 9, 10, 11, 12, 13, 14, 16, 18, 19, 20, 21, 22, 23, 24, 25};
-    for (int code : flx) EXPECT_TRUE(wordings.insert(UTerrorWording("FLX", code)).second) << code;
-    for (int code : {OP_ERR_EXPRESSION, OP_ERR_RECURSION, OP_ERR_CHILD_FAILED})
-        EXPECT_TRUE(wordings.insert(UTerrorWording("OP", code)).second) << code;
-    EXPECT_TRUE(wordings.insert(UTerrorWording("FLX", 5)).second);
+    const auto own = [&](const char* type, int code) {
+        EXPECT_TRUE(wordings.insert(UTerrorWording(type, code)).second) << type << code;
+    };
+    for (int code : {1, 2, 3, 4, 6, 8, 9, 10, 11, 12, 13, 14, 16, 18, 19, 20, 21, 22, 23, 24, 25}) own("FLX", code);
+    for (int code : {OP_ERR_EXPRESSION, OP_ERR_RECURSION, OP_ERR_CHILD_FAILED}) own("OP", code);
+    own("FLX", 5);
     EXPECT_STREQ(UTerrorWording("FLX", 5), UTerrorWording("XYZ", -1));
 }
 
@@ -232,21 +233,20 @@ TEST(UT_PathSearch, FirstDirectoryWins) {
     std::ofstream(root / "b" / "x.lst") << "b";
     std::ofstream(root / "b" / "folder") << "a file by that name";
     setenv("FLX_PATH", ((root / "a").string() + "::" + (root / "b").string()).c_str(), 1);
-    UT_String found("untouched");
-    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, "nowhere.lst"));
-    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, ""));
-    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, nullptr));
-    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, "folder2")); // no file
-    EXPECT_EQ(found, "untouched");
-    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, "x.lst"));
-    EXPECT_EQ(found, (root / "b" / "x.lst").c_str());
-    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, "folder")); // the directory of that name is passed over
-    EXPECT_EQ(found, (root / "b" / "folder").c_str());
+    const auto find = [](const char* file) {
+        UT_String found("untouched");
+        const bool there = UT_PathSearch::kestrelFindFile(found, file);
+        EXPECT_EQ(there, found != "untouched");
+        return fs::path(found.c_str());
+    };
+    for (const char* none : {"nowhere.lst", "", "folder2", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(find(none), "untouched"); // folder2 is no file
+    EXPECT_EQ(find("x.lst"), root / "b" / "x.lst");
+    EXPECT_EQ(find("folder"), root / "b" / "folder"); // the directory of that name is passed over
     std::ofstream(root / "a" / "x.lst") << "a";
-    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, "x.lst"));
-    EXPECT_EQ(found, (root / "a" / "x.lst").c_str());
-    EXPECT_TRUE(UT_PathSearch::kestrelFindFile(found, (root / "b" / "x.lst").c_str()));
+    EXPECT_EQ(find("x.lst"), root / "a" / "x.lst");
+    EXPECT_EQ(find((root / "b" / "x.lst").c_str()), root / "b" / "x.lst");
     unsetenv("FLX_PATH");
-    EXPECT_FALSE(UT_PathSearch::kestrelFindFile(found, "x.lst"));
+    EXPECT_EQ(find("x.lst"), "untouched");
     fs::remove_all(root);
 }
