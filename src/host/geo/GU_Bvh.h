@@ -51,7 +51,13 @@ public:
 
     /// Calls visit(leaf number) for every leaf that the line may meet, roughly front to back. visit may shrink the
     /// range. A visitor with a member ahead(leaf number) is told beforehand which leaves come next.
-    template <bool Furthest, class Visit> void along(GU_BvhLine& line, Visit&& visit) const;
+    template <bool Furthest, class Visit> void along(GU_BvhLine& line, Visit&& visit) const {
+        alongFrom<Furthest>(myRoot, line, visit);
+    }
+    /// For many short lines side by side: calls visit(line number, leaf number) for every leaf that one of them may
+    /// meet. The lines take turns, so that the nodes of one come from memory while others are looked at; neither lines
+    /// nor leaves come in any order that means something.
+    template <class Visit> void alongEach(const GU_BvhLine* const* lines, size_t count, Visit&& visit) const;
     /// Calls visit(leaf number) -> float for leaves that may hold something nearer to p than the square root of
     /// `distance2`, which visit's result replaces, roughly from near to far.
     template <class Visit> void around(const UT_Vector3& p, float distance2, Visit&& visit) const;
@@ -88,6 +94,7 @@ private:
             }
         }
     };
+    template <bool Furthest, class Visit> void alongFrom(int32_t root, GU_BvhLine& line, Visit&& visit) const;
     template <bool Furthest>
     static int crossed(const Node& node, int first, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys);
     static int near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys);
@@ -155,13 +162,13 @@ inline void GU_Bvh::push(const Node& node, int mask, const float* keys, Entry* s
     }
 }
 
-template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit&& visit) const {
+template <bool Furthest, class Visit> void GU_Bvh::alongFrom(int32_t root, GU_BvhLine& line, Visit&& visit) const {
     Entry stack[STACK];
     int top = 0;
-    if (myRoot == EMPTY) return;
-    if (myRoot < 0) return visit(static_cast<uint32_t>(~myRoot));
+    if (root == EMPTY) return;
+    if (root < 0) return visit(static_cast<uint32_t>(~root));
     const Slabs slabs(line);
-    for (int32_t next = myRoot;;) {
+    for (int32_t next = root;;) {
         const Node& node = myNodes[static_cast<size_t>(next)];
         GU_Float4 distances[2];
         const int mask = crossed<Furthest>(node, 0, line, slabs, distances[0]) |
@@ -192,6 +199,45 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
             const Entry entry = stack[--top];
             if (Furthest ? -entry.key >= line.reach : entry.key <= std::max(-line.low, line.high)) next = entry.node;
         }
+    }
+}
+
+template <class Visit> void GU_Bvh::alongEach(const GU_BvhLine* const* lines, size_t count, Visit&& visit) const {
+    struct Step {
+        int32_t node;
+        uint32_t line;
+    };
+    constexpr size_t PLACES = 1024; // of a ring
+    Step steps[PLACES];
+    size_t done = 0, end = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const auto line = static_cast<uint32_t>(i);
+        if (myRoot == EMPTY) return;
+        if (myRoot < 0)
+            visit(line, static_cast<uint32_t>(~myRoot));
+        else if (end < PLACES)
+            steps[end++] = {myRoot, line};
+    }
+    while (done != end) {
+        const Step step = steps[done++ % PLACES];
+        const GU_BvhLine& line = *lines[step.line];
+        if (PLACES - (end - done) < WIDTH) { // so many branches are gone along one by one
+            GU_BvhLine own = line;
+            alongFrom<false>(step.node, own, [&](uint32_t leaf) { visit(step.line, leaf); });
+            continue;
+        }
+        const Node& node = myNodes[static_cast<size_t>(step.node)];
+        const Slabs slabs(line);
+        GU_Float4 distances;
+        const int mask =
+            crossed<false>(node, 0, line, slabs, distances) | crossed<false>(node, 4, line, slabs, distances) << 4;
+        for (int inner = mask & ~node.leaves; inner; inner &= inner - 1) {
+            const int32_t child = node.child[std::countr_zero(static_cast<unsigned>(inner))];
+            prefetch(child);
+            steps[end++ % PLACES] = {child, step.line};
+        }
+        for (int leaves = mask & node.leaves; leaves; leaves &= leaves - 1)
+            visit(step.line, static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]));
     }
 }
 
