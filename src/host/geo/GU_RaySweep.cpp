@@ -36,11 +36,17 @@ struct GU_RaySweep::Query : GU_RaySearch {
         const double begin = rate > 0 ? -start / rate : first, end = rate > 0 ? length : last;
         const double knots[SECTIONS + 1] = {first, std::clamp(begin, first, last), std::clamp(end, first, last), last};
         std::copy(knots, knots + SECTIONS + 1, ends);
+        meetsStep = !(rate > 0) || (first <= length && last >= begin);
+    }
+    /// Whether the range has more of the section than a moment that belongs to the step.
+    bool isUsed(uint32_t which) const {
+        if (which == 1) return meetsStep;
+        if (ends[which] < ends[which + 1]) return true;
+        return !meetsStep && (which == 0 ? ends[0] < 0 : ends[0] > 0); // all of the range is one moment
     }
 
     /// Turns to a section, false when nothing can be met during it.
     bool enter(uint32_t which, const GU_RaySweep& sweep) {
-        if (!isUsed(which)) return false;
         section = which;
         const UT_Vector3D drift(sweep.mySurface.drift());
         const double first = ends[which], last = ends[which + 1];
@@ -63,6 +69,7 @@ struct GU_RaySweep::Query : GU_RaySearch {
     }
 
     double start, rate = 0;
+    bool meetsStep; ///< the range does
     UT_Vector3D origin, way;
     double ends[SECTIONS + 1]; ///< of the sections
     uint32_t section = 1;      ///< the one at hand
@@ -73,15 +80,7 @@ struct GU_RaySweep::Query : GU_RaySearch {
     } view;
 
 private:
-    double length() const { return (1 - start) / rate; }
     double startOf(uint32_t which) const { return which == 0 ? 0 : which == 1 ? start : 1; }
-    // Whether the range has more of the section than a moment that belongs to the step.
-    bool isUsed(uint32_t which) const {
-        const bool meetsStep = !(rate > 0) || (ends[0] <= length() && ends[SECTIONS] >= -start / rate);
-        if (which == 1) return meetsStep;
-        if (ends[which] < ends[which + 1]) return true;
-        return !meetsStep && (which == 0 ? ends[0] < 0 : ends[0] > 0); // all of the range is one moment
-    }
     void setView(const UT_BoundingBox& world) {
         for (uint32_t e = 0; e < 2; ++e)
             view.fraction[e] = static_cast<float>(section == 1 ? fraction(ends[1 + e]) : startOf(section));
@@ -229,7 +228,8 @@ int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInf
     if (staysOutside(org, dir, info.myMin, info.myMax)) return 0;
     if (!GUisFinite(org) || !GUisFinite(dir) || !(info.myMin <= info.myMax)) return 0;
     Query query(org, dir, info, info.myCandidates);
-    for (uint32_t section : {1u, 2u, 0u}) walk(section, query);
+    for (uint32_t section : {1u, 2u, 0u})
+        if (query.isUsed(section)) walk(section, query);
     if (query.find == GU_FIND_ALL)
         finishAll(info, query);
     else if (query.found)
@@ -429,7 +429,7 @@ void GU_RaySweep::finishAll(GU_RayInfo& info, const Query& query) const {
 
 GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) const {
     const Shape& shape = mySurface.shapes()[c.shape];
-    const uint32_t part = mySurface.items()[c.item].part;
+    const auto part = [&] { return mySurface.items()[c.item].part; };
     const double f = query.fraction(c.t);
     const auto corner = [&](size_t v) { return query.at(myLeaves[c.place / 4].corner(c.place % 4, v), f); };
     const UT_Vector3D p[3] = {corner(0), corner(1), corner(2)};
@@ -443,8 +443,8 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
         GUtriangleParameters(c.b, hit);
     } else if (shape.kind == Shape::MESH) {
         const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);
-        const int cell = static_cast<int>(part / 4), cols = mesh.cellCols(), row = cell / cols;
-        const uint32_t i = part % 4, j = (i + 1) % 4;
+        const int cell = static_cast<int>(part() / 4), cols = mesh.cellCols(), row = cell / cols;
+        const uint32_t i = part() % 4, j = (i + 1) % 4;
         const auto along = [&](uint32_t k, uint32_t first, uint32_t second) { return k == first || k == second; };
         const double x = c.b[0] * along(i, 1, 2) + c.b[1] * along(j, 1, 2) + 0.5 * c.b[2];
         const double y = c.b[0] * along(i, 2, 3) + c.b[1] * along(j, 2, 3) + 0.5 * c.b[2];
@@ -453,7 +453,7 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
     } else {
         const UT_Vector3D normal = outlineNormal(shape, f);
         hit.normal = unitOrZero(normal, normal.length());
-        GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit);
+        GUfanParameters(part(), shape.vertices, c.b[0], c.b[1], hit);
     }
     return hit;
 }

@@ -34,40 +34,12 @@ struct GU_SweepTopology::Reader {
         return true;
     }
 
-    /// Whether the words are those at `at`. What differs from these differs before it could be longer: kinds and counts
-    /// come first.
-    bool equals(const uint32_t* at) const {
-        constexpr size_t AHEAD = 12;
-        const auto word = [&at](uint32_t w) { return w == *at++; };
-        const uint32_t* const number = numbers.data();
-        const GB_RecordView vertex = vertices;
-        for (size_t n = 0, end = prims.entries(); n < end; ++n) {
-            if (n + AHEAD < end) __builtin_prefetch(prims[n + AHEAD]);
-            const GEO_Primitive& prim = *prims[n];
-            if (prim.getPrimitiveId() != GEOPRIMPOLY) {
-                if (!readOther(prim, word)) return false;
-                continue;
-            }
-            const auto& poly = static_cast<const GEO_PrimPoly&>(prim);
-            const std::span<const uint32_t> slots = poly.vertexSlots();
-            uint32_t different = (at[0] ^ wordOf(poly)) | (at[1] ^ static_cast<uint32_t>(slots.size()));
-            if (different) return false;
-            at += 2;
-            for (const uint32_t slot : slots)
-                different |= *at++ ^ number[reinterpret_cast<const GEO_Vertex*>(vertex(slot))->pointSlot()];
-            if (different) return false;
-        }
-        return true;
-    }
-
 private:
-    static uint32_t wordOf(const GEO_PrimPoly& poly) {
-        return GEOPRIMPOLY | (poly.GEO_PrimPoly::isClosed() ? CLOSED : 0); // not a virtual call
-    }
     template <class Word> bool read(const GEO_Primitive& prim, Word& word) const {
         if (prim.getPrimitiveId() != GEOPRIMPOLY) return readOther(prim, word);
         const auto& poly = static_cast<const GEO_PrimPoly&>(prim);
-        return word(wordOf(poly)) && readVertices(poly.vertexSlots(), word);
+        const bool closed = poly.GEO_PrimPoly::isClosed(); // not a virtual call
+        return word(GEOPRIMPOLY | (closed ? CLOSED : 0)) && readVertices(poly.vertexSlots(), word);
     }
     template <class Word> bool readVertices(std::span<const uint32_t> slots, Word& word) const {
         if (!word(static_cast<uint32_t>(slots.size()))) return false;
@@ -106,5 +78,6 @@ GU_SweepTopology::GU_SweepTopology(const GU_Detail& detail)
 
 bool GU_SweepTopology::matches(const GU_Detail& detail) const {
     if (detail.points().entries() != myPoints || detail.primitives().entries() != myPrims) return false;
-    return Reader(detail).equals(myWords.data());
+    // What differs from what is here differs before it could be longer: kinds and counts come first.
+    return Reader(detail).readAll([at = myWords.data()](uint32_t word) mutable { return word == *at++; });
 }
