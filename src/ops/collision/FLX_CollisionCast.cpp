@@ -43,7 +43,7 @@ const GU_RayHit* FLX_Collision::closest(const GU_RayIntersect& rays, const UT_Ve
                                         const UT_Vector3& direction, float low, float high, int find) {
     myInfo.setRange(low, high);
     myInfo.setFindType(find);
-    if (find == GU_FIND_CLOSEST && low == 0 && myAhead.answers(myTurn, rays, origin, direction, high, myInfo))
+    if (find == GU_FIND_CLOSEST && myAhead.answers(myTurn, rays, origin, direction, low, high, myInfo))
         return myInfo.getPrim() ? &myInfo.getHit() : nullptr;
     // What the sieve let through comes near something, and so does what has just bounced.
     const bool hit =
@@ -55,11 +55,11 @@ const GU_RayHit* FLX_Collision::closest(const GU_RayIntersect& rays, const UT_Ve
 void FLX_Collision::castAhead(GEO_Point* const* points, size_t count, float tolerance) {
     myAhead.clear();
     const GU_RayIntersect* rays = myCollider.rays();
-    if (myHint != FLX_GeoHint::Static || !rays) return;
+    if (!mySieve.knowsCells() || !rays) return; // most would be far from everything
     myAhead.begin(*rays);
     for (size_t i = 0; i < count; ++i) {
         const FLX_SurfaceRay ray = firstRay(myRules, points[i]);
-        myAhead.add(ray.origin, ray.direction, ray.length + tolerance);
+        myAhead.add(ray.origin, ray.direction, 0, ray.length + tolerance);
     }
     myAhead.cast();
 }

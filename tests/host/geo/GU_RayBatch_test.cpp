@@ -10,7 +10,7 @@ namespace {
 
 struct Ray {
     UT_Vector3 org, dir;
-    float reach;
+    float reach, low = 0;
 };
 
 bool same(const GU_RayHit& a, const GU_RayHit& b) {
@@ -27,24 +27,29 @@ int compare(const GU_Detail& detail, const std::vector<Ray>& rays, const char* w
     for (size_t first = 0; first < rays.size(); first += GU_RayBatch::MOST) {
         const size_t count = std::min(rays.size() - first, GU_RayBatch::MOST);
         batch.begin(structure);
-        for (size_t i = 0; i < count; ++i) batch.add(rays[first + i].org, rays[first + i].dir, rays[first + i].reach);
+        for (size_t i = 0; i < count; ++i) {
+            const auto& [org, dir, reach, low] = rays[first + i];
+            batch.add(org, dir, low, reach);
+        }
         batch.cast();
         for (size_t i = 0; i < count; ++i) {
-            const auto& [org, dir, reach] = rays[first + i];
+            const auto& [org, dir, reach, low] = rays[first + i];
             const bool isNumber = org == org && dir == dir && reach == reach;
-            plain.init(reach);
+            plain.init(reach, low);
             const int found = structure.sendRay(org, dir, plain);
-            EXPECT_EQ(batch.answers(i, structure, org, dir, reach, ahead), isNumber) << what << ", ray " << first + i;
+            EXPECT_EQ(batch.answers(i, structure, org, dir, low, reach, ahead), isNumber)
+                << what << ", ray " << first + i;
             EXPECT_TRUE(!isNumber || same(ahead.getHit(), plain.getHit())) << what << ", ray " << first + i;
             EXPECT_TRUE(!found || plain.getHit().number == plain.getPrim()->getNum()) << what;
             hits += found;
             // Whoever asks for anything else has to cast it.
-            EXPECT_FALSE(batch.answers(i, other, org, dir, reach, ahead));
-            EXPECT_FALSE(batch.answers(i, structure, org + UT_Vector3(1, 0, 0), dir, reach, ahead));
-            EXPECT_FALSE(batch.answers(i, structure, org, dir + UT_Vector3(0, 1, 0), reach, ahead));
-            EXPECT_FALSE(batch.answers(i, structure, org, dir, -3 - reach, ahead));
+            EXPECT_FALSE(batch.answers(i, other, org, dir, low, reach, ahead));
+            EXPECT_FALSE(batch.answers(i, structure, org + UT_Vector3(1, 0, 0), dir, low, reach, ahead));
+            EXPECT_FALSE(batch.answers(i, structure, org, dir + UT_Vector3(0, 1, 0), low, reach, ahead));
+            EXPECT_FALSE(batch.answers(i, structure, org, dir, low, -3 - reach, ahead));
+            EXPECT_FALSE(batch.answers(i, structure, org, dir, low - 1, reach, ahead));
         }
-        EXPECT_FALSE(batch.answers(count, structure, rays[first].org, rays[first].dir, rays[first].reach, ahead));
+        EXPECT_FALSE(batch.answers(count, structure, rays[first].org, rays[first].dir, 0, rays[first].reach, ahead));
     }
     return hits;
 }
@@ -52,7 +57,8 @@ int compare(const GU_Detail& detail, const std::vector<Ray>& rays, const char* w
 std::vector<Ray> raysAbout(RayRandom& random, int count, double size, double shortest, double longest) {
     std::vector<Ray> rays;
     for (int i = 0; i < count; ++i)
-        rays.push_back({random.vector(-size, size), random.direction(), float(random(shortest, longest))});
+        rays.push_back({random.vector(-size, size), random.direction(), float(random(shortest, longest)),
+                        i % 4 ? 0 : float(random(-1, 1))});
     return rays;
 }
 
