@@ -51,15 +51,20 @@ const GU_RayHit* FLX_Collision::closest(const GU_RayIntersect& rays, const UT_Ve
     return hit ? &myInfo.getHit() : nullptr;
 }
 
-// Before the first of these particles has its turn. Should that change another one, the ray is not the one asked for.
+// Before the first of these particles has its turn: the ray along the move, or, where most moves are far from
+// everything, the one that measures the distance ahead. Should a turn change another of the particles, the ray is not
+// the one that is asked for.
 void FLX_Collision::castAhead(GEO_Point* const* points, size_t count, float tolerance) {
     myAhead.clear();
     const GU_RayIntersect* rays = myCollider.rays();
-    if (!mySieve.knowsCells() || !rays) return; // most would be far from everything
+    if (myHint != FLX_GeoHint::Static || !rays) return;
     myAhead.begin(*rays);
     for (size_t i = 0; i < count; ++i) {
         const FLX_SurfaceRay ray = firstRay(myRules, points[i]);
-        myAhead.add(ray.origin, ray.direction, 0, ray.length + tolerance);
+        if (mySieve.knowsCells())
+            myAhead.add(ray.origin, ray.direction, 0, ray.length + tolerance);
+        else
+            myAhead.add(ray.origin, ray.direction, ray.length, FAR);
     }
     myAhead.cast();
 }
