@@ -29,10 +29,7 @@ struct GU_RayBatch::Store {
 };
 
 GU_RayBatch::GU_RayBatch()
-    : myStore(std::make_unique<Store>()) {
-    myStore->rays.reserve(MOST);
-    myStore->walks.reserve(MOST);
-}
+    : myStore(std::make_unique<Store>()) {}
 
 GU_RayBatch::~GU_RayBatch() = default;
 
@@ -41,6 +38,9 @@ void GU_RayBatch::begin(const GU_RayIntersect& rays) { begin(&rays); }
 void GU_RayBatch::begin(const GU_RayIntersect* rays) {
     myRays = rays;
     myStore->rays.clear();
+    if (!rays) return;
+    myStore->rays.reserve(MOST);
+    myStore->walks.reserve(MOST);
 }
 
 void GU_RayBatch::add(const UT_Vector3& org, const UT_Vector3& dir, float low, float high) {

@@ -14,7 +14,7 @@ class GU_RayIntersect;
 /// GU_RayIntersect::sendRay would say.
 class GU_RayBatch {
 public:
-    static constexpr size_t MOST = GU_Bvh::MOST_WALKS;
+    static constexpr size_t MOST = GU_Bvh::MOST_WALKS; ///< rays
 
     GU_RayBatch();
     ~GU_RayBatch();
