@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <vector>
 
 /// A line as the boxes of a GU_Bvh see it, in units in which the largest component of its direction is 1.
@@ -36,6 +37,7 @@ struct GU_BvhLine {
 class GU_Bvh {
 public:
     static constexpr uint32_t NO_ITEM = 0xffffffffu;
+    static constexpr size_t MOST_WALKS = 32; ///< side by side
 
     /// Items are the indices of the boxes, all of which must be valid and finite.
     void build(const std::vector<UT_BoundingBox>& boxes);
@@ -52,6 +54,12 @@ public:
     /// Calls visit(leaf number) for every leaf that the line may meet, roughly front to back. visit may shrink the
     /// range. A visitor with a member ahead(leaf number) is told beforehand which leaves come next.
     template <bool Furthest, class Visit> void along(GU_BvhLine& line, Visit&& visit) const;
+    /// One of several lines that go through the tree side by side.
+    class Walk;
+    /// The same for several lines at once: calls visit(walk number, leaf number). They take turns, a node each, so that
+    /// the nodes and leaves of one come from memory while others are looked at. `visit` has a member ahead(leaf
+    /// number).
+    template <class Visit> void alongEach(std::span<Walk> walks, Visit&& visit) const;
     /// Calls visit(leaf number) -> float for leaves that may hold something nearer to p than the square root of
     /// `distance2`, which visit's result replaces, roughly from near to far.
     template <class Visit> void around(const UT_Vector3& p, float distance2, Visit&& visit) const;
@@ -88,6 +96,8 @@ private:
             }
         }
     };
+    /// Looks at one more node; false when there is none left.
+    template <class Visit> bool takeTurn(Walk& walk, uint32_t number, Visit&& visit) const;
     template <bool Furthest>
     static int crossed(const Node& node, int first, const GU_BvhLine& line, const Slabs& slabs, GU_Float4& keys);
     static int near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys);
@@ -193,6 +203,75 @@ template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit
             if (Furthest ? -entry.key >= line.reach : entry.key <= std::max(-line.low, line.high)) next = entry.node;
         }
     }
+}
+
+class GU_Bvh::Walk {
+public:
+    /// The line stays where it is; visitors may shrink its range.
+    explicit Walk(GU_BvhLine& line)
+        : myLine(&line)
+        , mySlabs(line) {}
+
+private:
+    friend class GU_Bvh;
+    GU_BvhLine* myLine;
+    Slabs mySlabs;
+    int32_t myNext = EMPTY; ///< node that has been asked for
+    int myTop = 0;
+    int myLeafCount = 0;
+    uint32_t myLeaves[WIDTH]; ///< that have been asked for
+    Entry myStack[STACK + 8]; ///< the stacks of many walks are not to share lines of the cache
+};
+
+template <class Visit> void GU_Bvh::alongEach(std::span<Walk> walks, Visit&& visit) const {
+    uint32_t walking[MOST_WALKS];
+    auto count = static_cast<uint32_t>(myRoot == EMPTY ? 0 : walks.size());
+    for (uint32_t i = 0; i < count; ++i) {
+        if (myRoot < 0) visit(i, static_cast<uint32_t>(~myRoot));
+        walks[i].myNext = myRoot;
+        walking[i] = i;
+    }
+    if (myRoot < 0) return;
+    while (count)
+        for (uint32_t i = 0; i < count;)
+            if (takeTurn(walks[walking[i]], walking[i], visit))
+                ++i;
+            else
+                walking[i] = walking[--count];
+}
+
+template <class Visit> bool GU_Bvh::takeTurn(Walk& walk, uint32_t number, Visit&& visit) const {
+    for (; walk.myLeafCount; --walk.myLeafCount) visit(number, walk.myLeaves[walk.myLeafCount - 1]);
+    const GU_BvhLine& line = *walk.myLine;
+    int32_t next = walk.myNext;
+    while (next == EMPTY) {
+        if (walk.myTop == 0) return false;
+        const Entry entry = walk.myStack[--walk.myTop];
+        if (entry.key <= std::max(-line.low, line.high)) next = entry.node;
+    }
+    const Node& node = myNodes[static_cast<size_t>(next)];
+    GU_Float4 distances[2];
+    const int mask = crossed<false>(node, 0, line, walk.mySlabs, distances[0]) |
+                     crossed<false>(node, 4, line, walk.mySlabs, distances[1]) << 4;
+    const int inner = mask & ~node.leaves;
+    next = EMPTY;
+    if (inner && !(inner & (inner - 1))) {
+        next = node.child[std::countr_zero(static_cast<unsigned>(inner))];
+    } else if (inner) {
+        float keys[WIDTH];
+        distances[0].store(keys);
+        distances[1].store(keys + 4);
+        push(node, inner, keys, walk.myStack, walk.myTop);
+        next = walk.myStack[--walk.myTop].node;
+    }
+    if (next != EMPTY) prefetch(next);
+    walk.myNext = next;
+    for (int leaves = mask & node.leaves; leaves; leaves &= leaves - 1) {
+        const auto leaf = static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]);
+        visit.ahead(leaf);
+        walk.myLeaves[walk.myLeafCount++] = leaf;
+    }
+    return next != EMPTY || walk.myTop || walk.myLeafCount;
 }
 
 template <class Visit> void GU_Bvh::around(const UT_Vector3& p, float distance2, Visit&& visit) const {

@@ -11,7 +11,10 @@ struct GU_Float4 {
     __m128 v;
     static GU_Float4 splat(float x) { return {_mm_set1_ps(x)}; }
     static GU_Float4 load(const float* p) { return {_mm_load_ps(p)}; } ///< p aligned to 16 bytes
+    static GU_Float4 loadAny(const float* p) { return {_mm_loadu_ps(p)}; }
     void store(float* p) const { _mm_storeu_ps(p, v); }
+    /// Towards zero; lanes that no int can hold give nothing of use.
+    void storeInts(int* p) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_cvttps_epi32(v)); }
     friend GU_Float4 operator+(GU_Float4 a, GU_Float4 b) { return {_mm_add_ps(a.v, b.v)}; }
     friend GU_Float4 operator-(GU_Float4 a, GU_Float4 b) { return {_mm_sub_ps(a.v, b.v)}; }
     friend GU_Float4 operator*(GU_Float4 a, GU_Float4 b) { return {_mm_mul_ps(a.v, b.v)}; }
@@ -33,8 +36,12 @@ struct GU_Float4 {
     template <class F> static int bits(F f) { return f(0) | f(1) << 1 | f(2) << 2 | f(3) << 3; }
     static GU_Float4 splat(float x) { return {{x, x, x, x}}; }
     static GU_Float4 load(const float* p) { return {{p[0], p[1], p[2], p[3]}}; }
+    static GU_Float4 loadAny(const float* p) { return load(p); }
     void store(float* p) const {
         for (int i = 0; i < 4; ++i) p[i] = v[i];
+    }
+    void storeInts(int* p) const {
+        for (int i = 0; i < 4; ++i) p[i] = v[i] > -2e9f && v[i] < 2e9f ? static_cast<int>(v[i]) : 0;
     }
     friend GU_Float4 operator+(GU_Float4 a, GU_Float4 b) {
         return each([&](int i) { return a.v[i] + b.v[i]; });

@@ -19,7 +19,8 @@ void GU_RayCells::build(const std::vector<UT_BoundingBox>& boxes, const UT_Bound
     myRows.assign(size_t(SIZE) * SIZE, 0);
     size_t budget = boxes.size() * 16 + size_t(SIZE) * SIZE * 16; // large boxes on top of each other
     for (const UT_BoundingBox& box : boxes) {
-        const Range r = rangeOf(box.vmin(), box.vmax());
+        const UT_Vector3 &low = box.vmin(), &high = box.vmax();
+        const Range r = rangeOf(GU_Float4::of(low.x(), low.y(), low.z()), GU_Float4::of(high.x(), high.y(), high.z()));
         const size_t rows = size_t(r.last[1] - r.first[1] + 1) * size_t(r.last[2] - r.first[2] + 1);
         if (rows > budget) return myRows.clear();
         budget -= rows;

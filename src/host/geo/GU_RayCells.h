@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/geo/GU_Float4.h"
 #include "host/ut/UT_BoundingBox.h"
 #include "host/ut/UT_Vector3.h"
 
@@ -16,14 +17,24 @@ public:
     /// True when no box meets the one between `low` and `high`. False says nothing: where that takes long to find out
     /// it is not tried.
     bool isClear(const UT_Vector3& low, const UT_Vector3& high) const {
+        return isClear(GU_Float4::of(low.x(), low.y(), low.z()), GU_Float4::of(high.x(), high.y(), high.z()));
+    }
+    /// The same; the fourth lanes do not matter.
+    bool isClear(GU_Float4 low, GU_Float4 high) const {
         if (myRows.empty()) return false;
         const Range r = rangeOf(low, high);
-        constexpr int MOST_ROWS = 32;
-        if ((r.last[1] - r.first[1] + 1) * (r.last[2] - r.first[2] + 1) > MOST_ROWS) return false;
+        const int rows = r.last[1] - r.first[1], layers = r.last[2] - r.first[2];
         const uint64_t bits = r.bits();
+        if (rows <= 2 && layers <= 2) { // most moves, and no loops to be foreseen
+            const int i = r.first[1] + (rows >> 1), j = r.first[2] + (layers >> 1);
+            const auto along = [&](int layer) { return at(r.first[1], layer) | at(i, layer) | at(r.last[1], layer); };
+            return ((along(r.first[2]) | along(j) | along(r.last[2])) & bits) == 0;
+        }
+        constexpr int MOST_ROWS = 32;
+        if ((rows + 1) * (layers + 1) > MOST_ROWS) return false;
         uint64_t met = 0;
         for (int j = r.first[2]; j <= r.last[2]; ++j)
-            for (int i = r.first[1]; i <= r.last[1]; ++i) met |= myRows[row(i, j)];
+            for (int i = r.first[1]; i <= r.last[1]; ++i) met |= at(i, j);
         return (met & bits) == 0;
     }
 
@@ -34,22 +45,26 @@ private:
         uint64_t bits() const { return (~uint64_t(0) >> (63 - (last[0] - first[0]))) << first[0]; }
     };
     static size_t row(int i, int j) { return static_cast<size_t>(j) * SIZE + static_cast<size_t>(i); }
+    uint64_t at(int i, int j) const { return myRows[row(i, j)]; }
     // Rounding is monotonous: what overlaps has overlapping ranges.
-    int cell(float x, int k) const {
-        const float at = (x - myLow[k]) * myScale[k];
-        return static_cast<int>(at > 0 ? (at < SIZE - 1 ? at : SIZE - 1) : 0);
+    void cells(GU_Float4 x, int (&to)[4]) const {
+        const GU_Float4 at = (x - GU_Float4::load(myLow)) * GU_Float4::load(myScale);
+        min(max(at, GU_Float4::splat(0)), GU_Float4::splat(SIZE - 1)).storeInts(to); // what is no number goes to 0
     }
-    Range rangeOf(const UT_Vector3& low, const UT_Vector3& high) const {
+    Range rangeOf(GU_Float4 low, GU_Float4 high) const {
+        int first[4], last[4];
+        cells(low, first);
+        cells(high, last);
         Range r;
         for (int i = 0; i < 3; ++i) {
-            const int k = myAxes[i];
-            r.first[i] = cell(low[k], k);
-            r.last[i] = cell(high[k], k);
+            r.first[i] = first[myAxes[i]];
+            r.last[i] = last[myAxes[i]];
         }
         return r;
     }
 
     std::vector<uint64_t> myRows; ///< one word per row along the thinnest axis; empty: not known
-    float myLow[3] = {0, 0, 0}, myScale[3] = {0, 0, 0};
+    alignas(16) float myLow[4] = {0, 0, 0, 0};
+    alignas(16) float myScale[4] = {0, 0, 0, 0};
     int myAxes[3] = {0, 1, 2}; ///< the thinnest one, which most moves cross most cells of, first
 };

@@ -14,6 +14,7 @@ enum GU_RayFindType { GU_FIND_CLOSEST = 0, GU_FIND_FURTHEST = 1, GU_FIND_ALL = 2
 /// A place on a primitive that a ray or a nearest-point search found.
 struct GU_RayHit {
     const GEO_Primitive* prim = nullptr;
+    int number = -1;            ///< of the primitive
     float distance = 0;         ///< in lengths of the ray's direction; in world units for nearest points
     float u = 0, v = 0;         ///< the primitive's own parameters, as evaluatePosition takes them
     UT_Vector3 normal{0, 0, 0}; ///< unit normal there; (0, 0, 0) on a degenerate primitive
@@ -83,6 +84,7 @@ public:
     const std::vector<GU_RayHit>& getHits() const { return myHits; }
 
 private:
+    friend class GU_RayBatch;
     friend class GU_RayIntersect;
     friend class GU_RaySweep;
     float myMin, myMax;

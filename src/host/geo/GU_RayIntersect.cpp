@@ -3,40 +3,17 @@
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
 #include "host/geo/GU_RayPolygon.h"
-#include "host/geo/GU_RaySearch.h"
+#include "host/geo/GU_RayQuery.h"
 #include "host/geo/GU_RaySweep.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-/// One ray on its way through the structure.
-struct GU_RayIntersect::Query : GU_RaySearch {
-    Query(const UT_Vector3& o, const UT_Vector3& d, const GU_RayInfo& info, const UT_BoundingBox& scene,
-          std::vector<GU_RayCandidate>& list)
-        : GU_RaySearch(o, d, info, list)
-        , frame(o, d)
-        , axes{frame.x(), frame.y(), frame.z()}
-        , shearX(GU_Float4::splat(static_cast<float>(frame.shearX())))
-        , shearY(GU_Float4::splat(static_cast<float>(frame.shearY())))
-        , perDepth(GU_Float4::splat(static_cast<float>(frame.scale()))) {
-        for (int k = 0; k < 3; ++k) from[k] = GU_Float4::splat(org[axes[k]]);
-        aim(UT_Vector3D(o), UT_Vector3D(d), low, high, scene);
-    }
-
-    GU_RayFrame frame;
-    int axes[3];
-    GU_Float4 from[3], shearX, shearY, perDepth; ///< the frame in float, for four triangles at once
-    OutlineAnswer outline;
-};
-
 struct GU_RayIntersect::Visitor {
     const GU_RayIntersect& rays;
     Query& query;
-    void ahead(uint32_t leaf) const {
-        const char* p = reinterpret_cast<const char*>(&rays.myLeaves[leaf]);
-        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
-    }
+    void ahead(uint32_t leaf) const { rays.fetchLeaf(leaf); }
     void operator()(uint32_t leaf) const { rays.visitLeaf(leaf, query); }
 };
 
@@ -132,11 +109,24 @@ GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
 }
 
 int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+    return cast<false>(org, dir, info);
+}
+
+int GU_RayIntersect::sendNearRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+    return cast<true>(org, dir, info);
+}
+
+bool GU_RayIntersect::isRay(const UT_Vector3& org, const UT_Vector3& dir, float low, float high) {
+    return GUisFinite(org) && GUisFinite(dir) && dir != UT_Vector3(0, 0, 0) && low <= high;
+}
+
+template <bool IsNear> int GU_RayIntersect::cast(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
     if (mySweep) return mySweep->sendRay(org, dir, info);
     info.reset();
     info.myCandidates.clear();
-    if (!GUisFinite(org) || !GUisFinite(dir) || dir == UT_Vector3(0, 0, 0) || !(info.myMin <= info.myMax)) return 0;
-    if (GU_RaySearch::passesBy(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, myCells)) return 0;
+    if (!isRay(org, dir, info.myMin, info.myMax)) return 0;
+    if (!IsNear && GU_RaySearch::passesBy(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, myCells))
+        return 0;
     Query query(org, dir, info, myBox, info.myCandidates);
     const Visitor visit{*this, query};
     if (query.find == GU_FIND_FURTHEST)
@@ -281,6 +271,7 @@ GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& po
     const GU_RayShape& shape = myShapes.shapes()[c.shape];
     GU_RayHit hit;
     hit.prim = shape.prim;
+    hit.number = static_cast<int>(shape.number);
     hit.distance = c.t;
     hit.normal = shape.normal;
     if (shape.kind == GU_RayShape::TRIANGLE) {

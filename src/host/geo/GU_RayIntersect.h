@@ -69,6 +69,9 @@ public:
     /// Finds what `info` asks for on org + distance * dir; dir need not have length 1. Non-zero on a hit, which is in
     /// `info`. A zero (but for deforming geometry) or non-finite direction, or a non-finite origin, hits nothing.
     int sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const;
+    /// The same, faster for rays that come near something and slower for others: it does not ask first whether the ray
+    /// stays clear of everything.
+    int sendNearRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const;
 
     /// Non-zero when p lies inside the closed surfaces. When every edge of the geometry is used equally often in both
     /// directions (closed and consistently wound), inside is where the winding number is not 0, so overlapping solids
@@ -91,12 +94,15 @@ public:
     /// True when nothing that can be hit is between `low` and `high`, for sure; found out at little cost. False when
     /// it takes a ray to know.
     bool isClear(const UT_Vector3& low, const UT_Vector3& high) const { return myCells.isClear(low, high); }
+    /// The same; the fourth lanes do not matter.
+    bool isClear(GU_Float4 low, GU_Float4 high) const { return myCells.isClear(low, high); }
     /// Number of primitives that can be hit.
     size_t entries() const;
     /// Number of primitives that have a surface but cannot be hit: quadrics in deforming geometry.
     size_t skipped() const;
 
 private:
+    friend class GU_RayBatch;
     /// Four items as the search visits them: corners[vertex][axis][lane]. Lanes of items that are no triangles hold
     /// NaN.
     struct alignas(64) Leaf {
@@ -110,11 +116,17 @@ private:
         uint32_t item(uint32_t i) const { return lane[i] & ~SPECIAL; }
     };
     struct Query;
+    static bool isRay(const UT_Vector3& org, const UT_Vector3& dir, float low, float high);
+    template <bool IsNear> int cast(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const;
     using Corners = GU_RayShapes::Triangle;
     void build();
     void fillLeaves();
     uint32_t laneOf(uint32_t item) const;
     Corners corners(uint32_t place) const;
+    void fetchLeaf(uint32_t leaf) const {
+        const char* p = reinterpret_cast<const char*>(&myLeaves[leaf]);
+        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
+    }
     void visitLeaf(uint32_t leaf, Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
     void testSpecial(uint32_t place, Query& query) const;

@@ -61,7 +61,9 @@ void GU_RayShapes::dropBuildData() {
 }
 
 void GU_RayShapes::beginShape(const GEO_Primitive& prim, GU_RayShape::Kind kind, uint32_t first, int vertices) {
-    myShapes.push_back({&prim, kind, first, static_cast<uint32_t>(vertices), UT_Vector3(0, 0, 0)});
+    constexpr uint32_t MOST = (1u << 29) - 1; // far more than fit into memory
+    const auto number = static_cast<uint32_t>(prim.getNum()), corners = static_cast<uint32_t>(vertices);
+    myShapes.push_back({&prim, number, first, corners & MOST, kind, UT_Vector3(0, 0, 0)});
 }
 
 void GU_RayShapes::addEdge(uint64_t from, uint64_t to) {

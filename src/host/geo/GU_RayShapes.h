@@ -17,7 +17,7 @@ class GU_Detail;
 
 /// A primitive that can be hit, and how it was taken apart.
 struct GU_RayShape {
-    enum Kind {
+    enum Kind : uint8_t {
         TRIANGLE, ///< one item
         QUAD,     ///< flat and convex: two items
         FAN,      ///< item i: vertices i and i + 1 and the vertex mean
@@ -26,11 +26,13 @@ struct GU_RayShape {
         QUADRIC,
     };
     const GEO_Primitive* prim;
-    Kind kind;
-    uint32_t first;    ///< index of the quadric, or of the outline's first vertex
-    uint32_t vertices; ///< vertex count of a polygon
+    uint32_t number;        ///< of the primitive, which a hit tells without looking at it
+    uint32_t first;         ///< index of the quadric, or of the outline's first vertex
+    uint32_t vertices : 29; ///< vertex count of a polygon
+    Kind kind : 3;
     UT_Vector3 normal; ///< of a polygon
 };
+static_assert(sizeof(GU_RayShape) <= 32, "two to a cache line");
 
 /// One piece of a shape.
 struct GU_RayItem {

@@ -36,11 +36,17 @@ struct GU_RaySweep::Query : GU_RaySearch {
         const double begin = rate > 0 ? -start / rate : first, end = rate > 0 ? length : last;
         const double knots[SECTIONS + 1] = {first, std::clamp(begin, first, last), std::clamp(end, first, last), last};
         std::copy(knots, knots + SECTIONS + 1, ends);
+        meetsStep = !(rate > 0) || (first <= length && last >= begin);
+    }
+    /// Whether the range has more of the section than a moment that belongs to the step.
+    bool isUsed(uint32_t which) const {
+        if (which == 1) return meetsStep;
+        if (ends[which] < ends[which + 1]) return true;
+        return !meetsStep && (which == 0 ? ends[0] < 0 : ends[0] > 0); // all of the range is one moment
     }
 
     /// Turns to a section, false when nothing can be met during it.
     bool enter(uint32_t which, const GU_RaySweep& sweep) {
-        if (!isUsed(which)) return false;
         section = which;
         const UT_Vector3D drift(sweep.mySurface.drift());
         const double first = ends[which], last = ends[which + 1];
@@ -63,6 +69,7 @@ struct GU_RaySweep::Query : GU_RaySearch {
     }
 
     double start, rate = 0;
+    bool meetsStep; ///< the range does
     UT_Vector3D origin, way;
     double ends[SECTIONS + 1]; ///< of the sections
     uint32_t section = 1;      ///< the one at hand
@@ -73,15 +80,7 @@ struct GU_RaySweep::Query : GU_RaySearch {
     } view;
 
 private:
-    double length() const { return (1 - start) / rate; }
     double startOf(uint32_t which) const { return which == 0 ? 0 : which == 1 ? start : 1; }
-    // Whether the range has more of the section than a moment that belongs to the step.
-    bool isUsed(uint32_t which) const {
-        const bool meetsStep = !(rate > 0) || (ends[0] <= length() && ends[SECTIONS] >= -start / rate);
-        if (which == 1) return meetsStep;
-        if (ends[which] < ends[which + 1]) return true;
-        return !meetsStep && (which == 0 ? ends[0] < 0 : ends[0] > 0); // all of the range is one moment
-    }
     void setView(const UT_BoundingBox& world) {
         for (uint32_t e = 0; e < 2; ++e)
             view.fraction[e] = static_cast<float>(section == 1 ? fraction(ends[1 + e]) : startOf(section));
@@ -137,8 +136,12 @@ void GU_RaySweep::findPlaces() {
     for (size_t l = 0; l < myLeaves.size(); ++l) {
         const uint32_t* items = myBvh.leafItems(l);
         for (size_t i = 0; i < 4; ++i) {
+            const uint32_t item = items[i] == GU_Bvh::NO_ITEM ? items[0] : items[i];
+            const uint32_t shape = mySurface.items()[item].shape;
+            const Shape::Kind kind = mySurface.shapes()[shape].kind;
             myLeaves[l].item[i] = items[i];
-            const auto& corners = mySurface.corners()[items[i] == GU_Bvh::NO_ITEM ? items[0] : items[i]];
+            myLeaves[l].shape[i] = shape | (kind == Shape::FAN || kind == Shape::FOLDED ? Leaf::MAY_FOLD : 0);
+            const auto& corners = mySurface.corners()[item];
             for (size_t v = 0; v < 3; ++v) myLeafPlaces[l].at[v][i] = corners[v];
         }
     }
@@ -210,14 +213,23 @@ struct GU_RaySweep::Visitor {
     void operator()(uint32_t leaf) const { sweep.visitLeaf(leaf, query); }
 };
 
+// Whatever the surfaces do, they do it in their box. False when something is no number.
+bool GU_RaySweep::staysOutside(const UT_Vector3& org, const UT_Vector3& dir, float low, float high) const {
+    const auto lanes = [](const UT_Vector3& v) { return GU_Float4::of(v.x(), v.y(), v.z()); };
+    const GU_Float4 from = lanes(org), way = lanes(dir);
+    const GU_Float4 a = from + way * GU_Float4::splat(low), b = from + way * GU_Float4::splat(high);
+    const GU_Float4 slop = GU_Float4::splat(2e-6f) * (abs(a) + abs(b) + abs(from)); // far above the rounding
+    return (less(lanes(myBox.vmax()), min(a, b) - slop) | less(max(a, b) + slop, lanes(myBox.vmin()))) != 0;
+}
+
 int GU_RaySweep::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
     info.reset();
     info.myCandidates.clear();
+    if (staysOutside(org, dir, info.myMin, info.myMax)) return 0;
     if (!GUisFinite(org) || !GUisFinite(dir) || !(info.myMin <= info.myMax)) return 0;
-    UT_Vector3 low, high; // whatever the surfaces do, they do it in their box
-    if (GU_RaySearch::passesBox(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, low, high)) return 0;
     Query query(org, dir, info, info.myCandidates);
-    for (uint32_t section : {1u, 2u, 0u}) walk(section, query);
+    for (uint32_t section : {1u, 2u, 0u})
+        if (query.isUsed(section)) walk(section, query);
     if (query.find == GU_FIND_ALL)
         finishAll(info, query);
     else if (query.found)
@@ -322,7 +334,9 @@ void GU_RaySweep::visitLeaf(uint32_t number, Query& query) const {
 
 void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
     const Leaf& leaf = myLeaves[place / 4];
-    const uint32_t item = leaf.item[place % 4];
+    const uint32_t item = leaf.item[place % 4], number = leaf.shape[place % 4] & ~Leaf::MAY_FOLD;
+    const Shape& shape = mySurface.shapes()[number];
+    __builtin_prefetch(&shape); // of which a hit will tell
     GU_SweptTriangle triangle;
     for (size_t k = 0; k < 3; ++k) query.look(leaf.corner(place % 4, k), triangle.at[k], triangle.speed[k]);
     GU_SweptHit hits[GU_MOST_SWEPT_HITS];
@@ -330,12 +344,12 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
     for (int i = 0; i < count; ++i) {
         const GU_SweptHit& hit = hits[i];
         if (!query.isWanted(static_cast<float>(hit.s))) continue;
-        const Shape& shape = mySurface.shapes()[mySurface.items()[item].shape];
+        const bool mayFold = leaf.shape[place % 4] & Leaf::MAY_FOLD;
         const bool rim = hit.b[2] < 1e-9; // the outline belongs to the polygon
-        if (shape.kind == Shape::FOLDED && !rim && !outlineHolds(shape, query, hit.s)) continue;
+        if (mayFold && !rim && shape.kind == Shape::FOLDED && !outlineHolds(shape, query, hit.s)) continue;
         query.add({static_cast<float>(hit.s),
                    static_cast<float>(hit.slack + 2.4e-7 * std::fabs(hit.s)),
-                   mySurface.items()[item].shape,
+                   number,
                    item,
                    place,
                    {static_cast<float>(hit.b[0]), static_cast<float>(hit.b[1]), static_cast<float>(hit.b[2])},
@@ -415,21 +429,22 @@ void GU_RaySweep::finishAll(GU_RayInfo& info, const Query& query) const {
 
 GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) const {
     const Shape& shape = mySurface.shapes()[c.shape];
-    const uint32_t part = mySurface.items()[c.item].part;
+    const auto part = [&] { return mySurface.items()[c.item].part; };
     const double f = query.fraction(c.t);
     const auto corner = [&](size_t v) { return query.at(myLeaves[c.place / 4].corner(c.place % 4, v), f); };
     const UT_Vector3D p[3] = {corner(0), corner(1), corner(2)};
     const UT_Vector3D a = p[1] - p[0], b = p[2] - p[0];
     GU_RayHit hit;
     hit.prim = shape.prim;
+    hit.number = static_cast<int>(shape.number);
     hit.distance = c.t;
     hit.normal = unitOrZero(cross(a, b), a.length2() + b.length2() + (b - a).length2());
     if (shape.kind == Shape::TRIANGLE) {
         GUtriangleParameters(c.b, hit);
     } else if (shape.kind == Shape::MESH) {
         const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);
-        const int cell = static_cast<int>(part / 4), cols = mesh.cellCols(), row = cell / cols;
-        const uint32_t i = part % 4, j = (i + 1) % 4;
+        const int cell = static_cast<int>(part() / 4), cols = mesh.cellCols(), row = cell / cols;
+        const uint32_t i = part() % 4, j = (i + 1) % 4;
         const auto along = [&](uint32_t k, uint32_t first, uint32_t second) { return k == first || k == second; };
         const double x = c.b[0] * along(i, 1, 2) + c.b[1] * along(j, 1, 2) + 0.5 * c.b[2];
         const double y = c.b[0] * along(i, 2, 3) + c.b[1] * along(j, 2, 3) + 0.5 * c.b[2];
@@ -438,7 +453,7 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
     } else {
         const UT_Vector3D normal = outlineNormal(shape, f);
         hit.normal = unitOrZero(normal, normal.length());
-        GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit);
+        GUfanParameters(part(), shape.vertices, c.b[0], c.b[1], hit);
     }
     return hit;
 }

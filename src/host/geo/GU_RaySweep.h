@@ -32,9 +32,11 @@ private:
     using Shape = GU_SweptSurface::Shape;
     using Moving = GU_SweptSurface::Moving;
     /// corners[begin or end][vertex][axis][lane]
-    struct alignas(16) Leaf {
+    struct alignas(64) Leaf {
+        static constexpr uint32_t MAY_FOLD = 0x80000000u; ///< a shape that may be folded: look at it
         float corners[2][3][3][4];
         uint32_t item[4];
+        uint32_t shape[4]; ///< of the items, with the bit MAY_FOLD
         Moving corner(uint32_t lane, size_t v) const {
             const auto& p = corners;
             return {{p[0][v][0][lane], p[0][v][1][lane], p[0][v][2][lane]},
@@ -53,6 +55,7 @@ private:
     void findPlaces();
     void fillLeaf(size_t number, GU_Float4 (&low)[2], GU_Float4 (&high)[2]);
     Boxes itemBoxes() const;
+    bool staysOutside(const UT_Vector3& org, const UT_Vector3& dir, float low, float high) const;
     void walk(uint32_t section, Query& query) const;
     void visitLeaf(uint32_t leaf, Query& query) const;
     /// Bits of the lanes that cannot be met during the section.

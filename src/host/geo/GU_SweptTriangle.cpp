@@ -134,19 +134,24 @@ void Sweep::setCubic() {
     myError = ROUNDING * std::sqrt(std::max(a.length2(), b.length2())) * edge2;
 }
 
-// Where sign * cubic, which grows from low to high, reaches the level: Newton's method within a bisection.
+// Where sign * cubic, which grows from low to high, reaches the level: Newton's method from where the chord does, with
+// a halving where its step leaves the range or is not half of the one before (compare Press et al., "Numerical
+// Recipes", 9.4).
 double Sweep::solve(double low, double high, double level, double sign, const Quadratic& slope) const {
-    double x = 0.5 * (low + high);
+    constexpr double KNOWN = 2e-16;
+    const double from = sign * myCubic.at(low) - level, to = sign * myCubic.at(high) - level;
+    const double chord = low + (high - low) * (from / (from - to));
+    double x = chord > low && chord < high ? chord : 0.5 * (low + high), last = high - low;
     for (int i = 0; i < 100; ++i) {
         const double f = sign * myCubic.at(x) - level;
         if (f == 0) return x;
         (f < 0 ? low : high) = x;
-        if (!(high - low > 2e-16)) break;
-        const double next = x - f / (sign * slope.at(x));
-        const bool tame = next > low && next < high;
-        if (tame && std::fabs(next - x) < 1e-17) return next;
-        // Newton's steps may creep; every third one is a halving.
-        x = tame && i % 3 != 2 ? next : 0.5 * (low + high);
+        if (!(high - low > KNOWN)) break;
+        const double step = f / (sign * slope.at(x)), next = x - step;
+        if (std::fabs(step) <= KNOWN) return std::clamp(next, low, high);
+        const bool tame = next > low && next < high && std::fabs(step) < 0.5 * last;
+        last = tame ? std::fabs(step) : 0.5 * (high - low);
+        x = tame ? next : 0.5 * (low + high);
     }
     return 0.5 * (low + high);
 }

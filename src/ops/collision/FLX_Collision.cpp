@@ -7,6 +7,7 @@
 #include "core/FLX_SurfaceCache.h"
 #include "host/node/SOP_Node.h"
 #include "host/ut/UT_ErrorTable.h"
+#include "ops/collision/FLX_CollisionPass.h"
 
 namespace {
 
@@ -100,6 +101,38 @@ void FLX_Collision::addAttrib(void* data) {
 
 // ---- the cook
 
+/// What the loop does with a particle; it keeps the operator's set-up until it has run.
+class FLX_Collision::Turn {
+public:
+    Turn(FLX_Collision& collision, std::shared_ptr<void> waiting)
+        : myCollision(&collision)
+        , myWaiting(std::move(waiting)) {}
+
+    const FLX_MoveSieve& sieve() const { return myCollision->mySieve; }
+    template <class... Values> void operator()(GEO_Point* p, const auto& tolerance, const Values&... values) const {
+        withValues([&](const FLX_HitValues& v) { myCollision->changePoint(p, tolerance, v); }, values...);
+    }
+    /// For what the sieve let through: some particles, and then, each at its turn, sweeps of these.
+    void prepare(GEO_Point* const* points, size_t count, const auto& tolerance) const {
+        myCollision->castAhead(points, count, tolerance());
+    }
+    template <class... Values>
+    void sweep(size_t i, GEO_Point* p, const auto& tolerance, const Values&... values) const {
+        myCollision->myTurn = i;
+        withValues([&](const FLX_HitValues& v) { myCollision->sweepPoint(p, tolerance(), v); }, values...);
+        myCollision->myTurn = NOT_CAST;
+    }
+
+private:
+    static void withValues(const auto& work, const auto& normal, const auto& tangent, const auto& impulse,
+                           const auto& index) {
+        work(FLX_HitValues{tangent, normal, impulse, index});
+    }
+
+    FLX_Collision* myCollision;
+    std::shared_ptr<void> myWaiting;
+};
+
 UT_ErrorSeverity FLX_Collision::cookFlx(OP_Context& opContext) {
     return cookParticles(opContext, [&](FLX_ParticleCook& cook) {
         setUpSweeps(cook.context(), cook.time());
@@ -111,13 +144,8 @@ UT_ErrorSeverity FLX_Collision::cookFlx(OP_Context& opContext) {
         if (!mayRun()) return;
         const auto waiting = std::make_shared<int>();
         myWaiting = waiting;
-        cook.each(
-            DONE,
-            [this, waiting](GEO_Point* p, const auto& reach, const auto& normal, const auto& tangent,
-                            const auto& impulse, const auto& index) {
-                changePoint(p, reach, {tangent, normal, impulse, index});
-            },
-            late(tolerance), late(gainNormal), late(gainTangent), late(minImpulse), late(hitIndex));
+        cook.each(DONE, Turn(*this, waiting), FLX_CollisionTolerance(tolerance), late(gainNormal), late(gainTangent),
+                  late(minImpulse), late(hitIndex));
         if (myEvent.isstring() && myHits > 0) cook.context().addEvent(myEvent, cook.time());
     });
 }
@@ -182,6 +210,8 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
         myPath = pathFor(context, t);
     }
     myRules.surfaces = mySurfaces.get();
+    const bool still = myHint == FLX_GeoHint::Static;
+    mySieve = FLX_MoveSieve(myRules, myCollider.reach(), still ? myCollider.rays() : nullptr);
     myWantsTexture = myRules.at.hitUV >= 0;
     myWantsDiffuse = myRules.at.hitDiffuse >= 0;
     myPassUse = whatIsWritten();
@@ -217,8 +247,13 @@ UT_String FLX_Collision::pathFor(const FLX_ContextData& context, float t) {
 
 void FLX_Collision::changePoint(GEO_Point* point, FLX_FunctionRef<float()> tolerance, const FLX_HitValues& values) {
     if (!(point->castAttribData<float>(myRules.at.core.life)[0] > 0)) return;
-    myTolerance = tolerance();
-    if (passesBy(point) || !sweep(point, values)) return;
+    const float reach = tolerance();
+    if (!mySieve.passesBy(point, reach)) sweepPoint(point, reach, values);
+}
+
+void FLX_Collision::sweepPoint(GEO_Point* point, float tolerance, const FLX_HitValues& values) {
+    myTolerance = tolerance;
+    if (!sweep(point, values)) return;
     ++myHits;
     if (mySpeedOffset >= 0)
         *point->castAttribData<float>(mySpeedOffset) =
@@ -233,27 +268,6 @@ int FLX_Collision::sweep(GEO_Point* point, const FLX_HitValues& values) {
     case FLX_GeoHint::Static: break;
     }
     return intersectParticle(myRules, values, point);
-}
-
-// A move that ends far from everything needs no sweep. With "dist" it does: somebody wants to know how far.
-bool FLX_Collision::passesBy(const GEO_Point* point) const {
-    if (myRules.at.distance >= 0) return false;
-    const UT_BoundingBox& box = myCollider.reach();
-    const float* move = point->castAttribData<float>(myRules.at.core.backtrack);
-    const UT_Vector4& end = point->getPos();
-    float margin = std::max(myTolerance, myRules.sides.backStep);
-    if (myRules.sides.hasNormalStep())
-        margin = std::max(margin, myRules.sides.normalStep *
-                                      point->castAttribData<UT_Vector3>(myRules.sides.previousNormal)->length());
-    UT_Vector3 low, high;
-    for (int k = 0; k < 3; ++k) {
-        const float from = end[k] - move[k] * move[3], to = end[k];
-        const float slack = margin + 1e-5f * std::max(std::fabs(from), std::fabs(to));
-        low[k] = std::min(from, to) - slack;
-        high[k] = std::max(from, to) + slack;
-        if (high[k] < box.vmin()[k] || low[k] > box.vmax()[k]) return true;
-    }
-    return myHint == FLX_GeoHint::Static && myCollider.rays() && myCollider.rays()->isClear(low, high);
 }
 
 int FLX_Collision::getOversampledGeoVelocity(int k, UT_Vector3& velocity) {

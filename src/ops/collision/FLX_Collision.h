@@ -1,8 +1,10 @@
 #pragma once
 
+#include "host/geo/GU_RayBatch.h"
 #include "host/geo/GU_RayInfo.h"
 #include "ops/collision/FLX_Collider.h"
 #include "ops/collision/FLX_IntersectBase.h"
+#include "ops/collision/FLX_MoveSieve.h"
 #include "vars/FLX_GroupParms.h"
 
 /// Finds the particles whose last move crossed the surface of some geometry, and lets them die, bounce, stop, stick,
@@ -78,9 +80,11 @@ private:
     FLX_PassUse whatIsWritten() const;
     UT_String pathFor(const FLX_ContextData& context, float t);
 
+    class Turn;
     void changePoint(GEO_Point* point, FLX_FunctionRef<float()> tolerance, const FLX_HitValues& values);
+    void sweepPoint(GEO_Point* point, float tolerance, const FLX_HitValues& values);
     int sweep(GEO_Point* point, const FLX_HitValues& values);
-    bool passesBy(const GEO_Point* point) const;
+    void castAhead(GEO_Point* const* points, size_t count, float tolerance);
 
     // ---- casting (FLX_CollisionCast.cpp)
     const GU_RayHit* cast(const GU_RayIntersect& rays, const FLX_SurfaceRay& ray, float reach, bool startCounts);
@@ -97,6 +101,7 @@ private:
     FLX_GeoHint myHint = FLX_GeoHint::Static;
     int myBehavior = FLX_HIT_DIE, myParts = 1;
     FLX_SweepRules myRules;
+    FLX_MoveSieve mySieve;
     std::unique_ptr<FLX_SurfaceCache> mySurfaces;
     UT_String myPath, myEvent;
     GB_PointGroup* myHitGroup = nullptr;
@@ -107,4 +112,7 @@ private:
     // ---- of one particle
     float myTolerance = 0;
     GU_RayInfo myInfo;
+    GU_RayBatch myAhead;      ///< the first rays of some particles
+    size_t myTurn = NOT_CAST; ///< which of them is the particle's
+    static constexpr size_t NOT_CAST = ~size_t(0);
 };

@@ -12,7 +12,7 @@ constexpr float FAR = 1e18f;
 // Parameters and normals of two hits that are this close are one place on the surface.
 bool isSameIntersectionPt(const FLX_SurfaceHit& a, const GU_RayHit& b) {
     constexpr float SAME_PLACE = 0.01f, SAME_NORMAL = 0.99f;
-    return a.prim == b.prim->getNum() && std::fabs(a.u - b.u) < SAME_PLACE && std::fabs(a.v - b.v) < SAME_PLACE &&
+    return a.prim == b.number && std::fabs(a.u - b.u) < SAME_PLACE && std::fabs(a.v - b.v) < SAME_PLACE &&
            dot(a.normal, b.normal) >= SAME_NORMAL;
 }
 
@@ -43,7 +43,30 @@ const GU_RayHit* FLX_Collision::closest(const GU_RayIntersect& rays, const UT_Ve
                                         const UT_Vector3& direction, float low, float high, int find) {
     myInfo.setRange(low, high);
     myInfo.setFindType(find);
-    return rays.sendRay(origin, direction, myInfo) ? &myInfo.getHit() : nullptr;
+    if (find == GU_FIND_CLOSEST && myAhead.answers(myTurn, rays, origin, direction, low, high, myInfo))
+        return myInfo.getPrim() ? &myInfo.getHit() : nullptr;
+    // What the sieve let through comes near something, and so does what has just bounced.
+    const bool hit =
+        mySieve.knowsCells() ? rays.sendNearRay(origin, direction, myInfo) : rays.sendRay(origin, direction, myInfo);
+    return hit ? &myInfo.getHit() : nullptr;
+}
+
+// Before the first of these particles has its turn: the ray along the move, or, where most moves are far from
+// everything, the one that measures the distance ahead. Should a turn change another of the particles, the ray is not
+// the one that is asked for.
+void FLX_Collision::castAhead(GEO_Point* const* points, size_t count, float tolerance) {
+    myAhead.clear();
+    const GU_RayIntersect* rays = myCollider.rays();
+    if (myHint != FLX_GeoHint::Static || !rays) return;
+    myAhead.begin(*rays);
+    for (size_t i = 0; i < count; ++i) {
+        const FLX_SurfaceRay ray = firstRay(myRules, points[i]);
+        if (mySieve.knowsCells())
+            myAhead.add(ray.origin, ray.direction, 0, ray.length + tolerance);
+        else
+            myAhead.add(ray.origin, ray.direction, ray.length, FAR);
+    }
+    myAhead.cast();
 }
 
 // The closest hit, but for the one that the ray starts on: then the next.
@@ -72,7 +95,7 @@ int FLX_Collision::intersectVertexWithMovingGeometry(const FLX_SurfaceRay& ray, 
     if (!rays) return 0;
     const float reach = myTolerance + ray.length;
     const GU_RayHit* found = closest(*rays, ray.origin, ray.direction, 0, reach);
-    if (found && ray.previous && found->prim->getNum() == ray.previous->prim)
+    if (found && ray.previous && found->number == ray.previous->prim)
         found = closest(*rays, ray.origin, ray.direction, 0, reach, GU_FIND_FURTHEST);
     const int hits = report(found, *rays, ray, hit);
     if (hits || !(myTolerance > 0)) return hits;
@@ -113,7 +136,7 @@ int FLX_Collision::report(const GU_RayHit* found, const GU_RayIntersect& rays, c
         return 0;
     }
     if (ray.distance) *ray.distance = ray.direction.length() * found->distance;
-    hit.prim = found->prim->getNum();
+    hit.prim = found->number;
     hit.u = found->u;
     hit.v = found->v;
     hit.t = found->distance;

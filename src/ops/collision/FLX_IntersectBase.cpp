@@ -13,9 +13,14 @@ constexpr float LEAST_COSINE = 0.005f;
 
 bool goesOn(const FLX_Sweep& sweep) { return !(std::fabs(sweep.left) <= NO_TIME); }
 
-FLX_SurfaceRay rayAlongMove(const FLX_Sweep& sweep) {
-    FLX_SurfaceRay ray{sweep.at, sweep.velocity * sweep.left, 0};
+FLX_SurfaceRay rayAlong(const UT_Vector3& from, const UT_Vector3& velocity, float time) {
+    FLX_SurfaceRay ray{from, velocity * time, 0};
     ray.length = ray.direction.normalize();
+    return ray;
+}
+
+FLX_SurfaceRay rayAlongMove(const FLX_Sweep& sweep) {
+    FLX_SurfaceRay ray = rayAlong(sweep.at, sweep.velocity, sweep.left);
     ray.distance = sweep.distance();
     ray.previous = sweep.previous();
     return ray;
@@ -45,6 +50,11 @@ struct FLX_IntersectBase::Side {
     int* stored;
     int local = 0;
 };
+
+FLX_SurfaceRay FLX_IntersectBase::firstRay(const FLX_SweepRules& rules, const GEO_Point* point) {
+    const FLX_Sweep::Move move(rules.at, point);
+    return rayAlong(move.from, move.velocity, move.time);
+}
 
 int FLX_IntersectBase::intersectParticle(const FLX_SweepRules& rules, const FLX_HitValues& values, GEO_Point* point) {
     FLX_Sweep sweep(rules, values, point);

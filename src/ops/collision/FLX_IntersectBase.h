@@ -21,6 +21,9 @@ protected:
     virtual int intersectParticleWithDeformingGeometry(const FLX_SweepRules& rules, const FLX_HitValues& values,
                                                        GEO_Point* point);
 
+    /// The first ray that intersectParticle sends, if any.
+    static FLX_SurfaceRay firstRay(const FLX_SweepRules& rules, const GEO_Point* point);
+
     // ---- hooks: what a ray meets. Non-zero on a hit, which fills the output.
     virtual int intersectVertex(const FLX_SurfaceRay&, FLX_SurfaceHit&) { return 0; }
     virtual int intersectVertexWithMovingGeometry(const FLX_SurfaceRay&, FLX_SurfaceHit&) { return 0; }

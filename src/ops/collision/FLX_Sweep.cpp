@@ -32,15 +32,22 @@ FLX_Sweep::FLX_Sweep(const FLX_SweepRules& r, const FLX_HitValues& v, GEO_Point*
     , point(p)
     , behavior(r.behavior) {}
 
+FLX_Sweep::Move::Move(const FLX_SweepOffsets& at, const GEO_Point* point) {
+    const float* backtrack = point->castAttribData<float>(at.core.backtrack);
+    velocity.assign(backtrack[0], backtrack[1], backtrack[2]);
+    time = backtrack[3];
+    from = UT_Vector3(point->getPos()) - velocity * time;
+}
+
 bool FLX_Sweep::begin() {
     put(rules.at.distance, -1.0f);
     const bool attaches = behavior == FLX_HIT_STICK || behavior == FLX_HIT_SLIDE;
     const bool attachable = rules.at.posPath >= 0 && rules.at.posPrim >= 0 && rules.at.posUV >= 0 && rules.paths;
     if (attaches && !attachable) return false;
-    const float* backtrack = point->castAttribData<float>(rules.at.core.backtrack);
-    velocity.assign(backtrack[0], backtrack[1], backtrack[2]);
-    left = backtrack[3];
-    at = UT_Vector3(point->getPos()) - velocity * left;
+    const Move move(rules.at, point);
+    velocity = move.velocity;
+    left = move.time;
+    at = move.from;
     return true;
 }
 

@@ -88,6 +88,12 @@ class FLX_Sweep {
 public:
     FLX_Sweep(const FLX_SweepRules& rules, const FLX_HitValues& values, GEO_Point* point);
 
+    /// Where the last move of a particle began, with what velocity, and how long ago.
+    struct Move {
+        Move(const FLX_SweepOffsets& at, const GEO_Point* point);
+        UT_Vector3 from, velocity;
+        float time;
+    };
     /// Takes the move from "backtrack". False when the particle is not to be swept at all.
     bool begin();
     /// Writes what the particle hit: `place` is where, `fraction` how much of the time left had passed.
