@@ -164,6 +164,63 @@ TEST(Collision, BouncesSeveralTimesInOneStepWithinItsAccuracy) {
     }
 }
 
+// Between two faces of opposite sides at one place nobody gets away.
+TEST(Collision, BouncesInOneStepAreLimited) {
+    CollisionRig rig([](GU_Detail& detail, float) {
+        addFloor(detail);
+        addFace(detail, {{-5, 0, -5}, {5, 0, -5}, {5, 0, 5}, {-5, 0, 5}});
+    });
+    rig.set({{"behavior", 1}, {"bounce", 2000000000}, {"enforceorient", 0}, {"donumhit", 1}});
+    rig.fly({0.3f, 0.5f, 0.2f}, {0, -24, 0}, "warning OP 5: bounce: more than 10000; 10000 is used instead");
+    EXPECT_EQ(rig.net.intValue("numhit", 0), 10000);
+}
+
+// Four quads, or the triangles of a mesh, that meet at the origin: a particle falls on the place where all meet, or on
+// an edge between two.
+TEST(Collision, WhereFacesMeetIsHitOnce) {
+    const auto tiles = [](int corners) {
+        return [=](GU_Detail& detail, float) {
+            for (const float x : {-1.0f, 0.0f})
+                for (const float z : {-1.0f, 0.0f}) {
+                    const UT_Vector3 a(x, 0, z + 1), b(x + 1, 0, z + 1), c(x + 1, 0, z), d(x, 0, z);
+                    if (corners == 4) addFace(detail, {a, b, c, d});
+                    if (corners == 3) addFace(detail, {a, b, c}), addFace(detail, {a, c, d});
+                }
+        };
+    };
+    struct Case {
+        const char* name;
+        std::initializer_list<std::pair<const char*, double>> values;
+    };
+    const Case cases[] = {{"static", {}},
+                          {"either side", {{"enforceorient", 0}}},
+                          {"side remembered", {{"dohittest", 1}, {"donormalstep", 1}}},
+                          {"deforming", {{"geohint", 2}}}};
+    for (const Case& c : cases)
+        for (const int corners : {3, 4})
+            for (const float z : {0.0f, 0.25f}) {
+                SCOPED_TRACE(testing::Message() << c.name << ", " << corners << " corners, at " << z);
+                CollisionRig rig(tiles(corners));
+                rig.set({{"behavior", 1}, {"gaintan", 0.5}, {"donumhit", 1}});
+                rig.set(c.values);
+                rig.fly({0, 0.25f, z}, {0, -12, 0});
+                EXPECT_EQ(rig.net.intValue("numhit", 0), 1);
+                expectNear(rig.velocity(), {0, 12, 0}, 1e-5);
+                expectNear(rig.position(), {0, 0.25f, z}, 1e-5);
+            }
+    CollisionRig born(tiles(4));
+    born.fly({0, 0, 0}, {1, 1, 0});
+    EXPECT_EQ(born.state(), 0) << "it leaves the surface it starts on";
+    CollisionRig valley([](GU_Detail& detail, float) { // so flat that the normals are nearly one
+        addFace(detail, {{-1, 0.03f, 1}, {0, 0, 1}, {0, 0, -1}, {-1, 0.03f, -1}});
+        addFace(detail, {{0, 0, 1}, {1, 0.03f, 1}, {1, 0.03f, -1}, {0, 0, -1}});
+    });
+    valley.set({{"behavior", 1}, {"donumhit", 1}});
+    valley.fly({-0.50000125f, 0.02f, 0}, {24, -0.96f, 0}); // five millionths before the bottom
+    EXPECT_EQ(valley.net.intValue("numhit", 0), 2) << "off one side into the other";
+    EXPECT_GT(valley.position().y(), 0);
+}
+
 TEST(Collision, WeakBouncesEndInTheFinalBehaviour) {
     // The impulse is 0.4 * (1 + gain).
     struct Case {

@@ -1,6 +1,7 @@
 // What the rays of a collision's sweeps meet.
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include "ops/collision/FLX_Collision.h"
 
@@ -9,15 +10,22 @@ namespace {
 constexpr float AT_START = 1e-5f;
 constexpr float FAR = 1e18f;
 
+constexpr float SAME_NORMAL = 0.99f;
+
 // Parameters and normals of two hits that are this close are one place on the surface.
 bool isSameIntersectionPt(const FLX_SurfaceHit& a, const GU_RayHit& b) {
-    constexpr float SAME_PLACE = 0.01f, SAME_NORMAL = 0.99f;
+    constexpr float SAME_PLACE = 0.01f;
     return a.prim == b.prim->getNum() && std::fabs(a.u - b.u) < SAME_PLACE && std::fabs(a.v - b.v) < SAME_PLACE &&
            dot(a.normal, b.normal) >= SAME_NORMAL;
 }
 
+// The faces that meet at an edge or a vertex are one surface there: what the ray leaves with one of them, it leaves.
+bool leavesBoth(const UT_Vector3& direction, const UT_Vector3& a, const UT_Vector3& b) {
+    return dot(a, b) >= SAME_NORMAL && dot(direction, a) * dot(direction, b) > 0;
+}
+
 // The last of the hits at the smallest reach that halving finds to hold exactly two, or at the one it ends with.
-const GU_RayHit* secondHit(const std::vector<GU_RayHit>& hits, float reach) {
+const GU_RayHit* secondHit(std::span<const GU_RayHit> hits, float reach) {
     const auto within = [&](float end) {
         const auto beyond =
             std::upper_bound(hits.begin(), hits.end(), end, [](float e, const GU_RayHit& h) { return e < h.distance; });
@@ -53,11 +61,17 @@ const GU_RayHit* FLX_Collision::cast(const GU_RayIntersect& rays, const FLX_Surf
     const auto find = ray.previous ? GU_FIND_ALL : GU_FIND_CLOSEST;
     const GU_RayHit* first = closest(rays, ray.origin, ray.direction, 0, reach, find);
     if (!first) return nullptr;
-    const bool isStart = ray.previous ? isSameIntersectionPt(*ray.previous, *first)
-                                      : !startCounts && std::fabs(first->distance) <= AT_START;
+    const bool atStart = std::fabs(first->distance) <= AT_START;
+    const bool isStart = ray.previous ? isSameIntersectionPt(*ray.previous, *first) ||
+                                            (atStart && leavesBoth(ray.direction, ray.previous->normal, first->normal))
+                                      : !startCounts && atStart;
     if (!isStart) return first;
     if (!ray.previous) closest(rays, ray.origin, ray.direction, 0, reach, GU_FIND_ALL);
-    return myInfo.getHitCount() == 1 ? nullptr : secondHit(myInfo.getHits(), reach);
+    std::span<const GU_RayHit> hits(myInfo.getHits());
+    while (hits.size() > 1 && hits[1].distance - hits[0].distance <= AT_START &&
+           leavesBoth(ray.direction, hits[0].normal, hits[1].normal))
+        hits = hits.subspan(1);
+    return hits.size() == 1 ? nullptr : secondHit(hits, reach);
 }
 
 int FLX_Collision::intersectVertex(const FLX_SurfaceRay& ray, FLX_SurfaceHit& hit) {
