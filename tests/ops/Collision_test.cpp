@@ -2,6 +2,7 @@
 #include "ops/CollisionRig.h"
 
 #include "host/node/SOP_Node.h"
+#include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_Interrupt.h"
 
 namespace {
@@ -429,6 +430,28 @@ TEST(Collision, TheSideIsRememberedOverSteps) {
             EXPECT_EQ(rig.net.intValue("side", 0), -1);
         }
     }
+}
+
+// Named like something that particles have, the attribute for the side is done without, and the bounce is as ever.
+TEST(Collision, TheSideTakesNoOtherAttributesPlace) {
+    for (const char* name : {"P", "pstate", "life", "id", "numhit", "Cd"})
+        for (const char* parm : {"hittestattrib", "prevhitnmlattrib"}) {
+            SCOPED_TRACE(std::string(parm) + " " + name);
+            CollisionRig rig(floorAtZero);
+            rig.set({{"behavior", 1}, {"dohittest", 1}, {"donormalstep", 1}, {"donumhit", 1}});
+            rig.hit.setString(parm, name);
+            rig.start();
+            ASSERT_EQ(rig.hit.setupErrors().size(), 1u);
+            const UT_Error& told = *rig.hit.setupErrors().begin();
+            EXPECT_EQ(UTerrorBrief(told), std::string("warning FLX 9: ") + name + " is a standard attribute");
+            EXPECT_EQ(rig.net.detail().pointAttribs().find("P"), nullptr);
+            rig.place(0, FROM, THROW);
+            rig.net.step();
+            EXPECT_EQ(rig.state(), FLX_JUSTHIT);
+            EXPECT_EQ(rig.net.intValue("numhit", 0), 1);
+            EXPECT_NEAR(rig.net.value("life", 0), DT, 1e-6);
+            expectNear(rig.velocity(), {1, 12, 0.5f}, 1e-5);
+        }
 }
 
 TEST(Collision, ParticlesThatSlippedThroughAreBroughtBack) {

@@ -99,7 +99,10 @@ void FLX_Collision::addAttrib(void* data) {
     const bool sides = BEHAVIOR() == FLX_HIT_BOUNCE && GEOHINT() == 0 && ENFORCEORIENT() && DOHITTEST();
     if (!sides) return;
     const auto add = [&](const UT_String& name, int size, GB_AttribType type) {
-        if (name.isstring() && context->getDetail()->pointAttribs().append(name.str(), size, type) < 0)
+        if (!name.isstring()) return;
+        if (FLXisStandardAttrib(name.str()))
+            addWarning(FLX_ERR_ATTRIB_CREATE, (name + " is a standard attribute").c_str());
+        else if (context->getDetail()->pointAttribs().append(name.str(), size, type) < 0)
             addWarning(FLX_ERR_ATTRIB_CREATE, name.c_str());
     };
     add(HITTESTATTRIB(), 4, GB_ATTRIB_INT);
@@ -203,10 +206,13 @@ FLX_PassUse FLX_Collision::whatIsWritten() const {
 void FLX_Collision::setUpSides(const GU_Detail& particles, float t) {
     FLX_SideRules& sides = myRules.sides;
     sides.enforced = true;
-    if (DOHITTEST()) sides.side = particles.pointAttribs().getOffset(HITTESTATTRIB().str(), 4, GB_ATTRIB_INT);
+    const auto own = [&](const UT_String& name, int size, GB_AttribType type) {
+        return FLXisStandardAttrib(name.str()) ? -1 : particles.pointAttribs().getOffset(name.str(), size, type);
+    };
+    if (DOHITTEST()) sides.side = own(HITTESTATTRIB(), 4, GB_ATTRIB_INT);
     if (sides.side >= 0) sides.backStep = BACKSTEP(t);
     if (!DONORMALSTEP()) return;
-    sides.previousNormal = particles.pointAttribs().getOffset(PREVHITNMLATTRIB().str(), 12, GB_ATTRIB_VECTOR);
+    sides.previousNormal = own(PREVHITNMLATTRIB(), 12, GB_ATTRIB_VECTOR);
     if (sides.previousNormal >= 0) sides.normalStep = NORMALSTEP(t);
 }
 
