@@ -208,6 +208,8 @@ TEST_F(FormatNativeText, RefusesWithOneClearLine) {
          "pointattribs[0]: \"g\" is no hexadecimal digit"},
         {R"({"flxgeo": 1, "points": 0, "P": [], "vertexattribs": [{"name": "a", "type": "int", "size": 1, "default": [0], "values": []}, {"name": "a", "type": "int", "size": 1, "default": [0], "values": []}]})",
          "vertex attribute \"a\" stands there twice"},
+        {R"({"flxgeo": 1, "points": 0, "P": [], "pointattribs": [{"name": "P", "type": "int", "size": 1, "default": [0], "values": []}]})",
+         "point attribute P is the position"},
         {R"({"flxgeo": 1, "points": 0, "P": [], "pointgroups": [{"name": "g", "points": [0]}]})",
          "point group \"g\": member 0, but there are only 0"},
         {R"({"flxgeo": 1, "points": 0, "P": [], "primgroups": [{"name": "a b", "prims": []}]})",
