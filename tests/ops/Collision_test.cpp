@@ -132,6 +132,13 @@ TEST(Collision, RecordsWhereAndWhenItHit) {
     EXPECT_EQ(rig.net.value("dist", 0), -1) << "nothing above";
 }
 
+TEST(Collision, HitIdsStayWithinAnInt) {
+    CollisionRig rig([](GU_Detail& detail, float) { addFloor(detail, -9), addFloor(detail); });
+    rig.set({{"dohitid", 1}, {"hituse", 1}, {"hitindex", 2147483647}});
+    rig.fly(FROM, THROW);
+    EXPECT_EQ(rig.net.value("hitid", 0), 2147483648.0f); // the float next to it
+}
+
 TEST(Collision, DistanceIsThatOfTheSurfaceAhead) {
     CollisionRig rig(floorAtZero);
     rig.set({{"behavior", 1}, {"dodistance", 1}});
