@@ -12,7 +12,7 @@ class Nesting {
 public:
     Nesting(int& depth, const EV_Emitter& emitter, size_t offset)
         : myDepth(depth) {
-        if (myDepth >= EV_MAX_NESTING)
+        if (myDepth > EV_MAX_NESTING) // the whole expression is not inside anything
             emitter.fail(EV_ERR_LIMIT, offset, "nested deeper than " + std::to_string(EV_MAX_NESTING));
         ++myDepth;
     }

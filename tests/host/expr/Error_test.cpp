@@ -99,10 +99,10 @@ TEST_F(Error, limits) {
     const auto nested = [](int depth) {
         return std::string(size_t(depth), '(') + "1" + std::string(size_t(depth), ')');
     };
-    EXPECT_EQ(evaluate(nested(199), scope).error, "");
-    EXPECT_EQ(evaluate(nested(199), scope).number, 1);
-    EXPECT_EQ(evaluate(nested(200), scope).error,
-              fmt::format("\"{:(<97}...\": nested deeper than 200 at column 201", ""));
+    EXPECT_EQ(evaluate(nested(200), scope).error, "");
+    EXPECT_EQ(evaluate(nested(200), scope).number, 1);
+    EXPECT_EQ(evaluate(nested(201), scope).error,
+              fmt::format("\"{:(<97}...\": nested deeper than 200 at column 202", ""));
     for (const char* open : {"(", "-", "!", "2^", "1?", "1?2:", "sin(", "vector3(1,2,3)[", "1||", "if(1,"}) {
         std::string text;
         while (text.size() < EV_MAX_TEXT - 20) text += open;
