@@ -40,7 +40,7 @@ protected:
         SCOPED_TRACE(why);
         EXPECT_EQ(result.status, 4);
         EXPECT_EQ(result.err.substr(0, result.err.find('\n')),
-                  "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: " + why);
+                  "scene.json: /obj/thing/mesh: error OP 6: File problem: mesh.ply: " + why);
         EXPECT_EQ(appeared(), std::vector<std::string>{});
     }
 };
@@ -78,8 +78,9 @@ TEST_F(Rejects, BadMeshesEndTheRunBeforeAFileAppears) {
     const ToolResult missing = run();
     EXPECT_EQ(missing.status, 4);
     EXPECT_EQ(missing.err,
-              "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: cannot open the file: No such file or directory\n"
-              "scene.json: /obj/fx/birth: error FLX 6: /obj/thing/mesh\n");
+              "scene.json: /obj/thing/mesh: error OP 6: File problem: mesh.ply: cannot open the file: No such file or "
+              "directory\n"
+              "scene.json: /obj/fx/birth: error FLX 6: The geometry could not be cooked: /obj/thing/mesh\n");
     EXPECT_EQ(appeared(), std::vector<std::string>{});
     const std::string points = "0 0 0\n1 0 0\n0 1 0\n";
     expectBadMesh(ply(3, points, "3 0 1 7"),
@@ -144,7 +145,8 @@ TEST_F(Rejects, BirthsWithoutEndAreRefused) {
             scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": )" + std::string(rate) + "}}"));
         const ToolResult result = run();
         EXPECT_EQ(result.status, 5);
-        EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: more than 16777216 births in one cook: lower the "
+        EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: A limit was reached: more than 16777216 births "
+                              "in one cook: lower the "
                               "birth rates\n");
     }
 }
@@ -160,8 +162,8 @@ TEST_F(Rejects, BadTogglesOfTheSetUpAreTold) {
     put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"doid": "$NOPE"}})"));
     const ToolResult result = run();
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err,
-              "scene.json: /obj/fx/birth: error OP 1: doid: \"$NOPE\": unknown variable $NOPE at column 1\n");
+    EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 1: Expression failed: doid: \"$NOPE\": unknown variable "
+                          "$NOPE at column 1\n");
 }
 
 // Between two births the source grows from 4 to 60 points, and its group moves past the first 4.
@@ -188,9 +190,9 @@ TEST_F(Rejects, NodesInErrorAreToldOnceAndTheRunGoesOn) {
         {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}})"));
     const ToolResult result = run();
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err,
-              "scene.json: /obj/fx/pull: error OP 1: scale: \"$VXX * 2\": unknown variable $VXX at column 1; did "
-              "you mean $VX?\n");
+    EXPECT_EQ(result.err, "scene.json: /obj/fx/pull: error OP 1: Expression failed: scale: \"$VXX * 2\": unknown "
+                          "variable $VXX at column 1; did "
+                          "you mean $VX?\n");
     EXPECT_EQ(appeared().size(), 4u);
     const ToolResult dump = flx({"dump", "scene.json", "--frame", "3"});
     EXPECT_EQ(dump.status, 1);
