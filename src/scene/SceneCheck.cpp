@@ -109,14 +109,14 @@ private:
                 add(true, fmt::format("\"{}\": \"{}\": a number is needed, this is {}", row.token, expression->text(),
                                       EV_typeName(expression->resultType())));
             else if (row.variables != PRM_Variables::PerElement)
-                checkVariables(*expression);
+                checkVariables(*expression, expression->text());
         } else if (!keys) {
             checkOrdinal(row, component.constant);
         }
     }
     /// Local variables where they are refused: an error, or a warning when a condition stands before the first. Where
     /// they just have no value: a warning.
-    void checkVariables(const EV_EXPRESSION& expression) {
+    void checkVariables(const EV_EXPRESSION& expression, const std::string& whole) {
         const EV_Code& code = expression.code();
         const auto jump = std::find_if(code.program.code.begin(), code.program.code.end(), [](const VM_Instruction& i) {
             return i.op == VM_Op::JumpNone || i.op == VM_Op::JumpAll;
@@ -126,7 +126,7 @@ private:
         };
         const auto read = std::find_if(code.program.code.begin(), code.program.code.end(), reads);
         if (read == code.program.code.end()) return;
-        const EV_Error error = EV_noValueError(EV_ERR_VARIABLE, expression.text(), code.sites[read->target].offset);
+        const EV_Error error = EV_noValueError(EV_ERR_VARIABLE, whole, code.sites[read->target].offset);
         const bool refused = myParm->row().variables == PRM_Variables::Refused;
         add(refused && read < jump, fmt::format("\"{}\": {}{}", myParm->row().token, error.message,
                                                 refused ? "" : "; it is read once per cook, for all"));
@@ -167,6 +167,10 @@ private:
         EV_StringExpand* expansion = parm.expansion();
         std::string text = parm.text();
         if (expansion) {
+            if (parm.row().variables != PRM_Variables::PerElement)
+                expansion->forEachPart([&](EV_EXPRESSION& part) {
+                    if (part.bind(myNode->scope())) checkVariables(part, parm.text());
+                });
             EV_clearError(0);
             if (!expansion->expand(myNode->scope(), startTime(), 0, text)) {
                 add(true, fmt::format("\"{}\": {}", parm.row().token, EV_errText(0)));

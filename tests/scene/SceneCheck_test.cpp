@@ -203,9 +203,9 @@ TEST_F(SceneChecks, VariablesWhereOneValueIsForAll) {
             "ignoremass": "$ID"}},
         {"name": "hit", "type": "collision", "inputs": ["push"], "parms": {"soppath": "/obj/ground", "bounce": "$ID",
             "behavior": "$ID", "finalbehavior": "$ID", "hituse": "$ID", "backstep": "$ID", "normalstep": "$ID",
-            "donumhit": "$ID", "gaintan": "$ID", "hitindex": "$ID", "tolerance": "$ID", "minimpulse": "$F"}}]})j");
+            "donumhit": "$ID", "group": "hit`$ID + 1`", "event": "$F", "gaintan": "$ID", "hitindex": "$ID", "tolerance": "$ID", "minimpulse": "$F"}}]})j");
     struct Case {
-        const char *node, *parms[7];
+        const char *node, *parms[8];
     };
     size_t expected = 0;
     for (const Case& c :
@@ -214,7 +214,7 @@ TEST_F(SceneChecks, VariablesWhereOneValueIsForAll) {
           {"fx/place", {"mswitcher", "applymotion", "endopt"}},
           {"fx/look", {"mode"}},
           {"fx/push", {"ignoremass"}},
-          {"fx/hit", {"bounce", "behavior", "finalbehavior", "hituse", "backstep", "normalstep", "donumhit"}}})
+          {"fx/hit", {"bounce", "behavior", "finalbehavior", "hituse", "backstep", "normalstep", "donumhit", "group"}}})
         for (const char* parm : c.parms) {
             if (!parm) continue;
             const std::string start = std::string("warning /obj/") + c.node + ": \"" + parm + "\": ";

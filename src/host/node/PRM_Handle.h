@@ -16,7 +16,7 @@
 ///
 /// Options follow the default in any order: a PRM_Range, a PRM_EnableRule, a PRM_ChoiceList pointer, a PRM_StringKind,
 /// a PRM_Callback, PRM_Static (read at time 0 only), a PRM_Needed, and what its expressions find in local variables:
-/// PRM_PerElement, PRM_OncePerCook, PRM_NoVariables. Toggles and menus are once per cook unless told otherwise.
+/// PRM_PerElement, PRM_OncePerCook, PRM_NoVariables. All but numbers are once per cook unless told otherwise.
 struct PRM_StaticTag {};
 inline constexpr PRM_StaticTag PRM_Static{};
 inline constexpr PRM_Variables PRM_PerElement = PRM_Variables::PerElement;
@@ -61,7 +61,7 @@ protected:
         row->label = name.label;
         row->defaults.assign(defaults, defaults + size);
         row->animated = type == PRM_Type::Float || type == PRM_Type::Int;
-        if (!row->animated && type != PRM_Type::String) row->variables = PRM_OncePerCook;
+        if (!row->animated) row->variables = PRM_OncePerCook;
         (apply(*row, options), ...);
     }
 
@@ -72,7 +72,10 @@ private:
     static void apply(PRM_Template& row, const PRM_Range& range) { row.range = range, row.hasRange = true; }
     static void apply(PRM_Template& row, const PRM_EnableRule& rule) { row.enable = rule; }
     static void apply(PRM_Template& row, const PRM_ChoiceList* menu) { row.menu = menu; }
-    static void apply(PRM_Template& row, PRM_StringKind kind) { row.stringKind = kind; }
+    static void apply(PRM_Template& row, PRM_StringKind kind) {
+        row.stringKind = kind;
+        if (kind == PRM_StringKind::VectorExpression) row.variables = PRM_PerElement;
+    }
     static void apply(PRM_Template& row, PRM_Callback callback) { row.callback = callback; }
     static void apply(PRM_Template& row, PRM_StaticTag) { row.animated = false; }
     static void apply(PRM_Template& row, PRM_Variables variables) { row.variables = variables; }
