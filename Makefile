@@ -20,7 +20,7 @@ help:
 	@echo 'make demo       setup, build, simulate an example into build/demo'
 	@echo 'make test       setup, build, run every test'
 	@echo 'make bench      build and run the benchmarks, table in bench/results.md'
-	@echo 'make instructions  hold the instructions per particle against bench/instructions.txt'
+	@echo 'make instructions  hold the instructions per particle against bench/instructions/expected.txt'
 	@echo 'make asan tsan  build and test with sanitizers'
 	@echo 'make format     reformat the sources; make lint checks them'
 	@echo 'make install    PREFIX=$(PREFIX), DESTDIR is honoured'

@@ -33,6 +33,19 @@ void refuseExtras(const CLI::App& command) {
         if (extra != separator) refuse(command, fmt::format("one argument too many: \"{}\"", *extra));
 }
 
+/// "--profile-json --quiet" takes no option for a value; "--profile-json=--quiet" does.
+void refuseOptionAsValue(const CLI::App& command, const std::vector<std::string>& arguments) {
+    for (size_t i = 0; i + 1 < arguments.size() && arguments[i] != "--"; ++i) {
+        const std::string &name = arguments[i], &next = arguments[i + 1];
+        const CLI::Option* option = name.starts_with("--") ? command.get_option_no_throw(name) : nullptr;
+        if (!option || option->get_items_expected_min() == 0) continue; // none, or a flag
+        if (next.starts_with("--"))
+            refuse(command, fmt::format("{} expects a value, found \"{}\"; write {}={} if that is the value", name,
+                                        next, name, next));
+        ++i;
+    }
+}
+
 class Parser {
 public:
     Parser() {
@@ -46,6 +59,10 @@ public:
     }
 
     Command parse(int argc, const char* const* argv) {
+        const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+        if (!arguments.empty())
+            for (const CLI::App* named : myApp.get_subcommands({}))
+                if (named->get_name() == arguments[0]) refuseOptionAsValue(*named, arguments);
         try {
             myApp.parse(argc, argv);
         } catch (const CLI::CallForHelp&) {

@@ -35,7 +35,7 @@ void NodeMessages::collectFrom(const OP_Node& node, std::vector<std::string>& ou
 void NodeMessages::add(const std::string& path, const UT_Error& error, std::vector<std::string>& out) {
     noteStatus(error);
     std::set<std::string>& told = myTold[path];
-    std::string text = UTerrorBrief(error);
+    std::string text = UTerrorText(error);
     if (told.size() > MAX_PER_NODE || !told.insert(text).second) return;
     if (told.size() > MAX_PER_NODE) text = "more messages, not shown; \"flx dump\" has those of a frame";
     out.push_back(fmt::format("{}: {}: {}", myScene, path, text));

@@ -1,5 +1,6 @@
 #include "core/FLX_Attributes.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace {
@@ -21,3 +22,9 @@ constexpr FLX_AttribDefault I1(int a) { return {true, {uint32_t(a)}}; }
     FLX_AttribRow{#stem, name, GB_AttribType::type, 4 * components, def},
 const std::array<FLX_AttribRow, size_t(FLX_NUM_ATTRIBS)> FLX_AttribRows{{FLX_ATTRIBUTES(FLX_ATTRIBUTE_ROW)}};
 #undef FLX_ATTRIBUTE_ROW
+
+bool FLXisStandardAttrib(std::string_view name) {
+    for (const std::string_view core : {"P", "v", "accel", "life", "pstate", "backtrack"})
+        if (name == core) return true;
+    return std::any_of(FLX_AttribRows.begin(), FLX_AttribRows.end(), [&](const auto& row) { return name == row.name; });
+}

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 
 #include "host/geo/GB_AttribType.h"
 
@@ -100,6 +101,10 @@ struct FLX_AttribRow {
 extern const std::array<FLX_AttribRow, size_t(FLX_NUM_ATTRIBS)> FLX_AttribRows;
 
 inline const FLX_AttribRow& FLXattribRow(FLX_Attrib attrib) { return FLX_AttribRows[size_t(attrib)]; }
+
+/// True for the position, the attributes that every particle has, and those of the table: names that no operator may
+/// give an attribute of its own.
+bool FLXisStandardAttrib(std::string_view name);
 
 /// True for "nearest", "nearestdist" and "numproximity": their offsets stay as their adder left them until the next
 /// reset.

@@ -1,5 +1,6 @@
 #include "core/FLX_AttribMap.h"
 #include "core/FLX_Node.h"
+#include "host/ut/UT_Saturate.h"
 
 GEO_Point* FLX_Node::birthParticle(FLX_ContextData* context, const FLX_Birth& birth) {
     const float lifeSpan = birth.life();
@@ -34,8 +35,8 @@ void FLX_Node::initParticleAttrib(FLX_ContextData* context, GEO_Point* point, co
     if (origin >= 0) {
         int value = 0;
         if (birth.originMode & FLX_ORIGIN_INDEX) value = birth.origin();
-        if (birth.originMode & FLX_ORIGIN_OFFSET) value += birth.originAdd;
-        if (parent && birth.originMode & FLX_ORIGIN_PARENT) value += *at(parent, origin);
+        if (birth.originMode & FLX_ORIGIN_OFFSET) value = UTaddSaturated(value, birth.originAdd);
+        if (parent && birth.originMode & FLX_ORIGIN_PARENT) value = UTaddSaturated(value, *at(parent, origin));
         *at(point, origin) = value;
     }
     if (parentId >= 0 && (!parent || id >= 0)) *at(point, parentId) = parent ? *at(parent, id) : 0;

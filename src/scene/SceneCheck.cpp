@@ -4,6 +4,7 @@
 #include "core/FLX_Node.h"
 #include "host/expr/EV_Code.h"
 #include "host/expr/EV_StringExpand.h"
+#include "host/geo/GOP_Manager.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
 #include "host/node/SHOP_Node.h"
@@ -59,6 +60,7 @@ private:
         }
         if (auto* particles = dynamic_cast<ParticleNetwork*>(&node)) variables = resetNetwork(*particles);
         if (OP_Network* inside = node.castToNetwork()) checkNetwork(*inside, variables);
+        if (dynamic_cast<ParticleNetwork*>(&node)) myGroups.reset();
     }
 
     /// The variables that the network's operators create; what went wrong while they did is reported.
@@ -67,6 +69,7 @@ private:
         report(network);
         for (const OP_Node* node : network.operators()) report(*node);
         checkStreams(network);
+        collectGroups(network);
         return network.context()->getUserVariables();
     }
     void checkStreams(const ParticleNetwork& network) {
@@ -76,8 +79,12 @@ private:
             findings.push_back({found.error, found.node->getFullPath(), found.text});
     }
     void report(const OP_Node& node) {
-        for (const UT_Error& error : node.setupErrors())
-            findings.push_back({error.severity >= UT_ERROR_ABORT, node.getFullPath(), UTerrorText(error)});
+        for (const UT_Error& error : node.setupErrors()) {
+            const size_t severity =
+                std::string_view(UTseverityName(error.severity)).size() + 1; // a finding has its own
+            findings.push_back(
+                {error.severity >= UT_ERROR_ABORT, node.getFullPath(), UTerrorText(error).substr(severity)});
+        }
     }
 
     void checkParm(PRM_Parm& parm) {
@@ -101,14 +108,15 @@ private:
             else if (row.type != PRM_Type::String && expression->resultType() != EV_FLOAT)
                 add(true, fmt::format("\"{}\": \"{}\": a number is needed, this is {}", row.token, expression->text(),
                                       EV_typeName(expression->resultType())));
-            else if (!row.variables)
-                checkRefused(*expression);
+            else if (row.variables != PRM_Variables::PerElement)
+                checkVariables(*expression, expression->text());
         } else if (!keys) {
             checkOrdinal(row, component.constant);
         }
     }
-    /// Local variables where they are refused: an error, or a warning when a condition stands before the first.
-    void checkRefused(const EV_EXPRESSION& expression) {
+    /// Local variables where they are refused: an error, or a warning when a condition stands before the first. Where
+    /// they just have no value: a warning.
+    void checkVariables(const EV_EXPRESSION& expression, const std::string& whole) {
         const EV_Code& code = expression.code();
         const auto jump = std::find_if(code.program.code.begin(), code.program.code.end(), [](const VM_Instruction& i) {
             return i.op == VM_Op::JumpNone || i.op == VM_Op::JumpAll;
@@ -118,8 +126,10 @@ private:
         };
         const auto read = std::find_if(code.program.code.begin(), code.program.code.end(), reads);
         if (read == code.program.code.end()) return;
-        const EV_Error error = EV_noValueError(EV_ERR_VARIABLE, expression.text(), code.sites[read->target].offset);
-        add(read < jump, fmt::format("\"{}\": {}", myParm->row().token, error.message));
+        const EV_Error error = EV_noValueError(EV_ERR_VARIABLE, whole, code.sites[read->target].offset);
+        const bool refused = myParm->row().variables == PRM_Variables::Refused;
+        add(refused && read < jump, fmt::format("\"{}\": {}{}", myParm->row().token, error.message,
+                                                refused ? "" : "; it is read once per cook, for all"));
     }
     void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
         add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));
@@ -131,11 +141,16 @@ private:
             add(finding.error, fmt::format("\"{}\": {}", myParm->row().token, finding.text));
         return std::none_of(found.begin(), found.end(), [](const auto& finding) { return finding.error; });
     }
-    void checkOrdinal(const PRM_Template& row, double value) {
-        if (row.type != PRM_Type::Menu || !row.menu || !row.menu->names()) return;
+    static int entriesOf(const PRM_Template& row) {
+        if (row.type == PRM_Type::Folder) return row.folderValue ? int(row.folders.size()) : 0;
+        if (row.type != PRM_Type::Menu || !row.menu || !row.menu->names()) return 0;
         int count = 0;
         while (row.menu->names()[count].token) ++count;
-        if (!(value >= 0 && value < count))
+        return count;
+    }
+    void checkOrdinal(const PRM_Template& row, double value) {
+        const int count = entriesOf(row);
+        if (count > 0 && !(value >= 0 && value < count))
             add(false, fmt::format("\"{}\": {} names no entry of the menu, there are {}", row.token, value, count));
     }
 
@@ -152,16 +167,21 @@ private:
         EV_StringExpand* expansion = parm.expansion();
         std::string text = parm.text();
         if (expansion) {
+            if (parm.row().variables != PRM_Variables::PerElement)
+                expansion->forEachPart([&](EV_EXPRESSION& part) {
+                    if (part.bind(myNode->scope())) checkVariables(part, parm.text());
+                });
             EV_clearError(0);
-            const OP_Director& director = *OPgetDirector();
-            const double start = (director.startFrame - 1) / director.fps;
-            if (!expansion->expand(myNode->scope(), start, 0, text)) {
+            if (!expansion->expand(myNode->scope(), startTime(), 0, text)) {
                 add(true, fmt::format("\"{}\": {}", parm.row().token, EV_errText(0)));
                 EV_clearError(0);
                 return;
             }
         }
-        if (!text.empty()) checkReference(parm.row(), text);
+        if (!text.empty())
+            checkReference(parm.row(), text);
+        else if (parm.row().needed && parm.row().needed.test(*myNode))
+            add(true, fmt::format("\"{}\": a path is needed here", parm.row().token));
     }
 
     void checkReference(const PRM_Template& row, const std::string& text) {
@@ -175,6 +195,7 @@ private:
             break;
         }
         case PRM_StringKind::File: requireFile(row, text); break;
+        case PRM_StringKind::PointGroup: requireGroup(row, text); break;
         default: break;
         }
     }
@@ -188,6 +209,38 @@ private:
             add(true, fmt::format("\"{}\": there is no file \"{}\"", row.token, file));
     }
 
+    /// Where operators make groups under names that change, only maybe.
+    void requireGroup(const PRM_Template& row, const std::string& text) {
+        if (myGroups && !GOP_Manager().parsePointGroups(text.c_str(), myGroups.get()))
+            add(!myGroupsChange,
+                fmt::format("\"{}\": \"{}\": no operator of the network makes such a group", row.token, text));
+    }
+    /// The point groups that the network starts with, and those that its operators make.
+    void collectGroups(const ParticleNetwork& network) {
+        myGroups = std::make_unique<GU_Detail>();
+        myGroupsChange = false;
+        const auto& initial = network.particleDetail()->pointGroups();
+        for (const GB_PointGroup* group = initial.head(); group; group = initial.next(group))
+            myGroups->pointGroups().newGroup(group->getName(), 0);
+        for (OP_Node* op : network.operators())
+            for (int i = 0; i < op->parms().entries(); ++i) collectGroup(*op, op->parms().parm(i));
+    }
+    void collectGroup(OP_Node& op, PRM_Parm& parm) {
+        if (parm.row().stringKind != PRM_StringKind::NewPointGroup) return;
+        std::string name = parm.text();
+        if (EV_StringExpand* expansion = parm.expansion()) {
+            myGroupsChange = true;
+            if (!expansion->expand(op.scope(), startTime(), 0, name)) return EV_clearError(0); // its own check tells
+        }
+        if (!name.empty()) myGroups->pointGroups().newGroup(name, 0);
+    }
+    static double startTime() {
+        const OP_Director& director = *OPgetDirector();
+        return (director.startFrame - 1) / director.fps;
+    }
+
+    std::unique_ptr<GU_Detail> myGroups; // null outside a network
+    bool myGroupsChange = false;
     OP_Node* myNode = nullptr;
     PRM_Parm* myParm = nullptr;
     ChannelCheck myChannels;

@@ -8,7 +8,7 @@
 /// The group that an operator's particles join: those born, those that hit something.
 struct FLX_GroupParms {
     FLX_GroupParms(OP_Parameters* owner, const char* label)
-        : GROUP(owner, {"group", label}, "")
+        : GROUP(owner, {"group", label}, "", PRM_StringKind::NewPointGroup)
         , PRESERVEGROUP(owner, {"preservegroup", "Preserve Group"}, false) {}
 
     /// The same without running passes that wait, unless info texts still count members of a group.

@@ -31,7 +31,7 @@ struct FLX_NoiseParms {
         , FREQ(owner, PRMfreqName, {1, 1, 1})
         , AMP(owner, PRMampName, {0, 0, 0})
         , OFFSET(owner, PRMoffsetName, {0, 0, 0})
-        , NTYPE(owner, PRMnoiseTypeName, 0, &PRMnoiseMenu) {}
+        , NTYPE(owner, PRMnoiseTypeName, 0, &PRMnoiseMenu, PRM_PerElement) {}
 
     FLX_NoiseSources choose(const FLX_ParticleCook& cook) const {
         return {cook.choose(SEED),  cook.choose(static_cast<const PRM_Int&>(NTYPE)),

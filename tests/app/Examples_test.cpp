@@ -21,6 +21,9 @@ protected:
     }
 };
 
+// Scenes whose particles have met something by frame 40 and not much earlier.
+bool collides(const std::string& name) { return name == "sliding" || name == "bouncing_sparks"; }
+
 double length(const nlohmann::json& v) {
     return std::hypot(v[0].get<double>(), v[1].get<double>(), v[2].get<double>());
 }
@@ -51,9 +54,10 @@ TEST_F(Examples, TheOrderOfTheWorkDoesNotShow) {
     for (const auto& entry : std::filesystem::directory_iterator(FLX_SOURCE_DIR "/examples")) {
         if (entry.path().extension() != ".json") continue;
         const std::string scene = entry.path().string();
+        const std::string last = std::to_string(collides(entry.path().stem()) ? 40 : 14);
         const auto said = [&](const std::string& order) {
-            const ToolResult run = flx({"run", scene, "--json", "--frames", "1-14", "--cook-order", order});
-            const ToolResult dump = flx({"dump", scene, "--frame", "14", "--cook-order", order});
+            const ToolResult run = flx({"run", scene, "--json", "--frames", "1-" + last, "--cook-order", order});
+            const ToolResult dump = flx({"dump", scene, "--frame", last, "--cook-order", order});
             return run.out + run.err + dump.out + dump.err;
         };
         const std::string chunked = said("chunk");

@@ -52,11 +52,12 @@ TEST_F(Rejects, BadMeshesEndTheRunBeforeAFileAppears) {
     const ToolResult missing = run();
     EXPECT_EQ(missing.status, 4);
     EXPECT_EQ(missing.err,
-              "scene.json: /obj/thing/mesh: error OP 6: mesh.ply: cannot open the file: No such file or directory\n"
-              "scene.json: /obj/fx/birth: error FLX 6: /obj/thing/mesh\n");
+              "scene.json: /obj/thing/mesh: error OP 6: File problem: mesh.ply: cannot open the file: No such file or "
+              "directory\n"
+              "scene.json: /obj/fx/birth: error FLX 6: The geometry could not be cooked: /obj/thing/mesh\n");
     EXPECT_EQ(appeared(), std::vector<std::string>{});
     put("mesh.ply", "");
-    EXPECT_EQ(run().err.rfind("scene.json: /obj/thing/mesh: error OP 6: mesh.ply: is empty\n", 0), 0u);
+    EXPECT_EQ(run().err.rfind("scene.json: /obj/thing/mesh: error OP 6: File problem: mesh.ply: is empty\n", 0), 0u);
     EXPECT_EQ(appeared(), std::vector<std::string>{});
 }
 

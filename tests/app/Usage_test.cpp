@@ -41,6 +41,13 @@ TEST_F(Usage, WrongCommandLinesAreRefusedInOneLine) {
          "flx run: unknown option \"--jsn\"; did you mean \"--json\"? (see flx run --help)"},
         {{"run", "--", "scene.json", "--json"}, "flx run: one argument too many: \"--json\" (see flx run --help)"},
         {{"run", "scene.json", "other.json"}, "flx run: one argument too many: \"other.json\" (see flx run --help)"},
+        {{"run", "scene.json", "--profile-json", "--quiet"},
+         "flx run: --profile-json expects a value, found \"--quiet\"; write --profile-json=--quiet if that is the "
+         "value "
+         "(see flx run --help)"},
+        {{"dump", "--net", "--guides", "scene.json", "--frame", "1"},
+         "flx dump: --net expects a value, found \"--guides\"; write --net=--guides if that is the value (see flx dump "
+         "--help)"},
         {{"dump", "scene.json"}, "flx dump: expects --frame N"},
         {{"dump", "scene.json", "--frame", "1.5"}, "flx dump: --frame 1.5: expects a whole number"},
         {{"ops", "forse"}, "flx ops: unknown operator type \"forse\"; did you mean \"force\"?"},
@@ -53,6 +60,8 @@ TEST_F(Usage, TwoDashesEndTheOptions) {
         EXPECT_EQ(flx({"run", "--frames", "1-2", "--json", "--", name}).lines().size(), 2u) << name;
         EXPECT_EQ(flx({"check", "--", name}).status, 0) << name;
     }
+    EXPECT_EQ(flx({"run", "--frames", "1-1", "--profile-json=--quiet", "--", "--json"}).status, 0);
+    EXPECT_EQ(appeared(), std::vector<std::string>{"--quiet"});
 }
 
 TEST_F(Usage, WrongFrameRangesPatternsAndAssignmentsAreRefused) {

@@ -93,6 +93,10 @@ TEST(Birth, OriginModesAddUp) {
             EXPECT_EQ(b.asked, mode & 1) << "asked only when it counts";
         }
     }
+    Births most;
+    most.origin = most.birth.originAdd = 2147483647;
+    most.birth.originMode = 3;
+    EXPECT_EQ(most.get(most.give(), "origin"), 2147483647) << "no further than an int goes";
 }
 
 TEST(Birth, RefusedBirthsChangeNothing) {

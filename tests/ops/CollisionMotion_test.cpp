@@ -230,6 +230,20 @@ TEST(MovingCollision, PartsOfAStepAreLimited) {
     EXPECT_EQ(rig.state(), FLX_DEAD | FLX_JUSTHIT);
 }
 
+TEST(MovingCollision, APointThatIsNowhereDoesNotStopTheOthers) {
+    for (const bool always : {true, false}) { // else it vanishes during the step
+        const auto fill = [=](GU_Detail& detail, float t) {
+            risingFloor(2)(detail, t);
+            if (!always && t == 0) return addFace(detail, {{9, 0, 9}, {9, 0, 8}, {8, 0, 8}}), void();
+            addFace(detail, {{9, NAN, 9}, {9, 2 * t, 8}, {8, 2 * t, 8}});
+        };
+        CollisionRig rig(fill, 1, false);
+        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+        rig.fly({2, 0.1f, 0}, {0, -10, 0});
+        expectNear(rig.velocity(), {0, 14, 0}, 1e-4);
+    }
+}
+
 TEST(DeformingCollision, ChangingTopologyIsAnError) {
     CollisionRig rig(
         [](GU_Detail& detail, float t) {

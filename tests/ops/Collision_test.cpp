@@ -2,6 +2,7 @@
 #include "ops/CollisionRig.h"
 
 #include "host/node/SOP_Node.h"
+#include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_Interrupt.h"
 
 #include <sstream>
@@ -133,6 +134,13 @@ TEST(Collision, RecordsWhereAndWhenItHit) {
     EXPECT_EQ(rig.net.value("dist", 0), -1) << "nothing above";
 }
 
+TEST(Collision, HitIdsStayWithinAnInt) {
+    CollisionRig rig([](GU_Detail& detail, float) { addFloor(detail, -9), addFloor(detail); });
+    rig.set({{"dohitid", 1}, {"hituse", 1}, {"hitindex", 2147483647}});
+    rig.fly(FROM, THROW);
+    EXPECT_EQ(rig.net.value("hitid", 0), 2147483648.0f); // the float next to it
+}
+
 TEST(Collision, DistanceIsThatOfTheSurfaceAhead) {
     CollisionRig rig(floorAtZero);
     rig.set({{"behavior", 1}, {"dodistance", 1}});
@@ -164,6 +172,17 @@ TEST(Collision, BouncesSeveralTimesInOneStepWithinItsAccuracy) {
         EXPECT_NEAR(rig.position().y(), DT, 1e-6);
         EXPECT_EQ(rig.velocity().x(), hits % 2 ? -24 : 24);
     }
+}
+
+// Between two faces of opposite sides at one place nobody gets away.
+TEST(Collision, BouncesInOneStepAreLimited) {
+    CollisionRig rig([](GU_Detail& detail, float) {
+        addFloor(detail);
+        addFace(detail, {{-5, 0, -5}, {5, 0, -5}, {5, 0, 5}, {-5, 0, 5}});
+    });
+    rig.set({{"behavior", 1}, {"bounce", 2000000000}, {"enforceorient", 0}, {"donumhit", 1}});
+    rig.fly({0.3f, 0.5f, 0.2f}, {0, -24, 0}, "warning OP 5: bounce: more than 10000; 10000 is used instead");
+    EXPECT_EQ(rig.net.intValue("numhit", 0), 10000);
 }
 
 TEST(Collision, WeakBouncesEndInTheFinalBehaviour) {
@@ -369,6 +388,28 @@ TEST(Collision, TheSideIsRememberedOverSteps) {
             EXPECT_EQ(rig.net.intValue("side", 0), -1);
         }
     }
+}
+
+// Named like something that particles have, the attribute for the side is done without, and the bounce is as ever.
+TEST(Collision, TheSideTakesNoOtherAttributesPlace) {
+    for (const char* name : {"P", "pstate", "life", "id", "numhit", "Cd"})
+        for (const char* parm : {"hittestattrib", "prevhitnmlattrib"}) {
+            SCOPED_TRACE(std::string(parm) + " " + name);
+            CollisionRig rig(floorAtZero);
+            rig.set({{"behavior", 1}, {"dohittest", 1}, {"donormalstep", 1}, {"donumhit", 1}});
+            rig.hit.setString(parm, name);
+            rig.start();
+            ASSERT_EQ(rig.hit.setupErrors().size(), 1u);
+            const UT_Error& told = *rig.hit.setupErrors().begin();
+            EXPECT_EQ(UTerrorBrief(told), std::string("warning FLX 9: ") + name + " is a standard attribute");
+            EXPECT_EQ(rig.net.detail().pointAttribs().find("P"), nullptr);
+            rig.place(0, FROM, THROW);
+            rig.net.step();
+            EXPECT_EQ(rig.state(), FLX_JUSTHIT);
+            EXPECT_EQ(rig.net.intValue("numhit", 0), 1);
+            EXPECT_NEAR(rig.net.value("life", 0), DT, 1e-6);
+            expectNear(rig.velocity(), {1, 12, 0.5f}, 1e-5);
+        }
 }
 
 TEST(Collision, ParticlesThatSlippedThroughAreBroughtBack) {

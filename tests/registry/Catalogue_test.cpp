@@ -169,8 +169,9 @@ TEST(Catalogue, ParameterTablesAreSound) {
                 EXPECT_TRUE(!parm.label.empty() || parm.stringKind == PRM_StringKind::VectorExpression);
                 EXPECT_EQ(parm.defaults.size(), size_t(parm.size));
             }
-            for (const std::string& named : parm.enable.tokens)
-                EXPECT_TRUE(tokens.count(named)) << "rule names " << named;
+            for (const auto* rule : {&parm.enable, &parm.needed})
+                for (const std::string& named : rule->tokens)
+                    EXPECT_TRUE(tokens.count(named)) << "rule names " << named;
             if (parm.type == PRM_Type::Menu) {
                 EXPECT_NE(parm.menu, nullptr);
             }

@@ -166,6 +166,8 @@ TEST_F(FormatNativeText, RefusesWithOneClearLine) {
          "pointattribs[0]: \"g\" is no hexadecimal digit"},
         {0, R"("vertexattribs": [{"name": "a", "type": "int", "size": 1, "default": [0], "values": []}, {"name": "a", "type": "int", "size": 1, "default": [0], "values": []}])",
          "vertex attribute \"a\" stands there twice"},
+        {0, R"("pointattribs": [{"name": "P", "type": "int", "size": 1, "default": [0], "values": []}])",
+         "point attribute P is the position"},
         {0, R"("pointgroups": [{"name": "g", "points": [0]}])", "point group \"g\": member 0, but there are only 0"},
         {0, R"("primgroups": [{"name": "a b", "prims": []}])", "primitive group: \"a b\" is no name a group may have"},
     };

@@ -144,7 +144,9 @@ TEST_F(FormatPly, NamesThatMeetAreKeptApart) {
     expectRead(
         read, GeometryFormat::PLY,
         "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
-        "property float v\nproperty float vx\nproperty float vy\nproperty float vz\nend_header\n1 2 3 4 5 6 7\n");
+        "property float v\nproperty float vx\nproperty float vy\nproperty float vz\nproperty float P\nend_header\n"
+        "1 2 3 4 5 6 7 8\n");
+    EXPECT_EQ(floats(read, "P_", 0), (std::vector<float>{8}));
     EXPECT_EQ(floats(read, "v", 0), (std::vector<float>{5, 6, 7}));
     EXPECT_EQ(floats(read, "v_", 0), (std::vector<float>{4}));
 }

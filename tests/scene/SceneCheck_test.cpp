@@ -148,6 +148,7 @@ TEST_F(SceneChecks, VariablesWhereNoneCanBeRead) {
             "impulserate": "$F > 2 ? $NPT : 0", "impulseactivate": "$F", "life": "$TX", "densitymin": "$T + $U"}},
         {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"activate": "$VX", "scale": "$VX"}},
         {"name": "hit", "type": "collision", "inputs": ["pull"], "parms": {"geohint": "$ID", "sample": "$ID + 1"}}]})j", {
+        "error birth: \"soppath\": a path is needed here",
         "error birth: \"constantrate\": \"10 * $TX\": variable $TX has no value here at column 6",
         "error birth: \"constantactivate\": \"$ITER < 3\": variable $ITER has no value here at column 1",
         "warning birth: \"impulserate\": \"$F > 2 ? $NPT : 0\": variable $NPT has no value here at column 10",
@@ -182,4 +183,84 @@ TEST_F(SceneChecks, FixedPathsOfFunctions) {
         "ch: set has no parameter \"lif\"",
     });
     // clang-format on
+}
+
+TEST_F(SceneChecks, VariablesWhereOneValueIsForAll) {
+    const std::vector<std::string> found = check(R"j({"name": "ground", "type": "geo", "nodes": [
+        {"name": "grid1", "type": "grid"}, {"name": "a", "type": "attribcreate", "inputs": ["grid1"], "parms": {
+            "size": "$PT", "value": ["$PT", 0, 0]}}]},
+        {"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "birth", "type": "source", "parms": {"soppath": "/obj/ground", "emittype": "$TX", "doellipse": "$ITER"}},
+        {"name": "place", "type": "position", "inputs": ["birth"], "parms": {"mswitcher": "$ID", "applymotion": "$ID",
+            "endopt": "$ID", "pathpos": "$ID"}},
+        {"name": "look", "type": "lookat", "inputs": ["place"], "parms": {"mode": "$F > 2 ? $ID : 0"}},
+        {"name": "push", "type": "force", "inputs": ["look"], "parms": {"turb": "$ID", "ntype": "$ID",
+            "ignoremass": "$ID"}},
+        {"name": "hit", "type": "collision", "inputs": ["push"], "parms": {"soppath": "/obj/ground", "bounce": "$ID",
+            "behavior": "$ID", "finalbehavior": "$ID", "hituse": "$ID", "backstep": "$ID", "normalstep": "$ID",
+            "donumhit": "$ID", "group": "hit`$ID + 1`", "event": "$F", "gaintan": "$ID", "hitindex": "$ID", "tolerance": "$ID", "minimpulse": "$F"}}]})j");
+    struct Case {
+        const char *node, *parms[8];
+    };
+    size_t expected = 0;
+    for (const Case& c :
+         {Case{"ground/a", {"size"}},
+          {"fx/birth", {"emittype"}},
+          {"fx/place", {"mswitcher", "applymotion", "endopt"}},
+          {"fx/look", {"mode"}},
+          {"fx/push", {"ignoremass"}},
+          {"fx/hit", {"bounce", "behavior", "finalbehavior", "hituse", "backstep", "normalstep", "donumhit", "group"}}})
+        for (const char* parm : c.parms) {
+            if (!parm) continue;
+            const std::string start = std::string("warning /obj/") + c.node + ": \"" + parm + "\": ";
+            const std::string end = "; it is read once per cook, for all";
+            ++expected;
+            EXPECT_EQ(std::count_if(found.begin(), found.end(),
+                                    [&](const auto& line) { return line.starts_with(start) && line.ends_with(end); }),
+                      1)
+                << start;
+        }
+    EXPECT_EQ(found.size(), expected) << testing::PrintToString(found);
+}
+
+TEST_F(SceneChecks, GroupsThatNobodyMakes) {
+    const auto network = [](const std::string& source, const std::string& group) {
+        return R"j({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location", "parms": {"group": "born"}},
+            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"source": ")j" +
+               source + R"j("}}, {"name": "sub", "type": "subnet", "inputs": ["pull"], "nodes": [{"name": "hit",
+               "type": "collision", "inputs": [0], "parms": {"group": ")j" +
+               group + R"j("}}]}]})j";
+    };
+    const auto finding = [](const char* kind, const std::string& source) {
+        return std::vector<std::string>{std::string(kind) + " /obj/fx/pull: \"source\": \"" + source +
+                                        "\": no operator of the network makes such a group"};
+    };
+    for (const char* sound : {"", "born", "hit born !3", "none*", "0-5:2"})
+        EXPECT_EQ(check(network(sound, "hit")), std::vector<std::string>{}) << sound;
+    for (const char* wrong : {"bron", "born hit2", "9-0"})
+        EXPECT_EQ(check(network(wrong, "hit")), finding("error", wrong)) << wrong;
+    EXPECT_EQ(check(network("hit1", "hit`1+0`")), std::vector<std::string>{});
+    EXPECT_EQ(check(network("hit2", "hit$F")), finding("warning", "hit2")) << "a later frame may make it";
+}
+
+TEST_F(SceneChecks, FoldersAndPathsThatSelectNothing) {
+    const auto position = [&](const std::string& parms) {
+        return check(R"j({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location"},
+            {"name": "place", "type": "position", "inputs": ["birth"], "parms": {)j" +
+                     parms + "}}]}");
+    };
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(position(R"("mswitcher": 7)"),
+              Lines{"warning /obj/fx/place: \"mswitcher\": 7 names no entry of the menu, there are 3"});
+    EXPECT_EQ(position(R"("mswitcher": 2)"), Lines{});
+    EXPECT_EQ(position(R"("mswitcher": 1)"), Lines{"error /obj/fx/place: \"pathpath\": a path is needed here"});
+    EXPECT_EQ(position(R"("mswitcher": 1, "usecontextgeo": 1)"), Lines{});
+}
+
+TEST_F(SceneChecks, WhatGoesWrongWhenTheNetworkIsSetUp) {
+    EXPECT_EQ(check(R"j({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location"},
+                  {"name": "hit", "type": "collision", "inputs": ["birth"], "parms": {"behavior": "bounce",
+                   "dohittest": true, "hittestattrib": "P"}}]})j"),
+              std::vector<std::string>{
+                  "warning /obj/fx/hit: FLX 9: The attribute could not be created: P is a standard attribute"});
 }

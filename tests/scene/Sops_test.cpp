@@ -206,6 +206,7 @@ TEST_F(Sops, BadPointValuesAreErrorsOfTheNode) {
          "attribs: a: \"size\" is a number of components from 1 to 1024"},
         {R"("P": [0, 0, 0], "attribs": {"a": {"type": "string", "values": [1]}})",
          "attribs: a: \"values\" holds a number"},
+        {R"("attribs": {"P": {"type": "int"}})", "attribs: P: is the position"},
         {R"("attribs": {"a": {"type": "int", "value": 1}})",
          "attribs: a: unknown key \"value\"; known are type, size, default, values"}};
     // clang-format on
@@ -240,6 +241,7 @@ TEST_F(Sops, AttributesFollowTheirExpressions) {
         {"name": "detail", "type": "attribcreate", "inputs": ["vertex"], "parms":
             {"name": "d", "class": "detail", "type": "int", "value": "$NPT + 0.9"}},
         {"name": "clash", "type": "attribcreate", "inputs": ["detail"], "parms": {"name": "a"}},
+        {"name": "place", "type": "attribcreate", "inputs": ["detail"], "parms": {"name": "P"}},
         {"name": "wrong", "type": "attribcreate", "inputs": ["grid"], "parms": {"value": ["$NOPE", 0, 0]}})");
     const GU_Detail& gdp = cooked("detail");
     ASSERT_EQ(message("/obj/g/detail"), "");
@@ -262,6 +264,8 @@ TEST_F(Sops, AttributesFollowTheirExpressions) {
     EXPECT_EQ(*gdp.attribs().castAttribData<int>(gdp.attribs().getOffset("d", 4, GB_ATTRIB_INT)), 6);
     cooked("clash");
     EXPECT_EQ(message("/obj/g/clash"), "error OP 5: name: \"a\" exists with another type or size");
+    cooked("place");
+    EXPECT_EQ(message("/obj/g/place"), "error OP 5: name: \"P\" is the position");
     cooked("wrong");
     EXPECT_NE(message("/obj/g/wrong").find("unknown variable $NOPE"), std::string::npos) << message("/obj/g/wrong");
 }

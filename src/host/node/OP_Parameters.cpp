@@ -34,7 +34,7 @@ UT_String typedText(const PRM_Parm& parm) {
 class OP_Parameters::Refusal {
 public:
     Refusal(OP_Parameters& node, const PRM_Template& row)
-        : myNode(row.variables ? nullptr : &node) {
+        : myNode(row.variables == PRM_Variables::Refused ? &node : nullptr) {
         if (!myNode) return;
         ++myNode->myNumRefusals;
         myNode->allowVar(0);

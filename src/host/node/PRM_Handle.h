@@ -15,11 +15,17 @@
 /// stale.
 ///
 /// Options follow the default in any order: a PRM_Range, a PRM_EnableRule, a PRM_ChoiceList pointer, a PRM_StringKind,
-/// a PRM_Callback, PRM_Static (read at time 0 only), or PRM_NoVariables (its expressions may not read local variables).
+/// a PRM_Callback, PRM_Static (read at time 0 only), a PRM_Needed, and what its expressions find in local variables:
+/// PRM_PerElement, PRM_OncePerCook, PRM_NoVariables. All but numbers are once per cook unless told otherwise.
 struct PRM_StaticTag {};
 inline constexpr PRM_StaticTag PRM_Static{};
-struct PRM_NoVariablesTag {};
-inline constexpr PRM_NoVariablesTag PRM_NoVariables{};
+inline constexpr PRM_Variables PRM_PerElement = PRM_Variables::PerElement;
+inline constexpr PRM_Variables PRM_OncePerCook = PRM_Variables::OncePerCook;
+inline constexpr PRM_Variables PRM_NoVariables = PRM_Variables::Refused;
+/// A string without which its operator fails where the rule holds.
+struct PRM_Needed {
+    PRM_EnableRule rule;
+};
 
 /// Options that the folder and multi-instance handles below pass.
 struct PRM_FolderSet {
@@ -55,6 +61,7 @@ protected:
         row->label = name.label;
         row->defaults.assign(defaults, defaults + size);
         row->animated = type == PRM_Type::Float || type == PRM_Type::Int;
+        if (!row->animated) row->variables = PRM_OncePerCook;
         (apply(*row, options), ...);
     }
 
@@ -65,10 +72,14 @@ private:
     static void apply(PRM_Template& row, const PRM_Range& range) { row.range = range, row.hasRange = true; }
     static void apply(PRM_Template& row, const PRM_EnableRule& rule) { row.enable = rule; }
     static void apply(PRM_Template& row, const PRM_ChoiceList* menu) { row.menu = menu; }
-    static void apply(PRM_Template& row, PRM_StringKind kind) { row.stringKind = kind; }
+    static void apply(PRM_Template& row, PRM_StringKind kind) {
+        row.stringKind = kind;
+        if (kind == PRM_StringKind::VectorExpression) row.variables = PRM_PerElement;
+    }
     static void apply(PRM_Template& row, PRM_Callback callback) { row.callback = callback; }
     static void apply(PRM_Template& row, PRM_StaticTag) { row.animated = false; }
-    static void apply(PRM_Template& row, PRM_NoVariablesTag) { row.variables = false; }
+    static void apply(PRM_Template& row, PRM_Variables variables) { row.variables = variables; }
+    static void apply(PRM_Template& row, const PRM_Needed& needed) { row.needed = needed.rule; }
     static void apply(PRM_Template& row, const PRM_FolderSet& set) {
         row.folders = set.folders, row.folderValue = set.hasValue;
     }

@@ -29,8 +29,16 @@ enum class PRM_StringKind {
     FlxPath,
     File,
     PointGroup,
+    NewPointGroup, ///< the name of one that the operator makes
     PrimitiveGroup,
     VectorExpression
+};
+
+/// What a parameter's expressions find in the local variables.
+enum class PRM_Variables {
+    PerElement,  ///< their values, where it is read for a particle (a point, ...)
+    OncePerCook, ///< mostly 0: its operator reads it once, for all. `check` warns
+    Refused,     ///< reading one is an error
 };
 
 struct PRM_SpareData {
@@ -54,9 +62,10 @@ struct PRM_Template {
     bool hasRange = false;
     PRM_StringKind stringKind = PRM_StringKind::Plain;
     PRM_EnableRule enable{};
+    PRM_EnableRule needed{}; ///< when a string may not be empty
     PRM_Callback callback = nullptr;
-    bool animated = true;                               ///< false: its operator reads it at time 0 only
-    bool variables = true;                              ///< false: reading a local variable is an error
+    bool animated = true; ///< false: its operator reads it at time 0 only
+    PRM_Variables variables = PRM_Variables::PerElement;
     std::vector<std::pair<std::string, int>> folders{}; ///< Folder: label and number of rows that follow, per folder
     bool folderValue = false;                           ///< Folder whose choice is a value (set by ordinal)
     std::vector<PRM_Template> instance{};               ///< Multi: the rows of one instance, tokens with '#'

@@ -62,7 +62,7 @@ struct FLX_SpreadParms {
     explicit FLX_SpreadParms(OP_Parameters* owner, const PRM_EnableRule& rule = {})
         : VEL(owner, {"vel", "Velocity"}, {0, 0, 0}, rule)
         , VAR(owner, {"var", "Variance"}, {1, 1, 1}, rule)
-        , DOELLIPSE(owner, {"doellipse", "Ellipsoid Distribution"}, true) {}
+        , DOELLIPSE(owner, {"doellipse", "Ellipsoid Distribution"}, true, PRM_PerElement) {}
 
     struct Sources {
         FLX_ChosenVector vel, var;

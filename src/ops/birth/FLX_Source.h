@@ -35,7 +35,7 @@ public:
     Folders             FOLDERS           {this, {{"Source", 10}, {"Birth", 10}, {"Attributes", 7}, {"Add Attributes", 6}}};
     Menu                EMITTYPE          {this, {"emittype", "Emission Type"}, Point, &emissionMenu};
     Menu                USECONTEXTGEO     {this, FLXuseContextGeoName, 0, &FLXuseContextGeoMenu};
-    Text                SOPPATH           {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0})};
+    Text                SOPPATH           {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0}), PRM_Needed{enable::is("usecontextgeo", {0})}};
     Text                SOURCE            {this, PRMsourceName, "", &groupMenu, enable::isNot("emittype", {Volume})};
     Toggle              IGNOREXFORM       {this, {"ignorexform", "Ignore Transform Object"}, false};
     Int                 SAMPLETHRESHOLD   {this, {"samplethreshold", "Sample Threshold"}, 100, FLXsamplethresholdRange, PRM_NoVariables};

@@ -1,14 +1,40 @@
 #include "ops/collision/FLX_Collider.h"
 
+#include <cmath>
 #include <utility>
 
 namespace {
 
-UT_Vector3D centroid(const GU_Detail& detail) {
+bool isPlace(const UT_Vector3D& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
+
+template <class Uses> UT_Vector3D centroid(const GU_Detail& detail, const Uses& uses) {
     UT_Vector3D sum(0, 0, 0);
-    detail.points().forEach(nullptr, [&](const GEO_Point* p) { sum += UT_Vector3D(UT_Vector3(p->getPos())); });
-    const size_t n = detail.points().entries();
-    return n ? sum / double(n) : sum;
+    size_t i = 0, used = 0;
+    detail.points().forEach(nullptr, [&](const GEO_Point* p) {
+        const UT_Vector3D at = UT_Vector3D(UT_Vector3(p->getPos()));
+        if (!uses(i++, at)) return;
+        sum += at;
+        ++used;
+    });
+    return used ? sum / double(used) : sum;
+}
+
+// Points that are nowhere count on neither side: what one side lacks must not look like a motion.
+UT_Vector3D motionOfSome(const GU_Detail& from, const GU_Detail& to) {
+    const auto mean = [](const GU_Detail& detail, const GU_Detail& other) {
+        const GEO_PointList& others = other.points();
+        const bool pairs = others.entries() == detail.points().entries();
+        return centroid(detail, [&](size_t i, const UT_Vector3D& at) {
+            return isPlace(at) && (!pairs || isPlace(UT_Vector3D(UT_Vector3(others(i)->getPos()))));
+        });
+    };
+    return mean(to, from) - mean(from, to);
+}
+
+UT_Vector3D motion(const GU_Detail& from, const GU_Detail& to) {
+    const auto all = [](size_t, const UT_Vector3D&) { return true; };
+    const UT_Vector3D way = centroid(to, all) - centroid(from, all);
+    return isPlace(way) ? way : motionOfSome(from, to);
 }
 
 UT_BoundingBox moved(const UT_BoundingBox& box, const UT_Vector3& by) {
@@ -90,7 +116,7 @@ void FLX_Collider::prepareTranslating() {
     for (size_t i = 0; i + 1 < myMoments.size(); ++i) {
         Moment& moment = *myMoments[i];
         if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment);
-        moment.velocity = UT_Vector3((centroid(*myMoments[i + 1]->detail) - centroid(*moment.detail)) / double(mySpan));
+        moment.velocity = UT_Vector3(motion(*moment.detail, *myMoments[i + 1]->detail) / double(mySpan));
         myReach.enlargeBounds(moment.rays->getBBox());
         myReach.enlargeBounds(moved(moment.rays->getBBox(), moment.velocity * mySpan));
     }

@@ -30,6 +30,14 @@ bool attaches(int behavior, int finalBehavior) {
            (behavior == FLX_HIT_BOUNCE && (finalBehavior == FLX_FINAL_STICK || finalBehavior == FLX_FINAL_SLIDE));
 }
 
+int limited(int value, int most, const char* token) {
+    if (value <= most) return value;
+    const std::string limit = std::to_string(most);
+    UTaddWarning("OP", OP_ERR_BAD_PARM,
+                 (std::string(token) + ": more than " + limit + "; " + limit + " is used instead").c_str());
+    return most;
+}
+
 } // namespace
 
 const PRM_ChoiceList FLX_Collision::hintMenu(PRM_ChoiceListType::Replace, hintNames);
@@ -92,7 +100,10 @@ void FLX_Collision::addAttrib(void* data) {
     const bool sides = BEHAVIOR() == FLX_HIT_BOUNCE && GEOHINT() == 0 && ENFORCEORIENT() && DOHITTEST();
     if (!sides) return;
     const auto add = [&](const UT_String& name, int size, GB_AttribType type) {
-        if (name.isstring() && context->getDetail()->pointAttribs().append(name.str(), size, type) < 0)
+        if (!name.isstring()) return;
+        if (FLXisStandardAttrib(name.str()))
+            addWarning(FLX_ERR_ATTRIB_CREATE, (name + " is a standard attribute").c_str());
+        else if (context->getDetail()->pointAttribs().append(name.str(), size, type) < 0)
             addWarning(FLX_ERR_ATTRIB_CREATE, name.c_str());
     };
     add(HITTESTATTRIB(), 4, GB_ATTRIB_INT);
@@ -174,10 +185,8 @@ void FLX_Collision::readMode(float t) {
     myBehavior = std::clamp(BEHAVIOR(t), int(FLX_HIT_DIE), int(FLX_HIT_CONTINUE));
     const int hint = GEOHINT();
     myHint = hint == 1 ? FLX_GeoHint::Translating : hint == 2 ? FLX_GeoHint::Deforming : FLX_GeoHint::Static;
-    const int parts = myHint == FLX_GeoHint::Translating ? SAMPLE(t) : 1;
     constexpr int MOST_PARTS = 1000; // each keeps a copy of the geometry
-    if (parts > MOST_PARTS) UTaddWarning("OP", OP_ERR_BAD_PARM, "sample: more than 1000; 1000 is used instead");
-    myParts = std::min(parts, MOST_PARTS);
+    myParts = myHint == FLX_GeoHint::Translating ? limited(SAMPLE(t), MOST_PARTS, SAMPLE.token()) : 1;
 }
 
 void FLX_Collision::fetchGeometry(FLX_ContextData& context, float t) {
@@ -199,7 +208,8 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myRules.timeStep = context.timeStep;
     myRules.behavior = myBehavior;
     if (myBehavior == FLX_HIT_BOUNCE) myRules.finalBehavior = std::clamp(FINALBEHAVIOR(), 0, int(FLX_FINAL_SLIDE));
-    myRules.iterations = myHint == FLX_GeoHint::Translating ? 1 : BOUNCE(t);
+    constexpr int MOST_BOUNCES = 10000; // of one particle in one step
+    myRules.iterations = myHint == FLX_GeoHint::Translating ? 1 : limited(BOUNCE(t), MOST_BOUNCES, BOUNCE.token());
     myRules.oversampling = myParts;
     myRules.addPrimToHitId = HITUSE() == 1;
     if (myBehavior == FLX_HIT_BOUNCE && myHint == FLX_GeoHint::Static && ENFORCEORIENT())
@@ -226,10 +236,13 @@ FLX_PassUse FLX_Collision::whatIsWritten() const {
 void FLX_Collision::setUpSides(const GU_Detail& particles, float t) {
     FLX_SideRules& sides = myRules.sides;
     sides.enforced = true;
-    if (DOHITTEST()) sides.side = particles.pointAttribs().getOffset(HITTESTATTRIB().str(), 4, GB_ATTRIB_INT);
+    const auto own = [&](const UT_String& name, int size, GB_AttribType type) {
+        return FLXisStandardAttrib(name.str()) ? -1 : particles.pointAttribs().getOffset(name.str(), size, type);
+    };
+    if (DOHITTEST()) sides.side = own(HITTESTATTRIB(), 4, GB_ATTRIB_INT);
     if (sides.side >= 0) sides.backStep = BACKSTEP(t);
     if (!DONORMALSTEP()) return;
-    sides.previousNormal = particles.pointAttribs().getOffset(PREVHITNMLATTRIB().str(), 12, GB_ATTRIB_VECTOR);
+    sides.previousNormal = own(PREVHITNMLATTRIB(), 12, GB_ATTRIB_VECTOR);
     if (sides.previousNormal >= 0) sides.normalStep = NORMALSTEP(t);
 }
 

@@ -31,7 +31,7 @@ public:
     Menu           HITUSE          {this, {"hituse", "Use as Hit ID"}, 0, &hitUseMenu};
     Int            HITINDEX        {this, {"hitindex", "Hit Index"}, 0};
     Int            SAMPLE          {this, {"sample", "Oversampling"}, 1, PRMhardMin(1, 5), PRM_NoVariables, enable::is("geohint", {1})};
-    Int            BOUNCE          {this, {"bounce", "Bounce Accuracy"}, 10, PRMhardMin(0, 10), bounces && enable::isNot("geohint", {1})};
+    Int            BOUNCE          {this, {"bounce", "Bounce Accuracy"}, 10, PRMhardMin(0, 10), PRM_OncePerCook, bounces && enable::isNot("geohint", {1})};
     Float          GAINTAN         {this, {"gaintan", "Gain Tangent"}, 1, gainRange, bounces};
     Float          GAINNML         {this, {"gainnml", "Gain Normal"}, 1, gainRange, bounces};
     Menu           FINALBEHAVIOR   {this, {"finalbehavior", "Final Behavior"}, FLX_FINAL_BOUNCE, &finalBehaviorMenu, bounces};
@@ -41,8 +41,8 @@ public:
     Text           HITTESTATTRIB   {this, {"hittestattrib", "Hit Test Attribute"}, "hittest`opdigits(\".\")`", storesSide};
     Toggle         DONORMALSTEP    {this, {"donormalstep", "Do Normal Step Correction"}, false, storesSide};
     Text           PREVHITNMLATTRIB{this, {"prevhitnmlattrib", "Prev Normal Attribute"}, "prevhitN`opdigits(\".\")`", stepsAlongNormal};
-    Float          NORMALSTEP      {this, {"normalstep", "Normal Step Distance"}, 0.005, PRMhardMin(0, 10), stepsAlongNormal};
-    Float          BACKSTEP        {this, {"backstep", "Back Step Distance"}, 0.005, PRMhardMin(0, 10), storesSide};
+    Float          NORMALSTEP      {this, {"normalstep", "Normal Step Distance"}, 0.005, PRMhardMin(0, 10), PRM_OncePerCook, stepsAlongNormal};
+    Float          BACKSTEP        {this, {"backstep", "Back Step Distance"}, 0.005, PRMhardMin(0, 10), PRM_OncePerCook, storesSide};
     Toggle         DONUMHIT        {this, {"donumhit", "Add Num Hit Attribute"}, false};
     Toggle         DOHITID         {this, {"dohitid", "Add Hit ID Attribute"}, false};
     Toggle         DOHITTIME       {this, {"dohittime", "Add Hit Time Attribute"}, false};

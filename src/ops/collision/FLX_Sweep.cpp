@@ -5,6 +5,7 @@
 
 #include "core/FLX_Rules.h"
 #include "core/FLX_SlideRules.h"
+#include "host/ut/UT_Saturate.h"
 
 FLX_SweepOffsets::FLX_SweepOffsets(const FLX_ContextData& context)
     : core(context.core())
@@ -70,7 +71,7 @@ void FLX_Sweep::recordAt(const FLX_SurfaceHit& hit, const UT_Vector3& place, flo
     put(to.hitUV, hit.texture);
     put(to.hitDiffuse, hit.diffuse);
     if (int* count = value<int>(to.numHit)) ++*count;
-    if (int* id = value<int>(to.hitId)) *id = values.hitIndex() + (rules.addPrimToHitId ? hit.prim : 0);
+    if (int* id = value<int>(to.hitId)) *id = UTaddSaturated(values.hitIndex(), rules.addPrimToHitId ? hit.prim : 0);
     put(to.hitTime, time);
     put(to.distance, 0.0f);
 }

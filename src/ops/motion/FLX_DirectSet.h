@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/FLX_State.h"
+#include "host/node/OBJ_Node.h"
 #include "vars/FLX_VectorParms.h"
 
 /// "applymotion": all particles, or those that move.
@@ -31,6 +32,16 @@ protected:
     template <class Steps> UT_ErrorSeverity cookUnlessGuide(OP_Context& context, Steps&& steps) {
         return cookParticles(
             context, [&] { return !contextOf(context)->isGuideOnly(); }, steps);
+    }
+    /// The object of a path, which this node then depends on. Null for an empty path, and, with a warning, when nothing
+    /// has this path.
+    OBJ_Node* findObject(const UT_String& path) {
+        OBJ_Node* object = path.isstring() ? findOBJNode(path.c_str()) : nullptr;
+        if (object)
+            addExtraInput(object, OP_INTEREST_DATA);
+        else if (path.isstring())
+            addWarning(FLX_ERR_BAD_PATH, path.c_str());
+        return object;
     }
     /// `cook.each` for write(point, derive(values...)). What derives from constants alone is computed once.
     template <class Derive, class Write, class... Sources>

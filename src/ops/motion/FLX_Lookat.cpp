@@ -49,19 +49,13 @@ void FLX_Lookat::resolveObsoleteParms(PRM_ParmList* obsolete) {
     applyBackwardsPathCompatibility(obsolete, "obj", "", "objpath", 1);
 }
 
-OBJ_Node* FLX_Lookat::getObj() {
-    const UT_String path = OBJPATH();
-    return path.isstring() ? findOBJNode(path.c_str()) : nullptr;
-}
-
 bool FLX_Lookat::findReference(const FLX_ParticleCook& cook, UT_DMatrix4& matrix) {
     const int reference = REFERENCE();
     matrix.identity();
     if (reference == World) matrix = FLXworldToParticles(cook.context(), cook.time());
     if (reference != Object) return true;
-    OBJ_Node* object = getObj();
+    OBJ_Node* object = findObject(OBJPATH());
     if (!object) return false;
-    addExtraInput(object, OP_INTEREST_DATA);
     matrix = FLXobjectToParticles(*object, cook.context(), cook.time());
     return true;
 }

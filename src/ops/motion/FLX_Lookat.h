@@ -26,7 +26,6 @@ protected:
     void addAttrib(void* context) override { addRotAttrib(static_cast<FLX_ContextData*>(context)); }
 
 private:
-    OBJ_Node* getObj();
     /// From the reference's space into the particles'; false when it names no object.
     bool findReference(const FLX_ParticleCook& cook, UT_DMatrix4& matrix);
 };

@@ -80,11 +80,16 @@ void FLX_Position::moveTo(const FLX_ParticleCook& cook) {
 
 const GU_Detail* FLX_Position::findPath(OP_Context& opContext) {
     FLX_ContextData* context = contextOf(opContext);
-    const GU_Detail* path = getGeo(nullptr, context, opContext.getTime(), 1, IGNOREXFORM(), &myPathCopy, myLookup);
-    if (!path)
+    const float t = opContext.getTime();
+    const GU_Detail* path = getGeo(nullptr, context, t, 1, IGNOREXFORM(), &myPathCopy, myLookup);
+    if (!path) {
         addError(FLX_ERR_BAD_PATH);
-    else if (doUpdateViewport(context))
+        UT_String text;
+        getGeoPath(text, context, t);
+        if (text.isstring()) addWarning(FLX_ERR_BAD_PATH, text.c_str());
+    } else if (doUpdateViewport(context)) {
         myGuide->merge(*path);
+    }
     return path;
 }
 
@@ -97,9 +102,7 @@ void FLX_Position::moveAlong(const FLX_ParticleCook& cook, const GU_Detail& path
 }
 
 void FLX_Position::moveBy(const FLX_ParticleCook& cook) {
-    const UT_String path = REFPATH();
-    OBJ_Node* object = path.isstring() ? findOBJNode(path.c_str()) : nullptr;
-    if (object) addExtraInput(object, OP_INTEREST_DATA);
+    OBJ_Node* object = findObject(REFPATH());
     OFFSET.choose(cook, [&](const auto& offset) {
         if (!object) return eachUntilError(cook, &moveTo3, offset);
         const UT_DMatrix4 transform = FLXobjectToParticles(*object, cook.context(), cook.time());

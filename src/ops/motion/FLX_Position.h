@@ -17,7 +17,8 @@ public:
     FLX_VectorParms POSITION      {this, {"postype", "Position Type"}, {"posv", "vector3($TX, $TY, $TZ)"},
                                    {"t", "Position"}, {"$TX", "$TY", "$TZ"}};
     Menu            USECONTEXTGEO {this, FLXuseContextGeoName, 0, &FLXuseContextGeoMenu};
-    Text            PATHPATH      {this, {"pathpath", "Object"}, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0})};
+    Text            PATHPATH      {this, {"pathpath", "Object"}, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0}),
+                                   PRM_Needed{enable::is("mswitcher", {OnPath}) && enable::is("usecontextgeo", {0})}};
     Toggle          IGNOREXFORM   {this, {"ignorexform", "Ignore Transform Object"}, false};
     Float           PATHPOS       {this, {"pathpos", "Position"}, 0, PRMhardMin(0, 1)};
     Menu            ENDOPT        {this, {"endopt", "End Option"}, Cycle, &endMenu};

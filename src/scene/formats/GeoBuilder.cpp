@@ -64,6 +64,7 @@ private:
             const char* where = attribClassName(cls);
             record += image.size;
             if (record > MAX_RECORD) fail("more than {} bytes of {} attributes", MAX_RECORD, where);
+            if (cls == GB_AttribClass::POINT && image.name == "P") fail("point attribute P is the position");
             if (dict.find(image.name)) fail("{} attribute {} stands there twice", where, excerpt(image.name));
             if (image.defaults.size() != image.size)
                 fail("{} attribute {} has a default of another size", where, excerpt(image.name));

@@ -104,7 +104,7 @@ private:
     void single(size_t i) {
         const PlyProperty& property = myVertex.properties[i];
         std::string name = property.name;
-        while (myDetail.pointAttribs().find(name)) name += '_';
+        while (name == "P" || myDetail.pointAttribs().find(name)) name += '_';
         std::vector<std::string> strings = myStrings.of(property.name);
         const bool index = !strings.empty() && !plyIsReal(property.type);
         const GB_AttribType type = index ? GB_ATTRIB_INDEX : plyIsReal(property.type) ? GB_ATTRIB_FLOAT : GB_ATTRIB_INT;

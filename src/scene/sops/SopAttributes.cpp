@@ -27,7 +27,7 @@ public:
     Text NAME{this, {"name", "Name"}, "attrib1"};
     Menu CLASS{this, {"class", "Class"}, 0, &classMenu};
     Menu TYPE{this, {"type", "Type"}, 0, &attribTypeMenu};
-    Int SIZE{this, {"size", "Size"}, 1, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, 1, 16}};
+    Int SIZE{this, {"size", "Size"}, 1, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, 1, 16}, PRM_OncePerCook};
     Floats<3> VALUE{this, {"value", "Value"}, {0.0, 0.0, 0.0}};
 
 protected:
@@ -52,6 +52,7 @@ private:
         const GB_AttribType type = types[std::clamp(TYPE(myTime), 0, 2)];
         mySize = type == GB_ATTRIB_VECTOR ? 3 : SIZE(myTime);
         myInteger = type == GB_ATTRIB_INT;
+        if (cls == POINT && name == "P") return fail(OP_ERR_BAD_PARM, "name: \"P\" is the position"), false;
         myOffset = gdp.attribs(classes[cls]).append(name, 4 * mySize, type);
         if (myOffset >= 0) return true;
         fail(OP_ERR_BAD_PARM, name.empty() ? "name: an attribute needs a name"

@@ -219,6 +219,7 @@ private:
         const size_t count = elementCount(gdp, cls);
         GB_AttributeDict& dict = gdp.attribs(cls);
         for (const auto& [name, value] : json.members()) {
+            if (cls == GB_AttribClass::POINT && name == "P") refuse("P: is the position");
             const AttribColumn column(name, value, count);
             const int offset = column.append(dict); // records may move: elements are looked up after it
             const std::vector<GEO_Vertex*> verts =
