@@ -16,7 +16,9 @@ TEST_F(BadExpressions, AreToldByCheckAndByTheRun) {
     EXPECT_EQ(check.status, 1);
     EXPECT_NE(check.out.find("scene.json: /obj/fx/pull: error: \"scale\": " + told), std::string::npos) << check.out;
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE((run.out + run.err).find("/obj/fx/pull: error OP 1: scale: " + told), std::string::npos) << run.err;
+    EXPECT_NE((run.out + run.err).find("/obj/fx/pull: error OP 1: Expression failed: scale: " + told),
+              std::string::npos)
+        << run.err;
 }
 
 // The run's message without the quotes around the token is what check says.

@@ -102,7 +102,8 @@ TEST_F(Rejects, BirthsWithoutEndAreRefused) {
             scene(R"({"name": "birth", "type": "location", "parms": {"impulserate": )" + std::string(rate) + "}}"));
         const ToolResult result = run();
         EXPECT_EQ(result.status, 5);
-        EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: more than 16777216 births in one cook: lower the "
+        EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 7: A limit was reached: more than 16777216 births "
+                              "in one cook: lower the "
                               "birth rates\n");
     }
 }
@@ -118,8 +119,8 @@ TEST_F(Rejects, BadTogglesOfTheSetUpAreTold) {
     put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"doid": "$NOPE"}})"));
     const ToolResult result = run();
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err,
-              "scene.json: /obj/fx/birth: error OP 1: doid: \"$NOPE\": unknown variable $NOPE at column 1\n");
+    EXPECT_EQ(result.err, "scene.json: /obj/fx/birth: error OP 1: Expression failed: doid: \"$NOPE\": unknown variable "
+                          "$NOPE at column 1\n");
 }
 
 // Between two births the source grows from 4 to 60 points, and its group moves past the first 4.
@@ -146,9 +147,9 @@ TEST_F(Rejects, NodesInErrorAreToldOnceAndTheRunGoesOn) {
         {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}})"));
     const ToolResult result = run();
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err,
-              "scene.json: /obj/fx/pull: error OP 1: scale: \"$VXX * 2\": unknown variable $VXX at column 1; did "
-              "you mean $VX?\n");
+    EXPECT_EQ(result.err, "scene.json: /obj/fx/pull: error OP 1: Expression failed: scale: \"$VXX * 2\": unknown "
+                          "variable $VXX at column 1; did "
+                          "you mean $VX?\n");
     EXPECT_EQ(appeared().size(), 4u);
     const ToolResult dump = flx({"dump", "scene.json", "--frame", "3"});
     EXPECT_EQ(dump.status, 1);
