@@ -46,8 +46,8 @@ inline uint64_t EV_newSerial() {
 // What a text compiles to. Only what its variables mean may change later.
 struct EV_Code {
     uint64_t serial = EV_newSerial(); // no two have the same
-    VM_Program program;                     // stays as it was compiled
-    std::vector<EV_Site> sites;             // as program.sites
+    VM_Program program;               // stays as it was compiled
+    std::vector<EV_Site> sites;       // as program.sites
     std::vector<std::string> strings;
     int numStringRegisters = 0;
     EV_Type resultType = EV_FLOAT;
