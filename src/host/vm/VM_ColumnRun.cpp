@@ -29,7 +29,8 @@ void VM_ColumnRun::place(const VM_Program& program, const VM_Instruction& i) {
 }
 
 VM_ColumnRun::VM_ColumnRun(const VM_Program& program, bool callsHost)
-    : myMemory(size_t(program.numRegisters) * (VM_LANES / 8)) {
+    : myStride(callsHost ? VM_LANES : VM_LANES + sizeof(Line) / sizeof(double))
+    , myMemory(size_t(program.numRegisters) * (myStride / 8)) {
     static_assert(VM_LANES % 8 == 0 && VM_LANES % VM_LANE_GROUP == 0);
     for (size_t i = 0; callsHost && i < program.constants.size(); ++i)
         std::fill_n(column(uint16_t(i)), VM_LANES, program.constants[i]);

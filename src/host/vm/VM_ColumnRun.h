@@ -15,8 +15,8 @@ public:
     VM_ColumnRun& operator=(VM_ColumnRun&&) = default;
 
     // The lanes of a register. Inputs are written here before a run, which may overwrite them; it leaves the results.
-    double* column(uint16_t number) { return registers() + size_t(number) * VM_LANES; }
-    const double* column(uint16_t number) const { return registers() + size_t(number) * VM_LANES; }
+    double* column(uint16_t number) { return registers() + size_t(number) * myStride; }
+    const double* column(uint16_t number) const { return registers() + size_t(number) * myStride; }
     // All registers, as the host gets them.
     double* registers() { return myMemory.empty() ? nullptr : myMemory.front().lanes; }
     const double* registers() const { return myMemory.empty() ? nullptr : myMemory.front().lanes; }
@@ -40,6 +40,9 @@ private:
 
     void place(const VM_Program& program, const VM_Instruction& instruction);
 
+    // Lanes from register to register. Where no host sees it, a line more than a power of two: the same lanes of all
+    // registers, which an instruction reads together, would otherwise compete for the same few places of the cache.
+    size_t myStride = VM_LANES;
     std::vector<Line> myMemory;
     std::vector<Step> mySteps;
 };
