@@ -180,7 +180,7 @@ private:
         }
         if (!text.empty())
             checkReference(parm.row(), text);
-        else if (parm.row().needed && parm.row().needed.test(*myNode))
+        else if (parm.row().needed && parm.row().needed.test(*myNode) && !myNode->getBypass())
             add(true, fmt::format("\"{}\": a path is needed here", parm.row().token));
     }
 
@@ -209,10 +209,21 @@ private:
             add(true, fmt::format("\"{}\": there is no file \"{}\"", row.token, file));
     }
 
+    /// Whether an operator on particles does its work: no, yes, or maybe when an expression decides.
+    enum class Works { No, Maybe, Yes };
+    static Works works(OP_Node& op) {
+        if (op.getBypass()) return Works::No;
+        const PRM_Parm* activate = op.parms().find("activate");
+        if (!activate) return Works::Yes;
+        if (activate->component(0).kind != PRM_Parm::Component::Constant) return Works::Maybe;
+        return activate->component(0).constant > 0 ? Works::Yes : Works::No;
+    }
     /// Where operators make groups under names that change, only maybe.
     void requireGroup(const PRM_Template& row, const std::string& text) {
-        if (myGroups && !GOP_Manager().parsePointGroups(text.c_str(), myGroups.get()))
-            add(!myGroupsChange,
+        const Works reader = works(*myNode);
+        if (reader == Works::No || !myGroups) return;
+        if (!GOP_Manager().parsePointGroups(text.c_str(), myGroups.get()))
+            add(!myGroupsChange && reader == Works::Yes,
                 fmt::format("\"{}\": \"{}\": no operator of the network makes such a group", row.token, text));
     }
     /// The point groups that the network starts with, and those that its operators make.
@@ -226,7 +237,7 @@ private:
             for (int i = 0; i < op->parms().entries(); ++i) collectGroup(*op, op->parms().parm(i));
     }
     void collectGroup(OP_Node& op, PRM_Parm& parm) {
-        if (parm.row().stringKind != PRM_StringKind::NewPointGroup) return;
+        if (parm.row().stringKind != PRM_StringKind::NewPointGroup || works(op) == Works::No) return;
         std::string name = parm.text();
         if (EV_StringExpand* expansion = parm.expansion()) {
             myGroupsChange = true;

@@ -107,6 +107,7 @@ static constexpr size_t FEW_LANES = VM_LANES / 4;
 void FLX_ParticleColumns::finish() {
     if (!evaluates()) return;
     myExpressions = myOperator.columns(myList);
+    myList = EV_ColumnList(); // whose codes may go now
     planInputs();
     if (myNeedsBox) {
         myOperator.flushPasses();

@@ -24,6 +24,30 @@ protected:
 // Scenes whose particles have met something by frame 40 and not much earlier.
 bool collides(const std::string& name) { return name == "sliding" || name == "bouncing_sparks"; }
 
+// The value at t of keys with straight lines between them.
+double between(const std::vector<std::pair<double, double>>& keys, double t) {
+    for (size_t i = 1; i < keys.size(); ++i)
+        if (t < keys[i].first) {
+            const double share = (t - keys[i - 1].first) / (keys[i].first - keys[i - 1].first);
+            return keys[i - 1].second + share * (keys[i].second - keys[i - 1].second);
+        }
+    return keys.back().second;
+}
+
+// v turned by a unit quaternion (x, y, z, w): the vector part of q v q*.
+std::array<double, 3> turned(const nlohmann::json& q, const std::array<double, 3>& v) {
+    const double x = q[0], y = q[1], z = q[2], w = q[3];
+    const double s = -(x * v[0] + y * v[1] + z * v[2]);
+    const double a = w * v[0] + y * v[2] - z * v[1], b = w * v[1] + z * v[0] - x * v[2],
+                 c = w * v[2] + x * v[1] - y * v[0];
+    return {-s * x + w * a - b * z + c * y, -s * y + w * b - c * x + a * z, -s * z + w * c - a * y + b * x};
+}
+
+std::array<double, 3> unit(double x, double y, double z) {
+    const double l = std::hypot(x, y, z);
+    return {x / l, y / l, z / l};
+}
+
 double length(const nlohmann::json& v) {
     return std::hypot(v[0].get<double>(), v[1].get<double>(), v[2].get<double>());
 }
@@ -82,6 +106,31 @@ TEST_F(Examples, FountainFallsUnderGravity) {
     }
 }
 
+TEST_F(Examples, TheFlockLooksAtTheBeacon) {
+    for (const int frame : {2, 24, 61, 96}) {
+        const nlohmann::json state = dump("flock", frame);
+        const double t = (frame - 1) / 24.0;
+        const double beacon[3] = {between({{0, -6}, {2, 6}, {4, -6}}, t), 3,
+                                  between({{0, 0}, {1, 5}, {3, -5}, {4, 0}}, t)};
+        const auto& points = state["points"];
+        const auto& birds = state["prims"][0]["points"];
+        ASSERT_EQ(state["prims"][0]["generator"], "/obj/fx/birds");
+        ASSERT_NEAR(double(birds.size()), 60 * (t + 1.0 / 24), 2);
+        for (const size_t i : birds) {
+            const auto &p = points["P"][i], &v = points["v"][i];
+            const auto facing = turned(points["rot"][i], unit(v[0], v[1], v[2]));
+            const auto want =
+                unit(beacon[0] - p[0].get<double>(), beacon[1] - p[1].get<double>(), beacon[2] - p[2].get<double>());
+            for (size_t c = 0; c < 3; ++c) ASSERT_NEAR(facing[c], want[c], 1e-5) << frame << " " << i;
+            const double age = points["life"][i][0];
+            if (age > 0) { // once its first step has limited it
+                ASSERT_GE(length(v), 1 - 1e-5);
+                ASSERT_LE(length(v), 1.8 + 1e-5);
+            }
+        }
+    }
+}
+
 TEST_F(Examples, SparksBounceAndTakeTheBearsColours) {
     const nlohmann::json state = dump("bouncing_sparks", 60);
     const auto& points = state["points"];
@@ -108,6 +157,24 @@ TEST_F(Examples, SparksBounceAndTakeTheBearsColours) {
     EXPECT_GT(most, 5);
 }
 
+TEST_F(Examples, TheBoxTakesItsBallsAlong) {
+    const nlohmann::json state = dump("moving_box", 60);
+    const double t = state["time"], centre = 1.5 * std::sin(0.5 * 3.14159265358979 * t);
+    const auto& points = state["points"];
+    ASSERT_EQ(state["particles"], 4000);
+    int inside = 0;
+    double hits = 0;
+    for (size_t i = 0; i < points["P"].size(); ++i) {
+        const auto& p = points["P"][i];
+        inside += std::abs(p[0].get<double>() - centre) < 1.001 && std::abs(p[1].get<double>()) < 1.001 &&
+                  std::abs(p[2].get<double>()) < 1.001;
+        hits += points["numhit"][i].get<double>();
+    }
+    EXPECT_GT(std::abs(centre), 0.9) << "it went";
+    EXPECT_GT(inside, 3800) << "and nearly all with it; a few slip out along the edges";
+    EXPECT_GT(hits, 4000);
+}
+
 TEST_F(Examples, RainHitsTheWavesWhereTheyAreAtThatTime) {
     const nlohmann::json state = dump("rain_on_waves", 40);
     const auto& points = state["points"];
@@ -127,4 +194,22 @@ TEST_F(Examples, RainHitsTheWavesWhereTheyAreAtThatTime) {
         EXPECT_NEAR(length(points["hitN"][i]), 1, 1e-5);
     }
     EXPECT_GT(hits, 1000);
+}
+
+TEST_F(Examples, DustSlidesOffTheHorseAndSticks) {
+    const nlohmann::json half = dump("sliding", 40), end = dump("sliding", 96);
+    const auto count = [](const nlohmann::json& state, int bit) {
+        int n = 0;
+        for (const nlohmann::json& bits : state["points"]["pstate"]) n += (bits.get<int>() & bit) != 0;
+        return n;
+    };
+    constexpr int STUCK = 0x10, SLIDING = 0x8000;
+    EXPECT_GT(count(half, SLIDING), 500);
+    EXPECT_EQ(count(end, SLIDING), 0);
+    EXPECT_EQ(end["particles"], 6000);
+    EXPECT_GT(count(end, STUCK), 5950);
+    for (size_t i = 0; i < 6000; ++i)
+        if (end["points"]["pstate"][i].get<int>() & STUCK) {
+            EXPECT_NEAR(end["points"]["P"][i][1].get<double>(), -1.2, 1e-5);
+        }
 }

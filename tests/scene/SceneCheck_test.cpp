@@ -240,6 +240,20 @@ TEST_F(SceneChecks, GroupsThatNobodyMakes) {
     for (const char* wrong : {"bron", "born hit2", "9-0"})
         EXPECT_EQ(check(network(wrong, "hit")), finding("error", wrong)) << wrong;
     EXPECT_EQ(check(network("hit1", "hit`1+0`")), std::vector<std::string>{});
+    const auto pair = [](const std::string& maker, const std::string& reader) {
+        return R"j({"name": "fx", "type": "flxnet", "nodes": [
+            {"name": "birth", "type": "location", "parms": {"group": "born"}},
+            {"name": "hit", "type": "collision", "inputs": ["birth"], "parms": {"group": "hit")j" +
+               maker + R"j(},
+            {"name": "pull", "type": "force", "inputs": ["hit"], "parms": {"source": "hit")j" +
+               reader + "}]}";
+    };
+    EXPECT_EQ(check(pair("}", "}")), std::vector<std::string>{});
+    for (const char* idle : {R"(}, "flags": ["bypass"])", R"(, "activate": 0})"}) {
+        EXPECT_EQ(check(pair(idle, "}")), finding("error", "hit")) << idle;
+        EXPECT_EQ(check(pair(idle, idle)), std::vector<std::string>{}) << "nobody looks";
+    }
+    EXPECT_EQ(check(pair(R"(, "activate": 0})", R"(, "activate": "$F > 2"})")), finding("warning", "hit"));
     EXPECT_EQ(check(network("hit2", "hit$F")), finding("warning", "hit2")) << "a later frame may make it";
 }
 

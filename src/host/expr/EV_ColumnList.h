@@ -10,7 +10,8 @@ class EV_Scope;
 struct EV_Code;
 
 // Expressions of numbers that are to be evaluated together over lanes, and what each of their variables is there:
-// all that EV_Columns are made from. To be used at once, while the expressions keep their code.
+// all that EV_Columns are made from. To be used at once, while the expressions keep their code: between add and use
+// none of them may be bound to other variables or given another text.
 class EV_ColumnList {
 public:
     // What a local variable is here: an input with a value in each lane, a number for all lanes, or something that

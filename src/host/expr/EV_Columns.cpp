@@ -26,6 +26,6 @@ std::shared_ptr<EV_Columns> EV_ColumnShelf::take(const EV_ColumnList& list) {
     if (myKept.size() < MOST)
         myKept.push_back(columns);
     else
-        myKept[myOldest++ % MOST] = columns;
+        myKept.back() = columns; // what comes every time stays; a list with the time in it is another at each cook
     return columns;
 }

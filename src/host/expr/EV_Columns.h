@@ -50,5 +50,4 @@ public:
 private:
     static constexpr size_t MOST = 4; // more than an operator has passes that wait at a time, as a rule
     std::vector<std::shared_ptr<EV_Columns>> myKept;
-    size_t myOldest = 0;
 };

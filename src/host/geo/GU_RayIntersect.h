@@ -92,9 +92,7 @@ public:
     /// Box of everything that can be hit; empty (not valid) when there is nothing.
     const UT_BoundingBox& getBBox() const { return myBox; }
     /// True when nothing that can be hit is between `low` and `high`, for sure; found out at little cost. False when
-    /// it takes a ray to know.
-    bool isClear(const UT_Vector3& low, const UT_Vector3& high) const { return myCells.isClear(low, high); }
-    /// The same; the fourth lanes do not matter.
+    /// it takes a ray to know. The fourth lanes do not matter.
     bool isClear(GU_Float4 low, GU_Float4 high) const { return myCells.isClear(low, high); }
     /// Number of primitives that can be hit.
     size_t entries() const;

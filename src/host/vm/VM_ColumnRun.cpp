@@ -1,5 +1,6 @@
 #include "host/vm/VM_ColumnRun.h"
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
@@ -50,6 +51,7 @@ bool VM_ColumnRun::run(VM_Host& host, int lanes) {
         const double* condition = step.operands[0].column;
         switch (i.op) {
         case VM_Op::Host:
+            assert(myStride == VM_LANES); // made for a host
             if (!host.callSite(i, registers(), VM_LANES)) return false;
             break;
         case VM_Op::JumpNone:

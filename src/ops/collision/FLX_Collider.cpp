@@ -7,6 +7,7 @@ namespace {
 
 bool isPlace(const UT_Vector3D& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
 
+// Of the points that are used; no number when none is.
 template <class Uses> UT_Vector3D centroid(const GU_Detail& detail, const Uses& uses) {
     UT_Vector3D sum(0, 0, 0);
     size_t i = 0, used = 0;
@@ -16,7 +17,7 @@ template <class Uses> UT_Vector3D centroid(const GU_Detail& detail, const Uses& 
         sum += at;
         ++used;
     });
-    return used ? sum / double(used) : sum;
+    return sum / double(used);
 }
 
 // Points that are nowhere count on neither side: what one side lacks must not look like a motion.
@@ -28,7 +29,8 @@ UT_Vector3D motionOfSome(const GU_Detail& from, const GU_Detail& to) {
             return isPlace(at) && (!pairs || isPlace(UT_Vector3D(UT_Vector3(others(i)->getPos()))));
         });
     };
-    return mean(to, from) - mean(from, to);
+    const UT_Vector3D way = mean(to, from) - mean(from, to);
+    return isPlace(way) ? way : UT_Vector3D(0, 0, 0);
 }
 
 UT_Vector3D motion(const GU_Detail& from, const GU_Detail& to) {

@@ -209,7 +209,12 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myRules.behavior = myBehavior;
     if (myBehavior == FLX_HIT_BOUNCE) myRules.finalBehavior = std::clamp(FINALBEHAVIOR(), 0, int(FLX_FINAL_SLIDE));
     constexpr int MOST_BOUNCES = 10000; // of one particle in one step
-    myRules.iterations = myHint == FLX_GeoHint::Translating ? 1 : limited(BOUNCE(t), MOST_BOUNCES, BOUNCE.token());
+    if (myHint == FLX_GeoHint::Translating)
+        myRules.iterations = 1;
+    else if (myBehavior == FLX_HIT_BOUNCE)
+        myRules.iterations = limited(BOUNCE(t), MOST_BOUNCES, BOUNCE.token());
+    else
+        myRules.iterations = std::min(BOUNCE(t), MOST_BOUNCES);
     myRules.oversampling = myParts;
     myRules.addPrimToHitId = HITUSE() == 1;
     if (myBehavior == FLX_HIT_BOUNCE && myHint == FLX_GeoHint::Static && ENFORCEORIENT())

@@ -83,7 +83,7 @@ const GU_Detail* FLX_Position::findPath(OP_Context& opContext) {
     const float t = opContext.getTime();
     const GU_Detail* path = getGeo(nullptr, context, t, 1, IGNOREXFORM(), &myPathCopy, myLookup);
     if (!path) {
-        addError(FLX_ERR_BAD_PATH);
+        addError(FLX_ERR_BAD_PATH); // names no path: the warning does
         UT_String text;
         getGeoPath(text, context, t);
         if (text.isstring()) addWarning(FLX_ERR_BAD_PATH, text.c_str());
