@@ -123,9 +123,9 @@ TEST(ParticleColumns, EveryVariableIsWhatOneParticleReads) {
     r.source.attribs = [](Probe&, FLX_ContextData* context) {
         for (int i = 0; i < FLX_NUM_ATTRIBS; ++i) context->addAttrib(FLX_Attrib(i));
         const float one = 1;
-        const int two = 2;
+        const int two[] = {2, 2};
         context->addUserVariable("heat", 4, GB_ATTRIB_FLOAT, &one, "heat");
-        context->addUserVariable("count", 8, GB_ATTRIB_INT, &two, "count");
+        context->addUserVariable("count", 8, GB_ATTRIB_INT, two, "count");
     };
     r.start();
     r.net.context().setDoReap(false);
