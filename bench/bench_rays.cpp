@@ -41,15 +41,21 @@ UT_Vector3 direction() {
 
 double height(double x, double y, double time) { return 0.5 * std::sin(x * 2 + time) * std::cos(y * 2); }
 
-/// The mesh at a time; it rises with it.
-void fill(GU_Detail& detail, double time, double rise) {
-    std::vector<GEO_Point*> points;
+/// Puts the mesh where it is at a time; it rises with it.
+void place(GU_Detail& detail, double time, double rise) {
+    size_t number = 0;
     for (int j = 0; j <= GRID; ++j)
         for (int i = 0; i <= GRID; ++i) {
             const double x = -10 + 20.0 * i / GRID, y = -10 + 20.0 * j / GRID;
-            points.push_back(detail.appendPoint());
-            points.back()->setPos(UT_Vector4(vectorOf(x, y, height(x, y, time) + rise * time)));
+            detail.points()[number++]->setPos(UT_Vector4(vectorOf(x, y, height(x, y, time) + rise * time)));
         }
+    detail.bumpChange();
+}
+
+/// The mesh at rest.
+void fill(GU_Detail& detail) {
+    std::vector<GEO_Point*> points((GRID + 1) * (GRID + 1));
+    for (GEO_Point*& point : points) point = detail.appendPoint();
     const auto at = [&](int i, int j) { return points[static_cast<size_t>(j) * (GRID + 1) + static_cast<size_t>(i)]; };
     for (int j = 0; j < GRID; ++j)
         for (int i = 0; i < GRID; ++i) {
@@ -58,6 +64,7 @@ void fill(GU_Detail& detail, double time, double rise) {
             GU_PrimPoly::build(&detail, low);
             GU_PrimPoly::build(&detail, high);
         }
+    place(detail, 0, 0);
 }
 
 std::vector<Move> movesNear() {
@@ -226,13 +233,34 @@ void compareSweeps(const char* title, const GU_Detail& begin, const GU_Detail& e
     std::printf("  hits: %zu, moving %zu\n", cast(fixed, moves, GU_FIND_ALL), cast(moving, moves, GU_FIND_ALL));
 }
 
+/// What it costs to find out that a mesh is the same but for its points: a copy has told so.
+void compareRefits(const GU_Detail& begin, const GU_Detail& end) {
+    GU_Detail anew[2];
+    for (GU_Detail& detail : anew) {
+        fill(detail);
+        place(detail, 0.4, 2);
+    }
+    GU_RayIntersect following(&begin, &end);
+    const double triangles = double(begin.primitives().entries());
+    const auto refit = [&](const GU_Detail& to) {
+        if (!following.refit(&begin, &to)) std::abort();
+    };
+    Comparison table("following a surface, per triangle");
+    const size_t copy = table.add("refit to a copy", triangles, [&] { refit(end); });
+    table.add("refit to a mesh made anew", triangles, [&, turn = 0]() mutable { refit(anew[turn ^= 1]); });
+    table.run(5);
+    table.print(copy);
+}
+
 } // namespace
 
 int main() {
-    GU_Detail detail, next, far;
-    fill(detail, 0, 0);
-    fill(next, 0.04, 0.5);
-    fill(far, 0.4, 2);
+    GU_Detail detail, next, far; // what deforms geometry moves the points of a copy
+    fill(detail);
+    next.copy(detail);
+    place(next, 0.04, 0.5);
+    far.copy(detail);
+    place(far, 0.4, 2);
     const GU_RayIntersect rays(&detail);
     compareBuilds(detail);
     compareCasts("moves near the surface", detail, rays, movesNear());
@@ -241,6 +269,7 @@ int main() {
     compareSweeps("a surface that moves by ten triangles, moves near it", detail, far, movesNear());
     compareSweeps("a surface that moves by a quarter of a triangle, moves far from it", detail, next, movesFar());
     compareSweeps("a surface that moves by ten triangles, moves far from it", detail, far, movesFar());
+    compareRefits(detail, far);
     Comparison table("all hits of long moves");
     const std::vector<Move> moves = longMoves();
     const size_t all = table.add("all", LONG_MOVES, [&] { theHits = cast(rays, moves, GU_FIND_ALL); });

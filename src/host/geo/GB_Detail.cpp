@@ -14,7 +14,8 @@ uint64_t nextDataId() {
 } // namespace
 
 GB_Detail::GB_Detail()
-    : myDataId(nextDataId()) {}
+    : myDataId(nextDataId())
+    , myTopology{myDataId, 0} {}
 GB_Detail::~GB_Detail() = default;
 
 GB_AttributeDict& GB_Detail::attribs(GB_AttribClass cls) {
@@ -38,7 +39,7 @@ uint32_t GB_Detail::birthPointSlot() {
     point->myPos = UT_Vector4(0, 0, 0, 1);
     point->mySlot = slot;
     myPoints.append(slot);
-    ++myChangeCount;
+    bumpTopology();
     return slot;
 }
 
@@ -46,7 +47,7 @@ size_t GB_Detail::birthPointSlots(const GEO_PointModel& model, uint32_t* slots, 
     n = myPointPool.allocate(model.record(), slots, n);
     for (size_t i = 0; i < n; ++i) myPoints.bySlot(slots[i])->mySlot = slots[i];
     myPoints.append({slots, n});
-    myChangeCount += n;
+    bumpTopology();
     return n;
 }
 
@@ -109,7 +110,7 @@ size_t GB_Detail::removePoints(const UT_BitSet& slots) {
     myPointGroups.removeSlots(slots);
     myPointPool.release(slots);
     myOrphans -= slots;
-    ++myChangeCount;
+    bumpTopology();
     return removed;
 }
 
@@ -143,7 +144,7 @@ void GB_Detail::clearElements() {
     myPrimGroups.clearMembers();
     myOrphans = UT_BitSet();
     myUseUnknown = false;
-    ++myChangeCount;
+    bumpTopology();
 }
 
 void GB_Detail::clearAttributes() {
@@ -174,4 +175,5 @@ void GB_Detail::copyElements(const GB_Detail& src, bool groups) {
     }
     myOrphans = src.myOrphans;
     myUseUnknown = src.myUseUnknown;
+    myTopology = src.myTopology;
 }

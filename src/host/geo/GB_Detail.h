@@ -65,6 +65,17 @@ public:
     /// positions or attributes of single elements in place calls bumpChange when done.
     uint64_t getChangeCount() const { return myChangeCount; }
     void bumpChange() { ++myChangeCount; }
+    /// Names what the detail is made of: points in order, primitives in order, their kinds, layouts and vertices. Equal
+    /// serials mean equal topologies: a copy keeps that of its source until elements are made, removed or reordered.
+    /// Details that came about apart have serials of their own, however alike they are.
+    struct TopologySerial {
+        friend bool operator==(const TopologySerial&, const TopologySerial&) = default;
+        uint64_t detail = 0; ///< where it came about
+        uint64_t change = 0; ///< and at which change
+    };
+    TopologySerial topologySerial() const { return myTopology; }
+    /// A change after which the topology is another one.
+    void bumpTopology() { myTopology = {myDataId, ++myChangeCount}; }
     /// Raised whenever an attribute of any class is appended or attributes are dropped.
     uint64_t layoutSerial() const;
 
@@ -131,4 +142,5 @@ private:
     bool myUseUnknown = false;
     uint64_t myDataId;
     uint64_t myChangeCount = 0;
+    TopologySerial myTopology;
 };

@@ -42,7 +42,7 @@ GEO_Primitive* GEO_Detail::adoptPrimitive(std::unique_ptr<GEO_Primitive> prim) {
     prim->mySlot = myPrimPool.allocate();
     prim->myNumber = static_cast<uint32_t>(myPrims.entries());
     myPrims.myPrims.push_back(std::move(prim));
-    bumpChange();
+    bumpTopology();
     return myPrims.myPrims.back().get();
 }
 
@@ -77,7 +77,7 @@ void GEO_Detail::eraseDeadPrimitives(const UT_BitSet& dead, bool andPoints) {
     for (size_t i = 0; i < myPrims.entries(); ++i) myPrims[i]->myNumber = static_cast<uint32_t>(i);
     myPrimGroups.removeSlots(records);
     myPrimPool.release(records);
-    bumpChange();
+    bumpTopology();
     if (!loose.any()) return;
     loose -= usedPoints();
     removePoints(loose);

@@ -134,7 +134,7 @@ float GEO_PrimMesh::calcArea() const {
 void GEO_PrimMesh::reverse() {
     for (int row = 0; row < myRows; ++row)
         std::reverse(myVertices.begin() + row * myCols, myVertices.begin() + (row + 1) * myCols);
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
 }
 
 std::string GEO_PrimMesh::validate() const {

@@ -25,7 +25,7 @@ GEO_PointAccess GEO_PrimParticle::pointAccess() const { return myDetail->points(
 GEO_ParticleVertex GEO_PrimParticle::appendParticle(GEO_Point* point) {
     myParticles.push_back(point->slot());
     myDetail->noteUnknownUse();
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
     return {this, myParticles.size() - 1};
 }
 
@@ -60,7 +60,7 @@ size_t GEO_PrimParticle::dropParticles(const UT_BitSet& pointSlots) {
 
 void GEO_PrimParticle::deleteLists() {
     releaseRecords();
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
 }
 
 void GEO_PrimParticle::orphan(uint32_t slot) { myDetail->noteOrphan(slot); }
@@ -73,7 +73,7 @@ size_t GEO_PrimParticle::nextSegment(size_t first, uint32_t*& begin, uint32_t*& 
 }
 
 void GEO_PrimParticle::finishCompaction(size_t kept) {
-    if (kept != myParticles.size()) myDetail->bumpChange();
+    if (kept != myParticles.size()) myDetail->bumpTopology();
     myParticles.resize(kept);
     myDead.resize(0);
 }
@@ -87,6 +87,7 @@ void GEO_PrimParticle::releaseRecords() {
 void GEO_PrimParticle::adoptVertices(const GEO_Primitive&, const uint32_t* pointMap) {
     myParticles.forEach([&](uint32_t& slot) { slot = pointMap[slot]; });
     myDetail->noteUnknownUse();
+    myDetail->bumpTopology();
 }
 
 bool GEO_PrimParticle::weights(float u, float, GEO_Weights& out) const {
@@ -104,7 +105,7 @@ void GEO_PrimParticle::reverse() {
     UT_BitSet dead(n);
     myDead.forEach([&](size_t i) { dead.set(n - 1 - i); });
     myDead = dead;
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
 }
 
 std::string GEO_PrimParticle::validate() const {

@@ -14,6 +14,11 @@ bool samplesByArea(int vertices) { return vertices < 5; }
 
 } // namespace
 
+void GEO_PrimPoly::setClosed(bool closed) {
+    myClosed = closed;
+    myDetail->bumpTopology();
+}
+
 bool GEO_PrimPoly::weights(float u, float v, GEO_Weights& out) const {
     const int n = getVertexCount();
     if (!myClosed) return GEOweightsAlong(u, n, out);

@@ -16,8 +16,8 @@ public:
         : GEO_VertexPrimitive(detail, GEOPRIMPOLY) {}
 
     bool isClosed() const override { return myClosed; }
-    void close() { myClosed = true; }
-    void open() { myClosed = false; }
+    void close() { setClosed(true); }
+    void open() { setClosed(false); }
 
     bool weights(float u, float v, GEO_Weights& out) const override;
     int evaluateNormal(float u, float v, UT_Vector3& out) const override;
@@ -35,6 +35,7 @@ private:
         return std::unique_ptr<GEO_Primitive>(new GEO_PrimPoly(*this));
     }
     UT_Vector3D newell() const;
+    void setClosed(bool closed);
 
     bool myClosed = true;
 };

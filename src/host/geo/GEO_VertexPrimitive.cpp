@@ -11,19 +11,19 @@ GEO_Vertex* GEO_VertexPrimitive::getVertex(int i) const {
 GEO_Vertex* GEO_VertexPrimitive::appendVertex(GEO_Point* point) {
     myVertices.push_back(myDetail->newVertex(point->slot()));
     myDetail->noteUnknownUse();
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
     return getVertex(getVertexCount() - 1);
 }
 
 void GEO_VertexPrimitive::setVertexPoint(int i, GEO_Point* point) {
     getVertex(i)->myPoint = point->slot();
     myDetail->noteUnknownUse();
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
 }
 
 void GEO_VertexPrimitive::reverse() {
     std::reverse(myVertices.begin(), myVertices.end());
-    myDetail->bumpChange();
+    myDetail->bumpTopology();
 }
 
 void GEO_VertexPrimitive::adoptVertices(const GEO_Primitive& src, const uint32_t* pointMap) {
@@ -31,6 +31,7 @@ void GEO_VertexPrimitive::adoptVertices(const GEO_Primitive& src, const uint32_t
     for (int i = 0, n = src.getVertexCount(); i < n; ++i)
         myVertices.push_back(myDetail->newVertex(pointMap[src.getVertexPointSlot(i)]));
     myDetail->noteUnknownUse();
+    myDetail->bumpTopology();
 }
 
 void GEO_VertexPrimitive::releaseRecords() {
@@ -47,6 +48,7 @@ void GEO_VertexPrimitive::dropVertices(const UT_BitSet& pointSlots) {
         return drop;
     });
     myDetail->noteUnknownUse();
+    myDetail->bumpTopology();
 }
 
 std::string GEO_VertexPrimitive::validate() const {

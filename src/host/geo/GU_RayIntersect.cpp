@@ -37,7 +37,8 @@ GU_RayIntersect::GU_RayIntersect(const GU_Detail* begin, const GU_Detail* end) {
 GU_RayIntersect::~GU_RayIntersect() = default;
 
 int GU_RayIntersect::validForDeformingGeometry(const GU_Detail* begin, const GU_Detail* end) {
-    return begin && end && GU_SweepTopology(*begin).matches(*end);
+    if (!begin || !end) return 0;
+    return begin->topologySerial() == end->topologySerial() || GU_SweepTopology(*begin).matches(*end);
 }
 
 size_t GU_RayIntersect::entries() const { return mySweep ? mySweep->entries() : myShapes.shapes().size(); }

@@ -1,8 +1,5 @@
 #include "host/geo/GU_SweepTopology.h"
 
-#include "host/geo/GEO_PrimMesh.h"
-#include "host/geo/GU_Detail.h"
-
 namespace {
 
 std::vector<uint32_t> numbersBySlot(const GEO_PointList& points) {
@@ -69,15 +66,21 @@ private:
 
 GU_SweepTopology::GU_SweepTopology(const GU_Detail& detail)
     : myPoints(detail.points().entries())
-    , myPrims(detail.primitives().entries()) {
+    , myPrims(detail.primitives().entries())
+    , mySource(detail.topologySerial())
+    , myLastMatch(mySource) {
     Reader(detail).readAll([this](uint32_t word) {
         myWords.push_back(word);
         return true;
     });
 }
 
-bool GU_SweepTopology::matches(const GU_Detail& detail) const {
+bool GU_SweepTopology::matches(const GU_Detail& detail) {
+    const GU_Detail::TopologySerial serial = detail.topologySerial();
+    if (serial == mySource || serial == myLastMatch) return true;
     if (detail.points().entries() != myPoints || detail.primitives().entries() != myPrims) return false;
     // What differs from what is here differs before it could be longer: kinds and counts come first.
-    return Reader(detail).readAll([at = myWords.data()](uint32_t word) mutable { return word == *at++; });
+    if (!Reader(detail).readAll([at = myWords.data()](uint32_t word) mutable { return word == *at++; })) return false;
+    myLastMatch = serial;
+    return true;
 }

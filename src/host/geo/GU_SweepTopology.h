@@ -1,20 +1,20 @@
 #pragma once
 
-#include "host/geo/GEO_Primitive.h"
+#include "host/geo/GU_Detail.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
-class GU_Detail;
-
 /// What two details have to share that deform into one another: how many points there are, and the primitives in
 /// order, each with its kind, whether it is closed, how a mesh is laid out, and the numbers of its points.
 class GU_SweepTopology {
 public:
     explicit GU_SweepTopology(const GU_Detail& detail);
-    bool matches(const GU_Detail& detail) const;
+    /// Compares them element by element, but for details whose serial tells: copies of the one that this was made of,
+    /// or of the one that matched last.
+    bool matches(const GU_Detail& detail);
 
     struct Face {
         uint32_t number; ///< of the primitive
@@ -43,5 +43,6 @@ private:
     static constexpr uint32_t TYPE = 0xffffffu, CLOSED = 1u << 24, WRAP_U = 1u << 25, WRAP_V = 1u << 26;
 
     size_t myPoints, myPrims;
+    GU_Detail::TopologySerial mySource, myLastMatch;
     std::vector<uint32_t> myWords; ///< by primitive: kind and flags, rows and columns of a mesh, vertices, points
 };
