@@ -14,6 +14,15 @@ bool isExpensive(VM_Op op) {
     return function || op == VM_Op::Mod || op == VM_Op::Pow || op == VM_Op::Atan2 || op >= VM_Op::Noise;
 }
 
+// One operation for both, where there is one: of what `inner` does, which is operand k of the other, and operand 1 - k.
+VM_Op fused(VM_Op op, VM_Op inner, int k) {
+    if (inner == VM_Op::Mul && op == VM_Op::Add) return VM_Op::MulAdd;
+    if (inner == VM_Op::Mul && op == VM_Op::Sub) return k == 0 ? VM_Op::MulSub : VM_Op::SubMul;
+    if (op == VM_Op::And && (inner == VM_Op::Lt || inner == VM_Op::Gt)) return VM_Op::LtAnd;
+    if (op == VM_Op::And && (inner == VM_Op::Le || inner == VM_Op::Ge)) return VM_Op::LeAnd;
+    return VM_Op::End;
+}
+
 } // namespace
 
 // ---- what is to be computed
@@ -103,7 +112,7 @@ EV_ColumnGraph::EV_ColumnGraph(const EV_ColumnList& list) {
         at += code->sites.size();
     }
     findRead();
-    fuseProducts();
+    fuse();
 }
 
 // ---- the program
@@ -123,8 +132,9 @@ void EV_ColumnGraph::findRead() {
     }
 }
 
-// A sum or difference takes over a product that nothing else reads: a column less to write and to read again.
-void EV_ColumnGraph::fuseProducts() {
+// A sum or difference takes over a product, an "and" a comparison, that nothing else reads: a column less to write and
+// to read again.
+void EV_ColumnGraph::fuse() {
     std::vector<int> numReads(myNodes.size(), 0);
     const auto count = [&](Value value) {
         if (value >= 0) ++numReads[size_t(value)];
@@ -133,14 +143,14 @@ void EV_ColumnGraph::fuseProducts() {
     for (const Node& node : myNodes)
         for (int k = 0; node.isRead && k < VM_arity(node.op); ++k) count(node.src[k]);
     for (Node& node : myNodes) {
-        if (!node.isRead || (node.op != VM_Op::Add && node.op != VM_Op::Sub)) continue;
-        for (int k = 0; k < 2; ++k) {
-            const Value value = node.src[k], other = node.src[1 - k];
-            if (value < 0 || myNodes[size_t(value)].op != VM_Op::Mul || numReads[size_t(value)] != 1) continue;
-            Node& product = myNodes[size_t(value)];
-            product.isRead = false;
-            const VM_Op difference = k == 0 ? VM_Op::MulSub : VM_Op::SubMul;
-            node = {node.op == VM_Op::Add ? VM_Op::MulAdd : difference, {product.src[0], product.src[1], other, 0}, 0};
+        for (int k = 0; node.isRead && k < 2; ++k) {
+            if (node.src[k] < 0 || numReads[size_t(node.src[k])] != 1) continue;
+            Node& inner = myNodes[size_t(node.src[k])];
+            const VM_Op both = fused(node.op, inner.op, k);
+            if (both == VM_Op::End) continue;
+            inner.isRead = false;
+            const bool mirrored = inner.op == VM_Op::Gt || inner.op == VM_Op::Ge;
+            node = {both, {inner.src[mirrored], inner.src[!mirrored], node.src[1 - k], 0}, 0};
             node.isRead = true;
             break;
         }

@@ -46,7 +46,7 @@ private:
     }
     bool skipsAnything(size_t jump) const;
     void findRead();
-    void fuseProducts();
+    void fuse();
 
     VM_NumberTable myNumbers;
     std::vector<Node> myNodes;

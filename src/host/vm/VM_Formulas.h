@@ -43,7 +43,9 @@
     X(Lerp,   (1 - c) * a + c * b)                               \
     X(MulAdd, a * b + c)                                         \
     X(MulSub, a * b - c)                                         \
-    X(SubMul, c - a * b)
+    X(SubMul, c - a * b)                                         \
+    X(LtAnd,  (int(a < b) & int(c != 0)) != 0 ? 1.0 : 0.0)       \
+    X(LeAnd,  (int(a <= b) & int(c != 0)) != 0 ? 1.0 : 0.0)
 
 // Functions that come with a block form of the same bits: X(operation, function of UT_Math).
 #define VM_BLOCKS_1(X)                                           \

@@ -62,6 +62,8 @@ enum class VM_Op : uint16_t {
     MulAdd, // a * b + c, rounded twice, like the two operations
     MulSub, // a * b - c
     SubMul, // c - a * b
+    LtAnd,  // a < b && c
+    LeAnd,  // a <= b && c
     Noise,  // coherent noise at (a, b, c), about -1 to 1
     // four operands
     Turb, // d + 1 octaves of Noise at (a, b, c), each of twice the frequency and half the amplitude
