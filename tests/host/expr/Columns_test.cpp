@@ -229,6 +229,19 @@ TEST(Columns, ComputeOnceWhatExpressionsShare) {
     EXPECT_EQ(size({"$AGE > 1 ? noise($VX, 1, 2) : 0"}), 4u);
 }
 
+TEST(Columns, FusedOperationsGiveTheBitsOfTheirParts) {
+    Lanes lanes = randomLanes();
+    uint64_t hash = 0;
+    std::vector<std::string> texts = {"$ODD * $VX + $TY", "$TY + $ODD * $VX", "$ODD * $VX - $TY", "$TY - $ODD * $VX"};
+    for (const std::string comparison : {" < ", " <= ", " > ", " >= ", " == ", " != "})
+        for (const std::string sides : {"$ODD|floor($VX)", "$ODD|1", "0|$ODD", "floor($VX)|-1"}) {
+            std::string test = sides;
+            test.replace(test.find('|'), 1, comparison);
+            texts.insert(texts.end(), {test + " && $VX", "$ODD && " + test, test + " && $AGE > 2"});
+        }
+    for (const std::string& text : texts) EXPECT_EQ(compare({text}, lanes, hash), 0); // what is shared is not fused
+}
+
 TEST(Columns, WhatIsBehindAConditionIsNotKnownAfterIt) {
     Lanes lanes = randomLanes();
     uint64_t hash = 0;
