@@ -23,8 +23,18 @@ constexpr FLX_AttribDefault I1(int a) { return {true, {uint32_t(a)}}; }
 const std::array<FLX_AttribRow, size_t(FLX_NUM_ATTRIBS)> FLX_AttribRows{{FLX_ATTRIBUTES(FLX_ATTRIBUTE_ROW)}};
 #undef FLX_ATTRIBUTE_ROW
 
+// clang-format off
+const std::array<FLX_CoreRow, 5> FLX_CoreRows{{
+    {&FLX_CoreOffsets::velocity,  "v",         GB_ATTRIB_VECTOR, 12, NONE},
+    {&FLX_CoreOffsets::accel,     "accel",     GB_ATTRIB_VECTOR, 12, NONE},
+    {&FLX_CoreOffsets::life,      "life",      GB_ATTRIB_FLOAT,   8, NONE},
+    {&FLX_CoreOffsets::state,     "pstate",    GB_ATTRIB_INT,     4, NONE},
+    {&FLX_CoreOffsets::backtrack, "backtrack", GB_ATTRIB_RAW,    16, F4(0, 0, 0, -1)},
+}};
+// clang-format on
+
 bool FLXisStandardAttrib(std::string_view name) {
-    for (const std::string_view core : {"P", "v", "accel", "life", "pstate", "backtrack"})
-        if (name == core) return true;
-    return std::any_of(FLX_AttribRows.begin(), FLX_AttribRows.end(), [&](const auto& row) { return name == row.name; });
+    const auto isNamed = [name](const auto& row) { return name == row.name; };
+    return name == "P" || std::any_of(FLX_CoreRows.begin(), FLX_CoreRows.end(), isNamed) ||
+           std::any_of(FLX_AttribRows.begin(), FLX_AttribRows.end(), isNamed);
 }

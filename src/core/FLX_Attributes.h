@@ -102,6 +102,30 @@ extern const std::array<FLX_AttribRow, size_t(FLX_NUM_ATTRIBS)> FLX_AttribRows;
 
 inline const FLX_AttribRow& FLXattribRow(FLX_Attrib attrib) { return FLX_AttribRows[size_t(attrib)]; }
 
+/// Offsets of the attributes that every simulation has; the last three are primitive attributes.
+struct FLX_CoreOffsets {
+    int velocity = -1;
+    int accel = -1;
+    int state = -1;
+    int life = -1;
+    int backtrack = -1;
+    int born = -1;
+    int source = -1;
+    int generator = -1;
+};
+
+/// An attribute that every particle has.
+struct FLX_CoreRow {
+    int FLX_CoreOffsets::*offset;
+    const char* name;
+    GB_AttribType type;
+    int size; ///< bytes
+    FLX_AttribDefault def;
+};
+
+/// In storage order: in a fresh detail they lie side by side (see FLX_PlainStep).
+extern const std::array<FLX_CoreRow, 5> FLX_CoreRows;
+
 /// True for the position, the attributes that every particle has, and those of the table: names that no operator may
 /// give an attribute of its own.
 bool FLXisStandardAttrib(std::string_view name);

@@ -80,15 +80,11 @@ bool FLX_ContextData::findSharedPoints() const {
 
 void FLX_ContextData::setupAttributes() {
     if (!myDetail) return;
-    const float noBacktrack[4] = {0, 0, 0, -1};
     const int noIndex = -1;
     const int firstId = 1;
     GB_AttributeDict& points = myDetail->pointAttribs();
-    myCore.velocity = points.append("v", 12, GB_ATTRIB_VECTOR, nullptr);
-    myCore.accel = points.append("accel", 12, GB_ATTRIB_VECTOR, nullptr);
-    myCore.life = points.append("life", 8, GB_ATTRIB_FLOAT, nullptr);
-    myCore.state = points.append("pstate", 4, GB_ATTRIB_INT, nullptr);
-    myCore.backtrack = points.append("backtrack", 16, GB_ATTRIB_RAW, noBacktrack);
+    for (const FLX_CoreRow& row : FLX_CoreRows)
+        myCore.*row.offset = points.append(row.name, row.size, row.type, row.def.data());
     GB_AttributeDict& prims = myDetail->primitiveAttribs();
     myCore.born = prims.append("born", 4, GB_ATTRIB_RAW, nullptr);
     myCore.source = prims.append("source", 4, GB_ATTRIB_RAW, nullptr);
@@ -139,11 +135,7 @@ void FLX_ContextData::recacheOffset() {
         const FLX_AttribRow& row = FLXattribRow(attrib);
         if (!FLXkeepsOffset(attrib)) setOffset(attrib, points.getOffset(row.name, row.size, row.type));
     }
-    myCore.velocity = points.getOffset("v", 12, GB_ATTRIB_VECTOR);
-    myCore.accel = points.getOffset("accel", 12, GB_ATTRIB_VECTOR);
-    myCore.life = points.getOffset("life", 8, GB_ATTRIB_FLOAT);
-    myCore.state = points.getOffset("pstate", 4, GB_ATTRIB_INT);
-    myCore.backtrack = points.getOffset("backtrack", 16, GB_ATTRIB_RAW);
+    for (const FLX_CoreRow& row : FLX_CoreRows) myCore.*row.offset = points.getOffset(row.name, row.size, row.type);
     const GB_AttributeDict& prims = myDetail->primitiveAttribs();
     myCore.born = prims.getOffset("born", 4, GB_ATTRIB_RAW);
     myCore.source = prims.getOffset("source", 4, GB_ATTRIB_RAW);

@@ -29,18 +29,6 @@ struct FLX_StepPhases;
 class OBJ_Node;
 class OP_Context;
 
-/// Offsets of the attributes that every simulation has; the last three are primitive attributes.
-struct FLX_CoreOffsets {
-    int velocity = -1;
-    int accel = -1;
-    int state = -1;
-    int life = -1;
-    int backtrack = -1;
-    int born = -1;
-    int source = -1;
-    int generator = -1;
-};
-
 /// In which order the operators of a cook work on the particles. The results are the same.
 enum class FLX_CookOrder {
     Chunk,    ///< all operators on some particles, then on the next

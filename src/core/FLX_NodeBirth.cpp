@@ -40,5 +40,5 @@ void FLX_Node::initParticleAttrib(FLX_ContextData* context, GEO_Point* point, co
         *at(point, origin) = value;
     }
     if (parentId >= 0 && (!parent || id >= 0)) *at(point, parentId) = parent ? *at(parent, id) : 0;
-    if (gen >= 0) *at(point, gen) = parent ? *at(parent, gen) + 1 : 1;
+    if (gen >= 0) *at(point, gen) = parent ? UTaddSaturated(*at(parent, gen), 1) : 1;
 }

@@ -99,6 +99,10 @@ protected:
         program().withRunner([&](const auto& runner) { loop(FLX_FollowerOf(myFollowing, runner)); });
     }
     const FLX_Writing& following() const { return myFollowing; }
+    /// What follows, in a loop of its own.
+    void runFollowing(const FLX_Chunk& chunk) {
+        if (!myFollowing.empty()) chunk.forEach([follow = follower()](size_t, GEO_Point* p) { follow(p); });
+    }
 
 private:
     const FLX_WriteProgram& program() {

@@ -12,7 +12,6 @@
 /// to it are done here, and values that are set side by side go in together.
 class FLX_WriteProgram {
 public:
-    FLX_WriteProgram() = default;
     explicit FLX_WriteProgram(const FLX_Writing& writing);
 
     /// Takes what happens to three floats out of the program, given that 0 stands there before: what stands there then.

@@ -4,8 +4,7 @@
 
 bool FLX_Writing::append(const FLX_Writing& later) {
     if (!empty() && later.myStateOffset != myStateOffset) return false;
-    if (touchesState(later.myStateOffset) || later.touchesState(later.myStateOffset) || clashesWith(later))
-        return false;
+    if (touches(later.state()) || later.touches(later.state()) || clashesWith(later)) return false;
     myStateOffset = later.myStateOffset;
     myWrites.insert(myWrites.end(), later.myWrites.begin(), later.myWrites.end());
     return true;
@@ -25,20 +24,18 @@ void FLX_Writing::apply(GEO_Point* p) const {
 
 bool FLX_Writing::meddlesWith(const FLX_Writing& other) const {
     if (empty() || other.empty()) return false;
-    return touchesState(other.myStateOffset) ||
-           std::any_of(other.myWrites.begin(), other.myWrites.end(), [&](const FLX_Write& write) {
-               return touches(write.offset, write.floats * int(sizeof(float)));
-           });
+    return touches(other.state()) || std::any_of(other.myWrites.begin(), other.myWrites.end(),
+                                                 [&](const FLX_Write& write) { return touches(write.target()); });
 }
 
-bool FLX_Writing::touches(int offset, int bytes) const {
+bool FLX_Writing::touches(const FLX_Bytes& bytes) const {
     return std::any_of(myWrites.begin(), myWrites.end(),
-                       [&](const FLX_Write& write) { return write.touches(offset, bytes); });
+                       [&](const FLX_Write& write) { return write.target().overlaps(bytes); });
 }
 
 bool FLX_Writing::clashesWith(const FLX_Writing& other) const {
     for (const FLX_Write& a : myWrites)
         for (const FLX_Write& b : other.myWrites)
-            if (!a.sameField(b) && a.touches(b.offset, b.floats * int(sizeof(float)))) return true;
+            if (!a.sameField(b) && a.target().overlaps(b.target())) return true;
     return false;
 }

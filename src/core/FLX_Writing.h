@@ -4,6 +4,16 @@
 
 #include "host/geo/GEO_Point.h"
 
+/// Bytes of a particle's attributes.
+struct FLX_Bytes {
+    int offset; ///< as for GEO_Point::castAttribData
+    int bytes;
+
+    bool overlaps(const FLX_Bytes& other) const {
+        return offset < other.offset + other.bytes && other.offset < offset + bytes;
+    }
+};
+
 /// A constant that goes into a field of one to four floats of every particle whose state has none of some bits: it is
 /// set, or added.
 struct FLX_Write {
@@ -13,9 +23,7 @@ struct FLX_Write {
     bool isSet;
     float values[4];
 
-    bool touches(int otherOffset, int bytes) const {
-        return offset < otherOffset + bytes && otherOffset < offset + floats * int(sizeof(float));
-    }
+    FLX_Bytes target() const { return {offset, floats * int(sizeof(float))}; }
     bool sameField(const FLX_Write& other) const { return offset == other.offset && floats == other.floats; }
     void apply(GEO_Point* p) const {
         float* to = p->castAttribData<float>(offset);
@@ -38,8 +46,10 @@ public:
     bool append(const FLX_Writing& later);
 
     int stateOffset() const { return myStateOffset; }
+    /// What it goes by.
+    FLX_Bytes state() const { return {myStateOffset, int(sizeof(int))}; }
     /// Whether it writes any of these bytes.
-    bool touches(int offset, int bytes) const;
+    bool touches(const FLX_Bytes& bytes) const;
     /// Whether it writes what the other writes or goes by.
     bool meddlesWith(const FLX_Writing& other) const;
     /// With none of these in its state nothing leaves a particle out.
@@ -48,7 +58,6 @@ public:
     void apply(GEO_Point* p) const;
 
 private:
-    bool touchesState(int offset) const { return touches(offset, int(sizeof(int))); }
     bool clashesWith(const FLX_Writing& other) const;
 
     int myStateOffset = -1;

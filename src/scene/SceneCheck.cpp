@@ -4,7 +4,6 @@
 #include "core/FLX_Node.h"
 #include "host/expr/EV_Code.h"
 #include "host/expr/EV_StringExpand.h"
-#include "host/geo/GOP_Manager.h"
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
 #include "host/node/SHOP_Node.h"
@@ -12,6 +11,7 @@
 #include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_NodePath.h"
 #include "scene/ChannelCheck.h"
+#include "scene/GroupCheck.h"
 #include "scene/ParticleNetwork.h"
 #include "scene/PathSuggestion.h"
 #include "scene/SceneDirectory.h"
@@ -60,7 +60,7 @@ private:
         }
         if (auto* particles = dynamic_cast<ParticleNetwork*>(&node)) variables = resetNetwork(*particles);
         if (OP_Network* inside = node.castToNetwork()) checkNetwork(*inside, variables);
-        if (dynamic_cast<ParticleNetwork*>(&node)) myGroups.reset();
+        if (dynamic_cast<ParticleNetwork*>(&node)) myGroups.leave();
     }
 
     /// The variables that the network's operators create; what went wrong while they did is reported.
@@ -69,7 +69,7 @@ private:
         report(network);
         for (const OP_Node* node : network.operators()) report(*node);
         checkStreams(network);
-        collectGroups(network);
+        myGroups.enter(network, startTime());
         return network.context()->getUserVariables();
     }
     void checkStreams(const ParticleNetwork& network) {
@@ -79,12 +79,9 @@ private:
             findings.push_back({found.error, found.node->getFullPath(), found.text});
     }
     void report(const OP_Node& node) {
-        for (const UT_Error& error : node.setupErrors()) {
-            const size_t severity =
-                std::string_view(UTseverityName(error.severity)).size() + 1; // a finding has its own
+        for (const UT_Error& error : node.setupErrors())
             findings.push_back(
-                {error.severity >= UT_ERROR_ABORT, node.getFullPath(), UTerrorText(error).substr(severity)});
-        }
+                {error.severity >= UT_ERROR_ABORT, node.getFullPath(), UTerrorTextWithoutSeverity(error)});
     }
 
     void checkParm(PRM_Parm& parm) {
@@ -209,52 +206,21 @@ private:
             add(true, fmt::format("\"{}\": there is no file \"{}\"", row.token, file));
     }
 
-    /// Whether an operator on particles does its work: no, yes, or maybe when an expression decides.
-    enum class Works { No, Maybe, Yes };
-    static Works works(OP_Node& op) {
-        if (op.getBypass()) return Works::No;
-        const PRM_Parm* activate = op.parms().find("activate");
-        if (!activate) return Works::Yes;
-        if (activate->component(0).kind != PRM_Parm::Component::Constant) return Works::Maybe;
-        return activate->component(0).constant > 0 ? Works::Yes : Works::No;
-    }
-    /// Where operators make groups under names that change, only maybe.
     void requireGroup(const PRM_Template& row, const std::string& text) {
-        const Works reader = works(*myNode);
-        if (reader == Works::No || !myGroups) return;
-        if (!GOP_Manager().parsePointGroups(text.c_str(), myGroups.get()))
-            add(!myGroupsChange && reader == Works::Yes,
+        const GroupCheck::Missing missing = myGroups.missing(*myNode, text);
+        if (missing != GroupCheck::Missing::No)
+            add(missing == GroupCheck::Missing::Yes,
                 fmt::format("\"{}\": \"{}\": no operator of the network makes such a group", row.token, text));
-    }
-    /// The point groups that the network starts with, and those that its operators make.
-    void collectGroups(const ParticleNetwork& network) {
-        myGroups = std::make_unique<GU_Detail>();
-        myGroupsChange = false;
-        const auto& initial = network.particleDetail()->pointGroups();
-        for (const GB_PointGroup* group = initial.head(); group; group = initial.next(group))
-            myGroups->pointGroups().newGroup(group->getName(), 0);
-        for (OP_Node* op : network.operators())
-            for (int i = 0; i < op->parms().entries(); ++i) collectGroup(*op, op->parms().parm(i));
-    }
-    void collectGroup(OP_Node& op, PRM_Parm& parm) {
-        if (parm.row().stringKind != PRM_StringKind::NewPointGroup || works(op) == Works::No) return;
-        std::string name = parm.text();
-        if (EV_StringExpand* expansion = parm.expansion()) {
-            myGroupsChange = true;
-            if (!expansion->expand(op.scope(), startTime(), 0, name)) return EV_clearError(0); // its own check tells
-        }
-        if (!name.empty()) myGroups->pointGroups().newGroup(name, 0);
     }
     static double startTime() {
         const OP_Director& director = *OPgetDirector();
         return (director.startFrame - 1) / director.fps;
     }
 
-    std::unique_ptr<GU_Detail> myGroups; // null outside a network
-    bool myGroupsChange = false;
     OP_Node* myNode = nullptr;
     PRM_Parm* myParm = nullptr;
     ChannelCheck myChannels;
+    GroupCheck myGroups;
 };
 
 std::string replacementText(const std::vector<std::string>& names) {

@@ -7,7 +7,6 @@ std::string theFolder;
 }
 
 void SceneDirectory::set(std::string folder) { theFolder = std::move(folder); }
-const std::string& SceneDirectory::get() { return theFolder; }
 
 std::string SceneDirectory::resolve(const std::string& file) {
     const std::filesystem::path path(file);

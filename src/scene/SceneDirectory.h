@@ -7,7 +7,6 @@ namespace SceneDirectory {
 
 /// "" stands for the current directory.
 void set(std::string folder);
-const std::string& get();
 /// An absolute name stands for itself, another one is seen from the scene's folder.
 std::string resolve(const std::string& file);
 

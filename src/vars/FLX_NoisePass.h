@@ -23,7 +23,7 @@ public:
             block.count += !skip(p);
         });
         if (block.count) apply(block);
-        if (!following().empty()) chunk.forEach([follow = follower()](size_t, GEO_Point* p) { follow(p); });
+        this->runFollowing(chunk);
     }
 
 private:

@@ -127,11 +127,11 @@ bool FLX_ParticleColumns::countsParticles() const {
 
 bool FLX_ParticleColumns::reads(const FLX_Writing& writing) const {
     const auto isWritten = [&](const VM_Field& field) {
-        return writing.touches(int(field.offset) - int(sizeof(GEO_Point)), int(sizeof(float)));
+        return writing.touches({int(field.offset) - int(sizeof(GEO_Point)), int(sizeof(float))});
     };
     const auto mayBeWritten = [&](const Computed& computed) {
-        int offset = 0, bytes = 0;
-        return !myReader.extent(*computed.variable, offset, bytes) || writing.touches(offset, bytes);
+        const std::optional<FLX_Bytes> bytes = myReader.extent(*computed.variable);
+        return !bytes || writing.touches(*bytes);
     };
     return std::any_of(myFields.begin(), myFields.end(), isWritten) ||
            std::any_of(myComputed.begin(), myComputed.end(), mayBeWritten);

@@ -53,11 +53,6 @@ public:
         loop(skip, false, formula, sources...);
     }
 
-    /// Whether running this pass between the chunks of other operators' passes gives the same, and the cook goes that
-    /// way: the operator says so, the pass is self-contained, there is no source group, no primitive stands in the list
-    /// twice, and no guide is drawn.
-    bool mayWait(const FLX_Pass& pass) const { return !whyNotQueued(pass); }
-
 private:
     bool depends(const FLX_ParmRef& parm) const {
         return myOperator.isVarDependent(myContext.peekDetail(), parm, myTime, myThread) != 0;
@@ -77,7 +72,9 @@ private:
         else
             return std::make_unique<FLX_ConstantPass<Formula, Values...>>(skip, formula, values...);
     }
-    /// Null when the pass may wait; else the reason in a word or two.
+    /// Null when running this pass between the chunks of other operators' passes gives the same, and the cook goes that
+    /// way: the operator says so, the pass is self-contained, there is no source group, no primitive stands in the list
+    /// twice, and no guide is drawn. Else the reason in a word or two.
     const char* whyNotQueued(const FLX_Pass& pass) const;
     void run(std::unique_ptr<FLX_Pass> pass) const;
     void enqueue(std::unique_ptr<FLX_Pass> pass) const;

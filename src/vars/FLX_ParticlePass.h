@@ -12,16 +12,8 @@ struct FLX_Skip {
     int stateOffset;
     int bits;
 
+    FLX_Bytes state() const { return {stateOffset, int(sizeof(int))}; }
     bool operator()(const GEO_Point* p) const { return (*p->castAttribData<int>(stateOffset) & bits) != 0; }
-};
-
-/// Bytes of a particle's attributes.
-struct FLX_Bytes {
-    int offset, bytes;
-
-    bool overlaps(int otherOffset, int otherBytes) const {
-        return offset < otherOffset + otherBytes && otherOffset < offset + bytes;
-    }
 };
 
 /// A formula that adds its argument to a vector of the particle. Formulas that have a `write` only put constants into
@@ -122,9 +114,8 @@ public:
     bool isApartFrom(const FLX_Writing& writing) const override {
         if constexpr (requires { myFormula.target(); }) {
             const FLX_Bytes target = myFormula.target();
-            return isSelfContained() && myColumns.evaluates() && !writing.touches(target.offset, target.bytes) &&
-                   !writing.touches(mySkip.stateOffset, int(sizeof(int))) &&
-                   !target.overlaps(writing.stateOffset(), int(sizeof(int))) && !myColumns.reads(writing) &&
+            return isSelfContained() && myColumns.evaluates() && !writing.touches(target) &&
+                   !writing.touches(mySkip.state()) && !target.overlaps(writing.state()) && !myColumns.reads(writing) &&
                    !writing.meddlesWith(following()) && !following().meddlesWith(writing);
         }
         return false;

@@ -72,11 +72,9 @@ float length3(const float* v) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2
 
 } // namespace
 
-bool FLX_VariableReader::extent(const FLX_ParticleVariable& variable, int& offset, int& bytes) const {
-    if (variable.read != FLX_VarRead::LifeRatio) return false;
-    offset = myCore.life;
-    bytes = 2 * int(sizeof(float));
-    return true;
+std::optional<FLX_Bytes> FLX_VariableReader::extent(const FLX_ParticleVariable& variable) const {
+    if (variable.read != FLX_VarRead::LifeRatio) return std::nullopt;
+    return FLX_Bytes{myCore.life, 2 * int(sizeof(float))};
 }
 
 bool FLX_VariableReader::fill(const FLX_ParticleVariable& variable, const VM_Records& records, double* to) const {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_Writing.h"
 #include "host/vm/VM_Kernels.h"
 #include "vars/FLX_BoundingBox.h"
 #include "vars/FLX_ParticleVariables.h"
@@ -25,9 +27,9 @@ public:
     /// is read. False for those that are computed.
     bool field(const FLX_ParticleVariable& variable, VM_Field& field) const;
 
-    /// A variable that is computed from a part of the record and nothing else: which bytes of the attributes that is.
-    bool extent(const FLX_ParticleVariable& variable, int& offset, int& bytes) const;
-    /// The values for many particles at once; false for a variable that has no loop of its own.
+    /// A variable that is computed from a part of the record and nothing else: which part that is.
+    std::optional<FLX_Bytes> extent(const FLX_ParticleVariable& variable) const;
+    /// The values of such a variable for many particles at once; false for any other.
     bool fill(const FLX_ParticleVariable& variable, const VM_Records& records, double* to) const;
 
     bool boxIsPending() const { return myBox.isPending(); }

@@ -3,6 +3,7 @@
 #include "host/geo/GU_Float4.h"
 #include "host/ut/UT_BoundingBox.h"
 #include "host/ut/UT_LargeAllocator.h"
+#include "host/ut/UT_Prefetch.h"
 #include "host/ut/UT_Vector3.h"
 
 #include <algorithm>
@@ -96,6 +97,17 @@ private:
             }
         }
     };
+    /// Which leaves of a node the line may meet, as bits. `next` becomes the inner node to go on with, EMPTY when the
+    /// line meets none; other inner nodes go onto the stack.
+    template <bool Furthest>
+    int descend(const Node& node, const GU_BvhLine& line, const Slabs& slabs, Entry* stack, int& top,
+                int32_t& next) const;
+    /// The next node of the stack that may still matter, or EMPTY.
+    template <bool Furthest> static int32_t pop(const GU_BvhLine& line, const Entry* stack, int& top);
+    /// The number of the first leaf of `mask`.
+    static uint32_t leafOf(const Node& node, int mask) {
+        return static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(mask))]);
+    }
     /// Looks at one more node; false when there is none left.
     template <class Visit> bool takeTurn(Walk& walk, uint32_t number, Visit&& visit) const;
     template <bool Furthest>
@@ -103,10 +115,6 @@ private:
     static int near(const Node& node, int first, const UT_Vector3& p, float distance2, float* keys);
     /// Pushes the inner nodes of `mask`, smallest key on top.
     static void push(const Node& node, int mask, const float* keys, Entry* stack, int& top);
-    void prefetch(int32_t node) const {
-        const char* p = reinterpret_cast<const char*>(&myNodes[static_cast<size_t>(node)]);
-        for (size_t i = 0; i < sizeof(Node); i += 64) __builtin_prefetch(p + i);
-    }
 
     std::vector<Node, UT_LargeAllocator<Node>> myNodes;
     std::vector<uint32_t> myOrder;
@@ -165,43 +173,49 @@ inline void GU_Bvh::push(const Node& node, int mask, const float* keys, Entry* s
     }
 }
 
+template <bool Furthest>
+inline int GU_Bvh::descend(const Node& node, const GU_BvhLine& line, const Slabs& slabs, Entry* stack, int& top,
+                           int32_t& next) const {
+    GU_Float4 distances[2];
+    const int mask = crossed<Furthest>(node, 0, line, slabs, distances[0]) |
+                     crossed<Furthest>(node, 4, line, slabs, distances[1]) << 4;
+    const int inner = mask & ~node.leaves;
+    next = EMPTY;
+    if (inner && !(inner & (inner - 1))) { // the usual case of short stretches: straight down
+        next = node.child[std::countr_zero(static_cast<unsigned>(inner))];
+    } else if (inner) {
+        float keys[WIDTH];
+        distances[0].store(keys);
+        distances[1].store(keys + 4);
+        push(node, inner, keys, stack, top);
+        next = stack[--top].node;
+    }
+    if (next != EMPTY) UTprefetch(myNodes[static_cast<size_t>(next)]);
+    return mask & node.leaves;
+}
+
+template <bool Furthest> inline int32_t GU_Bvh::pop(const GU_BvhLine& line, const Entry* stack, int& top) {
+    while (top) {
+        const Entry entry = stack[--top];
+        if (Furthest ? -entry.key >= line.reach : entry.key <= std::max(-line.low, line.high)) return entry.node;
+    }
+    return EMPTY;
+}
+
 template <bool Furthest, class Visit> void GU_Bvh::along(GU_BvhLine& line, Visit&& visit) const {
     Entry stack[STACK];
     int top = 0;
     if (myRoot == EMPTY) return;
     if (myRoot < 0) return visit(static_cast<uint32_t>(~myRoot));
     const Slabs slabs(line);
-    for (int32_t next = myRoot;;) {
+    for (int32_t next = myRoot; next != EMPTY;) {
         const Node& node = myNodes[static_cast<size_t>(next)];
-        GU_Float4 distances[2];
-        const int mask = crossed<Furthest>(node, 0, line, slabs, distances[0]) |
-                         crossed<Furthest>(node, 4, line, slabs, distances[1]) << 4;
-        const int ends = node.leaves;
-        int leaves = mask & ends, inner = mask & ~ends;
-        next = EMPTY;
-        if (inner && !(inner & (inner - 1))) { // the usual case of short stretches: straight down
-            next = node.child[std::countr_zero(static_cast<unsigned>(inner))];
-        } else if (inner) {
-            float keys[WIDTH];
-            distances[0].store(keys);
-            distances[1].store(keys + 4);
-            push(node, inner, keys, stack, top);
-            next = stack[--top].node;
+        int leaves = descend<Furthest>(node, line, slabs, stack, top, next);
+        if constexpr (requires { visit.ahead(0u); }) {
+            for (int m = leaves; m; m &= m - 1) visit.ahead(leafOf(node, m));
         }
-        if (next != EMPTY) prefetch(next);
-        if (leaves) {
-            if constexpr (requires { visit.ahead(0u); }) {
-                for (int m = leaves; m; m &= m - 1)
-                    visit.ahead(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(m))]));
-            }
-            for (; leaves; leaves &= leaves - 1)
-                visit(static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]));
-        }
-        while (next == EMPTY) {
-            if (top == 0) return;
-            const Entry entry = stack[--top];
-            if (Furthest ? -entry.key >= line.reach : entry.key <= std::max(-line.low, line.high)) next = entry.node;
-        }
+        for (; leaves; leaves &= leaves - 1) visit(leafOf(node, leaves));
+        if (next == EMPTY) next = pop<Furthest>(line, stack, top);
     }
 }
 
@@ -242,36 +256,15 @@ template <class Visit> void GU_Bvh::alongEach(std::span<Walk> walks, Visit&& vis
 
 template <class Visit> bool GU_Bvh::takeTurn(Walk& walk, uint32_t number, Visit&& visit) const {
     for (; walk.myLeafCount; --walk.myLeafCount) visit(number, walk.myLeaves[walk.myLeafCount - 1]);
-    const GU_BvhLine& line = *walk.myLine;
-    int32_t next = walk.myNext;
-    while (next == EMPTY) {
-        if (walk.myTop == 0) return false;
-        const Entry entry = walk.myStack[--walk.myTop];
-        if (entry.key <= std::max(-line.low, line.high)) next = entry.node;
+    if (walk.myNext == EMPTY) walk.myNext = pop<false>(*walk.myLine, walk.myStack, walk.myTop);
+    if (walk.myNext == EMPTY) return false;
+    const Node& node = myNodes[static_cast<size_t>(walk.myNext)];
+    int leaves = descend<false>(node, *walk.myLine, walk.mySlabs, walk.myStack, walk.myTop, walk.myNext);
+    for (; leaves; leaves &= leaves - 1) {
+        visit.ahead(leafOf(node, leaves));
+        walk.myLeaves[walk.myLeafCount++] = leafOf(node, leaves);
     }
-    const Node& node = myNodes[static_cast<size_t>(next)];
-    GU_Float4 distances[2];
-    const int mask = crossed<false>(node, 0, line, walk.mySlabs, distances[0]) |
-                     crossed<false>(node, 4, line, walk.mySlabs, distances[1]) << 4;
-    const int inner = mask & ~node.leaves;
-    next = EMPTY;
-    if (inner && !(inner & (inner - 1))) {
-        next = node.child[std::countr_zero(static_cast<unsigned>(inner))];
-    } else if (inner) {
-        float keys[WIDTH];
-        distances[0].store(keys);
-        distances[1].store(keys + 4);
-        push(node, inner, keys, walk.myStack, walk.myTop);
-        next = walk.myStack[--walk.myTop].node;
-    }
-    if (next != EMPTY) prefetch(next);
-    walk.myNext = next;
-    for (int leaves = mask & node.leaves; leaves; leaves &= leaves - 1) {
-        const auto leaf = static_cast<uint32_t>(~node.child[std::countr_zero(static_cast<unsigned>(leaves))]);
-        visit.ahead(leaf);
-        walk.myLeaves[walk.myLeafCount++] = leaf;
-    }
-    return next != EMPTY || walk.myTop || walk.myLeafCount;
+    return walk.myNext != EMPTY || walk.myTop || walk.myLeafCount;
 }
 
 template <class Visit> void GU_Bvh::around(const UT_Vector3& p, float distance2, Visit&& visit) const {

@@ -2,6 +2,7 @@
 
 #include "host/geo/GU_RayQuery.h"
 
+#include <cassert>
 #include <vector>
 
 struct GU_RayBatch::Ray {
@@ -17,7 +18,7 @@ struct GU_RayBatch::Ray {
 struct GU_RayBatch::Visitor {
     const GU_RayIntersect& rays;
     GU_RayIntersect::Query* const* queries;
-    void ahead(uint32_t leaf) const { rays.fetchLeaf(leaf); }
+    void ahead(uint32_t leaf) const { UTprefetch(rays.myLeaves[leaf]); }
     void operator()(uint32_t walk, uint32_t leaf) const { rays.visitLeaf(leaf, *queries[walk]); }
 };
 
@@ -45,6 +46,7 @@ void GU_RayBatch::begin(const GU_RayIntersect* rays) {
 
 void GU_RayBatch::add(const UT_Vector3& org, const UT_Vector3& dir, float low, float high) {
     Store& store = *myStore;
+    assert(store.rays.size() < MOST);
     store.info.setRange(low, high);
     store.rays.emplace_back(org, dir, store.info, myRays->getBBox(), store.none);
 }

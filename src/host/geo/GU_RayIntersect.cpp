@@ -13,7 +13,7 @@
 struct GU_RayIntersect::Visitor {
     const GU_RayIntersect& rays;
     Query& query;
-    void ahead(uint32_t leaf) const { rays.fetchLeaf(leaf); }
+    void ahead(uint32_t leaf) const { UTprefetch(rays.myLeaves[leaf]); }
     void operator()(uint32_t leaf) const { rays.visitLeaf(leaf, query); }
 };
 
@@ -110,24 +110,22 @@ GU_RayIntersect::Corners GU_RayIntersect::corners(uint32_t place) const {
 }
 
 int GU_RayIntersect::sendRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
-    return cast<false>(org, dir, info);
-}
-
-int GU_RayIntersect::sendNearRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
-    return cast<true>(org, dir, info);
+    const bool isClear =
+        !mySweep && GU_RaySearch::passesBy(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, myCells);
+    if (!isClear) return sendNearRay(org, dir, info);
+    info.reset();
+    return 0;
 }
 
 bool GU_RayIntersect::isRay(const UT_Vector3& org, const UT_Vector3& dir, float low, float high) {
     return GUisFinite(org) && GUisFinite(dir) && dir != UT_Vector3(0, 0, 0) && low <= high;
 }
 
-template <bool IsNear> int GU_RayIntersect::cast(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
+int GU_RayIntersect::sendNearRay(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const {
     if (mySweep) return mySweep->sendRay(org, dir, info);
     info.reset();
     info.myCandidates.clear();
     if (!isRay(org, dir, info.myMin, info.myMax)) return 0;
-    if (!IsNear && GU_RaySearch::passesBy(UT_Vector3D(org), UT_Vector3D(dir), info.myMin, info.myMax, myBox, myCells))
-        return 0;
     Query query(org, dir, info, myBox, info.myCandidates);
     const Visitor visit{*this, query};
     if (query.find == GU_FIND_FURTHEST)

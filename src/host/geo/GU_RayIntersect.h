@@ -115,16 +115,11 @@ private:
     };
     struct Query;
     static bool isRay(const UT_Vector3& org, const UT_Vector3& dir, float low, float high);
-    template <bool IsNear> int cast(const UT_Vector3& org, const UT_Vector3& dir, GU_RayInfo& info) const;
     using Corners = GU_RayShapes::Triangle;
     void build();
     void fillLeaves();
     uint32_t laneOf(uint32_t item) const;
     Corners corners(uint32_t place) const;
-    void fetchLeaf(uint32_t leaf) const {
-        const char* p = reinterpret_cast<const char*>(&myLeaves[leaf]);
-        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
-    }
     void visitLeaf(uint32_t leaf, Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
     void testSpecial(uint32_t place, Query& query) const;

@@ -46,9 +46,9 @@ constexpr Wording theWordings[] = {
 };
 // clang-format on
 
-std::string headOf(const UT_Error& e) {
-    return std::string(UTseverityName(e.severity)) + ' ' + e.type + ' ' + std::to_string(e.code) + ": ";
-}
+std::string severityOf(const UT_Error& e) { return std::string(UTseverityName(e.severity)) + ' '; }
+
+std::string numberOf(const UT_Error& e) { return e.type + ' ' + std::to_string(e.code) + ": "; }
 
 } // namespace
 
@@ -69,11 +69,14 @@ const char* UTseverityName(UT_ErrorSeverity severity) {
     return "fatal error";
 }
 
-std::string UTerrorText(const UT_Error& error) {
-    const std::string line = headOf(error) + UTerrorWording(error.type, error.code);
+std::string UTerrorTextWithoutSeverity(const UT_Error& error) {
+    const std::string line = numberOf(error) + UTerrorWording(error.type, error.code);
     return error.text.empty() ? line : line + ": " + error.text;
 }
 
+std::string UTerrorText(const UT_Error& error) { return severityOf(error) + UTerrorTextWithoutSeverity(error); }
+
 std::string UTerrorBrief(const UT_Error& error) {
-    return headOf(error) + (error.text.empty() ? UTerrorWording(error.type, error.code) : error.text);
+    return severityOf(error) + numberOf(error) +
+           (error.text.empty() ? UTerrorWording(error.type, error.code) : error.text);
 }

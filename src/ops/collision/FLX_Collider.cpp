@@ -7,36 +7,29 @@ namespace {
 
 bool isPlace(const UT_Vector3D& p) { return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z()); }
 
-// Of the points that are used; no number when none is.
-template <class Uses> UT_Vector3D centroid(const GU_Detail& detail, const Uses& uses) {
+UT_Vector3D placeOf(const GEO_Point* p) { return UT_Vector3D(UT_Vector3(p->getPos())); }
+
+// Points that are nowhere, here or in the other detail, do not count: what one side lacks must not look like a motion.
+// No number when no point is left.
+UT_Vector3D centroid(const GU_Detail& detail, const GU_Detail& other) {
+    const GEO_PointList& others = other.points();
+    const bool pairs = others.entries() == detail.points().entries();
     UT_Vector3D sum(0, 0, 0);
     size_t i = 0, used = 0;
     detail.points().forEach(nullptr, [&](const GEO_Point* p) {
-        const UT_Vector3D at = UT_Vector3D(UT_Vector3(p->getPos()));
-        if (!uses(i++, at)) return;
+        const UT_Vector3D at = placeOf(p);
+        const bool counts = isPlace(at) && (!pairs || isPlace(placeOf(others(i))));
+        ++i;
+        if (!counts) return;
         sum += at;
         ++used;
     });
     return sum / double(used);
 }
 
-// Points that are nowhere count on neither side: what one side lacks must not look like a motion.
-UT_Vector3D motionOfSome(const GU_Detail& from, const GU_Detail& to) {
-    const auto mean = [](const GU_Detail& detail, const GU_Detail& other) {
-        const GEO_PointList& others = other.points();
-        const bool pairs = others.entries() == detail.points().entries();
-        return centroid(detail, [&](size_t i, const UT_Vector3D& at) {
-            return isPlace(at) && (!pairs || isPlace(UT_Vector3D(UT_Vector3(others(i)->getPos()))));
-        });
-    };
-    const UT_Vector3D way = mean(to, from) - mean(from, to);
-    return isPlace(way) ? way : UT_Vector3D(0, 0, 0);
-}
-
 UT_Vector3D motion(const GU_Detail& from, const GU_Detail& to) {
-    const auto all = [](size_t, const UT_Vector3D&) { return true; };
-    const UT_Vector3D way = centroid(to, all) - centroid(from, all);
-    return isPlace(way) ? way : motionOfSome(from, to);
+    const UT_Vector3D way = centroid(to, from) - centroid(from, to);
+    return isPlace(way) ? way : UT_Vector3D(0, 0, 0);
 }
 
 UT_BoundingBox moved(const UT_BoundingBox& box, const UT_Vector3& by) {

@@ -208,13 +208,9 @@ void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myRules.timeStep = context.timeStep;
     myRules.behavior = myBehavior;
     if (myBehavior == FLX_HIT_BOUNCE) myRules.finalBehavior = std::clamp(FINALBEHAVIOR(), 0, int(FLX_FINAL_SLIDE));
-    constexpr int MOST_BOUNCES = 10000; // of one particle in one step
-    if (myHint == FLX_GeoHint::Translating)
-        myRules.iterations = 1;
-    else if (myBehavior == FLX_HIT_BOUNCE)
-        myRules.iterations = limited(BOUNCE(t), MOST_BOUNCES, BOUNCE.token());
-    else
-        myRules.iterations = std::min(BOUNCE(t), MOST_BOUNCES);
+    constexpr int MOST_BOUNCES = 10000; // of one particle in one step; what does not bounce sends one ray at most
+    myRules.iterations = myHint == FLX_GeoHint::Translating ? 1 : BOUNCE(t);
+    if (myBehavior == FLX_HIT_BOUNCE) myRules.iterations = limited(myRules.iterations, MOST_BOUNCES, BOUNCE.token());
     myRules.oversampling = myParts;
     myRules.addPrimToHitId = HITUSE() == 1;
     if (myBehavior == FLX_HIT_BOUNCE && myHint == FLX_GeoHint::Static && ENFORCEORIENT())

@@ -24,7 +24,7 @@ public:
         const size_t count = myFormula.sieve().pick(chunk, mySkip.bits, myTolerance(), picked);
         for (size_t i = 0; i < count; i += GU_RayBatch::MOST)
             sweep(chunk, picked + i, std::min(count - i, GU_RayBatch::MOST));
-        if (!following().empty()) chunk.forEach([follow = follower()](size_t, GEO_Point* p) { follow(p); });
+        this->runFollowing(chunk);
     }
 
 private:

@@ -70,7 +70,7 @@ void FLX_Sweep::recordAt(const FLX_SurfaceHit& hit, const UT_Vector3& place, flo
     put(to.hitPosUV, std::array<float, 2>{hit.u, hit.v});
     put(to.hitUV, hit.texture);
     put(to.hitDiffuse, hit.diffuse);
-    if (int* count = value<int>(to.numHit)) ++*count;
+    if (int* count = value<int>(to.numHit)) *count = UTaddSaturated(*count, 1);
     if (int* id = value<int>(to.hitId)) *id = UTaddSaturated(values.hitIndex(), rules.addPrimToHitId ? hit.prim : 0);
     put(to.hitTime, time);
     put(to.distance, 0.0f);
