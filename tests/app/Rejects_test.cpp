@@ -114,6 +114,7 @@ TEST_F(Rejects, BadTogglesOfTheSetUpAreTold) {
               1, 4);
 }
 
+// Between two births the source grows from 4 to 60 points, and its group moves past the first 4.
 TEST_F(Rejects, ASourceThatGrowsIsSampledWhereItGrew) {
     for (const auto& [type, kind, number] :
          {std::tuple{"pointrandom", "points", "$PT"}, {"surfacerandom", "prims", "$PR"}}) {
@@ -147,6 +148,8 @@ TEST_F(Rejects, NodesInErrorAreToldOnceAndTheRunGoesOn) {
 }
 
 TEST_F(Rejects, CheckTellsWithoutSimulating) {
+    for (const std::vector<std::string>& none : {std::vector<std::string>{"run", "gone.json"}, {"check", "."}})
+        EXPECT_EQ(flx(none).status, 4) << "a file problem";
     put("scene.json", meshScene());
     const ToolResult bad = flx({"check", "scene.json"});
     EXPECT_EQ(bad.status, 1);
@@ -160,8 +163,9 @@ TEST_F(Rejects, CheckTellsWithoutSimulating) {
 
 TEST_F(Rejects, CheckAndTheRunSayTheSame) {
     const std::pair<const char*, const char*> bad[] = {
-        {"constantrate", "10 + $TX"},     {"impulserate", "$NPART"},     {"constantactivate", "$MASS * 2"},
-        {"life", "npoints('/obj/none')"}, {"life", "opdigits('../no')"}, {"life", "1 + flxpointd(1, 'P', 0)"},
+        {"constantrate", "10 + $TX"},           {"impulserate", "$NPART"},     {"constantactivate", "$MASS * 2"},
+        {"life", "npoints('/obj/none')"},       {"life", "opdigits('../no')"}, {"life", "1 + flxpointd(1, 'P', 0)"},
+        {"life", "1 + point('no', 0, 'P', 0)"},
     };
     for (const auto& [parm, text] : bad) {
         nlohmann::json parms = {{"impulserate", 1}};

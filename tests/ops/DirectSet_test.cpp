@@ -279,6 +279,10 @@ TEST(DirectSet, AMenuOffersPredefinedAxes) {
             s.net.step();
             EXPECT_LT(s.node.error(), UT_ERROR_ABORT) << names[i].label << ": " << s.messages();
         }
+        while (undo.undo()) {
+        }
+        s.node.evalStringRaw(text, "rotv");
+        EXPECT_NE(text.str().find('$'), std::string::npos) << "the default";
         undo.setEnabled(false);
     }
 }

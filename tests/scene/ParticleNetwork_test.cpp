@@ -6,6 +6,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -118,7 +119,7 @@ TEST_F(ParticleNetworks, RenderThenDisplayThenLastNodeIsCooked) {
 }
 
 TEST_F(ParticleNetworks, MaximumAndInitialState) {
-    const std::string path = testing::TempDir() + "/three.obj";
+    const std::string path = testing::TempDir() + "/three" + std::to_string(getpid()) + ".obj";
     std::ofstream(path) << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     loadNet(fountain, "\"maxparticles\": 15, \"initialstate\": \"" + path + "\"");
     network().cookFrame(1);

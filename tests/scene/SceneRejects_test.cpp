@@ -41,6 +41,7 @@ TEST_F(SceneRejects, TheSceneAsAWhole) {
 TEST_F(SceneRejects, Nodes) {
     // clang-format off
     expectErrors([](const std::string& scene) { return scene; }, "", {
+        {R"({"flx": 1, "obj": [{"type": "geo"}]})", "/obj: node 1: \"name\" is missing"},
         {R"({"flx": 1, "obj": [3]})", "/obj: node 1: expects an object, found a number"},
         {R"({"flx": 1, "obj": [{"name": "1a", "type": "geo"}]})",
          "/obj: node 1: \"1a\" is no node name: letters, digits and _ only, no digit first"},
@@ -112,6 +113,8 @@ TEST_F(SceneRejects, SpareParameters) {
         {R"({"type": "float"})", "a spare parameter needs a \"token\""},
         {R"({"token": "a", "type": "flot"})", "spare \"a\": \"type\" is one of float, int, toggle, menu, string"},
         {R"({"token": "a", "type": "float", "size": 0})", "spare \"a\": \"size\" is a number from 1 to 16"},
+        {R"({"token": "a", "type": "float", "defalt": 0})",
+         "unknown key \"defalt\" in \"spare\"; did you mean \"default\"?"},
         {R"({"token": "life", "type": "float"})", "spare \"life\": the node has this parameter already"},
         {R"({"token": "a", "type": "float", "default": [1, 2]})", "spare \"a\" has 1 components, its default 2"},
     });

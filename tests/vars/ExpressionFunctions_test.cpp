@@ -254,6 +254,7 @@ TEST(ExpressionFunctionsInNetworks, EventsOfTheSameCookAreSeen) {
     EXPECT_EQ(row.net.value("accel", 0), 10);
 }
 
+// noise and turb are the field that a force adds, at the same roughness, seed and type.
 TEST(ExpressionFunctionsInNetworks, NoiseIsTheFieldOfForces) {
     const std::pair<int, const char*> cases[] = {{0, "-noise($TX, $TY, $TZ)"}, {3, "-turb(vector3($TX, $TY, $TZ), 3)"}};
     for (const auto& [depth, text] : cases) {

@@ -164,6 +164,7 @@ TEST(ParticleColumns, SkippedParticlesCountAndSourceGroupsAreInPointOrder) {
     EXPECT_EQ(r.op->rows[232].n, 697 + 350);
 }
 
+// What the formula does at the first meeting is there at the second, also when both stand in the same chunk.
 TEST(ParticleColumns, AParticleThatIsMetTwiceReadsWhatWasWritten) {
     for (const bool inTurn : {false, true})
         for (const bool twice : {false, true}) { // the same primitive twice in the list
@@ -184,6 +185,7 @@ TEST(ParticleColumns, AParticleThatIsMetTwiceReadsWhatWasWritten) {
         }
 }
 
+// The box is that of the particles before the formula has moved any, unless nothing has asked for it by then.
 TEST(ParticleColumns, TheBoxIsComputedWhenItIsFirstRead) {
     for (const auto& [a, vec] : {std::pair{"$BBX", "$BBX*0+$TX"}, {"$ITER>3?$BBX:1", "0"}}) {
         std::vector<Reader::Row> found[2];
