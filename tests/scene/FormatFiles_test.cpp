@@ -110,16 +110,18 @@ TEST_F(FormatFiles, AFullDiskKeepsTheOldFile) {
 TEST_F(FormatFiles, AtomicFilesAppearOnlyAtCommit) {
     std::string error;
     for (const bool commits : {false, true}) {
-        AtomicFile file(path("a"));
-        EXPECT_FALSE(file.commit(error)) << "never opened";
-        ASSERT_TRUE(file.open(error)) << error;
-        file.write(std::string(1000000, 'x'));
-        file.write("y");
-        EXPECT_EQ(file.position(), 1000001u);
-        EXPECT_EQ(listing(), (std::vector<std::string>{"a.tmp-" + std::to_string(::getpid())}));
-        EXPECT_TRUE(!commits || file.commit(error)) << error;
+        {
+            AtomicFile file(path("a"));
+            EXPECT_FALSE(file.commit(error)) << "never opened";
+            ASSERT_TRUE(file.open(error)) << error;
+            file.write(std::string(1000000, 'x'));
+            file.write("y");
+            EXPECT_EQ(file.position(), 1000001u);
+            EXPECT_EQ(listing(), (std::vector<std::string>{"a.tmp-" + std::to_string(::getpid())}));
+            EXPECT_TRUE(!commits || file.commit(error)) << error;
+        }
+        EXPECT_EQ(listing(), commits ? std::vector<std::string>{"a"} : std::vector<std::string>{});
     }
-    EXPECT_EQ(listing(), std::vector<std::string>{"a"});
 }
 
 // Just below the middle of two floats; rounded to double first it lands on the middle and then on the wrong float.
