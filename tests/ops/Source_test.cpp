@@ -78,6 +78,15 @@ void zoo(GU_Detail& detail, float) {
     GU_PrimCircle::build(&detail, placed({80, 0, 0}, 1));
 }
 
+/// Two metaballs, each with a heat of its own.
+void balls(GU_Detail& detail, float) {
+    detail.pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT);
+    GU_PrimMetaball::build(&detail, placed({0, 0, 0}, 1), 2);
+    GU_PrimMetaball::build(&detail, placed({1, 0, 0}, 1.5f), 1);
+    *detail.primitives()(0)->getVertexPoint(0)->castAttribData<float>(0) = 10;
+    *detail.primitives()(1)->getVertexPoint(0)->castAttribData<float>(0) = 20;
+}
+
 /// What a mode draws on a primitive.
 void drawUV(int mode, const GEO_Primitive& prim, RandomModel& model, float& u, float& v) {
     const unsigned id = prim.getPrimitiveId();
@@ -230,19 +239,37 @@ TEST(Source, GroupsKeepTheWalkInside) {
     for (int i = 10; i < s.net.particles(); ++i) EXPECT_TRUE(s.xs()[size_t(i)] >= 2 && s.xs()[size_t(i)] <= 4);
 }
 
-TEST(Source, MissingGeometryIsAnError) {
+TEST(Source, NothingIsBornWhereThereIsNothing) {
     Source s(Point, 3, row(3));
     s.op.setString("soppath", "/obj/nowhere");
     s.net.start(s.op);
     EXPECT_EQ(s.messages(), "error FLX 11: /obj/nowhere");
     EXPECT_EQ(s.net.particles(), 0);
-    for (const Type type : {Point, PointRandom, Center, SurfaceAttrib, Volume, Metaball}) {
-        Source empty(type, 3, [](GU_Detail&, float) {});
+    const Fill nothing = [](GU_Detail&, float) {};
+    const Fill flat = [](GU_Detail& detail, float) { polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 0, 1}}); };
+    const Fill open = [](GU_Detail& detail, float) {
+        polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 1, 1}});
+        polygon(detail, {{5, 5, 5}, {6, 5, 5}, {6, 6, 6}});
+    };
+    struct Case {
+        Type type;
+        Fill fill;
+        const char *parms = "", *start = ""; ///< of the message
+    };
+    // clang-format off
+    const Case cases[] = {
+        {Point, nothing}, {PointRandom, nothing}, {Center, nothing}, {SurfaceAttrib, nothing}, {Volume, nothing},
+        {Metaball, nothing}, {Metaball, row(4)}, {Volume, flat},
+        {Volume, open, "samplethreshold=200", "warning FLX 25"}, {Metaball, balls, "densitymin=50", "warning FLX 25"}};
+    // clang-format on
+    for (const Case& c : cases) {
+        Source empty(c.type, 3, c.fill);
         empty.op.setString("distributionattrib", "");
+        setParms(empty.op, c.parms);
         empty.net.start(empty.op);
-        empty.net.step(2);
+        if (!*c.start) empty.net.step(2);
         EXPECT_EQ(empty.net.particles(), 0);
-        EXPECT_EQ(empty.messages(), "") << type;
+        EXPECT_EQ(empty.messages().substr(0, 14), c.start) << c.type;
     }
 }
 
@@ -355,30 +382,9 @@ TEST(Source, VolumesAreFilledByRejection) {
         ASSERT_EQ(s.net.intValue("origin", i), i);
     }
     EXPECT_EQ(s.messages(), "");
-
-    Source flat(Volume, 5, [](GU_Detail& detail, float) { polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 0, 1}}); });
-    flat.net.start(flat.op);
-    flat.net.step();
-    EXPECT_EQ(flat.net.particles(), 0);
-    EXPECT_EQ(flat.messages(), "");
-    Source open(Volume, 5, [](GU_Detail& detail, float) {
-        polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 1, 1}});
-        polygon(detail, {{5, 5, 5}, {6, 5, 5}, {6, 6, 6}});
-    });
-    open.set("samplethreshold=200");
-    open.net.start(open.op);
-    EXPECT_EQ(open.net.particles(), 0);
-    EXPECT_EQ(open.messages().find("warning FLX 25"), 0u);
 }
 
 TEST(Source, MetaballsSpendTheirDensity) {
-    const auto balls = [](GU_Detail& detail, float) {
-        detail.pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT);
-        GU_PrimMetaball::build(&detail, placed({0, 0, 0}, 1), 2);
-        GU_PrimMetaball::build(&detail, placed({1, 0, 0}, 1.5f), 1);
-        *detail.primitives()(0)->getVertexPoint(0)->castAttribData<float>(0) = 10;
-        *detail.primitives()(1)->getVertexPoint(0)->castAttribData<float>(0) = 20;
-    };
     GU_Detail geometry;
     balls(geometry, 0);
     const auto density = [&](int i, const UT_Vector3& p) {
@@ -422,14 +428,6 @@ TEST(Source, MetaballsSpendTheirDensity) {
         EXPECT_EQ(s.net.context().getRandomSeed(), model.seed);
         EXPECT_EQ(s.messages(), "");
     }
-    Source thin(Metaball, 3, balls);
-    thin.set("densitymin=50");
-    thin.net.start(thin.op);
-    EXPECT_EQ(thin.net.particles(), 0);
-    EXPECT_EQ(thin.messages().find("warning FLX 25"), 0u);
-    Source none(Metaball, 3, row(4));
-    none.net.start(none.op);
-    EXPECT_EQ(none.messages(), "");
 }
 
 TEST(Source, AccurateBirthsAreSpreadOverTheStep) {

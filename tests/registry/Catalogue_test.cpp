@@ -181,16 +181,8 @@ TEST(Catalogue, ParameterTablesAreSound) {
                 for (const std::string& named : rule->tokens)
                     EXPECT_TRUE(tokens.count(named)) << "rule names " << named;
             EXPECT_TRUE(parm.type != PRM_Type::Menu || parm.menu);
-            int inFolders = 0;
-            for (const auto& [label, count] : parm.folders) {
-                EXPECT_FALSE(label.empty());
-                EXPECT_GT(count, 0);
-                inFolders += count;
-            }
-            if (parm.type == PRM_Type::Folder) {
-                EXPECT_LE(i + 1 + size_t(inFolders), templates.rows.size()) << "promises more rows than follow";
-                EXPECT_FALSE(parm.folders.empty());
-            }
+            for (const auto& [label, count] : parm.folders) EXPECT_TRUE(!label.empty() && count > 0);
+            EXPECT_EQ(parm.type == PRM_Type::Folder, !parm.folders.empty());
             if (parm.menu && parm.menu->names()) {
                 std::set<std::string> entries;
                 for (const PRM_Name* entry = parm.menu->names(); entry->token; ++entry)
@@ -199,17 +191,15 @@ TEST(Catalogue, ParameterTablesAreSound) {
             EXPECT_TRUE(!parm.hasRange || parm.range.min <= parm.range.max);
         }
         // Folder sets come one after the other until the rows end.
-        const auto folder = std::find_if(templates.rows.begin(), templates.rows.end(),
-                                         [](const PRM_Template& p) { return p.type == PRM_Type::Folder; });
-        if (folder != templates.rows.end()) {
-            std::ptrdiff_t at = folder - templates.rows.begin();
-            while (at < std::ptrdiff_t(templates.rows.size()) && templates.rows[size_t(at)].type == PRM_Type::Folder) {
-                int count = 1;
-                for (const auto& [label, inside] : templates.rows[size_t(at)].folders) count += inside;
-                at += count;
-            }
-            EXPECT_GE(at, std::ptrdiff_t(templates.rows.size())) << row.name << ": rows behind the last folder";
+        size_t at = 0;
+        while (at < templates.rows.size() && templates.rows[at].type != PRM_Type::Folder) ++at;
+        while (at < templates.rows.size()) {
+            EXPECT_EQ(templates.rows[at].type, PRM_Type::Folder) << row.name << ": rows behind the last folder";
+            int count = 1;
+            for (const auto& [label, inside] : templates.rows[at].folders) count += inside;
+            at += size_t(count);
         }
+        EXPECT_EQ(at, templates.rows.size()) << row.name << ": a folder promises more rows than follow";
     }
 }
 

@@ -5,39 +5,12 @@
 #include "core/FLX_ExpressionStack.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Expression.h"
-#include "host/expr/EV_Function.h"
+#include "host/node/OP_NodeScope.h"
 #include "support/Probe.h"
 #include "support/SetParms.h"
 #include "vars/FLX_IdTable.h"
 
 namespace {
-
-/// No variables, no node: only functions.
-class NoVariables final : public EV_Scope {
-public:
-    bool findVariable(std::string_view, EV_Variable&) const override { return false; }
-    unsigned variableSerial() const override { return 0; }
-    float localValue(int, int) override { return 0; }
-    double globalValue(int, double) override { return 0; }
-    void variableNames(std::vector<std::string>&) const override {}
-    OP_Parameters* node() override { return nullptr; }
-};
-
-double number(const char* text) {
-    EV_EXPRESSION expression(text);
-    NoVariables scope;
-    EV_clearError(0);
-    const double value = ev_EvaluateFloat(expression, scope, 0, 0);
-    EXPECT_EQ(EV_errText(0), "") << text;
-    return value;
-}
-
-std::string words(const char* text) {
-    EV_EXPRESSION expression(text);
-    NoVariables scope;
-    EV_clearError(0);
-    return ev_EvaluateString(expression, scope, 0, 0);
-}
 
 /// Four particles with ids 1 to 4 at (n, 4 n - 2, -n, 1) with a float, a vector, an int and a string attribute, three
 /// events, and two context geometries; published as during a cook.
@@ -66,6 +39,18 @@ protected:
         net.context().setInputGeo("/obj/a", 0);
         net.context().setInputGeo("/obj/d", 3);
     }
+    double number(const char* text) {
+        EV_EXPRESSION expression(text);
+        EV_clearError(0);
+        const double value = ev_EvaluateFloat(expression, net.object().scope(), 0, 0);
+        EXPECT_EQ(EV_errText(0), "") << text;
+        return value;
+    }
+    std::string words(const char* text) {
+        EV_EXPRESSION expression(text);
+        return ev_EvaluateString(expression, net.object().scope(), 0, 0);
+    }
+
     Network net;
     Probe& source;
 };
@@ -102,7 +87,7 @@ TEST_F(ExpressionFunctions, Answers) {
 
 TEST_F(ExpressionFunctions, WithoutContextOrPointsTheyFailSoftly) {
     const FLX_ExpressionScope ofAnotherThread(7, &net.context());
-    const auto expectNothing = [] {
+    const auto expectNothing = [&] {
         EXPECT_EQ(number("flxpoint(1, 'P', 1) + flxpointid(2, 'P', 1)"), 0);
         EXPECT_EQ(number("flxpointnum(1)"), -1);
     };

@@ -10,16 +10,8 @@
 
 namespace {
 
-struct Adding {
-    Network net;
-    Probe& source;
-    Reader* op;
-
-    explicit Adding(int particles)
-        : source(Probe::addSource(net, "source", particles)) {
-        op = &Reader::add(net, source);
-        net.context().setDoApplyRules(false);
-    }
+struct Adding : Reading {
+    using Reading::Reading;
     void start() {
         net.start(*op);
         net.context().setDoApplyRules(false);
@@ -92,8 +84,7 @@ TEST(ParticleColumns, EveryVariableIsWhatOneParticleReads) {
 }
 
 TEST(ParticleColumns, ResultsAreRoundedToTheParametersType) {
-    Adding r(7);
-    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::Mass); };
+    Adding r(7, {FLX_Attrib::Mass});
     r.start();
     const float values[] = {2.9f, -2.9f, -7, 3e9f, 1e20f, NAN, 1e-3f};
     for (int i = 0; i < 7; ++i) r.net.setValue("mass", i, {values[i]});
@@ -132,8 +123,7 @@ TEST(ParticleColumns, WhatIsNoNumberIsToldOfOnceWhicheverWayItIsFound) {
 }
 
 TEST(ParticleColumns, MixWithWhatHasToBeEvaluatedInTurn) {
-    Adding r(600);
-    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+    Adding r(600, {FLX_Attrib::ID});
     r.start();
     setParms(*r.op, "a=$TX+$ITER vec=$ID*2");
     r.op->setExpression("n", 0, "strlen(strcat('a', $ID))"); // a string: not in columns

@@ -21,18 +21,9 @@ bool countCall(EV_CallContext&, const EV_Value* args, int, EV_Value& result) {
 constexpr EV_Type oneNumber[] = {EV_FLOAT};
 const EV_FUNCTION counted{EV_NOFAIL, "testcount", 1, EV_FLOAT, oneNumber, &countCall};
 
-struct Recording {
-    Network net;
-    Probe& source;
-    Reader* op;
-
+struct Recording : Reading {
     explicit Recording(int particles)
-        : source(Probe::addSource(net, "source", particles)) {
-        op = &Reader::add(net, source);
-        source.attribs = [](Probe&, FLX_ContextData* context) {
-            context->addAttrib(FLX_Attrib::ID);
-            context->addAttrib(FLX_Attrib::Mass);
-        };
+        : Reading(particles, {FLX_Attrib::ID, FLX_Attrib::Mass}) {
         ev_AddFunction(&counted);
     }
     void addHeat() {

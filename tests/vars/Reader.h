@@ -75,3 +75,18 @@ protected:
         });
     }
 };
+
+/// A reader on particles that have these attributes.
+struct Reading {
+    Network net;
+    Probe& source;
+    Reader* op;
+
+    explicit Reading(int particles, const std::vector<FLX_Attrib>& attributes = {})
+        : source(Probe::addSource(net, "source", particles))
+        , op(&Reader::add(net, source)) {
+        source.attribs = [attributes](Probe&, FLX_ContextData* context) {
+            for (const FLX_Attrib attribute : attributes) context->addAttrib(attribute);
+        };
+    }
+};

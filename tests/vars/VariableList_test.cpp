@@ -149,29 +149,26 @@ TEST(VariableList, NodeFrames) {
     Network net;
     FLX_Node &a = net.add("null", "a"), &b = net.add("null", "b");
     FLX_VariableList list;
-    list.markNodeWritten("lost", &a); // no frame yet
     UT_String name("untouched");
+    const auto nameOf = [&](const FLX_Node& node) { return list.getNodeStreamName(name, &node) ? name.str() : "none"; };
+    list.markNodeWritten("lost", &a); // no frame yet
     EXPECT_FALSE(list.hasNodeBeenWritten(&a));
     list.pushNodeFrame();
     list.markNodeWritten("outer", &a);
     list.deferNode(&b);
     list.pushNodeFrame();
     EXPECT_TRUE(list.hasNodeBeenWritten(&a));
-    EXPECT_FALSE(list.getNodeStreamName(name, &b));
+    EXPECT_EQ(nameOf(b), "none");
     EXPECT_EQ(name, "untouched");
     list.markNodeWritten("inner", &a);
-    EXPECT_TRUE(list.getNodeStreamName(name, &a));
-    EXPECT_EQ(name, "inner");
+    EXPECT_EQ(nameOf(a), "inner");
     EXPECT_EQ(list.takeDeferredNode(), nullptr);
-    list.deferNode(&a);
-    list.deferNode(&b);
+    for (FLX_Node* node : {&a, &b}) list.deferNode(node);
     EXPECT_EQ(list.takeDeferredNode(), &a);
     list.dropNodeFrame();
-    EXPECT_TRUE(list.getNodeStreamName(name, &a));
-    EXPECT_EQ(name, "outer");
+    EXPECT_EQ(nameOf(a), "outer");
     EXPECT_EQ(list.takeDeferredNode(), &b);
     EXPECT_EQ(list.takeDeferredNode(), nullptr);
-    list.dropNodeFrame();
-    list.dropNodeFrame();
+    for (int i = 0; i < 2; ++i) list.dropNodeFrame();
     EXPECT_FALSE(list.hasNodeBeenWritten(&a));
 }
