@@ -3,6 +3,7 @@
 #include "scene/DumpJson.h"
 #include "scene/StateHash.h"
 
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -123,6 +124,7 @@ TEST_F(ParticleNetworks, MaximumAndInitialState) {
     std::ofstream(path) << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     loadNet(fountain, "\"maxparticles\": 15, \"initialstate\": \"" + path + "\"");
     network().cookFrame(1);
+    std::filesystem::remove(path);
     const nlohmann::json first = dump();
     EXPECT_EQ(first["prims"][0]["generator"], "");
     EXPECT_EQ(first["prims"][0]["points"], nlohmann::json({0, 1, 2}));

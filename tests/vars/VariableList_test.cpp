@@ -60,6 +60,10 @@ TEST(VariableList, ReadsItsTable) {
     EXPECT_EQ(list.findFuncXlate("mix")->translation, "flx_mix");
     EXPECT_EQ(list.findFuncXlate("mix")->arguments, "a, b, c");
     EXPECT_EQ(list.findFuncXlate("two")->arguments, "");
+    std::string crowded = "func many flx_many";
+    for (int i = 0; i < 300; ++i) crowded += " a" + std::to_string(i);
+    EXPECT_EQ(list.load(tableFile(crowded).c_str()), 0);
+    EXPECT_EQ(list.findFuncXlate("many")->arguments.words().size(), 300u);
 
     // What cannot be read adds nothing.
     const int before = list.numvar();
