@@ -135,12 +135,16 @@ TEST_F(RunTool, SeveralNetworksWriteUnderTheirNames) {
     EXPECT_EQ(flx({"run", "two.json", "--json", "--net", "/obj/b"}).lines().size(), 2u);
 }
 
-TEST_F(RunTool, CtrlCKeepsFinishedFrames) {
+TEST_F(RunTool, CtrlCKeepsFinishedFramesAndTheProfile) {
     put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 24000}})"));
-    const ToolResult result = interruptWhenThere(
-        "o.00003.bflx", {"run", "scene.json", "--frames", "1-90000", "--out", "o.#####.bflx", "--quiet"});
+    const ToolResult result =
+        interruptWhenThere("o.00003.bflx", {"run", "scene.json", "--frames", "1-90000", "--out", "o.#####.bflx",
+                                            "--quiet", "--profile", "--profile-json", "p.trace"});
     EXPECT_EQ(result.status, 130) << result.err;
     EXPECT_NE(result.err.find("interrupted at frame"), std::string::npos);
+    EXPECT_NE(result.err.find("/obj/fx/birth  location"), std::string::npos) << result.err;
+    EXPECT_GE(nlohmann::json::parse(std::ifstream(path("p.trace")))["traceEvents"].size(), 3u * 3);
+    std::filesystem::remove(path("p.trace"));
     const std::vector<std::string> files = appeared();
     ASSERT_GE(files.size(), 3u);
     ASSERT_LT(files.size(), 90000u);

@@ -37,17 +37,11 @@ TEST_F(Usage, WrongCommandLinesAreRefusedInOneLine) {
         {{"run"}, "flx run: expects a scene file (see flx run --help)"},
         {{"run", "scene.json", "--frmaes", "1-2"},
          "flx run: unknown option \"--frmaes\"; did you mean \"--frames\"? (see flx run --help)"},
-        {{"run", "scene.json", "--jsn=1"},
-         "flx run: unknown option \"--jsn\"; did you mean \"--json\"? (see flx run --help)"},
         {{"run", "--", "scene.json", "--json"}, "flx run: one argument too many: \"--json\" (see flx run --help)"},
-        {{"run", "scene.json", "other.json"}, "flx run: one argument too many: \"other.json\" (see flx run --help)"},
         {{"run", "scene.json", "--profile-json", "--quiet"},
          "flx run: --profile-json expects a value, found \"--quiet\"; write --profile-json=--quiet if that is the "
          "value "
          "(see flx run --help)"},
-        {{"dump", "--net", "--guides", "scene.json", "--frame", "1"},
-         "flx dump: --net expects a value, found \"--guides\"; write --net=--guides if that is the value (see flx dump "
-         "--help)"},
         {{"dump", "scene.json"}, "flx dump: expects --frame N"},
         {{"dump", "scene.json", "--frame", "1.5"}, "flx dump: --frame 1.5: expects a whole number"},
         {{"ops", "forse"}, "flx ops: unknown operator type \"forse\"; did you mean \"force\"?"},
@@ -72,7 +66,6 @@ TEST_F(Usage, WrongFrameRangesPatternsAndAssignmentsAreRefused) {
     const std::string ending = ": unknown ending; known are .ply .csv .npz .flx .bflx";
     std::vector<Case> cases = {
         {{"run", "scene.json", "--out", "o.####.abc"}, "flx run: --out o.####.abc" + ending},
-        {{"run", "scene.json", "--out", "o.####.obj"}, "flx run: --out o.####.obj" + ending},
         {{"run", "scene.json", "--out", "o.ply"},
          "flx run: --out o.ply: every frame would overwrite the one before; put ####, the frame, into the file name"},
         {{"run", "two.json", "--out", "o.####.ply"},

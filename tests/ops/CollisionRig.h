@@ -3,6 +3,7 @@
 #include <cmath>
 #include <set>
 
+#include "support/Near.h"
 #include "support/Probe.h"
 
 /// Particles that a test places and throws, against geometry that a test fills, through a "collision" operator.
@@ -44,10 +45,6 @@ struct CollisionRig {
     int state(int i = 0) { return net.intValue("pstate", i); }
     const float* backtrack(int i = 0) { return net.context().backtrack(net.point(i)); }
 };
-
-inline void expectNear(const UT_Vector3& a, const UT_Vector3& b, double tolerance = 2e-6, const char* what = "") {
-    for (int k = 0; k < 3; ++k) EXPECT_NEAR(a[k], b[k], tolerance) << what << " component " << k;
-}
 
 /// A quad, counter-clockwise seen from its front.
 inline GEO_PrimPoly* addFace(GU_Detail& detail, std::initializer_list<UT_Vector3> corners) {

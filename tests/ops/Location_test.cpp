@@ -1,9 +1,10 @@
 // Births at one point in space, against the random sequence written out again.
 #include <cmath>
-#include <string>
+#include <fmt/format.h>
 #include <vector>
 
 #include "host/ut/UT_Interrupt.h"
+#include "support/Near.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"
 #include "support/SetParms.h"
@@ -14,15 +15,12 @@ struct Location {
     Network net;
     FLX_Node& birth;
 
-    Location()
-        : birth(net.add("location", "birth")) {
-        birth.setFloat("constantrate", 0, 0);
+    template <class... Values>
+    explicit Location(fmt::format_string<Values...> parms, Values&&... values)
+        : birth(net.addBirths(0)) {
+        setParms(birth, fmt::format(parms, std::forward<Values>(values)...));
     }
     void set(const std::string& parms) { setParms(birth, parms); }
-    void set(const char* parm, std::initializer_list<double> values) {
-        int i = 0;
-        for (const double value : values) birth.setFloat(parm, i++, value);
-    }
     float born() { return net.context().born(net.context().getPrimPart(static_cast<FLX_Node*>(&birth))); }
 };
 
@@ -35,11 +33,8 @@ TEST(Location, CountsPerCook) {
     const Case cases[] = {{0, 10, 1, 1},  {100, 0, 1, 1},   {24, 3, 1, 1}, {100, 10, 0, 0},
                           {7.2, 0, 1, 0}, {5, 2.5, 0.1, 0}, {0, 0.3, 1, 2}};
     for (const Case& c : cases) {
-        Location l;
-        l.set("constantrate", {c.constant});
-        l.set("impulserate", {c.impulse});
-        l.set("constantactivate", {c.constantActive});
-        l.set("impulseactivate", {c.impulseActive});
+        Location l("constantrate={} impulserate={} constantactivate={} impulseactivate={}", c.constant, c.impulse,
+                   c.constantActive, c.impulseActive);
         float born = 0;
         int count = 0;
         for (int frame = 0; frame < 20; ++frame) {
@@ -55,13 +50,12 @@ TEST(Location, CountsPerCook) {
 }
 
 TEST(Location, RefusedBirthsAreOwed) {
-    Location l;
-    l.set("impulserate=2 life=0");
+    Location l("impulserate=2 life=0");
     l.net.start(l.birth);
     l.net.step(3);
     EXPECT_EQ(l.net.particles(), 0);
     EXPECT_EQ(l.born(), 8);
-    l.set("life", {1});
+    l.set("life=1");
     l.net.context().maxParticles = 5;
     l.net.step();
     EXPECT_EQ(l.net.particles(), 5);
@@ -70,8 +64,7 @@ TEST(Location, RefusedBirthsAreOwed) {
 }
 
 TEST(Location, WhatIsNotANumberIsToldOfOnce) {
-    Location l;
-    l.set("impulserate=2 life=0/($ITER*0) constantrate=0/0");
+    Location l("impulserate=2 life=0/($ITER*0) constantrate=0/0");
     l.net.start(l.birth);
     EXPECT_EQ(l.net.particles(), 0);
     EXPECT_EQ(l.born(), 2);
@@ -80,8 +73,7 @@ TEST(Location, WhatIsNotANumberIsToldOfOnce) {
 }
 
 TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
-    Location l;
-    l.set("impulserate", {700});
+    Location l("impulserate=700");
     UTgetInterrupt()->clear();
     UTgetInterrupt()->fireAtPoll(2); // before the births, and after the first 512
     l.net.start(l.birth);
@@ -89,7 +81,7 @@ TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
     EXPECT_EQ(l.net.particles(), 512);
     l.net.step();
     EXPECT_EQ(l.net.particles(), 1400) << "what was not born is owed";
-    l.set("impulserate", {1e30}); // no births bring it down
+    l.set("impulserate=1e30"); // no births bring it down
     l.net.step();
     EXPECT_EQ(l.net.particles(), 1400);
     EXPECT_EQ(l.born(), 0);
@@ -98,10 +90,7 @@ TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {
 
 TEST(Location, LifeAndVelocityAreDrawnInOrder) {
     for (const bool ball : {true, false}) {
-        Location l;
-        l.set("impulserate=40 life=3 lifevar=0.5 vel=1,2,3 var=0.5,1,2");
-        l.set("doellipse", {double(ball)});
-        l.set("dospeed", {1});
+        Location l("impulserate=40 life=3 lifevar=0.5 vel=1,2,3 var=0.5,1,2 doellipse={} dospeed=1", int(ball));
         l.net.start(l.birth, 77);
         RandomModel model{77};
         ASSERT_EQ(l.net.particles(), 40);
@@ -127,12 +116,9 @@ TEST(Location, BatchesEqualSingleBirths) {
         std::vector<double> counts;
     };
     const auto run = [](bool single, bool ball) {
-        Location l;
-        l.set("impulserate=331.5 lifevar=100 life=100.02 var=1,2,3");
-        l.set("doellipse", {double(ball)});
-        for (const char* toggle : {"doorigin", "dogen", "dospeed", "preservegroup"}) l.set(toggle, {1});
-        l.set("originindex", {5});
-        if (single) l.birth.setExpression("originindex", 0, "5 + 0 * $ITER");
+        Location l("impulserate=331.5 lifevar=100 life=100.02 var=1,2,3 doellipse={} doorigin=1 dogen=1 dospeed=1 "
+                   "preservegroup=1 originindex={}",
+                   int(ball), single ? "5+0*$ITER" : "5");
         l.birth.setString("group", "born");
         l.net.start(l.birth, 3);
         FLX_ContextData& context = l.net.context();
@@ -166,59 +152,49 @@ TEST(Location, BatchesEqualSingleBirths) {
 }
 
 TEST(Location, CoordinateSystems) {
-    struct Case {
-        int method;
-        double loc[3];
-        double at[3];
-    };
-    const double s3 = std::sqrt(3.0) / 2;
-    const Case cases[] = {{0, {1, 2, 3}, {1, 2, 3}},  {1, {2, 90, 5}, {0, 2, 5}}, {1, {2, -30, 5}, {2 * s3, -1, 5}},
-                          {2, {2, 90, 0}, {0, 2, 0}}, {2, {2, 0, 90}, {0, 0, 2}}, {2, {4, 60, 30}, {s3 * 2, 3, 2}},
-                          {7, {1, 2, 3}, {1, 2, 3}},  {-1, {1, 2, 3}, {1, 2, 3}}};
+    const float s3 = std::sqrt(3.0f) / 2;
+    // clang-format off
+    struct Case { int method; const char* loc; UT_Vector3 at; };
+    const Case cases[] = {
+        {0, "1,2,3", {1, 2, 3}}, {1, "2,90,5", {0, 2, 5}}, {1, "2,-30,5", {2 * s3, -1, 5}}, {2, "2,90,0", {0, 2, 0}},
+        {2, "2,0,90", {0, 0, 2}}, {2, "4,60,30", {s3 * 2, 3, 2}}, {7, "1,2,3", {1, 2, 3}}, {-1, "1,2,3", {1, 2, 3}}};
+    // clang-format on
     for (const Case& c : cases) {
-        Location l;
-        l.set("impulserate", {1});
-        l.set("loc", {c.loc[0], c.loc[1], c.loc[2]});
-        l.set("method", {double(c.method)});
+        Location l("impulserate=1 loc={} method={}", c.loc, c.method);
         l.net.start(l.birth);
-        for (int k = 0; k < 3; ++k) EXPECT_NEAR(l.net.position(0)[k], c.at[k], 1e-6) << c.method << " " << k;
+        expectNear(l.net.position(0), c.at, 1e-6, c.loc);
         EXPECT_EQ(l.net.point(0)->getPos().w(), 1);
     }
 }
 
 TEST(Location, ParametersMayReadTheSample) {
-    Location l;
-    l.set("impulserate=3 var=0,0,0 loc=4,5,6 vel=$ITER,$TX+10*$TZ+100*$WEIGHT,$NPART originindex=7+$ITER doorigin=1 "
-          "dogen=1");
+    Location l("impulserate=3 var=0,0,0 loc=4,5,6 vel=$ITER,$TX+10*$TZ+100*$WEIGHT,$NPART originindex=7+$ITER "
+               "doorigin=1 dogen=1");
     l.net.start(l.birth);
     l.net.step();
     ASSERT_EQ(l.net.particles(), 6);
     for (int i = 0; i < 6; ++i) {
-        EXPECT_EQ(l.net.value("v", i, 0), float(i % 3)) << "counted from 0 in each cook";
-        EXPECT_EQ(l.net.value("v", i, 1), 164);
-        EXPECT_EQ(l.net.value("v", i, 2), i < 3 ? 0 : 3);
+        EXPECT_EQ(l.net.vector("v", i), UT_Vector3(float(i % 3), 164, i < 3 ? 0 : 3)) << "$ITER starts in each cook";
         EXPECT_EQ(l.net.intValue("origin", i), 7 + i % 3);
         EXPECT_EQ(l.net.intValue("id", i), i + 1);
         EXPECT_EQ(l.net.intValue("parent", i), 0);
         EXPECT_EQ(l.net.intValue("gen", i), 1);
     }
     EXPECT_EQ(Network::messages(l.birth), "");
-    l.birth.setExpression("life", 0, "5 + $P");
+    l.set("life=5+$P");
     l.net.step();
     EXPECT_EQ(Network::messages(l.birth), "warning FLX 1: $P = 0");
     EXPECT_EQ(l.net.value("life", 8, 1), 5);
 
-    l.birth.setExpression("constantrate", 0, "$ITER + 5");
+    l.set("constantrate=$ITER+5");
     l.net.step();
     EXPECT_GE(l.birth.error(), UT_ERROR_ABORT) << "rates may not";
 }
 
 TEST(Location, BirthGroupsAreMadeAnewOrKept) {
     for (const bool preserve : {false, true}) {
-        Location l;
-        l.birth.setExpression("impulserate", 0, "$FF < 4 ? 2 : 0");
+        Location l("impulserate=$FF<4?2:0 preservegroup={}", int(preserve));
         l.birth.setString("group", "young");
-        l.set("preservegroup", {double(preserve)});
         l.net.start(l.birth);
         const auto members = [&] {
             std::vector<int> found;
@@ -232,8 +208,7 @@ TEST(Location, BirthGroupsAreMadeAnewOrKept) {
         l.net.step(3); // frame 5: nothing is born
         EXPECT_EQ(members(), preserve ? (std::vector<int>{0, 1, 2, 3, 4, 5}) : std::vector<int>{});
     }
-    Location bad;
-    bad.set("impulserate", {2});
+    Location bad("impulserate=2");
     bad.birth.setString("group", "no such? name");
     bad.net.start(bad.birth);
     EXPECT_EQ(bad.net.particles(), 2) << "births go on without a group";

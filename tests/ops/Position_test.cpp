@@ -1,37 +1,21 @@
 // Setting positions: by a vector, along curves, by an object; and turning particles to what they look at.
 #include "host/geo/GEO_PrimPoly.h"
-#include "support/Probe.h"
-#include "support/SetParms.h"
+#include "support/OperatorRig.h"
 
 namespace {
 
-struct Placed {
-    Network net;
-    Probe& source;
-    FLX_Node& node;
-
-    explicit Placed(const char* type, int particles = 1, bool up = false)
-        : source(Probe::addSource(net, "source", particles))
-        , node(net.add(type, "set", {&source})) {
-        if (up) source.attribs = [](Probe& self, FLX_ContextData* context) { self.addUpAttrib(context); };
-        net.start(node);
+struct Placed : OperatorRig {
+    explicit Placed(const char* type, int particles = 1, std::vector<FLX_Attrib> attributes = {})
+        : OperatorRig(type, particles, std::move(attributes)) {
         net.context().setDoApplyRules(false);
-    }
-    void expectAt(int i, float x, float y, float z, float within = 1e-6f) {
-        const UT_Vector3 p = net.position(i);
-        EXPECT_NEAR(p.x(), x, within);
-        EXPECT_NEAR(p.y(), y, within);
-        EXPECT_NEAR(p.z(), z, within);
     }
     /// v turned by the particle's quaternion: v + 2 w (u × v) + 2 u × (u × v).
     UT_Vector3 turned(int i, const UT_Vector3& v) {
-        const UT_Vector3 u = net.vector("rot", i), t = cross(u, v) * 2.0f;
+        const UT_Vector3 u = vector("rot", i), t = cross(u, v) * 2.0f;
         return v + t * net.value("rot", i, 3) + cross(u, t);
     }
-    UT_Vector3 velocity(int i) { return net.vector("v", i); }
-    void expectFacing(int i, const UT_Vector3& d, float within = 2e-6f) {
-        const UT_Vector3 facing = turned(i, velocity(i).normalized()), want = d.normalized();
-        for (int c = 0; c < 3; ++c) EXPECT_NEAR(facing[c], want[c], within) << i << " " << c;
+    void expectFacing(int i, const UT_Vector3& d) {
+        expectNear(turned(i, vector("v", i).normalized()), d.normalized(), 2e-6, std::to_string(i).c_str());
     }
 };
 
@@ -56,36 +40,34 @@ TEST(Position, ByAVector) {
     Placed p("position", 3);
     p.net.point(1)->setPos({1, 2, 3, 0.5f});
     p.net.step();
-    EXPECT_EQ(p.net.position(1), UT_Vector3(1, 2, 3)) << "the defaults keep it";
-    setParms(p.node, "t=$PT*2 t.2=$TX+$TZ");
+    EXPECT_EQ(p.position(1), UT_Vector3(1, 2, 3)) << "the defaults keep it";
+    p.set("t=$PT*2 t.2=$TX+$TZ");
     p.net.step();
-    EXPECT_EQ(p.net.position(1), UT_Vector3(2, 2, 4)) << "evaluated before it moves";
+    EXPECT_EQ(p.position(1), UT_Vector3(2, 2, 4)) << "evaluated before it moves";
     EXPECT_EQ(p.net.point(1)->getPos().w(), 0.5f);
     p.node.setInt("postype", 0, 0);
-    p.node.setString("posv", "vector3(4, 5, 6)");
+    p.text("posv", "vector3(4, 5, 6)");
     p.net.step();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(p.net.position(i), UT_Vector3(4, 5, 6));
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(p.position(i), UT_Vector3(4, 5, 6));
 }
 
 TEST(Position, StopsAtTheFirstError) {
     for (const int form : {0, 1}) {
         Placed p("position", 4);
-        for (int i = 0; i < 4; ++i) p.net.point(i)->setPos({9, 9, 9, 1});
+        for (int i = 0; i < 4; ++i) p.place(i, {9, 9, 9});
         p.node.setInt("postype", 0, form);
-        p.node.setString("posv", "vector3(3, 2, 1)[$PT * 2]");
+        p.text("posv", "vector3(3, 2, 1)[$PT * 2]");
         for (int c = 0; c < 3; ++c) p.node.setExpression("t", c, "vector3(3, 2, 1)[$PT * 2]");
         p.net.step();
-        EXPECT_EQ(p.net.position(0), UT_Vector3(3, 3, 3));
-        EXPECT_EQ(p.net.position(1), UT_Vector3(1, 1, 1));
-        EXPECT_EQ(p.net.position(2), UT_Vector3(0, 0, 0)) << "it failed";
-        EXPECT_EQ(p.net.position(3), UT_Vector3(9, 9, 9)) << "not reached";
+        const float expected[] = {3, 1, 0 /* it failed */, 9 /* not reached */};
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(p.position(i), UT_Vector3(expected[i], expected[i], expected[i])) << i;
         EXPECT_GE(p.node.error(), UT_ERROR_ABORT);
     }
     Placed constant("position");
     constant.node.setExpression("t", 0, "vector3(3, 2, 1)[5]");
-    constant.net.point(0)->setPos({9, 9, 9, 1});
+    constant.place(0, {9, 9, 9});
     constant.net.step();
-    EXPECT_EQ(constant.net.position(0), UT_Vector3(9, 9, 9)) << "no particle is touched";
+    EXPECT_EQ(constant.position(), UT_Vector3(9, 9, 9)) << "no particle is touched";
 }
 
 TEST(Position, AlongCurves) {
@@ -97,115 +79,70 @@ TEST(Position, AlongCurves) {
         {"1", 2, true, 8, 1}, {"0.75", 1, false, 6, 0}, {"-3", 2, false, 0, 0}, {"1e30", 2, false, 0, 1},
         {"0/0", 2, false, 0, 0}, {"0.5", 0, false, 5, 5}};
     // clang-format on
-    for (const Case& c : cases) {
-        for (const char* dependence : {"", " + 0 * $PT"}) {
+    for (const Case& c : cases)
+        for (const char* dependence : {"", "+0*$PT"}) {
+            SCOPED_TRACE(std::string(c.at) + dependence + (c.reverse ? " reverse" : ""));
             Placed p("position", 2);
-            p.net.point(1)->setPos({5, 5, 0, 1});
-            p.node.setInt("mswitcher", 0, 1);
-            p.node.setString("pathpath", addCurves(p.net, c.curves));
-            p.node.setExpression("pathpos", 0, (std::string(c.at) + dependence).c_str());
-            p.node.setInt("endopt", 0, c.reverse);
+            p.place(1, {5, 5, 0});
+            p.set("mswitcher=1 endopt={} pathpos={}{}", int(c.reverse), c.at, dependence);
+            p.text("pathpath", addCurves(p.net, c.curves));
             p.net.step();
-            SCOPED_TRACE(std::string(c.at) + (c.reverse ? " reverse" : ""));
-            p.expectAt(1, c.x, c.y, 0);
+            expectNear(p.position(1), {c.x, c.y, 0});
             const bool told = std::string(c.at) == "0/0";
-            EXPECT_EQ(Network::messages(p.node), told ? "warning OP 5: pathpos: not a number; 0 is used instead" : "");
+            EXPECT_EQ(p.messages(), told ? "warning OP 5: pathpos: not a number; 0 is used instead" : "");
         }
-    }
 }
 
 TEST(Position, TheCurvesComeFromTheirOwnSpace) {
     Placed p("position");
     const std::string path = addCurves(p.net, 1);
-    setParms(p.node, "mswitcher=1 pathpos=0.5");
-    p.node.setString("pathpath", path);
+    p.set("mswitcher=1 pathpos=0.5");
+    p.text("pathpath", path);
     auto* object = p.node.findNode(path.c_str())->getCreator();
+    const auto expectNext = [&](const UT_Vector3& at) {
+        p.net.step();
+        expectNear(p.position(), at);
+    };
     for (const float x : {10.0f, 20.0f}) { // the copy follows the object
         object->setFloat("t", 0, x);
-        p.net.step();
-        p.expectAt(0, 4 + x, 0, 0);
+        expectNext({4 + x, 0, 0});
     }
     p.net.object().setFloat("t", 1, 3);
-    p.net.step();
-    p.expectAt(0, 24, -3, 0);
-    p.node.setInt("ignorexform", 0, 1);
-    p.net.step();
-    p.expectAt(0, 4, 0, 0);
-
-    p.node.setTemplate(true);
-    p.net.context().guidesWanted = 1;
-    p.node.setFloat("pathpos", 0, 0.75);
-    OP_Context context(p.net.time());
-    p.net.context().cookGuide(context);
-    EXPECT_EQ(p.node.guideHandle().peekDetail()->primitives().entries(), 1u) << "the guide shows the curve";
-    p.expectAt(0, 4, 0, 0);
-
-    p.node.setString("pathpath", "/obj/nothing");
-    p.net.step();
-    EXPECT_EQ(Network::messages(p.node),
-              "error FLX 11: No object or geometry has this path\nwarning FLX 11: /obj/nothing");
-    p.expectAt(0, 4, 0, 0);
+    expectNext({24, -3, 0});
+    p.set("ignorexform=1");
+    expectNext({4, 0, 0});
+    p.set("pathpos=0.75");
+    EXPECT_EQ(p.guide().primitives().entries(), 1u) << "the guide shows the curve";
+    expectNear(p.position(), {4, 0, 0});
+    p.text("pathpath", "/obj/nothing");
+    expectNext({4, 0, 0});
+    EXPECT_EQ(p.messages(), "error FLX 11: No object or geometry has this path\nwarning FLX 11: /obj/nothing");
     p.net.context().setInputGeo(path, 1);
-    p.node.setInt("usecontextgeo", 0, 2);
-    p.net.step();
-    p.expectAt(0, 6, 0, 0);
+    p.set("usecontextgeo=2");
+    expectNext({6, 0, 0});
 }
 
 TEST(Position, ByAReference) {
-    for (const char* dependence : {"", " + 0 * $PT"}) {
+    for (const char* dependence : {"", "+0*$PT"}) {
         Placed p("position", 2);
         OBJ_Node& object = Network::addObject("anchor");
         setParms(object, "t=5 r.2=90 s=2");
-        p.node.setInt("mswitcher", 0, 2);
-        p.node.setString("refpath", "/obj/anchor");
-        p.node.setExpression("reft", 0, (std::string("1") + dependence).c_str());
-        p.node.setFloat("reft", 2, 7);
-        p.net.step();
-        p.expectAt(1, 5, 2, 7); // (2, 0, 7) turned to (0, 2, 7), then moved
+        const auto expectNext = [&](const UT_Vector3& at) {
+            p.net.step();
+            expectNear(p.position(1), at, 1e-6);
+        };
+        p.set("mswitcher=2 reft=1{} reft.2=7", dependence);
+        p.text("refpath", "/obj/anchor");
+        expectNext({5, 2, 7}); // (2, 0, 7) turned to (0, 2, 7), then moved
         p.net.object().setFloat("t", 1, 10);
-        p.net.step();
-        p.expectAt(1, 5, -8, 7);
-        p.node.setInt("reftype", 0, 0);
-        p.node.setString("refposv",
-                         (std::string("vector3(0, 1, 0)") + (*dependence ? " * (1 + 0 * $PT)" : "")).c_str());
-        p.net.step();
-        p.expectAt(1, 4, -10, 0);
-        p.node.setString("refpath", "/obj/gone");
-        p.net.step();
-        p.expectAt(1, 0, 1, 0);
-        EXPECT_EQ(Network::messages(p.node), "warning FLX 11: /obj/gone");
+        expectNext({5, -8, 7});
+        p.set("reftype=0");
+        p.text("refposv", std::string("vector3(0, 1, 0)*(1") + dependence + ")");
+        expectNext({4, -10, 0});
+        p.text("refpath", "/obj/gone");
+        expectNext({0, 1, 0});
+        EXPECT_EQ(p.messages(), "warning FLX 11: /obj/gone");
     }
-}
-
-TEST(Position, EnablesAndOldParameters) {
-    Placed p("position");
-    p.node.disableParms();
-    p.node.setInt("usecontextgeo", 0, 1);
-    EXPECT_EQ(p.node.disableParms(), 1u);
-    EXPECT_FALSE(p.node.parms().find("pathpath")->enabled());
-    PRM_ParmList old(p.node.getOperator()->getObsoleteTemplates());
-    old.find("pathobj")->setText("track");
-    old.find("sop")->setText("curve");
-    old.find("refobj")->setText("anchor");
-    p.node.resolveObsoleteParms(&old);
-    UT_String text;
-    p.node.evalString(text, "pathpath", 0, 0);
-    EXPECT_EQ(text, "../../track/curve");
-    p.node.evalString(text, "refpath", 0, 0);
-    EXPECT_EQ(text, "../../anchor");
-
-    Placed look("lookat");
-    const auto enabled = [&](const char* parm) { return look.node.parms().find(parm)->enabled(); };
-    look.node.disableParms();
-    EXPECT_TRUE(!enabled("objpath") && enabled("dir"));
-    setParms(look.node, "reference=2 mode=1");
-    EXPECT_EQ(look.node.disableParms(), 2u);
-    EXPECT_TRUE(enabled("objpath") && !enabled("dir"));
-    PRM_ParmList before(look.node.getOperator()->getObsoleteTemplates());
-    before.find("obj")->setText("anchor");
-    look.node.resolveObsoleteParms(&before);
-    look.node.evalString(text, "objpath", 0, 0);
-    EXPECT_EQ(text, "../../anchor");
 }
 
 // ---- look-at
@@ -215,16 +152,15 @@ namespace {
 struct Looking : Placed {
     OBJ_Node& target;
 
-    explicit Looking(int mode, int reference, bool up = false)
-        : Placed("lookat", 5, up)
+    Looking(int mode, int reference, std::vector<FLX_Attrib> attributes = {})
+        : Placed("lookat", 5, std::move(attributes))
         , target(Network::addObject("target")) {
-        node.setInt("mode", 0, mode);
-        node.setInt("reference", 0, reference);
-        node.setString("objpath", "/obj/target");
+        set("mode={} reference={}", mode, reference);
+        text("objpath", "/obj/target");
         setParms(target, "t=3,-2 r.2=90");
         const float velocities[][3] = {{1, 0, 0}, {0, -3, 0}, {0.2f, 0.4f, -0.7f}, {-5, 1, 2}, {0, 0, -1}};
         for (int i = 0; i < 5; ++i) {
-            net.point(i)->setPos({float(i) - 1.5f, 2, float(3 * i) - 4, 1});
+            place(i, {float(i) - 1.5f, 2, float(3 * i) - 4});
             net.setValue("v", i, {velocities[i][0], velocities[i][1], velocities[i][2]});
         }
     }
@@ -237,29 +173,24 @@ TEST(Lookat, EveryParticleFacesThePoint) {
         Looking look(1, reference);
         look.net.object().setFloat("t", 2, 1);
         // In the network's own space the world's origin is at (0, 0, -1), the object at (3, -2, -1).
-        const UT_Vector3 points[] = {{0, 0, -1}, {0, 0, 0}, {3, -2, -1}};
+        const UT_Vector3 points[] = {{0, 0, -1}, {0, 0, 0}, {3, -2, -1}}, v = look.vector("v", 3);
         look.net.step();
-        for (int i = 0; i < 5; ++i) look.expectFacing(i, points[reference] - look.net.position(i));
-        EXPECT_EQ(Network::messages(look.node), "");
-        const UT_Vector3 v = look.velocity(3);
+        for (int i = 0; i < 5; ++i) look.expectFacing(i, points[reference] - look.position(i));
+        EXPECT_EQ(look.messages(), "");
         look.target.setFloat("t", 2, 40);
         look.net.step();
-        if (reference == 2) {
-            look.expectFacing(3, UT_Vector3(3, -2, 39) - look.net.position(3));
-        }
-        EXPECT_EQ(look.velocity(3), v) << "the rotation is set, not the velocity";
+        if (reference == 2) look.expectFacing(3, UT_Vector3(3, -2, 39) - look.position(3));
+        EXPECT_EQ(look.vector("v", 3), v) << "the rotation is set, not the velocity";
     }
 }
 
 TEST(Lookat, EveryParticleFacesTheDirection) {
     for (const int reference : {0, 1, 2}) {
         std::string states[2];
-        for (const char* dependence : {"", " + 0 * $PT"}) {
+        for (const char* dependence : {"", "+0*$PT"}) {
             Looking look(0, reference);
-            look.net.object().setFloat("r", 0, 90); // y to z, z to -y
-            look.net.object().setFloat("t", 0, 1e4);
-            look.node.setExpression("dir", 0, (std::string("2") + dependence).c_str());
-            setParms(look.node, "dir.1=1,0");
+            setParms(look.net.object(), "r=90 t=1e4"); // y to z, z to -y
+            look.set("dir=2{},1,0", dependence);
             look.net.step();
             // The world seen from the network: y is -z. The object turns (2, 1, 0) to (-1, 2, 0) first.
             const UT_Vector3 directions[] = {{2, 0, -1}, {2, 1, 0}, {-1, 0, -2}};
@@ -274,54 +205,45 @@ TEST(Lookat, EveryParticleFacesTheDirection) {
 }
 
 TEST(Lookat, TheInstancesPlaceCounts) {
-    Network net;
-    Probe& source = Probe::addSource(net, "source", 1);
-    FLX_Node& move = net.add("translation", "move", {&source});
-    FLX_Node& look = net.add("lookat", "look", {&move});
-    move.setFloat("trans", 0, 4);
-    look.setInt("mode", 0, 1);
-    net.start(look);
-    net.context().setDoApplyRules(false);
-    net.point(0)->setPos({-4, -5, 0, 1});
-    net.setValue("v", 0, {1, 0, 0});
-    net.step();
+    Placed look("lookat", 1, {FLX_Attrib::Trans});
+    look.set("mode=1");
+    look.place(0, {-4, -5, 0});
+    look.net.setValue("trans", 0, {4, 0, 0});
+    look.net.setValue("v", 0, {1, 0, 0});
+    look.net.step();
     // The instance stands at (0, -5, 0), so x turns to y: a quarter turn about z.
     const float rot[] = {0, 0, 0.70710678f, 0.70710678f};
-    for (int i = 0; i < 4; ++i) EXPECT_NEAR(net.value("rot", 0, i), rot[i], 1e-6);
+    for (int i = 0; i < 4; ++i) EXPECT_NEAR(look.net.value("rot", 0, i), rot[i], 1e-6);
 }
 
 TEST(Lookat, OppositeDirectionsTurnAboutTheUpwardAxis) {
     for (const bool up : {false, true}) {
-        Looking look(0, 1, up);
-        if (up)
-            for (int i = 0; i < 5; ++i) look.net.setValue("up", i, {0, 0, 3});
-        for (int c = 0; c < 3; ++c) look.node.setFloat("dir", c, c == 0 ? -1 : 0);
+        Looking look(0, 1, up ? std::vector{FLX_Attrib::Up} : std::vector<FLX_Attrib>{});
+        if (up) look.net.setValue("up", 0, {0, 0, 3});
+        look.set("dir=-1,0,0");
         look.net.step();
         look.expectFacing(0, {-1, 0, 0}); // its velocity is (1, 0, 0)
-        const UT_Vector3 axis = up ? UT_Vector3(0, 0, 1) : UT_Vector3(0, 1, 0), kept = look.turned(0, axis);
-        for (int c = 0; c < 3; ++c) EXPECT_NEAR(kept[c], axis[c], 1e-6);
+        const UT_Vector3 axis = up ? UT_Vector3(0, 0, 1) : UT_Vector3(0, 1, 0);
+        expectNear(look.turned(0, axis), axis, 1e-6);
     }
     // A particle at the very point it looks at turns round, too; one without velocity turns from the z axis.
     Looking at(1, 1);
-    at.net.point(0)->setPos({0, 0, 0, 1});
+    at.place(0, {0, 0, 0});
     at.net.setValue("v", 1, {0, 0, 0});
     at.net.step();
     at.expectFacing(0, {-1, 0, 0});
-    const UT_Vector3 facing = at.turned(1, {0, 0, 1}), want = (-at.net.position(1)).normalized();
-    for (int c = 0; c < 3; ++c) EXPECT_NEAR(facing[c], want[c], 1e-6);
+    expectNear(at.turned(1, {0, 0, 1}), (-at.position(1)).normalized(), 1e-6);
 }
 
 TEST(Lookat, LeavesAloneWhatDoesNotMoveOrHasNoObject) {
     Looking look(1, 0);
-    const int bits[] = {FLX_DEAD | FLX_SUPPRESS_REAP, FLX_STOPPED, FLX_STUCK, FLX_SLIDING, 0};
-    for (int i = 0; i < 5; ++i) look.net.context().state(look.net.point(i)) = bits[i];
+    look.setStates({FLX_DEAD | FLX_SUPPRESS_REAP, FLX_STOPPED, FLX_STUCK, FLX_SLIDING, 0});
     look.net.context().setDoPrep(false);
     look.net.step();
     for (int i = 0; i < 5; ++i) EXPECT_EQ(look.net.value("rot", i, 3) == 1, i < 3) << i;
-
     Looking lost(1, 2);
-    lost.node.setString("objpath", "/obj/gone");
+    lost.text("objpath", "/obj/gone");
     lost.net.step();
     for (int i = 0; i < 5; ++i) EXPECT_EQ(lost.net.value("rot", i, 3), 1);
-    EXPECT_EQ(Network::messages(lost.node), "warning FLX 11: /obj/gone");
+    EXPECT_EQ(lost.messages(), "warning FLX 11: /obj/gone");
 }

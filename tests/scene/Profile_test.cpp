@@ -118,10 +118,7 @@ TEST_F(Profile, SubNetworksAndSubstepsAreCounted) {
     EXPECT_EQ(found.count("/obj/fx/unused force"), 0u);
     // Every tick of the clock belongs to one row.
     EXPECT_EQ(sum, found.at("/obj/fx flxnet").total);
-    const ProfileRow& pull = found.at("/obj/fx/sub/pull force");
-    EXPECT_EQ(pull.particles, network().particleCount());
-    EXPECT_EQ(pull.queued, cooks);
-    EXPECT_TRUE(pull.notQueued.empty());
+    EXPECT_EQ(found.at("/obj/fx/sub/pull force").queued, cooks);
     EXPECT_EQ(found.at("/obj/fx/birth location").births, births);
     EXPECT_EQ(found.at("/obj/fx time step").deaths, deaths);
     EXPECT_GT(deaths, 0);
@@ -165,7 +162,6 @@ TEST_F(Profile, ATraceIsValidJsonWhateverTheNames) {
     EXPECT_EQ(events[1]["name"], "\"odd\\");
     EXPECT_DOUBLE_EQ(events[1]["ts"].get<double>(), 1234.567);
     EXPECT_DOUBLE_EQ(events[1]["dur"].get<double>(), 0.01);
-    EXPECT_EQ(events[1]["args"]["deaths"], 3);
     EXPECT_EQ(events[2]["dur"], 2000);
     EXPECT_EQ(events[2]["args"]["frame"], -2);
 }

@@ -10,12 +10,22 @@ protected:
     }
 };
 
-TEST_F(SceneValues, ClockAndVariables) {
-    loadNet(R"({"name": "a", "type": "location", "parms": {"life": "$GUST * $FSTART + $FF / 100"}})");
+TEST_F(SceneValues, ClockVariablesMenusAndFlags) {
+    loadNet(R"j({"name": "a", "type": "location", "flags": ["display", "bypass"],
+                "parms": {"life": "$GUST * $FSTART + $FF / 100", "method": "polar"}},
+               {"name": "b", "type": "location", "flags": ["render", "template", "!bypass"], "parms": {"method": 1}},
+               {"name": "c", "type": "location", "flags": ["template", "!template"], "parms": {"method": "1 + ($T > 2)"}})j");
     EXPECT_EQ(OPgetDirector()->fps, 25);
     EXPECT_EQ(OPgetDirector()->endFrame, 60);
     EXPECT_NEAR(value("/obj/fx/a", "life", 0, 2), 2.5 * 5 + 51 / 100.0, 1e-6);
     EXPECT_EQ(network().STARTFRAME(0), 5) << "by default the scene's first frame";
+    const OP_Node &a = *node("/obj/fx/a"), &b = *node("/obj/fx/b"), &c = *node("/obj/fx/c");
+    EXPECT_EQ(value("/obj/fx/a", "method"), 2);
+    EXPECT_EQ(value("/obj/fx/b", "method"), 1);
+    EXPECT_EQ(value("/obj/fx/c", "method", 0, 3), 2);
+    EXPECT_EQ(network().getDisplayNodePtr(), &a);
+    EXPECT_EQ(network().getRenderNodePtr(), &b);
+    EXPECT_TRUE(a.getBypass() && !b.getBypass() && b.getTemplate() && !c.getTemplate());
 }
 
 TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
@@ -39,18 +49,6 @@ TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
     EXPECT_EQ(node("/obj/a")->comment, "hello");
 }
 
-TEST_F(SceneValues, Menus) {
-    loadSops(R"j({"name": "token", "type": "sphere", "parms": {"type": "prim"}},
-                {"name": "ordinal", "type": "sphere", "parms": {"type": 1}},
-                {"name": "expression", "type": "sphere", "parms": {"type": "1 + ($T > 2)"
-}
-})j");
-    EXPECT_EQ(value("/obj/g/token", "type"), 2);
-    EXPECT_EQ(value("/obj/g/ordinal", "type"), 1);
-    EXPECT_EQ(value("/obj/g/expression", "type", 0, 1), 1);
-    EXPECT_EQ(value("/obj/g/expression", "type", 0, 3), 2);
-}
-
 TEST_F(SceneValues, SpareParameters) {
     loadNet(R"j({"name": "a", "type": "location", "parms": {"life": "ch(\"power\") + ch(\"mode\")"}, "spare": [
         {"token": "power", "label": "Power", "type": "float", "default": 2, "range": [0, 5], "rangekind": ["hard", "hard"],
@@ -64,18 +62,6 @@ TEST_F(SceneValues, SpareParameters) {
     UT_String note;
     node("/obj/fx/a")->evalString(note, "note", 0, 0);
     EXPECT_EQ(note.str(), "none");
-}
-
-TEST_F(SceneValues, Flags) {
-    loadNet(R"({"name": "a", "type": "location", "flags": ["display", "bypass"]},
-               {"name": "b", "type": "location", "flags": ["render", "template", "!bypass"]},
-               {"name": "c", "type": "location", "flags": ["template", "!template"]})");
-    EXPECT_EQ(network().getDisplayNodePtr(), node("/obj/fx/a"));
-    EXPECT_EQ(network().getRenderNodePtr(), node("/obj/fx/b"));
-    EXPECT_TRUE(node("/obj/fx/a")->getBypass());
-    EXPECT_FALSE(node("/obj/fx/b")->getBypass());
-    EXPECT_TRUE(node("/obj/fx/b")->getTemplate());
-    EXPECT_FALSE(node("/obj/fx/c")->getTemplate());
 }
 
 TEST_F(SceneValues, SubNetworkInputsThroughTwoLevels) {
@@ -96,22 +82,22 @@ TEST_F(SceneValues, SubNetworkInputsThroughTwoLevels) {
 TEST_F(SceneValues, Assignments) {
     loadNet(R"({"name": "a", "type": "location"}, {"name": "f", "type": "force", "inputs": ["a"]})");
     const auto set = [&](const std::string& text) { return file.assign(text) ? "" : file.error(); };
-    EXPECT_EQ(set("/obj/fx/f.force.y=-3"), "");
-    EXPECT_EQ(set("/obj/fx/f.force.2=$GUST * 2"), "");
-    EXPECT_EQ(set("/obj/fx.seed=3"), "");
-    EXPECT_EQ(set("/obj/fx/a.life={\"keys\": [[0, 1], [1, 2]]}"), "");
-    EXPECT_EQ(value("/obj/fx/f", "force", 1), -3);
-    EXPECT_EQ(value("/obj/fx/f", "force", 2), 5);
-    EXPECT_EQ(network().SEED(0), 3);
-    EXPECT_EQ(value("/obj/fx/a", "life", 0, 0.5f), 1.5f);
-    EXPECT_EQ(set("/obj/fx/f.force=[1, 2, 3]"), "");
-    EXPECT_EQ(value("/obj/fx/f", "force", 0), 1);
+    // clang-format off
+    struct Case { const char *assignment, *node, *token; int component; float value; };
+    const Case cases[] = {
+        {"/obj/fx/f.force.y=-3", "/obj/fx/f", "force", 1, -3}, {"/obj/fx/f.force.2=$GUST * 2", "/obj/fx/f", "force", 2, 5},
+        {"/obj/fx.seed=3", "/obj/fx", "seed", 0, 3}, {"/obj/fx/f.force=[1, 2, 3]", "/obj/fx/f", "force", 0, 1},
+        {"/obj/fx/a.life={\"keys\": [[0, 1], [1, 2]]}", "/obj/fx/a", "life", 0, 1.5f},
+        {"/obj/fx/a.method=polar", "/obj/fx/a", "method", 0, 2}};
+    // clang-format on
+    for (const Case& c : cases) {
+        EXPECT_EQ(set(c.assignment), "");
+        EXPECT_EQ(value(c.node, c.token, c.component, 0.5f), c.value) << c.assignment;
+    }
     EXPECT_EQ(set("/obj/fx/f.source=[x"), "");
     UT_String text;
     node("/obj/fx/f")->evalStringRaw(text, "source");
     EXPECT_EQ(text.str(), "[x") << "texts are taken verbatim";
-    EXPECT_EQ(set("/obj/fx/a.method=polar"), "");
-    EXPECT_EQ(value("/obj/fx/a", "method"), 2);
     const std::string form = ": expects NODE.PARM=VALUE, for example /obj/fx.seed=3";
     const std::pair<const char*, std::string> wrong[] = {
         {"seed", "\"seed\"" + form},

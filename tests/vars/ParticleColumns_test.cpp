@@ -1,81 +1,17 @@
 // Parameters evaluated in columns against the same ones evaluated particle by particle.
 #include <cmath>
-#include <cstring>
 #include <random>
 
 #include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
 #include "host/vm/VM_Kernels.h"
-#include "support/Probe.h"
 #include "support/SetParms.h"
-#include "vars/FLX_ParticleCook.h"
+#include "vars/Reader.h"
 
 namespace {
 
-/// Adds its parameters to the velocity, in columns or in turn, and counts what was asked of the node meanwhile.
-class Adder final : public FLX_ParticleOperator {
-public:
-    using FLX_ParticleOperator::FLX_ParticleOperator;
-
-    Float A{this, {"a", "A"}, 0};
-    Int N{this, {"n", "N"}, 0, PRM_Range{PRM_RangeKind::Hard, PRM_RangeKind::Hard, -5, 2e9}};
-    Floats<3> V{this, {"vec", "V"}, {0, 0, 0}};
-    Float H{this, {"h", "H"}, 0, PRMhardMin(3, 10)};
-
-    struct Row {
-        float a;
-        int n;
-        UT_Vector3 v;
-        float h;
-        bool operator==(const Row& b) const { return std::memcmp(this, &b, sizeof b) == 0; }
-    };
-    std::vector<Row> rows;
-    bool inTurn = false, writes = false;
-    bool queued = false;
-    bool twice = false; // the primitive stands in the list a second time
-    int skip = 0, reads = 0;
-
-    FLX_PassUse passUse() const override { return queued ? FLX_PassUse::Queued : FLX_PassUse::Barrier; }
-    float getVariableValue(int index, int thread) override {
-        reads += isTestingVariables() ? 0 : 1;
-        return FLX_ParticleOperator::getVariableValue(index, thread);
-    }
-
-protected:
-    UT_ErrorSeverity cookFlx(OP_Context& context) override {
-        rows.clear();
-        return cookParticles(context, [&](FLX_ParticleCook& cook) {
-            const auto a = cook.choose(A);
-            const auto n = cook.choose(N);
-            const auto v = cook.choose(V);
-            const auto h = cook.choose(H);
-            reads = 0;
-            if (twice) getParticleList()->add(getParticleList()->entry(0).prim, nullptr);
-            const int at = cook.context().getVelocityOffset();
-            const auto add = [=, this](GEO_Point* p, float av, int nv, const UT_Vector3& vv, float hv) {
-                rows.push_back({av, nv, vv, hv});
-                if (writes) *p->castAttribData<UT_Vector3>(at) += UT_Vector3(av, float(nv), vv.z());
-                if (writes) p->setPos({p->getPos().x() + av, p->getPos().y(), p->getPos().z(), 1});
-            };
-            if (inTurn)
-                cook.eachInTurn(skip, add, a, n, v, h);
-            else
-                cook.each(skip, add, a, n, v, h);
-        });
-    }
-};
-
-struct Adding {
-    Network net;
-    Probe& source;
-    Adder* op;
-
-    explicit Adding(int particles)
-        : source(Probe::addSource(net, "source", particles)) {
-        Network::registerOperator<Adder>("adder", &FLX_LocalVar::myVariablePair);
-        op = dynamic_cast<Adder*>(&net.add("adder", "op", {&source}));
-        net.context().setDoApplyRules(false);
-    }
+struct Adding : Reading {
+    using Reading::Reading;
     void start() {
         net.start(*op);
         net.context().setDoApplyRules(false);
@@ -99,14 +35,14 @@ struct Adding {
             net.context().state(p) &= ~FLX_DEAD;
         });
     }
-    std::vector<Adder::Row> rows(bool inTurn) {
+    std::vector<Reader::Row> rows(bool inTurn) {
         op->inTurn = inTurn;
         net.step();
         return op->rows;
     }
     /// Both ways, on the same particles; the node is asked for nothing in columns.
     void expectSame(const char* what) {
-        const std::vector<Adder::Row> expected = rows(true);
+        const std::vector<Reader::Row> expected = rows(true);
         const int asked = op->reads;
         EXPECT_EQ(rows(false), expected) << what;
         EXPECT_EQ(op->reads, 0) << what;
@@ -148,8 +84,7 @@ TEST(ParticleColumns, EveryVariableIsWhatOneParticleReads) {
 }
 
 TEST(ParticleColumns, ResultsAreRoundedToTheParametersType) {
-    Adding r(7);
-    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::Mass); };
+    Adding r(7, {FLX_Attrib::Mass});
     r.start();
     const float values[] = {2.9f, -2.9f, -7, 3e9f, 1e20f, NAN, 1e-3f};
     for (int i = 0; i < 7; ++i) r.net.setValue("mass", i, {values[i]});
@@ -166,36 +101,32 @@ TEST(ParticleColumns, WhatIsNoNumberIsToldOfOnceWhicheverWayItIsFound) {
     Adding r(600);
     r.start();
     r.net.setValue("v", 599, {-1, 0, 0});
-    for (const char* text : {"sqrt($VX)", "$VX + log(0 - $NPT)"})
+    const auto expect = [&](const std::string& messages, size_t rows) {
         for (const int way : {0, 1, 2}) {
-            r.op->setExpression("h", 0, text);
             r.op->queued = way == 2;
             r.rows(way == 0);
-            EXPECT_EQ(Network::messages(*r.op), "warning OP 5: h: not a number; 3 is used instead") << text << way;
-            ASSERT_EQ(r.op->rows.size(), 600u);
-            EXPECT_EQ(r.op->rows[599].h, 3) << text << way;
+            EXPECT_EQ(Network::messages(*r.op), messages) << way;
+            ASSERT_EQ(r.op->rows.size(), rows);
+            EXPECT_EQ(r.op->rows.back().h, 3) << "the least that it may be";
         }
-    r.op->setExpression("h", 0, "sqrt($VX)");
+    };
+    for (const char* text : {"$VX + log(0 - $NPT)", "sqrt($VX)"}) {
+        r.op->setExpression("h", 0, text);
+        expect("warning OP 5: h: not a number; 3 is used instead", 600);
+    }
     r.op->skip = FLX_STOPPED;
     r.net.context().state(r.net.point(599)) |= FLX_STOPPED; // not asked for its value
-    for (const int way : {0, 1, 2}) {
-        r.op->queued = way == 2;
-        r.rows(way == 0);
-        EXPECT_EQ(Network::messages(*r.op), "") << way;
-        EXPECT_EQ(r.op->rows.size(), 599u);
-    }
-    r.op->setExpression("a", 0, "sqrt($VX)"); // nothing takes the place of NaN here
-    r.rows(false);
-    EXPECT_EQ(Network::messages(*r.op), "");
+    expect("", 599);
+    r.op->skip = 0;
+    setParms(*r.op, "h=3 a=sqrt($VX)"); // nothing takes the place of NaN here
+    expect("", 600);
 }
 
 TEST(ParticleColumns, MixWithWhatHasToBeEvaluatedInTurn) {
-    Adding r(600);
-    r.source.attribs = [](Probe&, FLX_ContextData* context) { context->addAttrib(FLX_Attrib::ID); };
+    Adding r(600, {FLX_Attrib::ID});
     r.start();
-    r.op->setExpression("a", 0, "$TX + $ITER");
+    setParms(*r.op, "a=$TX+$ITER vec=$ID*2");
     r.op->setExpression("n", 0, "strlen(strcat('a', $ID))"); // a string: not in columns
-    r.op->setExpression("vec", 0, "$ID * 2");
     const auto inColumns = r.rows(false), inTurn = r.rows(true);
     EXPECT_EQ(inColumns, inTurn);
     ASSERT_EQ(inColumns.size(), 600u);
@@ -225,50 +156,38 @@ TEST(ParticleColumns, SkippedParticlesCountAndSourceGroupsAreInPointOrder) {
 
 // What the formula does at the first meeting is there at the second, also when both stand in the same chunk.
 TEST(ParticleColumns, AParticleThatIsMetTwiceReadsWhatWasWritten) {
-    for (const bool inTurn : {false, true}) {
-        Adding r(300);
-        r.start();
-        GEO_PrimParticle* prim = r.net.context().hasPrimPart(&r.source);
-        for (const int again : {5, 299, 5}) prim->appendParticle(r.net.point(again));
-        for (int i = 0; i < 300; ++i) r.net.setValue("v", i, {float(i + 1), 0, 0});
-        r.op->setExpression("a", 0, "$VX"); // doubles it
-        r.op->setExpression("n", 0, "$ITER");
-        r.op->writes = true;
-        r.rows(inTurn);
-        EXPECT_EQ(r.net.value("v", 4), 10) << inTurn;
-        EXPECT_EQ(r.net.value("v", 5), 48) << inTurn << ": met three times";
-        EXPECT_EQ(r.net.value("v", 299), 1200) << inTurn;
-        EXPECT_EQ(r.net.value("v", 5, 1), 5 + 300 + 302);
-    }
-    // The same primitive twice in the list.
-    for (const bool inTurn : {false, true}) {
-        Adding r(300);
-        r.op->twice = true;
-        r.start();
-        for (int i = 0; i < 300; ++i) r.net.setValue("v", i, {1, 0, 0});
-        r.op->setExpression("a", 0, "$VX");
-        r.op->writes = true;
-        const size_t met = r.rows(inTurn).size();
-        EXPECT_EQ(met, 600u);
-        EXPECT_EQ(r.net.value("v", 7), 4) << inTurn;
-    }
+    for (const bool inTurn : {false, true})
+        for (const bool twice : {false, true}) { // the same primitive twice in the list
+            Adding r(300);
+            r.op->twice = twice;
+            r.start();
+            GEO_PrimParticle* prim = r.net.context().hasPrimPart(&r.source);
+            if (!twice)
+                for (const int again : {5, 299, 5}) prim->appendParticle(r.net.point(again));
+            for (int i = 0; i < 300; ++i) r.net.setValue("v", i, {float(i + 1), 0, 0});
+            setParms(*r.op, "a=$VX n=$ITER"); // doubles it
+            r.op->writes = true;
+            EXPECT_EQ(r.rows(inTurn).size(), twice ? 600u : 303u);
+            EXPECT_EQ(r.net.value("v", 4), twice ? 20 : 10) << inTurn;
+            EXPECT_EQ(r.net.value("v", 5), twice ? 24 : 48) << inTurn << ": met three times";
+            EXPECT_EQ(r.net.value("v", 299), 1200) << inTurn;
+            EXPECT_EQ(r.net.value("v", 5, 1), twice ? 5 + 305 : 5 + 300 + 302);
+        }
 }
 
 // The box is that of the particles before the formula has moved any, unless nothing has asked for it by then.
 TEST(ParticleColumns, TheBoxIsComputedWhenItIsFirstRead) {
-    for (const char* expression : {"$BBX", "$ITER > 3 ? $BBX : 1"}) {
-        std::vector<Adder::Row> found[2];
+    for (const auto& [a, vec] : {std::pair{"$BBX", "$BBX*0+$TX"}, {"$ITER>3?$BBX:1", "0"}}) {
+        std::vector<Reader::Row> found[2];
         for (const bool inTurn : {false, true}) {
             Adding r(500);
             r.start();
             for (int i = 0; i < 500; ++i) r.net.point(i)->setPos({float(i), 0, 0, 1});
-            r.op->setExpression("a", 0, expression);
-            r.op->setExpression("vec", 0, "$BBX * 0 + $TX");
-            if (expression[1] != 'B') r.op->setFloat("vec", 0, 0);
+            setParms(*r.op, std::string("a=") + a + " vec=" + vec);
             r.op->writes = true;
             found[inTurn] = r.rows(inTurn);
         }
-        EXPECT_EQ(found[0], found[1]) << expression;
+        EXPECT_EQ(found[0], found[1]) << a;
         EXPECT_EQ(found[0].size(), 500u);
     }
 }
