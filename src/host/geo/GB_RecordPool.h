@@ -92,17 +92,6 @@ public:
             }
     }
 
-    /// Calls fn(record) for every living record in slot order.
-    template <class Fn> void forEachRecord(Fn&& fn) const {
-        const size_t stride = myStride;
-        for (const Slab& slab : mySlabs) {
-            char* base = slab.base;
-            for (uint32_t w = 0; w < WORDS && base; ++w, base += 64 * stride)
-                for (uint64_t bits = slab.bits[w]; bits; bits &= bits - 1)
-                    fn(base + static_cast<size_t>(std::countr_zero(bits)) * stride);
-        }
-    }
-
 private:
     static constexpr uint32_t WORDS = SLAB_RECORDS / 64;
     struct FreeBlock {

@@ -53,12 +53,6 @@ public:
         }
     }
 
-    /// Calls fn(GEO_Point*) for every point in the order of their slots, which is how they lie in memory: for work in
-    /// which one point never matters to another. fn must not birth or remove points.
-    template <class Fn> void forEachBySlot(Fn&& fn) const {
-        myPool.forEachRecord([&](char* record) { fn(reinterpret_cast<GEO_Point*>(record)); });
-    }
-
     /// Calls fn(first slot, bits) for every 256 slots with points, in the order of memory; see GB_RecordPool.
     template <class Fn> void forEachWindow(Fn&& fn) const { myPool.forEachWindow(fn); }
 

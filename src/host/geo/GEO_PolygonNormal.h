@@ -19,12 +19,17 @@ template <class At> UT_Vector3D GEOnewell(int n, At&& at) {
     return sum;
 }
 
-/// The unit vector along it, zero for a polygon whose area is only rounding.
-template <class At> UT_Vector3 GEOpolygonNormal(int n, At&& at) {
-    UT_Vector3D normal = GEOnewell(n, at);
-    double size = 0; // of the edges, squared, to tell rounding from area
-    for (int i = 0; i < n; ++i) size += UT_Vector3D(at(i) - at(i ? i - 1 : n - 1)).length2();
+/// The unit vector along a cross product or a sum of some, zero when it is only rounding next to `size`, the sum of the
+/// squared edges.
+inline UT_Vector3 GEOunitNormal(UT_Vector3D normal, double size) {
     if (!(normal.length() > 1e-9 * size)) return {0, 0, 0};
     normal.normalize();
     return UT_Vector3(normal);
+}
+
+/// The unit vector along the Newell vector, zero for a polygon whose area is only rounding.
+template <class At> UT_Vector3 GEOpolygonNormal(int n, At&& at) {
+    double size = 0;
+    for (int i = 0; i < n; ++i) size += UT_Vector3D(at(i) - at(i ? i - 1 : n - 1)).length2();
+    return GEOunitNormal(GEOnewell(n, at), size);
 }

@@ -39,7 +39,6 @@ public:
         reset();
     }
 
-    void setMin(float min) { myMin = min; }
     void setMax(float max) { myMax = max; }
     void setRange(float min, float max) { myMin = min, myMax = max; }
     float getMin() const { return myMin; }
@@ -87,6 +86,18 @@ private:
     friend class GU_RayBatch;
     friend class GU_RayIntersect;
     friend class GU_RaySweep;
+
+    /// Makes hits of the candidates, in their order, and finds the nearest.
+    template <class Finish> void takeCandidates(const Finish& finish) {
+        const GU_RayCandidate* nearest = nullptr;
+        for (const GU_RayCandidate& c : myCandidates) {
+            myHits.push_back(finish(c));
+            if (nearest && !GUnearer(c, *nearest)) continue;
+            nearest = &c;
+            myHit = myHits.back();
+        }
+    }
+
     float myMin, myMax;
     float myLowTolerance, myHighTolerance;
     int myFind;

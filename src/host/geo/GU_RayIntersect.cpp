@@ -257,13 +257,7 @@ void GU_RayIntersect::keepDistinct(std::vector<GU_RayCandidate>& list) const {
 
 void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
     keepDistinct(info.myCandidates);
-    const GU_RayCandidate* nearest = nullptr;
-    for (const GU_RayCandidate& c : info.myCandidates) {
-        info.myHits.push_back(finish(c, query.at(c.t)));
-        if (nearest && !GUnearer(c, *nearest)) continue;
-        nearest = &c;
-        info.myHit = info.myHits.back();
-    }
+    info.takeCandidates([&](const GU_RayCandidate& c) { return finish(c, query.at(c.t)); });
 }
 
 GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& position) const {

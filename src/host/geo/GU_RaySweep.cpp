@@ -1,10 +1,12 @@
 #include "host/geo/GU_RaySweep.h"
 
+#include "host/geo/GEO_PolygonNormal.h"
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_RayFrame.h"
 #include "host/geo/GU_RayPolygon.h"
 #include "host/geo/GU_RaySearch.h"
 #include "host/geo/GU_SweptTriangle.h"
+#include "host/ut/UT_Prefetch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,13 +15,6 @@
 namespace {
 
 constexpr uint32_t SECTIONS = 3;
-
-// The unit vector along `normal`, or zero when it is only rounding next to the square of a length.
-UT_Vector3 unitOrZero(UT_Vector3D normal, double length2) {
-    if (!(normal.length() > 1e-9 * length2)) return {0, 0, 0};
-    normal.normalize();
-    return UT_Vector3(normal);
-}
 
 } // namespace
 
@@ -206,10 +201,7 @@ void GU_RaySweep::fillLeaf(size_t number, GU_Float4 (&low)[2], GU_Float4 (&high)
 struct GU_RaySweep::Visitor {
     const GU_RaySweep& sweep;
     Query& query;
-    void ahead(uint32_t leaf) const {
-        const char* p = reinterpret_cast<const char*>(&sweep.myLeaves[leaf]);
-        for (size_t i = 0; i < sizeof(Leaf); i += 64) __builtin_prefetch(p + i);
-    }
+    void ahead(uint32_t leaf) const { UTprefetch(sweep.myLeaves[leaf]); }
     void operator()(uint32_t leaf) const { sweep.visitLeaf(leaf, query); }
 };
 
@@ -358,36 +350,18 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
     }
 }
 
-// Twice the area of the polygon at that fraction of the step as a vector.
-UT_Vector3D GU_RaySweep::outlineNormal(const Shape& shape, double fraction) const {
-    const auto at = [&](uint32_t i) {
-        const Moving p = mySurface.outline(shape, i);
-        return UT_Vector3D(p.from) * (1 - fraction) + UT_Vector3D(p.to) * fraction;
-    };
-    const UT_Vector3D origin = at(0);
-    UT_Vector3D sum(0, 0, 0), previous = at(1) - origin;
-    for (uint32_t i = 2; i < shape.vertices; ++i) {
-        const UT_Vector3D next = at(i) - origin;
-        sum += cross(previous, next);
-        previous = next;
-    }
-    return sum;
-}
-
 // Whether the particle is inside the outline at time t, as seen along the polygon's normal: by its winding number.
 bool GU_RaySweep::outlineHolds(const Shape& shape, const Query& query, double t) const {
     const double f = query.fraction(t);
-    UT_Vector3D normal = outlineNormal(shape, f);
+    const int n = static_cast<int>(shape.vertices);
+    UT_Vector3D normal = GEOnewell(n, [&](int i) { return mySurface.outlineAt(shape, i, f); });
     if (!(normal.normalize() > 0)) return false;
     const GU_RayFrame frame(UT_Vector3(0, 0, 0), UT_Vector3(normal));
     const UT_Vector3D here = frame.project(query.origin + query.way * t);
-    const auto image = [&](uint32_t i) {
-        const Moving p = mySurface.outline(shape, i);
-        return frame.project(UT_Vector3D(p.from) * (1 - f) + UT_Vector3D(p.to) * f) - here;
-    };
+    const auto image = [&](int i) { return frame.project(mySurface.outlineAt(shape, i, f)) - here; };
     int winding = 0;
-    UT_Vector3D p = image(shape.vertices - 1);
-    for (uint32_t i = 0; i < shape.vertices; ++i) {
+    UT_Vector3D p = image(n - 1);
+    for (int i = 0; i < n; ++i) {
         const UT_Vector3D q = image(i);
         const bool below = p.y() <= 0, nextBelow = q.y() <= 0;
         if (below != nextBelow && below == (GU_RayFrame::edge(p, q) > 0)) winding += below ? 1 : -1;
@@ -418,13 +392,7 @@ void GU_RaySweep::keepDistinct(std::vector<GU_RayCandidate>& list) {
 
 void GU_RaySweep::finishAll(GU_RayInfo& info, const Query& query) const {
     keepDistinct(info.myCandidates);
-    const GU_RayCandidate* nearest = nullptr;
-    for (const GU_RayCandidate& c : info.myCandidates) {
-        info.myHits.push_back(finish(c, query));
-        if (nearest && !GUnearer(c, *nearest)) continue;
-        nearest = &c;
-        info.myHit = info.myHits.back();
-    }
+    info.takeCandidates([&](const GU_RayCandidate& c) { return finish(c, query); });
 }
 
 GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) const {
@@ -438,7 +406,7 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
     hit.prim = shape.prim;
     hit.number = static_cast<int>(shape.number);
     hit.distance = c.t;
-    hit.normal = unitOrZero(cross(a, b), a.length2() + b.length2() + (b - a).length2());
+    hit.normal = GEOunitNormal(cross(a, b), a.length2() + b.length2() + (b - a).length2());
     if (shape.kind == Shape::TRIANGLE) {
         GUtriangleParameters(c.b, hit);
     } else if (shape.kind == Shape::MESH) {
@@ -451,8 +419,8 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
         hit.u = static_cast<float>((cell % cols + x) / cols);
         hit.v = static_cast<float>((row + y) / mesh.cellRows());
     } else {
-        const UT_Vector3D normal = outlineNormal(shape, f);
-        hit.normal = unitOrZero(normal, normal.length());
+        const auto outline = [&](int i) { return mySurface.outlineAt(shape, i, f); };
+        hit.normal = GEOpolygonNormal(static_cast<int>(shape.vertices), outline);
         GUfanParameters(part(), shape.vertices, c.b[0], c.b[1], hit);
     }
     return hit;

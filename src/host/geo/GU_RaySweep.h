@@ -62,7 +62,6 @@ private:
     int missed(const Leaf& leaf, const Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
     bool outlineHolds(const Shape& shape, const Query& query, double t) const;
-    UT_Vector3D outlineNormal(const Shape& shape, double fraction) const;
     static void keepDistinct(std::vector<GU_RayCandidate>& list);
     GU_RayHit finish(const GU_RayCandidate& candidate, const Query& query) const;
     void finishAll(GU_RayInfo& info, const Query& query) const;

@@ -50,7 +50,11 @@ public:
     /// By item: indices of places.
     const std::vector<std::array<uint32_t, 3>>& corners() const { return myCorners; }
     const Place& place(uint32_t i) const { return myPlaces[i]; }
-    Moving outline(const Shape& shape, uint32_t i) const { return myPlaces[myOutlines[shape.first + i]].moving(); }
+    /// Vertex i of a polygon with more than three, at a fraction of the step.
+    UT_Vector3D outlineAt(const Shape& shape, int i, double fraction) const {
+        const Moving p = myPlaces[myOutlines[shape.first + static_cast<uint32_t>(i)]].moving();
+        return UT_Vector3D(p.from) * (1 - fraction) + UT_Vector3D(p.to) * fraction;
+    }
     /// The mean way of the points.
     const UT_Vector3& drift() const { return myDrift; }
     /// Primitives that have a surface of another kind.

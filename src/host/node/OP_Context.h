@@ -8,7 +8,6 @@ public:
         : myTime(time) {}
 
     float getTime() const { return myTime; }
-    void setTime(float t) { myTime = t; }
     void* getData() const { return myData; }
     void setData(void* data) { myData = data; }
     int getThread() const { return myThread; }

@@ -12,7 +12,6 @@ class SIM_Position;
 /// there).
 class DOP_FullPathData {
 public:
-    SIM_Object* getObject() const { return myObject.get(); }
     SIM_Data* getData() const { return myData; }
     /// The scene object that the simulation object stands for, or null.
     OP_Node* getObjectNode() const;

@@ -45,7 +45,6 @@ public:
     friend constexpr UT_Quaternion operator*(UT_Quaternion a, float s) { return a *= s; }
     friend constexpr UT_Quaternion operator+(UT_Quaternion a, const UT_Quaternion& b) { return a += b; }
 
-    constexpr UT_Quaternion conjugated() const { return {-x(), -y(), -z(), w()}; }
     float length() const {
         const double a = x(), b = y(), c = z(), d = w();
         return float(std::sqrt(a * a + b * b + c * c + d * d));

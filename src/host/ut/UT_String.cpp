@@ -9,11 +9,6 @@ void UT_String::toUpper() {
         if (c >= 'a' && c <= 'z') c = char(c - 'a' + 'A');
 }
 
-void UT_String::toLower() {
-    for (char& c : myText)
-        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
-}
-
 bool UT_String::match(std::string_view glob, bool caseSensitive) const {
     return UTglobMatch(glob, myText, caseSensitive);
 }

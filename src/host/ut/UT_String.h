@@ -36,7 +36,6 @@ public:
 
     /// ASCII letters only, whatever the locale.
     void toUpper();
-    void toLower();
 
     /// This text as a whole against one glob (see UTglobMatch).
     bool match(std::string_view glob, bool caseSensitive = true) const;

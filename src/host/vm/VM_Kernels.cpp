@@ -54,6 +54,7 @@ constexpr float PLAIN_NAN = std::numeric_limits<float>::quiet_NaN();
 #include "host/vm/VM_Kernels.inl"
 #undef VM_SPACE
 #undef VM_TARGET
+#undef VM_WIDE
 #endif
 
 // ---- operations whose functions have block forms of their own, for every path
