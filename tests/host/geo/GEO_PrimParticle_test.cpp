@@ -10,8 +10,12 @@ struct Swarm {
     GEO_PrimParticle* prim = static_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
     int id = detail.pointAttribs().append("id", 4, GB_ATTRIB_INT);
     std::vector<int> ids() const {
-        std::vector<int> out;
+        std::vector<int> out, bySpan;
         for (GEO_ParticleVertex v = prim->head(); v; v = v.next()) out.push_back(*v.getPt()->castAttribData<int>(id));
+        prim->forEachSpan([&](const uint32_t* slots, size_t n) {
+            for (size_t i = 0; i < n; ++i) bySpan.push_back(*detail.points().bySlot(slots[i])->castAttribData<int>(id));
+        });
+        EXPECT_EQ(bySpan, out);
         return out;
     }
 };
@@ -46,11 +50,6 @@ TEST(Particles, TurnoverKeepsOrderAndReusesRecords) {
     EXPECT_EQ(s.ids(), model);
     // Reused slots: the table never outgrows the largest population (about 15000) by more than a slab.
     EXPECT_LE(s.detail.points().slotEnd(), 18432u);
-    std::vector<int> bySpan;
-    s.prim->forEachSpan([&](const uint32_t* slots, size_t n) {
-        for (size_t i = 0; i < n; ++i) bySpan.push_back(*s.detail.points().bySlot(slots[i])->castAttribData<int>(s.id));
-    });
-    EXPECT_EQ(bySpan, model);
 }
 
 TEST(Particles, MarkedOnesGoTogether) {
