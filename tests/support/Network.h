@@ -59,12 +59,12 @@ public:
     float timeStep() const { return myContext->timeStep; }
 
     /// A point attribute's component of point i.
-    float value(const char* attrib, int point, int component = 0);
+    float value(const char* name, int i, int component = 0);
     UT_Vector3 vector(const char* attrib, int point = 0) {
         return {value(attrib, point, 0), value(attrib, point, 1), value(attrib, point, 2)};
     }
-    void setValue(const char* attrib, int point, std::initializer_list<float> values);
-    void setInt(const char* attrib, int point, int value);
+    void setValue(const char* name, int i, std::initializer_list<float> values);
+    void setInt(const char* name, int i, int value);
     GEO_Point* point(int i) { return detail().points()(size_t(i)); }
     int intValue(const char* attrib, int point);
     UT_Vector3 position(int point);
@@ -92,6 +92,7 @@ public:
     }
 
 private:
+    const GB_Attribute& attrib(const char* name);
     void prepare(FLX_Node& output);
     void cook();
 

@@ -46,10 +46,6 @@ constexpr Wording theWordings[] = {
 };
 // clang-format on
 
-std::string headOf(const UT_Error& e) {
-    return std::string(UTseverityName(e.severity)) + ' ' + e.type + ' ' + std::to_string(e.code) + ": ";
-}
-
 } // namespace
 
 const char* UTerrorWording(const std::string& type, int code) {
@@ -70,10 +66,7 @@ const char* UTseverityName(UT_ErrorSeverity severity) {
 }
 
 std::string UTerrorText(const UT_Error& error) {
-    const std::string line = headOf(error) + UTerrorWording(error.type, error.code);
+    const std::string line = std::string(UTseverityName(error.severity)) + ' ' + error.type + ' ' +
+                             std::to_string(error.code) + ": " + UTerrorWording(error.type, error.code);
     return error.text.empty() ? line : line + ": " + error.text;
-}
-
-std::string UTerrorBrief(const UT_Error& error) {
-    return headOf(error) + (error.text.empty() ? UTerrorWording(error.type, error.code) : error.text);
 }

@@ -1,6 +1,7 @@
 #include "host/node/ExampleNodes.h"
 
 #include "host/expr/EV_Error.h"
+#include "support/ErrorBrief.h"
 
 namespace {
 
