@@ -143,6 +143,7 @@ TEST(Cook, TheSamePrimitiveTwiceIsAnErrorWhenAsked) {
     EXPECT_EQ(Network::messages(b), "error FLX 3: The same particles arrive twice in one list");
     EXPECT_TRUE(b.getParticleList()->isEmpty());
 
+    // The array form claims nothing.
     std::vector<FLX_ParticleList*> lists;
     int count = -1;
     for (const int check : {0, 1}) {
@@ -153,7 +154,7 @@ TEST(Cook, TheSamePrimitiveTwiceIsAnErrorWhenAsked) {
         net.start(b);
         EXPECT_EQ(lists.size(), 2u);
         EXPECT_EQ(b.error() >= UT_ERROR_ABORT, check == 1);
-        EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &a) << "the array form claims nothing";
+        EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &a);
     }
     FLX_Node& taker = net.add("null", "taker", {&a});
     Probe& late = Probe::add(net, "late", {&taker, nullptr, &a});

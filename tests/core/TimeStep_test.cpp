@@ -264,14 +264,11 @@ TEST_P(TimeStep, PointsThatTwoParticlesShareSeeEveryRuleBeforeAnyPreparation) {
         const int none = -1;
         const int offset = detail.primitiveAttribs().append("generator", 4, GB_ATTRIB_INDEX, &none);
         const int v = detail.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
-        GEO_Point* shared = nullptr;
+        GEO_Point* shared = detail.appendPoint();
         for (const char* path : {"/obj/fx/a", "/obj/fx/b"}) {
             auto* prim = static_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
             *prim->castAttribData<int>(offset) = detail.primitiveAttribs().addIndex("generator", path);
-            if (shared)
-                prim->appendParticle(shared);
-            else
-                shared = prim->birthPoint();
+            prim->appendParticle(shared);
         }
         shared->castAttribData<UT_Vector3>(v)->assign(1, 0, 0);
         // A point of no particle, so that there are as many points as particles.

@@ -4,7 +4,6 @@
 
 #include "host/node/OP_OperatorTable.h"
 #include "host/node/SOP_Node.h"
-#include "support/ErrorBrief.h"
 
 namespace {
 
@@ -31,15 +30,6 @@ public:
     OP_OpTypeId getChildTypeID() const override { return SOP_OPTYPE_ID; }
     OP_OperatorTable* childTable() const override { return &OP_Director::operatorTable("SOP"); }
 };
-
-template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) {
-    return new T(parent, name, op);
-}
-
-template <class T> void registerType(const char* family, const char* name) {
-    OP_Director::operatorTable(family).addOperator(
-        std::make_unique<OP_Operator>(name, name, &construct<T>, 0, 9999, nullptr, 0u));
-}
 
 template <class T> T* create(OP_Network& parent, const char* type, const char* name) {
     std::string problem;

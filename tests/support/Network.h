@@ -13,6 +13,8 @@
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
 #include "host/node/OP_OperatorTable.h"
+#include "support/ErrorBrief.h"
+#include "support/MakeNode.h"
 
 /// An object that holds particle operators.
 class TestNetworkNode final : public OBJ_Node {
@@ -84,11 +86,7 @@ public:
     /// Makes T a type of particle operators, for tests that look inside one.
     template <class T>
     static void registerOperator(const char* name, const OP_VariablePair* variables = nullptr, unsigned flags = 0) {
-        OP_Constructor make = [](OP_Network* parent, const char* nodeName, OP_Operator* op) -> OP_Node* {
-            return new T(parent, nodeName, op);
-        };
-        OP_Director::operatorTable("FLX").addOperator(
-            std::make_unique<OP_Operator>(name, name, make, 0, 9999, variables, flags));
+        registerType<T>("FLX", name, variables, flags);
     }
 
 private:

@@ -70,6 +70,14 @@ void expectOnSurface(const GU_RayHit& hit, const UT_Vector3& org, const UT_Vecto
         << "primitive " << hit.prim->getNum() << " u " << hit.u << " v " << hit.v;
 }
 
+// Whether the box around a stretch is known to be clear of everything.
+bool isClear(const GU_RayIntersect& rays, const UT_Vector3& from, const UT_Vector3& to) {
+    UT_BoundingBox box(from, from);
+    box.enlargeBounds(to);
+    const UT_Vector3 &low = box.vmin(), &high = box.vmax();
+    return rays.isClear(GU_Float4::of(low.x(), low.y(), low.z()), GU_Float4::of(high.x(), high.y(), high.z()));
+}
+
 } // namespace
 
 TEST(GU_RayIntersect, findsWhatTestingEveryPolygonFinds) {
@@ -80,17 +88,22 @@ TEST(GU_RayIntersect, findsWhatTestingEveryPolygonFinds) {
     GU_RayInfo closest, furthest, all;
     furthest.setFindType(GU_FIND_FURTHEST);
     all.setFindType(GU_FIND_ALL);
-    size_t hits = 0, ordered = 0;
+    size_t hits = 0, ordered = 0, clear = 0;
     for (int i = 0; i < 3000; ++i) {
         const UT_Vector3 org = random.vector(-6, 6);
         const UT_Vector3 dir = random.direction() * static_cast<float>(random(0.2, 5));
-        const float low = i % 3 ? 0 : static_cast<float>(random(-20, 0)), high = static_cast<float>(random(0, 20));
+        const float low = i % 3 ? 0 : static_cast<float>(random(-20, 0)),
+                    high = static_cast<float>(random(0, i % 4 ? 20 : 0.2));
         const std::vector<Reference> expected = everyHit(detail, org, dir, low, high);
         for (GU_RayInfo* info : {&closest, &furthest, &all}) {
             info->setRange(low, high);
             EXPECT_EQ(rays.sendRay(org, dir, *info) != 0, !expected.empty());
         }
         ASSERT_EQ(all.getHits().size(), expected.size()) << "ray " << i;
+        if (isClear(rays, org + dir * low, org + dir * high)) {
+            ++clear;
+            EXPECT_TRUE(expected.empty());
+        }
         hits += expected.size();
         if (expected.empty()) continue;
         const auto size = [](const Reference& a, const Reference& b) { return std::fabs(a.t) < std::fabs(b.t); };
@@ -112,6 +125,7 @@ TEST(GU_RayIntersect, findsWhatTestingEveryPolygonFinds) {
     }
     EXPECT_GT(hits, 5000u);
     EXPECT_EQ(ordered, hits);
+    EXPECT_GT(clear, 100u);
 }
 
 // A ray from inside a closed mesh gets out through some polygon, wherever it goes; here it goes through an edge or a
@@ -163,6 +177,7 @@ TEST(GU_RayIntersect, flatGridsHaveNoCracksAlongAxisParallelRays) {
     for (const GEO_Point* point : grid) {
         const UT_Vector3 below(point->getPos()), org(below.x(), 10, below.z());
         ASSERT_TRUE(rays.sendRay(org, {0, -1, 0}, info));
+        EXPECT_FALSE(isClear(rays, below, below + UT_Vector3(0, 0.5f, 0)));
         const bool rimX = org.x() == 0 || org.x() == 1.9f, rimZ = org.z() == 0 || org.z() == 1.9f;
         // A shared corner counts for every quad that has it, once each, in the order of their numbers.
         EXPECT_EQ(info.getHitCount(), (rimX ? 1 : 2) * (rimZ ? 1 : 2));
@@ -339,6 +354,7 @@ TEST(GU_RayIntersect, hugeAndTinyCoordinatesStillMeet) {
             const UT_Vector3 org = random.direction() * (3 * size), target = random.direction() * (0.5f * size);
             ASSERT_TRUE(rays.sendRay(org, target - org, info)) << size;
             EXPECT_GE(info.getHitCount(), 2);
+            EXPECT_FALSE(isClear(rays, org * 0.35f, org * 0.3f)) << size;
             EXPECT_TRUE(rays.isInside(target) && !rays.isInside(org)) << size;
         }
     }

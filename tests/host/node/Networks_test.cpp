@@ -142,7 +142,7 @@ TEST_F(Networks, DestroyedNodesLeaveNoReferences) {
 }
 
 OP_ScriptOperator* makeScript(const OP_OTLDefinition& definition) {
-    return PI_ScriptOperator::createScriptOp(definition, &ExampleNode::make, nullptr, 0, "icon");
+    return PI_ScriptOperator::createScriptOp(definition, &makeNode<ExampleNode>, nullptr, 0, "icon");
 }
 
 TEST_F(Networks, DefinitionsMakeOperators) {

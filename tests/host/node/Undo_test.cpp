@@ -25,8 +25,6 @@ TEST_F(Undo, EveryKindOfValueComesBack) {
     n->setFloat("weight2", 0, 9);
     n->setInt("parts", 0, 1);
     EXPECT_EQ(undo.undoSteps(), 6);
-    EXPECT_EQ(undo.undoName(), "parts");
-
     EXPECT_TRUE(undo.undo());
     EXPECT_EQ(n->evalFloat("weight2", 0, 0), 9);
     undo.undo();
