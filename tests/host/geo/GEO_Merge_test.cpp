@@ -164,6 +164,8 @@ TEST(Scratch, WorkPointsAndRecords) {
     handles.bind(&d);
     handles.addAllFloat();
     EXPECT_EQ(handles.find("id"), nullptr);
+    const GEO_AttributeHandleList copy = handles;
+    EXPECT_NE(copy.find("Cd"), handles.find("Cd"));
     GEO_Point* last = buffer.getVertex(10)->getPt();
     last->setPos({4, 5, 6, 7});
     EXPECT_EQ(handles.find("Cd")->getF(last, 2), 3);

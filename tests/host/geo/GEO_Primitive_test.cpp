@@ -1,3 +1,4 @@
+#include "RayModel.h"
 #include "host/geo/GB_AttributeData.h"
 #include "host/geo/GU_Detail.h"
 
@@ -10,9 +11,8 @@
 namespace {
 
 GEO_PrimPoly* polygon(GU_Detail& d, const std::vector<UT_Vector3>& corners, bool open = false) {
-    GEO_PrimPoly* poly = GU_PrimPoly::build(&d, static_cast<int>(corners.size()), open);
-    for (size_t i = 0; i < corners.size(); ++i)
-        poly->getVertexPoint(static_cast<int>(i))->setPos(UT_Vector4(corners[i]));
+    GEO_PrimPoly* poly = addPolygon(d, corners);
+    if (open) poly->open();
     return poly;
 }
 
@@ -161,11 +161,8 @@ TEST(Polygon, AttributesFollowTheWeights) {
 TEST(Mesh, BilinearCellsWrapAndInverse) {
     GU_Detail d;
     std::mt19937 random(14);
-    GEO_PrimMesh* grid = GEO_PrimMesh::build(&d, 3, 4, false, false);
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 4; ++c)
-            grid->getVertexPoint(grid->vertexIndex(r, c))
-                ->setPos({static_cast<float>(c), static_cast<float>(r), c == 3 && r == 2 ? 1.0f : 0.0f});
+    GEO_PrimMesh* grid = addMesh(
+        d, 3, 4, false, [](int r, int c) { return UT_Vector3(float(c), float(r), c == 3 && r == 2 ? 1.0f : 0.0f); });
     expectNear(at(grid, 0.5f, 0.25f), {1.5f, 0.5f, 0});
     expectNear(at(grid, 1, 1), {3, 2, 1});
     expectNear(at(grid, 5.0f / 6, 0.75f), {2.5f, 1.5f, 0.25f});

@@ -215,6 +215,10 @@ TEST_F(Parameters, ErrorsNameTokenAndColumn) {
         n->FORCE.x(0); // a good evaluation leaves no trace of the bad one
         EXPECT_EQ(EV_errNo(0), EV_ERR_NONE);
     }
+    ExampleNode* rule = node("rule");
+    EV_errNo(0) = EV_ERR_VARIABLE; // without a text
+    rule->evaluationError("rule", "$DEAD", 0);
+    EXPECT_EQ(messages(*rule), "error OP 1: rule: \"$DEAD\": a variable has no value here\n");
     // A test of the variables hides what they raise, and nothing else.
     ExampleNode* tested = node("tested");
     tested->testing = true;
