@@ -107,9 +107,7 @@ TEST(Birth, RefusedBirthsChangeNothing) {
     }
     b.life = 1;
     b.net.context().maxParticles = 2;
-    EXPECT_NE(b.give(), nullptr);
-    EXPECT_NE(b.give(), nullptr);
-    EXPECT_EQ(b.give(), nullptr);
+    for (const bool room : {true, true, false}) EXPECT_EQ(b.give() != nullptr, room);
     EXPECT_EQ(b.net.particles(), 2);
     EXPECT_EQ(b.net.detail().points().entries(), 2u);
     EXPECT_EQ(b.net.context().nextID(), 3);
@@ -139,11 +137,7 @@ TEST(Birth, AttributesAreInheritedByPattern) {
     EXPECT_EQ(map.mappings().size(), 4u) << "mass N heat up";
     EXPECT_EQ(map.getFloatOffsets().entries(), 1 + 3 + 2 + 3);
     EXPECT_EQ(map.getVectorOffsets().entries(), 2);
-    EXPECT_EQ(map.getSrcNormalOffset(), 8);
-    EXPECT_FALSE(map.inheritsVelocity());
     EXPECT_EQ(*map.getAttributeData().castAttribData<float>(4), 4) << "the scratch record starts at the defaults";
-    EXPECT_GE(b.net.context().getMassOffset(), 0);
-    EXPECT_GE(b.net.context().getUpOffset(), 0);
     EXPECT_EQ(b.net.detail().pointAttribs().find("rank"), nullptr);
     EXPECT_EQ(b.net.detail().pointAttribs().find("life")->getSize(), 8);
     std::string names;

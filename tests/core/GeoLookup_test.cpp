@@ -4,6 +4,7 @@
 #include "host/sim/DOP_FullPathData.h"
 #include "host/sim/SIM_Geometry.h"
 #include "host/sim/SIM_Position.h"
+#include "support/MenuOf.h"
 #include "support/Probe.h"
 
 namespace {
@@ -14,9 +15,9 @@ UT_Vector3 first(const GU_Detail* detail) { return detail->points()(0)->getPos()
 
 OBJ_Node& object(const char* name) { return *OPgetDirector()->objManager()->findChild(name)->castToOBJNode(); }
 
-UT_DMatrix4 moved(double x, double y, double z) {
+UT_DMatrix4 moved(const UT_Vector3D& by) {
     UT_DMatrix4 m(1.0);
-    m.translate(UT_Vector3D(x, y, z));
+    m.translate(by);
     return m;
 }
 
@@ -67,6 +68,9 @@ TEST(GeoLookup, ThePathComesFromTheParameterOrTheContext) {
     }
     EXPECT_EQ(l.get("/obj/nothing"), nullptr);
     EXPECT_EQ(Network::messages(l.node), "");
+    l.get(l.net.addGeometry("broken", [](GU_Detail&, float) { UTaddError("OP", 1, "no"); }).c_str());
+    l.node.stealGlobalErrors();
+    EXPECT_NE(Network::messages(l.node).find("error FLX 6:"), std::string::npos) << Network::messages(l.node);
 }
 
 TEST(GeoLookup, GeometryIsBroughtIntoTheNetworksSpace) {
@@ -116,12 +120,11 @@ TEST(GeoLookup, ChangesAreReported) {
     EXPECT_EQ(l.lookup.changed, 1) << "a change the caller knows of stays one";
     l.node.findNode(still.c_str())->opChanged(OP_PARM_CHANGED);
     EXPECT_EQ(l.changed(still.c_str()), 1);
-    l.lookup.changed = 0;
-    l.node.getGeo(moving.c_str(), nullptr, 3, 0, 0, nullptr, l.lookup);
-    EXPECT_EQ(l.lookup.changed, 1);
-    l.lookup.changed = 0;
-    l.node.getGeo(moving.c_str(), nullptr, 4, 0, 0, nullptr, l.lookup);
-    EXPECT_EQ(l.lookup.changed, 1) << "another time";
+    for (const float time : {3.0f, 4.0f}) {
+        l.lookup.changed = 0;
+        l.node.getGeo(moving.c_str(), nullptr, time, 0, 0, nullptr, l.lookup);
+        EXPECT_EQ(l.lookup.changed, 1) << time;
+    }
     EXPECT_EQ(l.lookup.lastSop, l.node.findNode(moving.c_str()));
     l.get("/obj/nothing");
     EXPECT_EQ(l.lookup.lastSop, nullptr);
@@ -143,15 +146,6 @@ TEST(GeoLookup, ExtraInputsMakeTheNodeDepend) {
     }
 }
 
-TEST(GeoLookup, GeometryThatFailsIsAnError) {
-    Lookup l;
-    const std::string path = l.net.addGeometry("broken", [](GU_Detail&, float) { UTaddError("OP", 1, "no"); });
-    l.net.start(l.node);
-    l.get(path.c_str());
-    l.node.stealGlobalErrors();
-    EXPECT_EQ(Network::messages(l.node).find("error FLX 6:") != std::string::npos, true) << Network::messages(l.node);
-}
-
 TEST(GeoLookup, SimulationDataIsFoundByItsPath) {
     Lookup l;
     auto geometry = std::make_shared<SIM_Geometry>();
@@ -159,9 +153,9 @@ TEST(GeoLookup, SimulationDataIsFoundByItsPath) {
     handle.allocateAndSet(new GU_Detail);
     onePoint(*handle.peekDetail(), 0);
     geometry->setGeometry(handle);
-    geometry->setTransform(moved(1, 0, 0));
+    geometry->setTransform(moved({1, 0, 0}));
     auto position = std::make_shared<SIM_Position>();
-    position->setTransform(moved(0, 0, 7));
+    position->setTransform(moved({0, 0, 7}));
     auto ball = std::make_shared<SIM_Object>();
     ball->setData("Geometry", geometry);
     ball->setData("Position", position);
@@ -190,29 +184,19 @@ TEST(GeoLookup, SimulationDataIsFoundByItsPath) {
 TEST(GeoLookup, PathMenus) {
     Lookup l;
     l.net.addGeometry("ground", onePoint);
-    const auto menu = [](auto build, OP_Node* node, int size) {
-        std::vector<PRM_Name> names(size_t(size) + 1, PRM_Name{"unwritten", "unwritten"});
-        build(node, names.data(), size, nullptr, nullptr);
-        EXPECT_STREQ(names[size_t(size)].token, "unwritten");
-        std::string text;
-        for (const PRM_Name* name = names.data(); name->token; ++name)
-            text += std::string(name->token) + (name->label ? "=" + std::string(name->label) : "") + " ";
-        return text;
-    };
-    const std::string sep = std::string(PRMseparatorName.token) + " ";
-    EXPECT_EQ(menu(&FLX_Node::buildObjMenu, &l.node, 10).substr(0, 16 + sep.size()), "__no_obj__=none " + sep);
-    EXPECT_NE(menu(&FLX_Node::buildObjMenu, &l.node, 10).find("ground"), std::string::npos);
-    EXPECT_EQ(menu(&FLX_Node::buildObjMenu, &l.node, 3), "__no_obj__=none " + sep) << "room for nothing else";
-    EXPECT_EQ(menu(&FLX_Node::buildObjMenu, &l.node, 1), "");
-    EXPECT_EQ(menu(&FLX_Node::buildForceObjMenu, &l.node, 10), "__no_obj__=none " + sep) << "no object has a force";
-    EXPECT_EQ(menu(&FLX_Node::buildSopMenu, &l.node, 10), "__no_sop__=none " + sep) << "no object named";
-    EXPECT_NE(menu(&FLX_Node::buildSopMenu, &l.net.object(), 10).find("ground"), std::string::npos);
+    const std::string objects = std::string("__no_obj__ ") + PRMseparatorName.token + " ";
+    const std::string sops = std::string("__no_sop__ ") + PRMseparatorName.token + " ";
+    EXPECT_EQ(menuOf(&FLX_Node::buildObjMenu, &l.node, 10), objects + "fx ground ");
+    EXPECT_EQ(menuOf(&FLX_Node::buildObjMenu, &l.node, 3), objects) << "room for nothing else";
+    EXPECT_EQ(menuOf(&FLX_Node::buildObjMenu, &l.node, 1), "");
+    EXPECT_EQ(menuOf(&FLX_Node::buildForceObjMenu, &l.node, 10), objects) << "no object has a force";
+    EXPECT_EQ(menuOf(&FLX_Node::buildSopMenu, &l.node, 10), sops) << "no object named";
     PRM_Template row;
     row.type = PRM_Type::String;
     row.token = "obj";
     row.defaults = {PRM_Default("ground")};
     l.node.parms().addSpare(row);
-    EXPECT_NE(menu(&FLX_Node::buildSopMenu, &l.node, 10).find("out"), std::string::npos);
+    EXPECT_EQ(menuOf(&FLX_Node::buildSopMenu, &l.node, 10), sops + "out ");
 }
 
 TEST(GeoLookup, OldParametersBecomeOnePath) {
@@ -225,8 +209,6 @@ TEST(GeoLookup, OldParametersBecomeOnePath) {
     // clang-format on
     for (const Case& c : cases) {
         Network net;
-        FLX_Node& source = net.add("source", "src");
-        source.setString("soppath", "kept");
         static const PRM_TemplateTable table = PRMstringTable({{"obj", "Object"}, {"sop", "SOP"}});
         PRM_ParmList old(&table);
         old.find("obj")->setText(c.object);
@@ -244,7 +226,5 @@ TEST(GeoLookup, OldParametersBecomeOnePath) {
         if (std::string(c.path) != "kept") {
             EXPECT_EQ(old.find("obj")->text() + old.find("sop")->text(), "");
         }
-        probe.applyBackwardsPathCompatibility(nullptr);
-        EXPECT_EQ(path, c.path);
     }
 }

@@ -8,6 +8,9 @@ namespace {
 
 using F3 = std::array<float, 3>;
 
+/// Whether the phases run one after the other, as they do where particles may be bound to geometry, or fused.
+class TimeStep : public testing::TestWithParam<bool> {};
+
 /// A network with one probe whose particles have the listed attributes.
 struct Rules {
     Network net;
@@ -17,6 +20,7 @@ struct Rules {
         : probe(Probe::addSource(net, "probe", particles)) {
         probe.attribs = [list = std::vector(attribs)](Probe&, FLX_ContextData* context) {
             for (const FLX_Attrib attrib : list) context->addAttrib(attrib);
+            if (TimeStep::GetParam()) context->addAttrib(FLX_Attrib::PosPath);
         };
         net.start(probe);
     }
@@ -34,7 +38,9 @@ struct Rules {
 
 } // namespace
 
-TEST(TimeStep, PositionMovesBeforeTheVelocityDoes) {
+INSTANTIATE_TEST_SUITE_P(FusedAndPhaseByPhase, TimeStep, testing::Bool());
+
+TEST_P(TimeStep, PositionMovesBeforeTheVelocityDoes) {
     Rules r(2, {FLX_Attrib::Speed, FLX_Attrib::PrevVel});
     r.move(0, {1, 2, 3}, {24, -48, 0});
     const float dt = r.dt();
@@ -54,7 +60,7 @@ TEST(TimeStep, PositionMovesBeforeTheVelocityDoes) {
     EXPECT_EQ(r.net.point(0)->getPos().w(), 1);
 }
 
-TEST(TimeStep, EachStateBitStopsItsRulesForOneStep) {
+TEST_P(TimeStep, EachStateBitStopsItsRulesForOneStep) {
     struct Case {
         const char* what;
         int bits, suppression;
@@ -83,34 +89,31 @@ TEST(TimeStep, EachStateBitStopsItsRulesForOneStep) {
         {"sliding, no pos",    FLX_SLIDING | FLX_SUPPRESS_POS, 0, false, true, true, true, true, true, 0},
     };
     // clang-format on
-    for (const bool separate : {false, true}) {
-        for (const Case& c : cases) {
-            SCOPED_TRACE(std::string(c.what) + (separate ? ", phase by phase" : ", fused"));
-            Rules r(1, {FLX_Attrib::Up, FLX_Attrib::PrevVel, FLX_Attrib::Rot, FLX_Attrib::AngVel, FLX_Attrib::Torque,
-                        separate ? FLX_Attrib::PosPath : FLX_Attrib::Up});
-            r.move(0, {0, 1, 0}, {0, 0, 24});
-            r.net.setValue("pv", 0, {1, 0, 0});
-            r.net.setValue("up", 0, {1, 0, 0});
-            r.net.setValue("w", 0, {0, 2, 0});
-            r.net.setValue("torque", 0, {1, 0, 0});
-            r.bits(0) = c.bits;
-            r.net.context().setRuleSuppression(c.suppression);
-            r.net.step();
-            ASSERT_EQ(r.net.particles(), 1);
-            EXPECT_EQ(r.net.position(0).y() != 0, c.moves);
-            EXPECT_EQ(r.net.value("v", 0, 2) != 0, c.accelerates);
-            EXPECT_EQ(r.net.value("up", 0, 0) != 1, c.turnsUp);
-            EXPECT_EQ(r.net.value("life", 0) != 0, c.ages);
-            EXPECT_EQ(r.net.value("rot", 0, 1) != 0, c.turns);
-            EXPECT_EQ(r.net.value("w", 0, 0) != 0, c.spins);
-            EXPECT_EQ(r.bits(0), c.left);
-            EXPECT_EQ(r.net.context().backtrack(r.net.point(0))[3], c.moves ? r.dt() : 0);
-            EXPECT_EQ(r.net.value("torque", 0, 0), 0);
-        }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Rules r(1, {FLX_Attrib::Up, FLX_Attrib::PrevVel, FLX_Attrib::Rot, FLX_Attrib::AngVel, FLX_Attrib::Torque});
+        r.move(0, {0, 1, 0}, {0, 0, 24});
+        r.net.setValue("pv", 0, {1, 0, 0});
+        r.net.setValue("up", 0, {1, 0, 0});
+        r.net.setValue("w", 0, {0, 2, 0});
+        r.net.setValue("torque", 0, {1, 0, 0});
+        r.bits(0) = c.bits;
+        r.net.context().setRuleSuppression(c.suppression);
+        r.net.step();
+        ASSERT_EQ(r.net.particles(), 1);
+        EXPECT_EQ(r.net.position(0).y() != 0, c.moves);
+        EXPECT_EQ(r.net.value("v", 0, 2) != 0, c.accelerates);
+        EXPECT_EQ(r.net.value("up", 0, 0) != 1, c.turnsUp);
+        EXPECT_EQ(r.net.value("life", 0) != 0, c.ages);
+        EXPECT_EQ(r.net.value("rot", 0, 1) != 0, c.turns);
+        EXPECT_EQ(r.net.value("w", 0, 0) != 0, c.spins);
+        EXPECT_EQ(r.bits(0), c.left);
+        EXPECT_EQ(r.net.context().backtrack(r.net.point(0))[3], c.moves ? r.dt() : 0);
+        EXPECT_EQ(r.net.value("torque", 0, 0), 0);
     }
 }
 
-TEST(TimeStep, SpeedLimits) {
+TEST_P(TimeStep, SpeedLimits) {
     struct Case {
         float min, max, speed, limited;
     };
@@ -135,7 +138,7 @@ TEST(TimeStep, SpeedLimits) {
     }
 }
 
-TEST(TimeStep, UpTurnsAsTheVelocityTurns) {
+TEST_P(TimeStep, UpTurnsAsTheVelocityTurns) {
     Rules r(3, {FLX_Attrib::Up, FLX_Attrib::PrevVel});
     // From +x to +y: a quarter turn about z.
     for (int i = 0; i < 3; ++i) {
@@ -150,7 +153,7 @@ TEST(TimeStep, UpTurnsAsTheVelocityTurns) {
     for (const int still : {1, 2}) EXPECT_EQ(r.get("up", still), (F3{1, 2, 3})) << "no direction to turn from or to";
 }
 
-TEST(TimeStep, OrientationTurnsWithTheAngularVelocityBeforeTheTorqueChangesIt) {
+TEST_P(TimeStep, OrientationTurnsWithTheAngularVelocityBeforeTheTorqueChangesIt) {
     Rules r(2, {FLX_Attrib::Rot, FLX_Attrib::AngVel, FLX_Attrib::Torque, FLX_Attrib::Mass});
     const std::array<float, 4> q = {0.1f, -0.2f, 0.3f, std::sqrt(1 - 0.14f)};
     const F3 w = {0.5f, 1.5f, -2};
@@ -182,7 +185,7 @@ TEST(TimeStep, OrientationTurnsWithTheAngularVelocityBeforeTheTorqueChangesIt) {
     EXPECT_NEAR(spin.net.value("rot", 0, 3), 0, 1e-2);
 }
 
-TEST(TimeStep, TheExpiredDieAtPreparationAndGoAtTheNextStep) {
+TEST_P(TimeStep, TheExpiredDieAtPreparationAndGoAtTheNextStep) {
     for (const bool deleteDead : {true, false}) {
         SCOPED_TRACE(deleteDead);
         Rules r(5, {FLX_Attrib::ID});
@@ -213,7 +216,7 @@ TEST(TimeStep, TheExpiredDieAtPreparationAndGoAtTheNextStep) {
     }
 }
 
-TEST(TimeStep, PhasesAreSwitchedOneByOne) {
+TEST_P(TimeStep, PhasesAreSwitchedOneByOne) {
     for (int mask = 0; mask < 8; ++mask) {
         SCOPED_TRACE(mask);
         Rules r(2, {});
@@ -235,7 +238,7 @@ TEST(TimeStep, PhasesAreSwitchedOneByOne) {
     }
 }
 
-TEST(TimeStep, AnErrorOfTheCookNodeFreezesTheSimulation) {
+TEST_P(TimeStep, AnErrorOfTheCookNodeFreezesTheSimulation) {
     Rules r(1, {});
     r.move(0, {1, 0, 0});
     const auto works = r.probe.work;
@@ -254,70 +257,18 @@ TEST(TimeStep, AnErrorOfTheCookNodeFreezesTheSimulation) {
     EXPECT_EQ(r.net.position(0).x(), x + r.dt()) << "one more frozen step, then it runs again";
 }
 
-// The same simulation with "pospath" present runs phase by phase; everything else must come out the same.
-TEST(TimeStep, FusedAndSeparatePhasesGiveTheSameBits) {
-    const auto run = [](bool separate) {
-        Network net;
-        Probe& probe = Probe::add(net, "probe");
-        const auto all = {FLX_Attrib::Up,     FLX_Attrib::PrevVel,    FLX_Attrib::Rot,
-                          FLX_Attrib::AngVel, FLX_Attrib::Torque,     FLX_Attrib::Mass,
-                          FLX_Attrib::Speed,  FLX_Attrib::SpeedLimit, FLX_Attrib::ID};
-        probe.attribs = [=](Probe&, FLX_ContextData* context) {
-            for (const FLX_Attrib attrib : all) context->addAttrib(attrib);
-            if (separate) context->addAttrib(FLX_Attrib::PosPath);
-        };
-        probe.work = [](Probe& self, OP_Context& opContext) {
-            FLX_ContextData& context = Probe::contextOf(opContext);
-            GEO_PrimParticle* prim = context.getPrimPart(&self);
-            self.initParticleList(opContext, prim);
-            for (int i = 0; i < 7; ++i) {
-                GEO_Point* p = self.give(opContext, prim, 0.05f + 0.6f * context.random());
-                for (float* f : {p->castAttribData<float>(context.getUpOffset()), context.velocity(p).data(),
-                                 p->castAttribData<float>(context.getAngVelOffset())})
-                    for (int k = 0; k < 3; ++k) f[k] = context.randomSample() - 0.5f;
-                p->castAttribData<float>(context.getSpeedLimitOffset())[1] = context.random();
-            }
-            context.getDetail()->points().forEach(nullptr, [&](GEO_Point* p) {
-                for (float* f : {context.accel(p).data(), p->castAttribData<float>(context.getTorqueOffset())})
-                    for (int k = 0; k < 3; ++k) f[k] = context.random() - 0.5f;
-                static constexpr int bits[] = {0,      0,      0x4,    0x100,  0x200, 0x400, 0x800,
-                                               0x1002, 0x2000, 0x4000, 0x8000, 0x10,  0};
-                context.state(p) |= bits[int(context.random() * float(std::size(bits)))];
-            });
-        };
-        net.start(probe, 3);
-        net.step(30);
-        EXPECT_EQ(net.detail().validate(), "");
-        std::vector<uint32_t> bytes;
-        for (const auto& attrib : net.detail().pointAttribs()) {
-            if (attrib->getName() == "pospath") continue;
-            for (int i = 0; i < int(net.detail().points().entries()); ++i)
-                for (int k = 0; k < attrib->getSize(); k += 4)
-                    bytes.push_back(*net.point(i)->castAttribData<uint32_t>(attrib->getOffset() + k));
-        }
-        for (int i = 0; i < int(net.detail().points().entries()); ++i)
-            for (int k = 0; k < 3; ++k) bytes.push_back(std::bit_cast<uint32_t>(net.position(i)[k]));
-        EXPECT_GT(net.particles(), 20);
-        return bytes;
-    };
-    EXPECT_EQ(run(false), run(true));
-}
-
-TEST(TimeStep, PointsThatTwoParticlesShareSeeEveryRuleBeforeAnyPreparation) {
+TEST_P(TimeStep, PointsThatTwoParticlesShareSeeEveryRuleBeforeAnyPreparation) {
     Network net;
     Probe& probe = Probe::add(net, "probe");
     const auto fill = [](GU_Detail& detail) {
         const int none = -1;
         const int offset = detail.primitiveAttribs().append("generator", 4, GB_ATTRIB_INDEX, &none);
         const int v = detail.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
-        GEO_Point* shared = nullptr;
+        GEO_Point* shared = detail.appendPoint();
         for (const char* path : {"/obj/fx/a", "/obj/fx/b"}) {
             auto* prim = static_cast<GEO_PrimParticle*>(detail.insertPrimitive(GEOPRIMPART));
             *prim->castAttribData<int>(offset) = detail.primitiveAttribs().addIndex("generator", path);
-            if (shared)
-                prim->appendParticle(shared);
-            else
-                shared = prim->birthPoint();
+            prim->appendParticle(shared);
         }
         shared->castAttribData<UT_Vector3>(v)->assign(1, 0, 0);
         // A point of no particle, so that there are as many points as particles.

@@ -3,9 +3,9 @@
 #include "host/geo/GU_Detail.h"
 #include "host/node/OP_Director.h"
 #include "host/node/SOP_Node.h"
-#include "host/ut/UT_ErrorTable.h"
 #include "scene/ParticleNetwork.h"
 #include "scene/SceneFile.h"
+#include "support/ErrorBrief.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -4,7 +4,6 @@
 
 #include "host/node/OP_OperatorTable.h"
 #include "host/node/SOP_Node.h"
-#include "host/ut/UT_ErrorTable.h"
 
 namespace {
 
@@ -31,15 +30,6 @@ public:
     OP_OpTypeId getChildTypeID() const override { return SOP_OPTYPE_ID; }
     OP_OperatorTable* childTable() const override { return &OP_Director::operatorTable("SOP"); }
 };
-
-template <class T> OP_Node* construct(OP_Network* parent, const char* name, OP_Operator* op) {
-    return new T(parent, name, op);
-}
-
-template <class T> void registerType(const char* family, const char* name) {
-    OP_Director::operatorTable(family).addOperator(
-        std::make_unique<OP_Operator>(name, name, &construct<T>, 0, 9999, nullptr, 0u));
-}
 
 template <class T> T* create(OP_Network& parent, const char* type, const char* name) {
     std::string problem;
@@ -121,26 +111,26 @@ void Network::cook() {
     myContext->cook(context);
 }
 
-float Network::value(const char* attrib, int point, int component) {
-    const GB_Attribute* found = detail().pointAttribs().find(attrib);
-    if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
-    const GEO_Point* p = detail().points()(size_t(point));
-    const int offset = found->getOffset() + 4 * component;
-    const bool number = found->getType() == GB_ATTRIB_INT || found->getType() == GB_ATTRIB_INDEX;
-    return number ? float(*p->castAttribData<int>(offset)) : *p->castAttribData<float>(offset);
+const GB_Attribute& Network::attrib(const char* name) {
+    const GB_Attribute* found = detail().pointAttribs().find(name);
+    if (!found) throw std::runtime_error(std::string("no attribute ") + name);
+    return *found;
 }
 
-void Network::setValue(const char* attrib, int point, std::initializer_list<float> values) {
-    const GB_Attribute* found = detail().pointAttribs().find(attrib);
-    if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
-    auto* at = this->point(point)->castAttribData<float>(found->getOffset());
+float Network::value(const char* name, int i, int component) {
+    const GB_Attribute& found = attrib(name);
+    const int offset = found.getOffset() + 4 * component;
+    const bool number = found.getType() == GB_ATTRIB_INT || found.getType() == GB_ATTRIB_INDEX;
+    return number ? float(*point(i)->castAttribData<int>(offset)) : *point(i)->castAttribData<float>(offset);
+}
+
+void Network::setValue(const char* name, int i, std::initializer_list<float> values) {
+    auto* at = point(i)->castAttribData<float>(attrib(name).getOffset());
     for (const float value : values) *at++ = value;
 }
 
-void Network::setInt(const char* attrib, int point, int value) {
-    const GB_Attribute* found = detail().pointAttribs().find(attrib);
-    if (!found) throw std::runtime_error(std::string("no attribute ") + attrib);
-    *this->point(point)->castAttribData<int>(found->getOffset()) = value;
+void Network::setInt(const char* name, int i, int value) {
+    *point(i)->castAttribData<int>(attrib(name).getOffset()) = value;
 }
 
 namespace {

@@ -13,6 +13,8 @@
 #include "host/node/OBJ_Node.h"
 #include "host/node/OP_Director.h"
 #include "host/node/OP_OperatorTable.h"
+#include "support/ErrorBrief.h"
+#include "support/MakeNode.h"
 
 /// An object that holds particle operators.
 class TestNetworkNode final : public OBJ_Node {
@@ -59,12 +61,12 @@ public:
     float timeStep() const { return myContext->timeStep; }
 
     /// A point attribute's component of point i.
-    float value(const char* attrib, int point, int component = 0);
+    float value(const char* name, int i, int component = 0);
     UT_Vector3 vector(const char* attrib, int point = 0) {
         return {value(attrib, point, 0), value(attrib, point, 1), value(attrib, point, 2)};
     }
-    void setValue(const char* attrib, int point, std::initializer_list<float> values);
-    void setInt(const char* attrib, int point, int value);
+    void setValue(const char* name, int i, std::initializer_list<float> values);
+    void setInt(const char* name, int i, int value);
     GEO_Point* point(int i) { return detail().points()(size_t(i)); }
     int intValue(const char* attrib, int point);
     UT_Vector3 position(int point);
@@ -84,14 +86,11 @@ public:
     /// Makes T a type of particle operators, for tests that look inside one.
     template <class T>
     static void registerOperator(const char* name, const OP_VariablePair* variables = nullptr, unsigned flags = 0) {
-        OP_Constructor make = [](OP_Network* parent, const char* nodeName, OP_Operator* op) -> OP_Node* {
-            return new T(parent, nodeName, op);
-        };
-        OP_Director::operatorTable("FLX").addOperator(
-            std::make_unique<OP_Operator>(name, name, make, 0, 9999, variables, flags));
+        registerType<T>("FLX", name, variables, flags);
     }
 
 private:
+    const GB_Attribute& attrib(const char* name);
     void prepare(FLX_Node& output);
     void cook();
 

@@ -46,10 +46,6 @@ constexpr Wording theWordings[] = {
 };
 // clang-format on
 
-std::string severityOf(const UT_Error& e) { return std::string(UTseverityName(e.severity)) + ' '; }
-
-std::string numberOf(const UT_Error& e) { return e.type + ' ' + std::to_string(e.code) + ": "; }
-
 } // namespace
 
 const char* UTerrorWording(const std::string& type, int code) {
@@ -70,13 +66,11 @@ const char* UTseverityName(UT_ErrorSeverity severity) {
 }
 
 std::string UTerrorTextWithoutSeverity(const UT_Error& error) {
-    const std::string line = numberOf(error) + UTerrorWording(error.type, error.code);
+    const std::string line =
+        error.type + ' ' + std::to_string(error.code) + ": " + UTerrorWording(error.type, error.code);
     return error.text.empty() ? line : line + ": " + error.text;
 }
 
-std::string UTerrorText(const UT_Error& error) { return severityOf(error) + UTerrorTextWithoutSeverity(error); }
-
-std::string UTerrorBrief(const UT_Error& error) {
-    return severityOf(error) + numberOf(error) +
-           (error.text.empty() ? UTerrorWording(error.type, error.code) : error.text);
+std::string UTerrorText(const UT_Error& error) {
+    return std::string(UTseverityName(error.severity)) + ' ' + UTerrorTextWithoutSeverity(error);
 }

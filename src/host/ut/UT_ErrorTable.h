@@ -27,7 +27,3 @@ const char* UTseverityName(UT_ErrorSeverity severity);
 std::string UTerrorText(const UT_Error& error);
 /// The same where the severity is told otherwise: "FLX 11: No object or geometry has this path: /obj/nothing".
 std::string UTerrorTextWithoutSeverity(const UT_Error& error);
-
-/// A short line, for those who know the numbers: "error FLX 11: /obj/nothing"; the wording stands in for an empty
-/// argument.
-std::string UTerrorBrief(const UT_Error& error);

@@ -23,10 +23,8 @@ protected:
         for (const Sum& sum : sums) {
             const Outcome out = evaluate(sum.text, scope, 2);
             EXPECT_EQ(out.error, "") << sum.text;
-            if (std::isnan(sum.value))
-                EXPECT_TRUE(std::isnan(out.number)) << sum.text;
-            else
-                EXPECT_EQ(out.number, sum.value) << sum.text;
+            EXPECT_TRUE(out.number == sum.value || (std::isnan(sum.value) && std::isnan(out.number)))
+                << sum.text << " is " << out.number;
         }
     }
 };
@@ -38,15 +36,7 @@ TEST_F(Language, precedenceAndAssociation) {
         {"2 ^ 3 ^ 2", 512}, {"2 * 3 ^ 2", 18}, {"!1 + 1", 1}, {"!(1 + 1)", 0}, {"-3 % 2", -1}, {"7 % 4 * 2", 6},
         {"1 < 2 == 1", 1}, {"3 == 3 > 0", 0}, {"1 || 0 && 0", 1}, {"(1 || 0) && 0", 0}, {"0 ? 1 : 0 ? 2 : 3", 3},
         {"1 ? 0 ? 4 : 5 : 6", 5}, {"1 + 1 ? 7 : 8", 7}, {"--2", 2}, {"- - +2", 2}, {"1 - -1", 2},
-        {"2<3 && 3<=3 && 4>3 && 3>=3 && 1!=2", 1},
-    });
-}
-
-TEST_F(Language, precedenceHoldsWithoutFolding) {
-    expectAll({
-        {"$VX + 2 * $VX", 9}, {"($VX + 2) * $VX", 15}, {"-$VX ^ 2", -9}, {"$VX ^ -1", 1.0 / 3}, {"2 ^ $VX ^ 2", 512},
-        {"!$VX + 1", 1}, {"$TY < $VX == 1", 1}, {"$VX || $A && $A", 1}, {"$A ? 1 : $A ? 2 : 3", 3},
-        {"$VX*2+$TY", 4.5},
+        {"2<3 && 3<=3 && 4>3 && 3>=3 && 1!=2", 1}, {"-$VX ^ 2", -9}, {"2 ^ $VX ^ 2", 512}, {"$TY < $VX == 1", 1},
     });
 }
 
@@ -80,36 +70,27 @@ TEST_F(Language, functions) {
         {"fit(5, 10, 0, 100, 200)", 150}, {"fit(1, 2, 2, 100, 200)", 100}, {"fit(2, 2, 2, 100, 200)", 200},
         {"fit(3, 0, 3, 0.1, 0.7)", 0.7}, {"smooth(0, 1, 0.5)", 0.5}, {"smooth(0, 1, 0.25)", 0.15625},
         {"smooth(2, 4, 1)", 0}, {"smooth(2, 4, 9)", 1}, {"if(2, 3, 4)", 3}, {"if(0, 3, 4)", 4}, {"pow(2, 10)", 1024},
-        {"exp(0)", 1}, {"log(1)", 0}, {"log10(1000)", 3}, {"deg(3.141592653589793)", 180}, {"rad(180)", UT_Math::pi},
-        {"atan2(0, -1)", UT_Math::pi}, {"sin(0)", 0}, {"cos(0)", 1}, {"cosh(0)", 1},
+        {"log10(1000)", 3}, {"deg(3.141592653589793)", 180}, {"rad(180)", UT_Math::pi},
     });
-    const std::initializer_list<Sum> near = {{"sin(0.5)", 0.479425538604203},     {"cos(2)", -0.4161468365471424},
-                                             {"tan(1)", 1.5574077246549023},      {"asin(0.3)", 0.3046926540153975},
-                                             {"acos(0.3)", 1.2661036727794992},   {"atan(2)", 1.1071487177940904},
-                                             {"atan2(1, -2)", 2.677945044588987}, {"sinh(1)", 1.1752011936438014},
-                                             {"cosh(1)", 1.5430806348152437},     {"tanh(0.5)", 0.46211715726000973},
-                                             {"exp(1)", 2.718281828459045},       {"log(10)", 2.302585092994046},
-                                             {"2 ^ 0.5", 1.4142135623730951},     {"pow(10, -3)", 1e-3}};
-    for (const Sum& sum : near) {
-        EXPECT_NEAR(evaluate(sum.text, scope).number, sum.value, 1e-15 * 4) << sum.text;
-    }
+    const Sum near[] = {
+        {"sin(0.5)", 0.479425538604203}, {"cos(2)", -0.4161468365471424}, {"tan(1)", 1.5574077246549023},
+        {"asin(0.3)", 0.3046926540153975}, {"acos(0.3)", 1.2661036727794992}, {"atan(2)", 1.1071487177940904},
+        {"atan2(1, -2)", 2.677945044588987}, {"sinh(1)", 1.1752011936438014}, {"cosh(1)", 1.5430806348152437},
+        {"tanh(0.5)", 0.46211715726000973}, {"exp(1)", 2.718281828459045}, {"log(10)", 2.302585092994046},
+        {"2 ^ 0.5", 1.4142135623730951}, {"pow(10, -3)", 1e-3}};
+    for (const Sum& sum : near) EXPECT_NEAR(evaluate(sum.text, scope).number, sum.value, 4e-15) << sum.text;
 }
 // clang-format on
 
 TEST_F(Language, randIsSpreadAndRepeats) {
-    double sum = 0, least = 1, most = 0;
+    int bins[8] = {};
     for (int i = 0; i < 4096; ++i) {
         scope.locals["A"] = float(i);
         const double r = evaluate("rand($A)", scope).number;
-        sum += r;
-        least = std::min(least, r);
-        most = std::max(most, r);
+        ASSERT_TRUE(r >= 0 && r < 1);
+        ++bins[int(r * 8)];
     }
-    EXPECT_GE(least, 0);
-    EXPECT_LT(most, 1);
-    EXPECT_LT(least, 0.01);
-    EXPECT_GT(most, 0.99);
-    EXPECT_NEAR(sum / 4096, 0.5, 0.02); // a uniform mean strays by 0.0045
+    for (const int n : bins) EXPECT_NEAR(n, 512, 85); // four standard deviations
     expectAll({{"rand(7) == rand(7)", 1}, {"rand(7) == rand(7.000001)", 0}, {"rand(0) == rand(-0)", 1}});
 }
 

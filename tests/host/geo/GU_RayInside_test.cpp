@@ -6,12 +6,11 @@
 
 namespace {
 
-// How often isInside and the exact shape differ, away from the shape's surface by `clear`.
-int disagreements(const GU_RayIntersect& rays, const std::function<double(const UT_Vector3&)>& signedDistance,
-                  double clear, int& inside) {
+// isInside and the exact shape agree, away from the shape's surface by `clear`.
+void expectAgreement(const GU_RayIntersect& rays, const std::function<double(const UT_Vector3&)>& signedDistance,
+                     double clear) {
     RayRandom random(99);
-    int wrong = 0;
-    inside = 0;
+    int wrong = 0, inside = 0;
     for (int i = 0; i < 6000; ++i) {
         const UT_Vector3 p = random.vector(-3, 3);
         const double d = signedDistance(p);
@@ -19,8 +18,11 @@ int disagreements(const GU_RayIntersect& rays, const std::function<double(const 
         inside += d < 0;
         wrong += (rays.isInside(p, 1) != 0) != (d < 0);
     }
-    return wrong;
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(inside, 300);
 }
+
+double toSphere(const UT_Vector3& p) { return double(p.length()) - 2; }
 
 double toTorus(const UT_Vector3& p) {
     const double q = std::hypot(double(p.x()), double(p.y())) - 1.8;
@@ -36,41 +38,25 @@ double toBox(const UT_Vector3& p) {
 } // namespace
 
 TEST(GU_RayInside, agreesWithExactShapes) {
-    int inside;
     GU_Detail torus, box, sphere, mesh, quadric;
     addTorusLike(torus, 60, 90, false, [](double u, double v) { return onTorus(u, v, 1.8, 0.6); });
-    EXPECT_EQ(disagreements(GU_RayIntersect(&torus), toTorus, 0.01, inside), 0);
-    EXPECT_GT(inside, 300);
-
     box.cube({-1.5f, -1.5f, -1.5f}, {1.5f, 1.5f, 1.5f});
-    EXPECT_EQ(disagreements(GU_RayIntersect(&box), toBox, 0, inside), 0);
-    EXPECT_GT(inside, 500);
-
-    const auto toSphere = [](const UT_Vector3& p) { return double(p.length()) - 2; };
     addSphere(sphere, 60, 80, 2, {0, 0, 0});
-    EXPECT_EQ(disagreements(GU_RayIntersect(&sphere), toSphere, 0.01, inside), 0);
     GU_PrimSphere::build(&quadric, UT_Matrix4(UT_Matrix3(2.0f)));
-    EXPECT_EQ(disagreements(GU_RayIntersect(&quadric), toSphere, 1e-5, inside), 0);
-    EXPECT_GT(inside, 500);
+    addMesh(mesh, 50, 70, true, [](int r, int c) { return onTorus(c / 70.0, r / 50.0, 1.8, 0.6); });
+    expectAgreement(GU_RayIntersect(&torus), toTorus, 0.01);
+    expectAgreement(GU_RayIntersect(&box), toBox, 0);
+    expectAgreement(GU_RayIntersect(&sphere), toSphere, 0.01);
+    expectAgreement(GU_RayIntersect(&mesh), toTorus, 0.01);
+    expectAgreement(GU_RayIntersect(&quadric), toSphere, 1e-5);
 
-    GEO_PrimMesh* wrapped = GEO_PrimMesh::build(&mesh, 50, 70, true, true);
-    for (int i = 0; i < 50 * 70; ++i)
-        wrapped->getVertexPoint(i)->setPos(UT_Vector4(onTorus(i % 70 / 70.0, i / 70 / 50.0, 1.8, 0.6)));
-    EXPECT_EQ(disagreements(GU_RayIntersect(&mesh), toTorus, 0.01, inside), 0);
-}
-
-TEST(GU_RayInside, isRightOnEveryLatticePointOfATidyBox) {
-    // Points level with edges, corners and the split of every face.
-    GU_Detail detail;
-    detail.cube({-1, -1, -1}, {1, 1, 1});
-    const GU_RayIntersect rays(&detail);
-    for (int x = -6; x <= 6; ++x)
-        for (int y = -6; y <= 6; ++y)
-            for (int z = -6; z <= 6; ++z) {
-                const int far = std::max({std::abs(x), std::abs(y), std::abs(z)});
-                if (far == 4) continue; // on the surface
+    // Level with edges, corners and the split of every face.
+    const GU_RayIntersect tidy(&box);
+    for (int x = -9; x <= 9; ++x)
+        for (int y = -9; y <= 9; ++y)
+            for (int z = -9; z <= 9; ++z) {
                 const UT_Vector3 p(static_cast<float>(x) / 4, static_cast<float>(y) / 4, static_cast<float>(z) / 4);
-                EXPECT_EQ(rays.isInside(p, 1), far < 4) << x << " " << y << " " << z;
+                EXPECT_TRUE(toBox(p) == 0 || tidy.isInside(p, 1) == (toBox(p) < 0)) << x << " " << y << " " << z;
             }
 }
 
@@ -123,11 +109,8 @@ TEST(GU_RayInside, mixedWindingsFallBackToCountingCrossings) {
     GU_Detail detail;
     addSphere(detail, 12, 18, 2, {0, 0, 0});
     for (size_t i = 0; i < detail.primitives().entries(); i += 3) detail.primitives()[i]->reverse();
-    int inside;
-    const auto toSphere = [](const UT_Vector3& p) { return double(p.length()) - 2; };
     const GU_RayIntersect rays(&detail);
-    EXPECT_EQ(disagreements(rays, toSphere, 0.1, inside), 0);
-    EXPECT_GT(inside, 500);
+    expectAgreement(rays, toSphere, 0.1);
     EXPECT_TRUE(rays.isInside({0.1f, 0.2f, 0.3f}, 0));
 
     // A sphere with one polygon missing: points deep inside stay inside by majority.

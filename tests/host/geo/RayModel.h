@@ -41,6 +41,14 @@ inline GEO_PrimPoly* addPolygon(GU_Detail& detail, const std::vector<UT_Vector3>
     return poly;
 }
 
+/// A mesh with its points at f(row, column), wrapped both ways or neither.
+template <class Place> GEO_PrimMesh* addMesh(GU_Detail& detail, int rows, int cols, bool wrapped, const Place& f) {
+    GEO_PrimMesh* mesh = GEO_PrimMesh::build(&detail, rows, cols, wrapped, wrapped);
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c) mesh->getVertexPoint(mesh->vertexIndex(r, c))->setPos(UT_Vector4(f(r, c)));
+    return mesh;
+}
+
 /// Closed, consistently wound surface over a wrapped grid of points: f(u, v) with u and v in [0, 1). Quads, or the
 /// triangles of both halves.
 inline void addTorusLike(GU_Detail& detail, int rows, int cols, bool triangles,
@@ -94,6 +102,23 @@ inline void addSphere(GU_Detail& detail, int rows, int cols, double radius, cons
         GEO_Point* base[3] = {ring.back()[c], south, ring.back()[d]};
         GU_PrimPoly::build(&detail, base);
     }
+}
+
+/// Puts every point where f says.
+template <class Place> void movePoints(GU_Detail& detail, const Place& f) {
+    for (size_t i = 0; i < detail.points().entries(); ++i) {
+        GEO_Point* point = detail.points()[i];
+        point->setPos(UT_Vector4(f(UT_Vector3(point->getPos()))));
+    }
+    detail.bumpChange();
+}
+
+inline void moveAll(GU_Detail& detail, const UT_Vector3& by) {
+    movePoints(detail, [&](const UT_Vector3& p) { return p + by; });
+}
+
+inline void shake(GU_Detail& detail, RayRandom& random, double by) {
+    movePoints(detail, [&](const UT_Vector3& p) { return p + random.vector(-by, by); });
 }
 
 inline UT_Vector3D hitPosition(const UT_Vector3& org, const UT_Vector3& dir, double t) {

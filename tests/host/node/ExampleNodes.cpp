@@ -1,6 +1,7 @@
 #include "host/node/ExampleNodes.h"
 
 #include "host/expr/EV_Error.h"
+#include "support/ErrorBrief.h"
 
 namespace {
 
@@ -8,10 +9,6 @@ constexpr CH_LocalVariable theVariables[] = {{"AGE", 1, 0}, {"BAD", 2, 0}, {}};
 constexpr CH_LocalVariable theBaseVariables[] = {{"AGE", 5, 0}, {"BASE", 3, 0}, {}};
 constexpr OP_VariablePair theBasePair{theBaseVariables, nullptr};
 constexpr OP_VariablePair thePair{theVariables, &theBasePair};
-
-void addType(const char* family, const char* name, OP_Constructor make, const OP_VariablePair* variables = nullptr) {
-    OP_Director::operatorTable(family).addOperator(std::make_unique<OP_Operator>(name, name, make, 0, 4, variables));
-}
 
 } // namespace
 
@@ -55,10 +52,10 @@ OP_OperatorTable* BoxObject::childTable() const {
 NodeTest::NodeTest() {
     OPresetDirector();
     UTglobalErrors().clear();
-    addType("OBJ", "box", &BoxObject::make);
-    addType("OBJ", "geo", &BoxObject::make);
-    addType("SOP", "row", &RowSop::make);
-    addType("EXAMPLE", "example", &ExampleNode::make, &thePair);
+    registerType<BoxObject>("OBJ", "box");
+    registerType<BoxObject>("OBJ", "geo");
+    registerType<RowSop>("SOP", "row");
+    registerType<ExampleNode>("EXAMPLE", "example", &thePair);
     box = object("box", "box");
 }
 

@@ -10,6 +10,7 @@
 #include "host/node/PRM_SharedNames.h"
 #include "host/node/SOP_Node.h"
 #include "host/ut/UT_ErrorTable.h"
+#include "support/MakeNode.h"
 
 /// A node with handles of every kind and local variables, that holds nodes of its own kind.
 class ExampleNode : public OP_Network {
@@ -17,9 +18,6 @@ public:
     ExampleNode(OP_Network* parent, const char* name, OP_Operator* op)
         : OP_Network(parent, name, op) {
         ++constructed;
-    }
-    static OP_Node* make(OP_Network* parent, const char* name, OP_Operator* op) {
-        return new ExampleNode(parent, name, op);
     }
     inline static int constructed = 0;
 
@@ -75,10 +73,7 @@ protected:
 /// A geometry node with `count` points in a row along x, `step` apart; behind its input's, when it has one.
 class RowSop final : public SOP_Node {
 public:
-    RowSop(OP_Network* parent, const char* name, OP_Operator* op)
-        : SOP_Node(parent, name, op) {}
-    static OP_Node* make(OP_Network* parent, const char* name, OP_Operator* op) { return new RowSop(parent, name, op); }
-
+    using SOP_Node::SOP_Node;
     Int COUNT{this, {"count", "Count"}, 2};
     Float STEP{this, {"step", "Step"}, 1};
 
@@ -89,11 +84,7 @@ protected:
 /// Objects for the tests: "box" holds example nodes, "geo" geometry.
 class BoxObject final : public OBJ_Node {
 public:
-    BoxObject(OP_Network* parent, const char* name, OP_Operator* op)
-        : OBJ_Node(parent, name, op) {}
-    static OP_Node* make(OP_Network* parent, const char* name, OP_Operator* op) {
-        return new BoxObject(parent, name, op);
-    }
+    using OBJ_Node::OBJ_Node;
     const char* getChildType() const override { return "EXAMPLE"; }
     OP_OpTypeId getChildTypeID() const override { return FLX_OPTYPE_ID; }
     OP_OperatorTable* childTable() const override;
