@@ -1,11 +1,10 @@
-// Feeds texts to the expression language: as an expression, evaluated once and over a column, whose lanes must agree
-// with single evaluations; and as a string parameter with parts to expand. Links against libFuzzer, or against
-// replay.cpp, which runs the corpus.
-#include "host/expr/EV_Code.h"
+// Feeds texts to the expression language: as an expression, evaluated once and, together with others made of it, in
+// columns, whose lanes must agree with single evaluations; and as a string parameter with parts to expand. Links
+// against libFuzzer, or against replay.cpp, which runs the corpus.
+#include "host/expr/EV_Columns.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
 #include "host/expr/EV_StringExpand.h"
-#include "host/vm/VM_ColumnRun.h"
 
 #include <bit>
 #include <cmath>
@@ -56,25 +55,6 @@ public:
     OP_Parameters* node() override { return nullptr; }
 };
 
-/// Serves variables for all lanes at once.
-class Columns final : public VM_Host {
-public:
-    Columns(const EV_Code& code, double t)
-        : myCode(code)
-        , myTime(t) {}
-    bool callSite(const VM_Instruction& call, double* registers, int lanes) override {
-        const EV_Site& site = myCode.sites[call.target];
-        for (int i = 0; i < lanes; ++i)
-            registers[call.dst * lanes + i] =
-                site.kind == EV_Site::Local ? double(localValue(site.id, i)) : globalValue(site.id, myTime);
-        return true;
-    }
-
-private:
-    const EV_Code& myCode;
-    double myTime;
-};
-
 [[noreturn]] void complain(const std::string& text, const char* what) {
     std::fprintf(stderr, "%s: %s\n", what, text.c_str());
     std::abort();
@@ -85,36 +65,40 @@ void checkError(const std::string& text, bool failed) {
     EV_clearError(0);
 }
 
-// Variables only: what a column can be asked for.
-bool runsInColumns(const EV_Code& code) {
-    for (const EV_Site& site : code.sites)
-        if (site.kind == EV_Site::Local ? site.id == BAD : site.kind != EV_Site::Global) return false;
-    return code.resultType != EV_STRING;
-}
-
 bool sameNumber(double a, double b) {
     return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b) || (std::isnan(a) && std::isnan(b));
 }
 
-void compareLanes(EV_EXPRESSION& expression, Scope& scope, const std::string& text, const VM_ColumnRun& columns) {
-    const VM_Program& program = expression.code().program;
-    for (const int lane : {0, 1, 5, 255}) {
-        scope.lane = lane;
-        ev_Vector single(3);
-        ev_EvaluateVector(expression, single, scope, 0.5, 0);
-        for (size_t k = 0; k < program.results.size(); ++k)
-            if (!sameNumber(single[int(k)], columns.column(program.results[k])[lane]))
-                complain(text, "a column and a single evaluation differ");
-    }
+EV_ColumnList::Local meaning(int id, double&) {
+    return id == BAD ? EV_ColumnList::Local::Refused : EV_ColumnList::Local::Input;
 }
 
-void runColumns(EV_EXPRESSION& expression, Scope& scope, const std::string& text) {
-    if (!expression.bind(scope) || !runsInColumns(expression.code())) return;
-    const VM_Program& program = expression.code().program;
-    VM_ColumnRun columns(program, true);
-    Columns host(expression.code(), 0.5);
-    if (!columns.run(host)) complain(text, "a column stopped");
-    compareLanes(expression, scope, text, columns);
+void fillInputs(EV_Columns& columns) {
+    for (size_t i = 0; i < columns.inputs().size(); ++i)
+        for (int lane = 0; lane < VM_LANES; ++lane)
+            columns.input(i)[lane] = double(localValue(columns.inputs()[i], lane));
+}
+
+// What stands in it twice is computed once, products and comparisons join what reads them.
+void runColumns(const std::string& text, Scope& scope) {
+    EV_EXPRESSION expressions[] = {EV_EXPRESSION(text), EV_EXPRESSION("1 - (" + text + ") * $TX"),
+                                   EV_EXPRESSION("$AGE > (" + text + ") && (" + text + ") <= $ID")};
+    EV_ColumnList list;
+    int results[3];
+    for (int e = 0; e < 3; ++e) results[e] = list.add(expressions[e], scope, 0.5, meaning);
+    EV_clearError(0);
+    EV_Columns columns(list);
+    fillInputs(columns);
+    columns.run(VM_LANES);
+    for (int e = 0; e < 3; ++e)
+        for (const int lane : {0, 1, 5, 255}) {
+            if (results[e] < 0) continue;
+            scope.lane = lane;
+            const double single = ev_EvaluateFloat(expressions[e], scope, 0.5, 0);
+            const double inColumn =
+                columns.isNumber(results[e]) ? columns.number(results[e]) : columns.column(results[e])[lane];
+            if (!sameNumber(single, inColumn)) complain(text, "a column and a single evaluation differ");
+        }
 }
 
 void runExpression(const std::string& text) {
@@ -129,7 +113,7 @@ void runExpression(const std::string& text) {
     const bool done = ev_EvaluateVector(expression, vector, scope, 0.5, 0);
     if (done != (EV_errNo(0) == 0)) complain(text, "result and error disagree");
     checkError(text, !done);
-    runColumns(expression, scope, text);
+    runColumns(text, scope);
     EV_clearError(0);
 }
 

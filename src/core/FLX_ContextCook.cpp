@@ -95,7 +95,7 @@ void FLX_ContextData::cook(OP_Context& context) {
 
     if (myDisplayDetail) {
         myDisplayDetail->notifyCache(guideChanged ? NOTIFY_PARTICLES_AND_GUIDES : NOTIFY_PARTICLES);
-        myDisplayDetail->bumpChange();
+        myDisplayDetail->bumpDisplay();
     } else if (cookNode && cookNode->getParent()) {
         OP_Node* display = cookNode->getParent()->getDisplayNodePtr();
         if (FLX_Node* node = display ? display->castToFLXNode() : nullptr) node->warnDisplayFlag();
@@ -121,5 +121,5 @@ void FLX_ContextData::cookGuide(OP_Context& context) {
         cookNode->cook(context);
         cookNode->postCook(context);
     }
-    if (myDisplayDetail) myDisplayDetail->bumpChange();
+    if (myDisplayDetail) myDisplayDetail->bumpDisplay();
 }

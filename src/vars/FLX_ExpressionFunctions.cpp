@@ -103,9 +103,23 @@ const Numbers& numbersOf(const GU_Detail& detail, const std::string& name) {
     return cache.find(detail, name);
 }
 
+/// Tables of the details that were asked last: a scene may have several particle networks.
+class IdTables {
+public:
+    FLX_IdTable& of(const GU_Detail& detail) {
+        const auto known = std::find_if(myTables.begin(), myTables.end(),
+                                        [&](const FLX_IdTable& table) { return table.serves(detail); });
+        return known != myTables.end() ? *known : myTables[myNext++ % myTables.size()];
+    }
+
+private:
+    std::array<FLX_IdTable, 4> myTables;
+    size_t myNext = 0;
+};
+
 const GEO_Point* particleOf(const GU_Detail& detail, double id) {
-    static thread_local FLX_IdTable table;
-    return table.find(detail, EV_toInt(id));
+    static thread_local IdTables tables;
+    return tables.of(detail).find(detail, EV_toInt(id));
 }
 
 // Between two points; exactly the first one's value where nothing is to be mixed.

@@ -18,12 +18,6 @@ bool byId(const std::pair<int, uint32_t>& a, const std::pair<int, uint32_t>& b) 
 
 } // namespace
 
-// Every birth raises the change count by one and so does everything else, without adding a point.
-bool FLX_IdTable::Key::grewBirthsOnly(const Key& before) const {
-    return dataId == before.dataId && layout == before.layout && points >= before.points &&
-           changes - before.changes == points - before.points;
-}
-
 GEO_Point* FLX_IdTable::find(const GU_Detail& detail, int id) {
     update(detail);
     const uint32_t slot = slotOf(id);
@@ -33,14 +27,17 @@ GEO_Point* FLX_IdTable::find(const GU_Detail& detail, int id) {
 }
 
 void FLX_IdTable::update(const GU_Detail& detail) {
-    const Key now{detail.dataId(), detail.layoutSerial(), detail.getChangeCount(), detail.points().entries()};
+    const Key now{detail.dataId(), detail.layoutSerial(), detail.lastEdit()};
     const int limit = idLimit(detail);
-    if (now == myKey && limit == myLimit) return;
-    if (myNumBuilds > 0 && limit >= myLimit && now.grewBirthsOnly(myKey))
+    const bool same = now == myKey && limit >= myLimit;
+    if (same && limit == myLimit && detail.getChangeCount() == myChanges) return;
+    if (same)
         appendNewborn(detail, limit);
     else
         rebuild(detail, limit);
     myKey = now;
+    myChanges = detail.getChangeCount();
+    myPoints = detail.points().entries();
     myLimit = limit;
 }
 
@@ -57,11 +54,13 @@ void FLX_IdTable::rebuild(const GU_Detail& detail, int limit) {
 // The point that was the last is looked at again: it may have been seen before it was given its id.
 void FLX_IdTable::appendNewborn(const GU_Detail& detail, int limit) {
     if (myIsDense && !fitsDense(limit, detail.points().entries())) return rebuild(detail, limit);
-    const uint32_t last = myKey.points > 0 ? detail.points().slotAt(size_t(myKey.points - 1)) : NONE;
+    const uint32_t last = myPoints > 0 ? detail.points().slotAt(myPoints - 1) : NONE;
     for (size_t i = 0; i < myNumScanned.size(); ++i) {
-        const auto* particles = dynamic_cast<const GEO_PrimParticle*>(detail.primitives()[i]);
-        if (myNumScanned[i] > 0 && particles->particleSlot(myNumScanned[i] - 1) == last) --myNumScanned[i];
+        if (myNumScanned[i] == 0) continue;
+        const auto& particles = static_cast<const GEO_PrimParticle&>(*detail.primitives()[i]);
+        if (particles.particleSlot(myNumScanned[i] - 1) == last) --myNumScanned[i];
     }
+    myNumScanned.resize(detail.primitives().entries(), 0);
     scan(detail, limit);
 }
 

@@ -7,7 +7,8 @@
 #include "host/geo/GU_Detail.h"
 
 /// Finds particles by their "id" attribute. One table serves one detail at a time and follows its changes: births cost
-/// a look at the newborn, everything else that can change ids or points a pass over all particles.
+/// a look at the newborn, everything else that can change ids or points (GB_Detail::lastEdit) a pass over all
+/// particles.
 class FLX_IdTable {
 public:
     /// The particle of that id, or null: no such particle, no particle primitive, no "id" attribute. Ids run from 0 to
@@ -15,6 +16,7 @@ public:
     /// in primitive order is found.
     GEO_Point* find(const GU_Detail& detail, int id);
 
+    bool serves(const GU_Detail& detail) const { return detail.dataId() == myKey.dataId; }
     /// Passes over all particles so far.
     unsigned numBuilds() const { return myNumBuilds; }
 
@@ -22,10 +24,8 @@ private:
     struct Key {
         uint64_t dataId = 0;
         uint64_t layout = 0;
-        uint64_t changes = 0;
-        uint64_t points = 0;
+        uint64_t lastEdit = 0;
         bool operator==(const Key&) const = default;
-        bool grewBirthsOnly(const Key& before) const;
     };
     using Entry = std::pair<int, uint32_t>; // id, slot
 
@@ -38,6 +38,8 @@ private:
     uint32_t slotOf(int id) const;
 
     Key myKey;
+    uint64_t myChanges = 0; // of the detail, at the last look
+    size_t myPoints = 0;    // there were then
     int myLimit = 0;
     int myOffset = -1;                // of "id"; -1: the detail has none
     bool myIsDense = true;            // by id in myDense, else by search in mySparse

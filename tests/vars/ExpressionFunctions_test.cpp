@@ -145,6 +145,36 @@ TEST(IdTable, ManyBornOutOfOrderAmongManyDeadIds) {
     EXPECT_EQ(m.table.numBuilds(), 1u);
 }
 
+TEST(IdTable, IsBuiltAgainWhenIdsCanHaveChangedOnly) {
+    Network net;
+    FLX_Node& births = net.addBirths(20);
+    births.setInt("addid", 0, 1);
+    births.setFloat("life", 0, 0.2);
+    net.context().deleteDead = 1;
+    FLX_IdTable table;
+    const auto idOf = [&](size_t i) { return net.intValue("id", int(i)); };
+    const auto finds = [&] {
+        for (size_t i = 0; i < net.detail().points().entries(); ++i)
+            if (table.find(net.detail(), idOf(i)) != net.point(int(i))) return false;
+        return true;
+    };
+    net.start(births);
+    for (int cook = 0; cook < 4; ++cook, net.step()) { // each cook tells those who draw
+        EXPECT_TRUE(finds());
+        EXPECT_EQ(table.numBuilds(), 1u) << cook;
+    }
+    auto* later = dynamic_cast<GEO_PrimParticle*>(net.detail().insertPrimitive(GEOPRIMPART));
+    GEO_Point* born = later->birthPoint();
+    *born->castAttribData<int>(net.context().getIDOffset()) = 1; // the first with an id counts
+    EXPECT_EQ(table.find(net.detail(), 1), net.point(0));
+    EXPECT_EQ(table.numBuilds(), 1u);
+    *net.point(0)->castAttribData<int>(net.context().getIDOffset()) = 3;
+    net.detail().bumpChange();
+    EXPECT_EQ(table.find(net.detail(), 1), born);
+    EXPECT_EQ(table.find(net.detail(), 3), net.point(0));
+    EXPECT_EQ(table.numBuilds(), 2u);
+}
+
 // ---- whole networks
 
 namespace {
@@ -261,4 +291,26 @@ TEST(ExpressionFunctionsInNetworks, NoiseIsTheFieldOfForces) {
         net.step();
         for (int i = 0; i < 6; ++i) EXPECT_EQ(net.value("accel", i), 0) << i;
     }
+}
+
+// Births in batches, deaths in the same cooks, and from the fifth on a second location: nobody's number is another's.
+TEST(ExpressionFunctionsInNetworks, NumbersFollowBirthsAndDeaths) {
+    Network net;
+    FLX_Node& early = net.addBirths(20);
+    early.setExpression("impulserate", 0, "20 + 3 * $F");
+    early.setFloat("life", 0, 0.1);
+    FLX_Node& none = net.add("location", "none");
+    FLX_Node& late = net.add("location", "late");
+    for (FLX_Node* node : {&none, &late}) setParms(*node, "constantactivate=0 life=100 impulserate=7");
+    none.setInt("impulseactivate", 0, 0);
+    FLX_Node& choice = net.add("switch", "choice", {&none, &late});
+    choice.setExpression("input", 0, "$F >= 5");
+    FLX_Node& all = net.add("collect", "all", {&early, &choice});
+    FLX_Node& force = net.add("force", "force", {&all});
+    setParms(force, "ignoremass=1 force=flxpointnum($ID)-$PT");
+    net.context().deleteDead = 1;
+    net.start(force);
+    for (int cook = 0; cook < 12; ++cook, net.step())
+        for (int i = 0; i < net.particles(); ++i) ASSERT_EQ(net.value("accel", i), 0) << "cook " << cook << ", " << i;
+    EXPECT_GT(net.particles(), 100);
 }

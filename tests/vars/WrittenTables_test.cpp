@@ -1,11 +1,14 @@
-// The table file that comes with the library, and the manual page of expressions: they tell of all that the library's
-// own tables hold, and the page's examples give what it says.
+// The table file that comes with the library, and the manual page of expressions: their lists say what the library's
+// own tables say, the page's examples give what it says.
 #include <fstream>
+#include <map>
+#include <set>
 #include <sstream>
 
 #include <fmt/format.h>
 
 #include "core/FLX_Attributes.h"
+#include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Expression.h"
 #include "host/expr/EV_Function.h"
@@ -17,86 +20,254 @@
 
 namespace {
 
-/// The lines of the manual page.
-std::vector<std::string> pageLines() {
-    std::ifstream page(FLX_SOURCE_DIR "/docs/expressions.md");
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(page, line);) lines.push_back(line);
-    return lines;
+const char* typeOf(GB_AttribType type) { return GBisFloatType(type) ? "float" : "int"; }
+
+const char* const AXES = "xyzw";
+
+std::string componentOf(const char* attribute, int size, int component) {
+    return size > 4 ? fmt::format("attribute `{}`, {}", attribute, AXES[component])
+                    : fmt::format("attribute `{}`", attribute);
 }
 
-/// The rows of the table below a title, between "| " and " |" of the first column.
-std::vector<std::string> rowsBelow(const std::string& title) {
-    std::vector<std::string> rows;
-    bool inside = false;
-    for (const std::string& line : pageLines()) {
-        if (line.starts_with("#")) inside = line == title;
-        if (inside && line.starts_with("| `")) rows.push_back(line.substr(3, line.find('`', 3) - 3));
+/// What the table file and the manual say of a variable.
+struct Words {
+    std::string access, expression, meaning;
+};
+
+Words wordsOf(const FLX_ParticleVariable& v) {
+    const FLX_AttribRow& row = FLXattribRow(v.attrib == FLX_Attrib::Count ? FLX_Attrib::Alpha : v.attrib);
+    const auto item = [&](const std::string& pointer, const std::string& meaning) {
+        return Words{pointer, fmt::format("{}[{}]", pointer, v.component), meaning};
+    };
+    const auto along = [&](const char* what) { return fmt::format("{}, {}", what, AXES[v.component & 3]); };
+    switch (v.read) {
+    case FLX_VarRead::Attribute:
+        return item(std::string("lvar.") + row.name, componentOf(row.name, row.size, v.component));
+    case FLX_VarRead::Life:
+        return item("lvar.life", v.component == 0 ? "age in seconds" : "life span in seconds, below 0: for ever");
+    case FLX_VarRead::LifeRatio:
+        return {"lvar.life", "flx_liferatio(lvar.life)", "age divided by life span, at most 1"};
+    case FLX_VarRead::Accel: return item("lvar.accel", along("acceleration"));
+    case FLX_VarRead::Velocity: return item("lvar.v", along("velocity"));
+    case FLX_VarRead::StateBit:
+        return {"lvar.pstate", fmt::format("(*lvar.pstate & {}) != 0", v.component),
+                fmt::format("1 or 0: state bit {:#x}", v.component)};
+    case FLX_VarRead::Position: return item("lvar.P", along("position"));
+    case FLX_VarRead::BoundingBox: return item("lvar.bbox", along("place in the box of all particles, 0 to 1"));
+    case FLX_VarRead::Iteration:
+        return {"lvar.iter", "*lvar.iter", "how many particles the operator has looked at before"};
+    case FLX_VarRead::PointNumber: return {"", "", "point number"}; // a default global, as the time step
+    case FLX_VarRead::PointCount: return {"lvar.npt", "*lvar.npt", "number of points"};
+    case FLX_VarRead::GroupCount:
+        return {"lvar.ngrp", "*lvar.ngrp", "number of points in the source group, 0 without one"};
+    case FLX_VarRead::TimeIncrement: return {"", "", "time step in seconds"};
+    case FLX_VarRead::RotationAngle: return {"lvar.rot", "flx_rotangle(lvar.rot)", "angle of `rot` in degrees"};
+    case FLX_VarRead::RotationAxis:
+        return {"lvar.rot", fmt::format("flx_rotaxis(lvar.rot, {})", v.component), along("axis of `rot`")};
+    case FLX_VarRead::Speed:
+        return {"lvar.v", "flx_length(lvar.v)", "attribute `speed`, else the length of the velocity"};
+    case FLX_VarRead::AngularSpeed:
+        return {"lvar.w", "flx_degrees(flx_length(lvar.w))", "angular speed in degrees per second"};
     }
-    return rows;
+    return {};
 }
 
-template <class Rows> std::vector<std::string> namesOf(const Rows& rows) {
-    std::vector<std::string> names;
-    for (const auto& row : rows) names.push_back(std::string("$") + row.name);
-    return names;
+std::string meaningOf(const FLX_ParticleVariable& v) { return wordsOf(v).meaning; }
+
+std::string meaningOf(const FLX_GeneratorVariable& v) {
+    const char axis = AXES[v.component & 3];
+    switch (v.read) {
+    case FLX_GenRead::Attribute: {
+        const FLX_SourceAttribRow& row = FLX_SourceAttribRows[size_t(v.attrib)];
+        return componentOf(row.name, row.size, v.component);
+    }
+    case FLX_GenRead::Normal: return fmt::format("normal, {}", axis);
+    case FLX_GenRead::Speed: return "length of the source's velocity";
+    case FLX_GenRead::Position: return fmt::format("place of birth, {}", axis);
+    case FLX_GenRead::BoundingBox: return fmt::format("place in the box of the source, 0 to 1, {}", axis);
+    case FLX_GenRead::Iteration: return "how many samples were looked at before";
+    case FLX_GenRead::SourceNumber: return "number of the source point or primitive";
+    case FLX_GenRead::U: return "u on the source primitive";
+    case FLX_GenRead::V: return "v on the source primitive";
+    case FLX_GenRead::ParticleCount: return "number of particles";
+    case FLX_GenRead::PointCount: return "number of points of the source";
+    case FLX_GenRead::PrimitiveCount: return "number of primitives of the source";
+    case FLX_GenRead::GroupCount: return "number of members of the source group";
+    case FLX_GenRead::TimeIncrement: return "time step in seconds";
+    }
+    return "";
 }
 
-/// A function of numbers alone, which code can be written for.
-bool takesNumbers(const EV_FUNCTION& f) {
-    bool numbers = f.resultType == EV_FLOAT && f.flags & EV_PURE && !(f.flags & EV_VARIADIC);
-    for (int i = 0; i < f.numArgs; ++i) numbers = numbers && f.argTypes[i] == EV_FLOAT;
-    return numbers;
+// ---- the table file
+
+void writeAttributes(std::ostream& out) {
+    for (const FLX_AttribRow& row : FLX_AttribRows)
+        out << fmt::format("attribute {} add{}Attrib {}\n", row.name, row.stem, row.size / 4);
+}
+
+void writeAccess(std::ostream& out) {
+    out << "access lvar.P float P getPos 4\n"
+           "access lvar.v float v getVelocityOffset 3\n"
+           "access lvar.accel float accel getAccelOffset 3\n"
+           "access lvar.life float life getLifeOffset 2\n"
+           "access lvar.pstate int pstate getStateOffset 1\n"
+           "access lvar.bbox float P getBBox 3\n"
+           "access lvar.iter int list iteration 1\n"
+           "access lvar.npt int points entries 1\n"
+           "access lvar.ngrp int group entries 1\n";
+    for (const FLX_AttribRow& row : FLX_AttribRows)
+        out << fmt::format("access lvar.{} {} {} get{}Offset {}\n", row.name, typeOf(row.type), row.name, row.stem,
+                           row.size / 4);
+}
+
+void writeVariables(std::ostream& out) {
+    for (const FLX_ParticleVariable& v : FLX_ParticleVariables::rows)
+        if (const Words words = wordsOf(v); !words.access.empty())
+            out << fmt::format("variable {} {} {}\n", v.name, words.access, words.expression);
+}
+
+// Functions of numbers alone; the shortest form of each.
+void writeFunctions(std::ostream& out) {
+    std::set<std::string> seen;
+    for (const EV_FUNCTION* function : EV_listFunctions()) {
+        bool numbers =
+            function->resultType == EV_FLOAT && function->flags & EV_PURE && !(function->flags & EV_VARIADIC);
+        for (int i = 0; i < function->numArgs; ++i) numbers = numbers && function->argTypes[i] == EV_FLOAT;
+        if (!numbers || !seen.insert(function->name).second) continue;
+        std::string words = function->usage;
+        std::erase(words, ',');
+        out << fmt::format("func {0} flx_{0} {1}\n", function->name, words);
+    }
+}
+
+std::string tableText() {
+    std::ostringstream out;
+    out << "# Names for source code written for particle networks; FLX_VariableList reads them.\n"
+           "# attribute NAME METHOD [SIZE]\n";
+    writeAttributes(out);
+    out << "# access NAME TYPE ATTRIBUTE SOURCE [COUNT]\n";
+    writeAccess(out);
+    out << "# variable NAME ACCESS [EXPRESSION ...]\n";
+    writeVariables(out);
+    out << "# func NAME TRANSLATION [ARGUMENT ...]\n";
+    writeFunctions(out);
+    return out.str();
+}
+
+// ---- the page
+
+const char* const PAGE = FLX_SOURCE_DIR "/docs/expressions.md";
+
+std::string readFile(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+template <class Rows> void writeRows(std::ostream& out, const char* title, const Rows& rows) {
+    out << fmt::format("### {}\n\n| name | value |\n|---|---|\n", title);
+    for (const auto& row : rows) out << fmt::format("| `${}` | {} |\n", row.name, meaningOf(row));
+    out << '\n';
+}
+
+// clang-format off
+const std::map<std::string, const char*> theGlobals = {
+    {"F", "frame, rounded"}, {"FF", "frame: time times frames per second, plus 1"}, {"T", "time in seconds"},
+    {"FPS", "frames per second"}, {"TSTART", "time of the first frame"}, {"TEND", "time of the last frame"},
+    {"FSTART", "first frame"}, {"FEND", "last frame"}, {"PI", "3.14159..."}, {"E", "2.71828..."}};
+// clang-format on
+
+std::string names() {
+    std::ostringstream out;
+    out << "### Everywhere\n\n| name | value |\n|---|---|\n";
+    for (const auto& [name, meaning] : theGlobals) out << fmt::format("| `${}` | {} |\n", name, meaning);
+    out << '\n';
+    writeRows(out, "On particle operators", FLX_ParticleVariables::rows);
+    writeRows(out, "On birth operators, about the place of birth", FLX_GeneratorVariables::rows);
+    return out.str();
+}
+
+std::string functions() {
+    FLX_Node::buildOperatorTable(OP_Director::operatorTable("FLX"));
+    std::ostringstream out;
+    out << "| function | value |\n|---|---|\n";
+    for (const EV_FUNCTION* f : EV_listFunctions())
+        if (!std::string_view(f->name).starts_with("test"))
+            out << fmt::format("| `{}({})` | {} |\n", f->name, f->usage, f->help);
+    return out.str();
+}
+
+std::string withSection(std::string page, const std::string& name, const std::string& text) {
+    const std::string opening = "<!-- generated: " + name + " -->\n";
+    const size_t from = page.find(opening) + opening.size();
+    return page.replace(from, page.find("<!-- end -->", from) - from, text);
 }
 
 } // namespace
 
-// What the expressions of its variables read is tested with the particle variables.
-TEST(VariableTable, IsFoundAndNamesEverything) {
+// FLX_WRITE_TABLE=1 in the environment writes the file anew.
+TEST(VariableTable, IsUpToDate) {
+    const std::string file = FLX_SOURCE_DIR "/data/middleware/FLX/varlist.tbl";
+    if (std::getenv("FLX_WRITE_TABLE")) std::ofstream(file) << tableText();
+    EXPECT_EQ(readFile(file), tableText()) << "run this test with FLX_WRITE_TABLE=1";
+}
+
+// As it is found on the search path, whole.
+TEST(VariableTable, IsFoundAndNamesEveryVariable) {
     FLX_VariableList list;
     EXPECT_EQ(list.numattribs(), FLX_NUM_ATTRIBS);
-    for (const FLX_AttribRow& row : FLX_AttribRows) {
-        SCOPED_TRACE(row.name);
-        const FLX_AttributeEntry* attribute = list.findAttribute(row.name);
-        const FLX_AccessEntry* access = list.findAccess(("lvar." + std::string(row.name)).c_str());
-        ASSERT_TRUE(attribute && access);
-        EXPECT_EQ(attribute->method, fmt::format("add{}Attrib", row.stem));
-        EXPECT_EQ(attribute->size, row.size / 4);
-        EXPECT_EQ(access->type, GBisFloatType(row.type) ? "float" : "int");
-        EXPECT_EQ(access->thirdField, fmt::format("get{}Offset", row.stem));
-        EXPECT_EQ(access->count, row.size / 4);
-    }
     for (const FLX_ParticleVariable& v : FLX_ParticleVariables::rows) {
         const FLX_VariableEntry* entry = list.findVariable(v.name);
         EXPECT_TRUE(entry || list.findGlobal(v.name)) << v.name;
         EXPECT_TRUE(!entry || list.findAccess(entry->access.c_str())) << v.name;
     }
-    for (const EV_FUNCTION* f : EV_listFunctions()) {
-        if (!takesNumbers(*f)) continue;
-        const FLX_FuncEntry* translated = list.findFuncXlate(f->name);
-        ASSERT_NE(translated, nullptr) << f->name;
-        EXPECT_EQ(translated->translation, std::string("flx_") + f->name);
-    }
 }
 
+// Code that names a variable, an attribute and a function of the table gets what they need, and nothing else.
+TEST(VariableTable, DeclaresWhatIsUsed) {
+    FLX_VariableList list;
+    for (const char* name : {"VX", "ID", "DEAD", "VY"}) list.useVariable(name);
+    list.useAttribute("Cd");
+    list.useAttribute("id");
+    const auto written = [](const auto& write) {
+        std::ostringstream out;
+        write(out);
+        return out.str();
+    };
+    EXPECT_EQ(written([&](std::ostream& out) { list.writeLocalVarClass("spray", out); }),
+              "// This class holds the local access variables required\n// by this flx network.\n"
+              "class spray_LVAR : public CH_LocalVar\n{\npublic:\n    int ptidx;\n"
+              "    float *v;\n    int *pstate, *id;\n};\n\n");
+    EXPECT_EQ(written([&](std::ostream& out) { list.writeDeclarations("gdp", out); }),
+              "    int DEAD, ID;\n    float VX, VY;\n");
+    EXPECT_EQ(written([&](std::ostream& out) { list.writeAttributeInit("gdp", out); }),
+              "    gdp->addDiffuseAttrib();\n    gdp->addIDAttrib();\n");
+    EXPECT_EQ(list.findVariable("VX")->expression, "lvar.v[0]");
+    EXPECT_EQ(list.findVariable("DEAD")->expression, "(*lvar.pstate & 2) != 0");
+}
+
+// FLX_WRITE_TABLE=1 in the environment writes the lists anew.
 TEST(ExpressionPage, ListsWhatThereIs) {
+    const std::string page = readFile(PAGE);
+    ASSERT_NE(page.find("<!-- generated: names -->"), page.npos);
+    ASSERT_NE(page.find("<!-- generated: functions -->"), page.npos);
+    const std::string wanted = withSection(withSection(page, "names", names()), "functions", functions());
+    if (std::getenv("FLX_WRITE_TABLE")) std::ofstream(PAGE) << wanted;
+    EXPECT_EQ(page, wanted) << "run this test with FLX_WRITE_TABLE=1";
+}
+
+TEST(ExpressionPage, ItsGlobalsExist) {
     Network net;
-    EXPECT_EQ(rowsBelow("### On particle operators"), namesOf(FLX_ParticleVariables::rows));
-    EXPECT_EQ(rowsBelow("### On birth operators, about the place of birth"), namesOf(FLX_GeneratorVariables::rows));
-    const std::vector<std::string> globals = rowsBelow("### Everywhere"), lines = pageLines();
-    EXPECT_EQ(globals.size(), 10u);
-    for (const std::string& name : globals) EXPECT_TRUE(EV_EXPRESSION(name).bind(net.object().scope())) << name;
-    for (const EV_FUNCTION* f : EV_listFunctions()) {
-        const std::string row = fmt::format("| `{}({})` | {} |", f->name, f->usage, f->help);
-        EXPECT_TRUE(row.starts_with("| `test") || std::count(lines.begin(), lines.end(), row) == 1) << row;
-    }
+    OP_Node& node = net.object();
+    for (const auto& [name, meaning] : theGlobals) EXPECT_TRUE(EV_EXPRESSION("$" + name).bind(node.scope())) << name;
 }
 
 TEST(ExpressionPage, ExamplesGiveWhatTheySay) {
     Network net;
+    std::istringstream page(readFile(PAGE));
     int count = 0;
     bool inside = false;
-    for (const std::string& line : pageLines()) {
+    for (std::string line; std::getline(page, line);) {
         if (line.starts_with("```")) inside = line == "```expression";
         const size_t sign = line.rfind(" = ");
         if (!inside || sign == line.npos) continue;

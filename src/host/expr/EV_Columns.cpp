@@ -11,11 +11,7 @@ EV_Columns::EV_Columns(const EV_ColumnList& list)
     for (const EV_ColumnGraph::Value result : graph.results())
         myResults.push_back(result < 0 ? Result{true, graph.numberOf(result), 0}
                                        : Result{false, 0, program.results[at++]});
-    // The inputs are filled before a run, so the first instruction has nothing left to do.
-    program.code.erase(program.code.begin());
-    for (VM_Instruction& i : program.code)
-        if (i.op == VM_Op::JumpNone || i.op == VM_Op::JumpAll) --i.target;
-    myNumInstructions = program.code.size() - 1;
+    myNumInstructions = program.code.size() - 2; // but for the one that stands for the inputs, and the end
     myRun = VM_ColumnRun(program);
 }
 

@@ -57,7 +57,7 @@ bool EV_Evaluation::failAt(const EV_Site& site, int number, const std::string& w
     return false;
 }
 
-bool EV_Evaluation::callSite(const VM_Instruction& call, double* r, int) {
+bool EV_Evaluation::callSite(const VM_Instruction& call, double* r) {
     const EV_Site& site = myCode->sites[call.target];
     const VM_Site& at = myCode->program.sites[call.target];
     switch (site.kind) {

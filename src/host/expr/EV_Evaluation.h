@@ -23,7 +23,7 @@ public:
     // Raises an error about the expression as a whole.
     void fail(int number, std::string_view what);
 
-    bool callSite(const VM_Instruction& call, double* registers, int lanes) override;
+    bool callSite(const VM_Instruction& call, double* registers) override;
 
 private:
     bool callFunction(const EV_Site& site, const VM_Site& at, double* r);

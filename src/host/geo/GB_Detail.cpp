@@ -39,7 +39,7 @@ uint32_t GB_Detail::birthPointSlot() {
     point->myPos = UT_Vector4(0, 0, 0, 1);
     point->mySlot = slot;
     myPoints.append(slot);
-    bumpTopology();
+    noteGrowth();
     return slot;
 }
 
@@ -47,7 +47,7 @@ size_t GB_Detail::birthPointSlots(const GEO_PointModel& model, uint32_t* slots, 
     n = myPointPool.allocate(model.record(), slots, n);
     for (size_t i = 0; i < n; ++i) myPoints.bySlot(slots[i])->mySlot = slots[i];
     myPoints.append({slots, n});
-    bumpTopology();
+    noteGrowth();
     return n;
 }
 

@@ -64,7 +64,12 @@ public:
     /// Raised by everything that adds, removes or moves elements in bulk and by notifications. Whoever writes
     /// positions or attributes of single elements in place calls bumpChange when done.
     uint64_t getChangeCount() const { return myChangeCount; }
-    void bumpChange() { ++myChangeCount; }
+    void bumpChange() { myLastEdit = ++myChangeCount; }
+    /// For whoever draws the detail: what has changed has been told, or is no business of this counter.
+    void bumpDisplay() { ++myChangeCount; }
+    /// The change count at the last change that was more than a birth, a new primitive, or a word to those who draw.
+    /// While it stays, all points and particles stay where they are in their lists and others only join behind them.
+    uint64_t lastEdit() const { return myLastEdit; }
     /// Names what the detail is made of: points in order, primitives in order, their kinds, layouts and vertices. Equal
     /// serials mean equal topologies: a copy keeps that of its source until elements are made, removed or reordered.
     /// Details that came about apart have serials of their own, however alike they are.
@@ -75,7 +80,10 @@ public:
     };
     TopologySerial topologySerial() const { return myTopology; }
     /// A change after which the topology is another one.
-    void bumpTopology() { myTopology = {myDataId, ++myChangeCount}; }
+    void bumpTopology() {
+        bumpChange();
+        myTopology = {myDataId, myChangeCount};
+    }
     /// Raised whenever an attribute of any class is appended or attributes are dropped.
     uint64_t layoutSerial() const;
 
@@ -109,6 +117,8 @@ protected:
     }
     /// Something happened after which only a look at all primitives tells which points are unused.
     void noteUnknownUse() { myUseUnknown = true; }
+    /// Points or a primitive joined behind the others.
+    void noteGrowth() { myTopology = {myDataId, ++myChangeCount}; }
     /// Slots of the points that some primitive references. `shared`, when given, tells whether a particle's point is
     /// referenced from anywhere else too.
     UT_BitSet usedPoints(bool* shared = nullptr) const;
@@ -141,6 +151,6 @@ private:
     UT_BitSet myOrphans;
     bool myUseUnknown = false;
     uint64_t myDataId;
-    uint64_t myChangeCount = 0;
+    uint64_t myChangeCount = 0, myLastEdit = 0;
     TopologySerial myTopology;
 };

@@ -42,7 +42,7 @@ GEO_Primitive* GEO_Detail::adoptPrimitive(std::unique_ptr<GEO_Primitive> prim) {
     prim->mySlot = myPrimPool.allocate();
     prim->myNumber = static_cast<uint32_t>(myPrims.entries());
     myPrims.myPrims.push_back(std::move(prim));
-    bumpTopology();
+    noteGrowth();
     return myPrims.myPrims.back().get();
 }
 

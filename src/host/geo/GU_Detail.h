@@ -30,7 +30,7 @@ public:
     /// Tells viewers that this detail changed: keeps the code and raises the change count.
     void notifyCache(int code) {
         myNotifyCode = code;
-        bumpChange();
+        bumpDisplay();
     }
     int getNotifyCode() const { return myNotifyCode; } ///< 0 before the first notification
 

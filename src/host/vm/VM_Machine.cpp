@@ -37,7 +37,7 @@ bool VM_run(const VM_Program& program, double* r, VM_Host& host) {
         if (i.op > VM_Op::Host) {
             r[i.dst] = computeOne(i.op, r[i.src[0]], r[i.src[1]], r[i.src[2]], r[i.src[3]]);
         } else if (i.op == VM_Op::Host) {
-            if (!host.callSite(i, r, 1)) return false;
+            if (!host.callSite(i, r)) return false;
         } else {
             const bool isTrue = r[i.src[0]] != 0;
             if (isTrue == (i.op == VM_Op::JumpAll)) at = code + i.target;

@@ -9,9 +9,8 @@ class VM_Host {
 public:
     virtual ~VM_Host();
 
-    // Reads and writes the registers of site call.target; call.dst is the first that it writes. Lane i of register r is
-    // registers[r * lanes + i]. False stops the program.
-    virtual bool callSite(const VM_Instruction& call, double* registers, int lanes) = 0;
+    // Reads and writes the registers of site call.target; call.dst is the first that it writes. False stops the program.
+    virtual bool callSite(const VM_Instruction& call, double* registers) = 0;
 };
 
 // Writes the constants into the numRegisters registers of a single lane. Needed once for any number of runs.
