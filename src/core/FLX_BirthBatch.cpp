@@ -30,7 +30,7 @@ void FLX_BirthBatch::give(const Newborn* newborns, size_t n) {
         const UT_Vector3 v = newborns[i].velocity;
         p->castAttribData<float>(core.life)[1] = newborns[i].life;
         *p->castAttribData<UT_Vector3>(core.velocity) = v;
-        if (id >= 0) *p->castAttribData<int>(id) = counter ? (*counter)++ : -1;
+        if (id >= 0) *p->castAttribData<int>(id) = FLX_ContextData::takeID(counter);
         if (previous >= 0) *p->castAttribData<UT_Vector3>(previous) = v;
         if (speed >= 0) *p->castAttribData<float>(speed) = v.length();
         if (group) group->add(p);

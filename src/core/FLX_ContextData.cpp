@@ -239,11 +239,6 @@ int* FLX_ContextData::idCounter() {
     return attribs.castAttribData<int>(myNextIdOffset);
 }
 
-int FLX_ContextData::nextID() {
-    int* counter = idCounter();
-    return counter ? (*counter)++ : -1;
-}
-
 int FLX_ContextData::addUserVariable(const char* name, int size, GB_AttribType type, const void* def,
                                      const char* varname) {
     if (!myDetail) return -1;

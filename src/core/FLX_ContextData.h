@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -221,7 +222,13 @@ public:
     bool pointsShared() const { return myPointsShared; }
 
     // ---- identity and randomness
-    int nextID();
+    int nextID() { return takeID(idCounter()); }
+    /// The next id, counted; -1 without a counter. A counter from a file may stand at the largest number and stays
+    /// there.
+    static int takeID(int* counter) {
+        if (!counter) return -1;
+        return *counter == std::numeric_limits<int>::max() ? *counter : (*counter)++;
+    }
     /// Where the next id is counted; null when the detail's "nextid" is another attribute. Good until a detail
     /// attribute is appended.
     int* idCounter();

@@ -1,4 +1,6 @@
 // Births and what newborn particles inherit.
+#include <limits>
+
 #include "core/FLX_AttribMap.h"
 #include "support/Probe.h"
 
@@ -93,10 +95,22 @@ TEST(Birth, OriginModesAddUp) {
             EXPECT_EQ(b.asked, mode & 1) << "asked only when it counts";
         }
     }
-    Births most;
-    most.origin = most.birth.originAdd = 2147483647;
-    most.birth.originMode = 3;
-    EXPECT_EQ(most.get(most.give(), "origin"), 2147483647) << "no further than an int goes";
+}
+
+TEST(Birth, CountsGoNoFurtherThanAnInt) {
+    constexpr int MOST = std::numeric_limits<int>::max();
+    Births b;
+    b.origin = b.birth.originAdd = MOST;
+    b.birth.originMode = 3;
+    *b.net.context().idCounter() = MOST - 1;
+    for (const int id : {MOST - 1, MOST, MOST}) {
+        const GEO_Point* born = b.give();
+        EXPECT_EQ(b.get(born, "id"), id);
+        EXPECT_EQ(b.get(born, "origin"), MOST);
+    }
+    b.net.setInt("gen", 0, MOST);
+    b.birth.parent = b.net.point(0);
+    EXPECT_EQ(b.get(b.give(), "gen"), MOST);
 }
 
 TEST(Birth, RefusedBirthsChangeNothing) {
