@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "support/Probe.h"
+#include "vars/FLX_ParticleVariables.h"
 #include "vars/FLX_VariableList.h"
 
 namespace {
@@ -72,6 +73,18 @@ TEST(VariableList, ReadsItsTable) {
          {"middleware/FLX/nowhere.tbl", empty.c_str(), folder.c_str(), static_cast<const char*>(nullptr)})
         EXPECT_EQ(list.load(path), -1);
     EXPECT_EQ(list.numvar(), before);
+}
+
+TEST(VariableList, ShippedExpressionsReadTheAttributesOfTheirVariables) {
+    FLX_VariableList list;
+    for (const FLX_ParticleVariable& row : FLX_ParticleVariables::rows) {
+        const FLX_VariableEntry* entry = list.findVariable(row.name);
+        if (!entry || row.attrib == FLX_Attrib::Count) continue;
+        const std::string member = std::string("lvar.") + FLXattribRow(row.attrib).name;
+        EXPECT_NE(entry->expression.str().find(member), std::string::npos)
+            << row.name << ' ' << entry->expression.str();
+    }
+    EXPECT_NE(list.findVariable("SPEED")->expression.str().find("lvar.v)"), std::string::npos);
 }
 
 TEST(VariableList, DuplicatesAndOrder) {
