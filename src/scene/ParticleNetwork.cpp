@@ -3,8 +3,10 @@
 #include "core/FLX_ContextData.h"
 #include "core/FLX_Node.h"
 #include "host/node/OP_Director.h"
+#include "host/sim/DOP_FullPathData.h"
 #include "host/ut/UT_ErrorTable.h"
 #include "host/ut/UT_Interrupt.h"
+#include "host/ut/UT_NodePath.h"
 #include "scene/NodeSnapshot.h"
 #include "scene/StateHash.h"
 
@@ -158,7 +160,16 @@ void ParticleNetwork::prepareContext(float time) {
     ctx.setDoCookFirst(COOKFIRST(time));
     ctx.setCookOrder(myCookOrder);
     const Text* const inputs[] = {&INPUT1, &INPUT2, &INPUT3, &INPUT4};
-    for (int i = 0; i < 4; ++i) ctx.setInputGeo((*inputs[i])(time), i);
+    for (int i = 0; i < 4; ++i) ctx.setInputGeo(seenFromHere((*inputs[i])(time)), i);
+}
+
+// Operators would look for a relative path from where they stand. One that leads nowhere stays, for their messages.
+UT_String ParticleNetwork::seenFromHere(const UT_String& path) {
+    if (!path.isstring() || UT_NodePath::isAbsolute(path.str())) return path;
+    DOP_FullPathData data;
+    const std::string full = UT_NodePath::join(getFullPath(), path.str());
+    const bool exists = findNode(full.c_str()) || DOPfindDataFromPath(full.c_str(), data, 0, this, 0);
+    return exists ? UT_String(full) : path;
 }
 
 void ParticleNetwork::cookStep(double exactTime) {

@@ -83,6 +83,7 @@ private:
     template <class Cooks> void cookCounted(int frame, const Cooks& cooks);
     void cookStep(double time);
     void prepareContext(float time);
+    UT_String seenFromHere(const UT_String& path);
 
     FLX_ContextData* myContext = nullptr;
     FLX_CookOrder myCookOrder{};

@@ -1,6 +1,7 @@
 #include "scene/SceneCheck.h"
 
 #include "core/FLX_ContextData.h"
+#include "core/FLX_ExpressionStack.h"
 #include "core/FLX_Node.h"
 #include "host/expr/EV_Code.h"
 #include "host/expr/EV_StringExpand.h"
@@ -58,9 +59,15 @@ private:
             const UserVariables visible(node, variables);
             for (int i = 0; i < node.parms().entries(); ++i) checkParm(node.parms().parm(i));
         }
-        if (auto* particles = dynamic_cast<ParticleNetwork*>(&node)) variables = resetNetwork(*particles);
+        if (auto* particles = dynamic_cast<ParticleNetwork*>(&node)) return checkParticles(*particles);
         if (OP_Network* inside = node.castToNetwork()) checkNetwork(*inside, variables);
-        if (dynamic_cast<ParticleNetwork*>(&node)) myGroups.leave();
+    }
+
+    void checkParticles(ParticleNetwork& network) {
+        const CH_LocalVariable* variables = resetNetwork(network);
+        const FLX_ExpressionScope asked(0, network.context()); // flxcontextgeo has its paths
+        checkNetwork(network, variables);
+        myGroups.leave();
     }
 
     /// The variables that the network's operators create; what went wrong while they did is reported.
@@ -86,25 +93,28 @@ private:
 
     void checkParm(PRM_Parm& parm) {
         myParm = &parm;
-        for (int i = 0; i < parm.size(); ++i) checkComponent(parm.component(i));
+        for (int i = 0; i < parm.size(); ++i) checkComponent(i);
         bool readsWell = true;
         for (int i = 0; i < std::max(parm.size(), 1); ++i) readsWell = checkReads(i) && readsWell;
+        myComponent = 0;
         if (parm.row().type == PRM_Type::String && readsWell) checkText(parm);
         for (std::vector<PRM_Parm>& instance : parm.instances())
             for (PRM_Parm& entry : instance) checkParm(entry);
     }
 
-    void checkComponent(PRM_Parm::Component& component) {
+    std::string place() const { return fmt::format("\"{}\"", myParm->componentName(myComponent)); }
+
+    void checkComponent(int number) {
+        myComponent = number;
+        PRM_Parm::Component& component = myParm->component(number);
         const PRM_Template& row = myParm->row();
         const bool keys = component.kind == PRM_Parm::Component::Keys;
-        if (keys && !row.animated)
-            add(false, fmt::format("\"{}\" is animated in vain: it is read at time 0 only", row.token));
+        if (keys && !row.animated) add(false, place() + " is animated in vain: it is read at time 0 only");
         if (EV_EXPRESSION* expression = component.expression()) {
             if (!expression->bind(myNode->scope()))
-                addExpressionError(expression->syntaxError(), expression->bindError());
+                addExpressionError(expression->bindError());
             else if (row.type != PRM_Type::String && expression->resultType() != EV_FLOAT)
-                add(true, fmt::format("\"{}\": \"{}\": a number is needed, this is {}", row.token, expression->text(),
-                                      EV_typeName(expression->resultType())));
+                addExpressionError(expression->typeError(EV_FLOAT));
             else if (row.variables != PRM_Variables::PerElement)
                 checkVariables(*expression, expression->text());
         } else if (!keys) {
@@ -125,17 +135,16 @@ private:
         if (read == code.program.code.end()) return;
         const EV_Error error = EV_noValueError(EV_ERR_VARIABLE, whole, code.sites[read->target].offset);
         const bool refused = myParm->row().variables == PRM_Variables::Refused;
-        add(refused && read < jump, fmt::format("\"{}\": {}{}", myParm->row().token, error.message,
-                                                refused ? "" : "; it is read once per cook, for all"));
+        add(refused && read < jump,
+            fmt::format("{}: {}{}", place(), error.message, refused ? "" : "; it is read once per cook, for all"));
     }
-    void addExpressionError(const EV_Error& syntax, const EV_Error& bind) {
-        add(true, fmt::format("\"{}\": {}", myParm->row().token, syntax ? syntax.message : bind.message));
-    }
+    void addExpressionError(const EV_Error& error) { add(true, fmt::format("{}: {}", place(), error.message)); }
     /// False when evaluating would fail, and that has been said.
     bool checkReads(int component) {
+        myComponent = component;
         const std::vector<ChannelCheck::Finding> found = myChannels.check({myNode, myParm, component});
         for (const ChannelCheck::Finding& finding : found)
-            add(finding.error, fmt::format("\"{}\": {}", myParm->row().token, finding.text));
+            add(finding.error, fmt::format("{}: {}", place(), finding.text));
         return std::none_of(found.begin(), found.end(), [](const auto& finding) { return finding.error; });
     }
     static int entriesOf(const PRM_Template& row) {
@@ -154,9 +163,9 @@ private:
     void checkVectorExpression(const std::string& text) {
         EV_EXPRESSION expression(text, 3);
         if (!expression.bind(myNode->scope()))
-            addExpressionError(expression.syntaxError(), expression.bindError());
+            addExpressionError(expression.bindError());
         else if (expression.resultType() == EV_STRING)
-            add(true, fmt::format("\"{}\": a vector is needed, \"{}\" is a string", myParm->row().token, text));
+            addExpressionError(expression.typeError(EV_VECTOR));
     }
 
     void checkText(PRM_Parm& parm) {
@@ -219,6 +228,7 @@ private:
 
     OP_Node* myNode = nullptr;
     PRM_Parm* myParm = nullptr;
+    int myComponent = 0; ///< of myParm
     ChannelCheck myChannels;
     GroupCheck myGroups;
 };

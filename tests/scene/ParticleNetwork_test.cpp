@@ -48,6 +48,30 @@ TEST_F(ParticleNetworks, CooksAtTheTimesOfFramesAndSubsteps) {
     EXPECT_EQ(network().born(), 3);
 }
 
+TEST_F(ParticleNetworks, ContextGeometriesAreLookedForFromTheNetwork) {
+    const auto cook = [&](const std::string& path) {
+        ASSERT_EQ(load(R"j({"flx": 1, "obj": [
+            {"name": "g", "type": "geo", "nodes": [{"name": "l", "type": "line"}]},
+            {"name": "fx", "type": "flxnet", "parms": {"input2": ")j" +
+                       path + R"j("}, "nodes": [
+                {"name": "birth", "type": "source", "parms": {"usecontextgeo": "second", "constantrate": 0, "impulserate": 3}},
+                {"name": "s", "type": "subnet", "inputs": ["birth"], "nodes": [{"name": "hit", "type": "collision",
+                 "inputs": [0], "parms": {"soppath": "`flxcontextgeo(1)`"}}]}]}]})j"),
+                  "");
+        ASSERT_TRUE(network().cookFrame(2));
+    };
+    for (const char* path : {"../g/l", "/obj/g/l", "../g", "./../../obj/g/l"}) {
+        cook(path);
+        EXPECT_EQ(network().particleCount(), 6) << path;
+        EXPECT_EQ(message("/obj/fx/birth") + message("/obj/fx/s/hit"), "") << path;
+    }
+    cook("../no");
+    EXPECT_EQ(network().particleCount(), 0);
+    UT_String kept;
+    network().context()->getInputGeo(kept, 1);
+    EXPECT_EQ(kept, "../no");
+}
+
 TEST_F(ParticleNetworks, StartFrameAndWhatComesBefore) {
     loadNet(clockNode, R"("startframe": 11)");
     ASSERT_TRUE(network().cookFrame(10));

@@ -35,23 +35,28 @@ TEST_F(SceneChecks, FindsWhatIsWrong) {
         {"name": "ground", "type": "geo", "nodes": [
             {"name": "grid1", "type": "grid", "parms": {"type": 7, "size": ["$TT", 1]}},
             {"name": "f", "type": "file", "parms": {"path": "gone.ply"}}]},
-        {"name": "fx", "type": "flxnet", "parms": {"input1": "/obj/ground/grid", "startframe": {"keys": [[0, 1]]}}, "nodes": [
+        {"name": "fx", "type": "flxnet", "parms": {"input1": "/obj/ground/grid", "input2": "../ground/grid",
+            "input3": "../ground/grid1", "startframe": {"keys": [[0, 1]]}}, "nodes": [
             {"name": "birth", "type": "location", "parms": {"life": "1 +", "group": "`$NOPE`"}},
-            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}},
+            {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2",
+                "force": [0, "'up'", 0], "mass": "1 + age"}},
             {"name": "set", "type": "velocity", "inputs": ["pull"], "parms": {"velv": "vector3($VXX, 0, 0)"}},
             {"name": "put", "type": "position", "inputs": ["set"], "parms": {"posv": "vector3(1, 2"}},
             {"name": "by", "type": "position", "inputs": ["put"], "parms": {"refposv": "opname(\".\")"}}]})j", {
         "warning /obj/ground/grid1: \"type\": 7 names no entry of the menu, there are 2",
-        "error /obj/ground/grid1: \"size\": ",
+        "error /obj/ground/grid1: \"size.x\": ",
         "error /obj/ground/f: \"file\": there is no file \"gone.ply\"",
         "error /obj/fx: \"input1\": no geometry at \"/obj/ground/grid\"; did you mean \"/obj/ground/grid1\"?",
+        "error /obj/fx: \"input2\": no geometry at \"../ground/grid\"; did you mean \"../ground/grid1\"?",
         "warning /obj/fx: \"startframe\" is animated in vain: it is read at time 0 only",
         "error birth: \"life\": ",
         "error birth: \"group\": ",
         "error pull: \"scale\": \"$VXX * 2\": unknown variable $VXX at column 1; did you mean $VX?",
         "error set: \"velv\": \"vector3($VXX, 0, 0)\": unknown variable $VXX at column 9",
         "error put: \"posv\": ",
-        "error by: \"refposv\": a vector is needed",
+        "error by: \"refposv\": \"opname(\".\")\": a vector is needed, this is a string, at column 1",
+        "error pull: \"force.y\": \"'up'\": a number is needed, this is a string, at column 1",
+        "error pull: \"mass\": \"1 + age\": unknown name age at column 5; did you mean $AGE?",
         "warning /obj/ground/f: parameter \"path\" is now called \"file\"",
     });
     // clang-format on
@@ -94,9 +99,9 @@ TEST_F(SceneChecks, ReadsThatGoRoundOrNowhere) {
         {"name": "c", "type": "force", "inputs": ["b"], "parms": {"scale": "ch('../a/life')", "mass": "ch('../b/scale')"}}]})j", {
         "error a: \"group\": parameters read each other in a circle by ch: a/group -> a/group",
         "error a: \"life\": parameters read each other in a circle by ch: a/life -> b/scale -> c/scale -> a/life",
-        "error a: \"vel\": parameters read each other in a circle by ch: a/vely -> a/vely",
-        "error b: \"force\": \"ch('../nobody/scale')\": ch: there is no node \"../nobody\" seen from b at column 1",
-        "warning b: \"force\": parameters read each other in a circle by ch: b/forcez -> b/forcez",
+        "error a: \"vel.y\": parameters read each other in a circle by ch: a/vely -> a/vely",
+        "error b: \"force.x\": \"ch('../nobody/scale')\": ch: there is no node \"../nobody\" seen from b at column 1",
+        "warning b: \"force.z\": parameters read each other in a circle by ch: b/forcez -> b/forcez",
         "error b: \"mass\": \"ch('scal')\": ch: b has no parameter \"scal\"; did you mean \"scale\"? at column 1",
     });
     // clang-format on
@@ -148,9 +153,9 @@ TEST_F(SceneChecks, FixedPathsOfFunctions) {
         "\"/obj/ground/grid\" at column 1; did you mean \"/obj/ground/grid1\"?",
         "error birth: \"group\": \"g`opdigits('../birt')`\": opdigits: there is no node \"../birt\" at column "
         "3; did you mean \"../birth\"?",
-        "error birth: \"vel\": \"1 + bbox('/obj/fx', 'ymin')\": bbox: there is no geometry node \"/obj/fx\" at "
+        "error birth: \"vel.y\": \"1 + bbox('/obj/fx', 'ymin')\": bbox: there is no geometry node \"/obj/fx\" at "
         "column 5",
-        "warning birth: \"vel\": \"$F < 2 ? opdigits('..') : opdigits('../no')\": opdigits: there is no node "
+        "warning birth: \"vel.z\": \"$F < 2 ? opdigits('..') : opdigits('../no')\": opdigits: there is no node "
         "\"../no\" at column 27",
         "error set: \"velv\": \"vector3(npoints('/obj/groun'), bbox('/obj/ground/grid1', 'xmin'), ch('lif'))\": "
         "npoints: there is no geometry node \"/obj/groun\" at column 9; did you mean \"/obj/ground\"?",
@@ -166,6 +171,7 @@ TEST_F(SceneChecks, VariablesWhereOneValueIsForAll) {
         {"name": "grid1", "type": "grid"}, {"name": "a", "type": "attribcreate", "inputs": ["grid1"], "parms": {
             "size": "$PT", "value": ["$PT", 0, 0]}}]},
         {"name": "fx", "type": "flxnet", "nodes": [
+        {"name": "spot", "type": "location", "parms": {"loc": [0, "$TX", 0], "vel": ["$ITER", 0, 0]}},
         {"name": "birth", "type": "source", "parms": {"soppath": "/obj/ground", "emittype": "$TX", "doellipse": "$ITER"}},
         {"name": "place", "type": "position", "inputs": ["birth"], "parms": {"mswitcher": "$ID", "pathpos": "$ID"}},
         {"name": "look", "type": "lookat", "inputs": ["place"], "parms": {"mode": "$F > 2 ? $ID : 0"}},
@@ -173,8 +179,8 @@ TEST_F(SceneChecks, VariablesWhereOneValueIsForAll) {
         {"name": "hit", "type": "collision", "inputs": ["push"], "parms": {"soppath": "/obj/ground", "bounce": "$ID",
             "group": "hit`$ID + 1`", "event": "$F", "gaintan": "$ID"}}]})j");
     std::vector<std::string> expected;
-    for (const char* place : {"ground/a: \"size", "fx/birth: \"emittype", "fx/place: \"mswitcher", "fx/look: \"mode",
-                              "fx/push: \"ignoremass", "fx/hit: \"bounce", "fx/hit: \"group"})
+    for (const char* place : {"ground/a: \"size", "fx/spot: \"loc.y", "fx/birth: \"emittype", "fx/place: \"mswitcher",
+                              "fx/look: \"mode", "fx/push: \"ignoremass", "fx/hit: \"bounce", "fx/hit: \"group"})
         expected.push_back(std::string("warning /obj/") + place + "\": ");
     EXPECT_EQ(found.size(), expected.size()) << testing::PrintToString(found);
     for (const std::string& start : expected)
@@ -229,6 +235,20 @@ TEST_F(SceneChecks, FoldersAndPathsThatSelectNothing) {
     EXPECT_EQ(position(R"("mswitcher": 2)"), Lines{});
     EXPECT_EQ(position(R"("mswitcher": 1)"), Lines{"error /obj/fx/place: \"pathpath\": a path is needed here"});
     EXPECT_EQ(position(R"("mswitcher": 1, "usecontextgeo": 1)"), Lines{});
+}
+
+TEST_F(SceneChecks, PathsThatTheNetworkHandsOn) {
+    const auto collision = [&](const std::string& path) {
+        return check(R"j({"name": "g", "type": "geo", "nodes": [{"name": "l", "type": "grid"}]},
+            {"name": "fx", "type": "flxnet", "parms": {"input1": "../g/l"}, "nodes": [
+                {"name": "birth", "type": "location"},
+                {"name": "hit", "type": "collision", "inputs": ["birth"], "parms": {"soppath": ")j" +
+                     path + "\"}}]}");
+    };
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(collision("`flxcontextgeo(0)`"), Lines{});
+    EXPECT_EQ(collision("`flxcontextgeo(0)`x"), Lines{"error /obj/fx/hit: \"soppath\": no geometry at \"/obj/g/lx\"; "
+                                                      "did you mean \"/obj/g/l\"?"});
 }
 
 TEST_F(SceneChecks, WhatGoesWrongWhenTheNetworkIsSetUp) {

@@ -65,7 +65,7 @@ Words wordsOf(const FLX_ParticleVariable& v) {
     case FLX_VarRead::RotationAxis:
         return {"lvar.rot", fmt::format("flx_rotaxis(lvar.rot, {})", v.component), along("axis of `rot`")};
     case FLX_VarRead::Speed:
-        return {"lvar.v", "flx_length(lvar.v)", "attribute `speed`, else the length of the velocity"};
+        return {"lvar.v", "flx_speed(lvar.speed, lvar.v)", "attribute `speed`, else the length of the velocity"};
     case FLX_VarRead::AngularSpeed:
         return {"lvar.w", "flx_degrees(flx_length(lvar.w))", "angular speed in degrees per second"};
     }
@@ -147,7 +147,8 @@ std::string tableText() {
     writeAttributes(out);
     out << "# access NAME TYPE ATTRIBUTE SOURCE [COUNT]\n";
     writeAccess(out);
-    out << "# variable NAME ACCESS [EXPRESSION ...]\n";
+    out << "# variable NAME ACCESS [EXPRESSION ...]; what an expression reads besides ACCESS counts where it exists "
+           "(useSoftAccess)\n";
     writeVariables(out);
     out << "# func NAME TRANSLATION [ARGUMENT ...]\n";
     writeFunctions(out);

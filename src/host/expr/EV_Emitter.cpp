@@ -119,12 +119,21 @@ EV_Term EV_Emitter::index(const EV_Term& vector, const EV_Term& at) {
 
 // ---- variables
 
-void EV_Emitter::failUnknown(std::string_view name, size_t offset) const {
+std::string EV_Emitter::nearestVariable(std::string_view name) const {
     std::vector<std::string> names;
-    myScope->variableNames(names);
-    const std::string text(name), nearest = nearestName(text, names);
-    fail(EV_ERR_VARIABLE, offset, "unknown variable $" + text,
-         nearest.empty() ? std::string() : "did you mean $" + nearest + "?");
+    if (myScope) myScope->variableNames(names);
+    const std::string nearest = nearestName(name, names);
+    return nearest.empty() ? nearest : "did you mean $" + nearest + "?";
+}
+
+void EV_Emitter::failUnknown(std::string_view name, size_t offset) const {
+    fail(EV_ERR_VARIABLE, offset, "unknown variable $" + std::string(name), nearestVariable(name));
+}
+
+void EV_Emitter::failBareName(std::string_view name, size_t offset) const {
+    const std::string nearest = nearestVariable(name);
+    fail(EV_ERR_SYNTAX, offset, "unknown name " + std::string(name),
+         nearest.empty() ? "variables are written with $" : nearest);
 }
 
 // The number of the variable, which is new where its name first appears.

@@ -36,6 +36,9 @@ public:
     [[noreturn]] void fail(int number, size_t offset, std::string_view what, std::string_view advice = {}) const;
     [[noreturn]] void failTypes(size_t offset, std::string_view sign, const EV_Term& left, const EV_Term& right) const;
 
+    // A name that is no function, without a $.
+    [[noreturn]] void failBareName(std::string_view name, size_t offset) const;
+
     std::string quote(size_t offset, size_t length) const; // a piece of the text, for messages
 
     EV_Term number(double value, size_t offset);
@@ -85,6 +88,7 @@ private:
     };
     size_t resolve(std::string_view name, size_t offset);
     [[noreturn]] void failUnknown(std::string_view name, size_t offset) const;
+    std::string nearestVariable(std::string_view name) const; // "did you mean ...?", or empty
     Value host(EV_Site site, const std::vector<Value>& reads);
     EV_Term stringSite(EV_Site site, const std::vector<Value>& reads, std::initializer_list<EV_Term*> operands);
     EV_Term concat(EV_Term left, EV_Term right);

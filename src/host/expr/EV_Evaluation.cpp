@@ -48,8 +48,8 @@ const std::string& EV_Evaluation::text(EV_StringRef ref) const {
     return ref < 0 ? myCode->strings[size_t(-1 - ref)] : myStrings[size_t(ref)];
 }
 
-void EV_Evaluation::fail(int number, std::string_view what) {
-    EV_raise(myThread, number, EV_makeError(number, myExpression.whole(), myExpression.myOffset, what).message);
+void EV_Evaluation::failType(EV_Type needed) {
+    EV_raise(myThread, EV_ERR_TYPE, myExpression.typeError(needed).message);
 }
 
 bool EV_Evaluation::failAt(const EV_Site& site, int number, const std::string& what) {
@@ -183,8 +183,7 @@ double ev_EvaluateFloat(EV_EXPRESSION& expression, EV_Scope& scope, double t, in
     EV_Evaluation evaluation(expression, scope, t, thread);
     if (!evaluation.run()) return 0;
     if (evaluation.resultType() == EV_FLOAT) return evaluation.result(0);
-    evaluation.fail(EV_ERR_TYPE,
-                    std::string("a number is needed, this is ") + EV_typeName(evaluation.resultType()) + ",");
+    evaluation.failType(EV_FLOAT);
     return 0;
 }
 
@@ -193,7 +192,7 @@ std::string ev_EvaluateString(EV_EXPRESSION& expression, EV_Scope& scope, double
     if (!evaluation.run()) return {};
     if (evaluation.resultType() == EV_STRING) return evaluation.stringResult();
     if (evaluation.resultType() == EV_FLOAT) return EV_numberText(evaluation.result(0));
-    evaluation.fail(EV_ERR_TYPE, "a string is needed, this is a vector,");
+    evaluation.failType(EV_STRING);
     return {};
 }
 
@@ -205,7 +204,7 @@ bool ev_EvaluateVector(EV_EXPRESSION& expression, ev_Vector& result, EV_Scope& s
     for (int i = 0; i < result.size(); ++i) result[i] = 0;
     if (!done) return false;
     if (type == EV_STRING) {
-        evaluation.fail(EV_ERR_TYPE, "a vector is needed, this is a string,");
+        evaluation.failType(EV_VECTOR);
         return false;
     }
     for (int i = 0; i < result.size(); ++i) result[i] = evaluation.result(type == EV_FLOAT ? 0 : i);

@@ -20,8 +20,8 @@ public:
     double result(int component) const { return myRegisters.data()[myCode->program.results[size_t(component)]]; }
     const std::string& stringResult() const { return text(myCode->stringResult); }
 
-    // Raises an error about the expression as a whole.
-    void fail(int number, std::string_view what);
+    // Raises that the result is not of the type that is needed.
+    void failType(EV_Type needed);
 
     bool callSite(const VM_Instruction& call, double* registers) override;
 

@@ -34,6 +34,12 @@ void EV_EXPRESSION::change(std::string_view text, std::shared_ptr<const std::str
     myBindError = mySyntaxError;
 }
 
+EV_Error EV_EXPRESSION::typeError(EV_Type needed) const {
+    const std::string what =
+        std::string(EV_typeName(needed)) + " is needed, this is " + EV_typeName(myResultType) + ",";
+    return EV_makeError(EV_ERR_TYPE, whole(), myOffset, what);
+}
+
 EV_Error EV_EXPRESSION::compile(const EV_Scope* scope, std::vector<std::string>* names) {
     ++myNumCompilations;
     auto code = std::make_unique<EV_Code>();
@@ -50,15 +56,20 @@ void EV_EXPRESSION::setCode(std::unique_ptr<EV_Code> code) {
 }
 
 bool EV_EXPRESSION::bind(const EV_Scope& scope) {
-    if (mySyntaxError) return false;
-    if (myVariableNames.empty()) return true;
+    if (!mySyntaxError && myVariableNames.empty()) return true;
     const unsigned serial = scope.variableSerial();
     if (myScope != &scope || mySerial != serial) {
-        bindAnew(scope);
+        mySyntaxError ? explain(scope) : bindAnew(scope);
         myScope = &scope;
         mySerial = serial;
     }
     return !myBindError;
+}
+
+// A name without its $ may be one that the scope knows.
+void EV_EXPRESSION::explain(const EV_Scope& scope) {
+    const EV_Error error = mySyntaxError.number == EV_ERR_SYNTAX ? compile(&scope, nullptr) : EV_Error();
+    myBindError = error ? error : mySyntaxError;
 }
 
 void EV_EXPRESSION::bindAnew(const EV_Scope& scope) {

@@ -53,7 +53,11 @@ public:
     // The type of the result, EV_FLOAT when the text has an error.
     EV_Type resultType() const { return myResultType; }
 
-    // Resolves the names in `scope`. False with bindError() set when the text has an error or a name is unknown.
+    // What is raised where a result of another type is needed.
+    EV_Error typeError(EV_Type needed) const;
+
+    // Resolves the names in `scope`. False with bindError() set when the text has an error or a name is unknown; of a
+    // text with an error, bindError() may know more than syntaxError().
     bool bind(const EV_Scope& scope);
     const EV_Error& bindError() const { return myBindError; }
 
@@ -73,6 +77,7 @@ private:
     friend class EV_Evaluation;
     EV_Error compile(const EV_Scope* scope, std::vector<std::string>* names);
     void bindAnew(const EV_Scope& scope);
+    void explain(const EV_Scope& scope);
     bool findMeanings(const EV_Scope& scope, std::vector<EV_Variable>& meanings) const;
     bool patch(const std::vector<EV_Variable>& meanings);
     void setCode(std::unique_ptr<EV_Code> code);

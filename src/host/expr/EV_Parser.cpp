@@ -199,10 +199,9 @@ EV_Term EV_Parser::primary() {
 EV_Term EV_Parser::named() {
     const EV_Token name = take();
     if (myToken.is("(")) return name.text == "if" ? ifCall(name) : call(name);
-    const bool isFunction = name.text == "if" || EV_findFunction(name.text);
-    const std::string text(name.text);
-    myEmitter.fail(EV_ERR_SYNTAX, name.offset, "unexpected name " + text,
-                   isFunction ? "a function has its arguments in ( )" : "variables are written $" + text);
+    if (name.text != "if" && !EV_findFunction(name.text)) myEmitter.failBareName(name.text, name.offset);
+    myEmitter.fail(EV_ERR_SYNTAX, name.offset, "unexpected name " + std::string(name.text),
+                   "a function has its arguments in ( )");
 }
 
 EV_Term EV_Parser::call(const EV_Token& name) {

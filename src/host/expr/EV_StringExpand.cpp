@@ -109,7 +109,9 @@ bool EV_StringExpand::expandPart(Part& part, EV_Scope& scope, double t, int thre
 bool EV_StringExpand::expand(EV_Scope& scope, double t, int thread, std::string& out) {
     out.clear();
     bool done = !mySyntaxError;
-    if (!done) EV_raise(thread, mySyntaxError.number, mySyntaxError.message);
+    const bool partTells = !done && std::any_of(myParts.begin(), myParts.end(),
+                                                [](const Part& part) { return bool(part.expression.syntaxError()); });
+    if (!done && !partTells) EV_raise(thread, mySyntaxError.number, mySyntaxError.message);
     for (Part& part : myParts) {
         out += part.literal;
         done = expandPart(part, scope, t, thread, out) && done;

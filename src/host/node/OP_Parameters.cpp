@@ -101,7 +101,7 @@ double OP_Parameters::evaluateComponent(PRM_Parm& parm, int component, double t,
     noteAnalysis(expression.analysis(*myScope));
     const bool unsound = expression.syntaxError() || expression.bindError();
     if (EV_errNo(thread) != EV_ERR_NONE && before == EV_ERR_NONE && (unsound || !isTestingVariables()))
-        evaluationError(parm.row().token.c_str(), c.text.c_str(), thread);
+        evaluationError(parm.componentName(component).c_str(), c.text.c_str(), thread);
     return value;
 }
 

@@ -31,6 +31,11 @@ EV_EXPRESSION* PRM_Parm::Component::expression() {
     return compiled.get();
 }
 
+std::string PRM_Parm::componentName(int i) const {
+    if (size() < 2) return row().token;
+    return row().token + '.' + (i < 4 ? std::string(1, "xyzw"[i]) : std::to_string(i));
+}
+
 PRM_Parm::PRM_Parm(const PRM_Template& row)
     : myRow(&row)
     , myComponents(holdsNumbers(row) ? size_t(std::max(row.size, 1)) : 0) {

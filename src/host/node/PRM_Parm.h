@@ -52,6 +52,9 @@ public:
     Component& component(int i) { return myComponents[size_t(i)]; }
     const Component& component(int i) const { return myComponents[size_t(i)]; }
 
+    /// For messages, as assignments on the command line name it: "scale", "force.y".
+    std::string componentName(int i) const;
+
     void setConstant(int component, double value);
     void setExpression(int component, std::string text);
     void setKeys(int component, CH_Channel channel);

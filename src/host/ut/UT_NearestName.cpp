@@ -31,6 +31,11 @@ int editDistance(std::string_view a, std::string_view b) {
     return rows[a.size() % 3][b.size()];
 }
 
+bool startsWith(std::string_view name, std::string_view word) {
+    return name.size() >= word.size() &&
+           std::equal(word.begin(), word.end(), name.begin(), [](char a, char b) { return lower(a) == lower(b); });
+}
+
 } // namespace
 
 std::string nearestName(std::string_view word, const std::vector<std::string>& names) {
@@ -41,8 +46,9 @@ std::string nearestName(std::string_view word, const std::vector<std::string>& n
         if (name.empty() || name.size() > LONGEST) continue;
         const int distance = editDistance(word, name);
         // Replacing every letter is no resemblance, however short the word.
-        if (distance < best && distance < EDIT * int(std::max(word.size(), name.size())))
-            best = distance, nearest = &name;
+        if (distance >= EDIT * int(std::max(word.size(), name.size()))) continue;
+        const bool continues = nearest && distance == best && startsWith(name, word) && !startsWith(*nearest, word);
+        if (distance < best || continues) best = distance, nearest = &name;
     }
     return nearest ? *nearest : "";
 }

@@ -15,7 +15,7 @@ public:
     // clang-format off
     Folders             FOLDERS     {this, {{"Location", 2}, {"Birth", 8}, {"Attributes", 8}}};
     Menu                METHOD      {this, {"method", "System"}, Cartesian, &methodMenu};
-    Floats<3>           LOC         {this, {"loc", "Coordinates"}, {0, 0, 0}};
+    Floats<3>           LOC         {this, {"loc", "Coordinates"}, {0, 0, 0}, PRM_OncePerCook};
     FLX_BirthRateParms  RATES       {this};
     FLX_BirthGroupParms GROUP       {this};
     FLX_LifeParms       LIFE        {this};

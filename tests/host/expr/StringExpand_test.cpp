@@ -51,6 +51,7 @@ TEST_F(StringExpand, errorsKeepTheText) {
     } cases[] = {
         {"x $IDD y $ID", "x $IDD y 7", "unknown variable $IDD at column 3; did you mean $ID?"},
         {"a`1 +`b$ID", "a`1 +`b7", "unexpected end of expression at column 6"},
+        {"$ID `id` ${ID", "7 `id` ${ID", "unknown name id at column 6; did you mean $ID?"},
         {"$ID`1 + 2", "7`1 + 2", "` without its closing ` at column 4"},
         {"$ID ${ID", "7 ${ID", "${ without its closing } at column 5"},
         {"$HALF$BAD", "0.5$BAD", "variable $BAD has no value here at column 6"},

@@ -104,5 +104,7 @@ TEST(UT_NearestName, SuggestsWhatWasMeant) {
     EXPECT_EQ(nearestName("x", {}), "");
     EXPECT_EQ(nearestName(std::string(100000, 'f'), names), "");
     EXPECT_EQ(nearestName("fan", {std::string(100000, 'f'), ""}), "");
-    EXPECT_EQ(nearestName("ab", {"abc", "abd"}), "abc"); // the first of equals
+    EXPECT_EQ(nearestName("ab", {"abc", "abd"}), "abc");   // the first of equals
+    EXPECT_EQ(nearestName("V", {"HV", "VX", "VY"}), "VX"); // that go on from what was typed
+    EXPECT_EQ(nearestName("v", {"HV", "VX", "VY"}), "VX");
 }
