@@ -331,6 +331,24 @@ TEST(Collision, AParticleThatStartsOnASurfaceFindsTheNextOne) {
     EXPECT_EQ(alone.state(), 0);
 }
 
+// The second floor is looked for as far as floats reach.
+TEST(Collision, ToleranceWithoutEndFindsTheNextSurface) {
+    const auto floors = [](GU_Detail& detail, float) {
+        for (const float y : {0.0f, -0.2f, -0.3f, -0.35f}) addFloor(detail, y);
+    };
+    for (const char* tolerance : {"1/0", "1e39", "3e38", "0.01/$VX"})
+        for (const int hint : {0, 2}) {
+            SCOPED_TRACE(testing::Message() << tolerance << ", hint " << hint);
+            CollisionRig rig(floors);
+            rig.set({{"hituse", 1}, {"dohitid", 1}, {"geohint", hint}, {"behavior", 1}, {"bounce", 2}});
+            rig.set({{"enforceorient", 0}, {"gainnml", -1}, {"donumhit", 1}}); // goes through what it hits
+            rig.hit.setExpression("tolerance", 0, tolerance);
+            rig.fly({0.3f, 0, 0}, {0, -0.1f, 0});
+            EXPECT_EQ(rig.net.intValue("numhit", 0), hint == 0 ? 1 : 2);
+            EXPECT_EQ(rig.net.intValue("hitid", 0), 1);
+        }
+}
+
 TEST(Collision, ParticlesKeepToTheirSide) {
     // Two floors facing up. A particle between them, recorded above the lower one, comes to the upper one from below:
     // it goes through with the normal part of its velocity as it is. On the lower one it bounces.
