@@ -299,6 +299,22 @@ TEST(Collision, ValuesInExpressionsAreReadAfterTheHitIsRecorded) {
     EXPECT_NEAR(rig.position().x(), 16 * 0.1 / 24 + 8 * 0.2 / 12 + 2 * (DT - t), 5e-6);
 }
 
+TEST(Collision, GainsThatAreNoNumberAreZero) {
+    for (const char* gain : {"0/0", "0 * $NUMHIT / 0"})
+        for (const bool normal : {true, false}) {
+            CollisionRig rig(floorAtZero, 2);
+            rig.set({{"behavior", 1}, {"donumhit", 1}});
+            const std::string parm = normal ? "gainnml" : "gaintan";
+            rig.hit.setExpression(parm.c_str(), 0, gain);
+            rig.start();
+            for (int i = 0; i < 2; ++i) rig.place(i, FROM, THROW);
+            rig.net.step();
+            EXPECT_EQ(Network::messages(rig.hit), "warning OP 5: " + parm + ": not a number; 0 is used instead");
+            for (int i = 0; i < 2; ++i)
+                expectNear(rig.velocity(i), normal ? UT_Vector3(1, 0, 0.5f) : UT_Vector3(0, 12, 0), 1e-5);
+        }
+}
+
 TEST(Collision, TheToleranceIsThatOfTheParticle) {
     CollisionRig rig(floorAtZero, 4);
     rig.hit.setExpression("tolerance", 0, "0.02 * $PT");
@@ -403,6 +419,17 @@ TEST(Collision, TheSideTakesNoOtherAttributesPlace) {
             EXPECT_NEAR(rig.net.value("life", 0), DT, 1e-6);
             expectNear(rig.velocity(), {1, 12, 0.5f}, 1e-5);
         }
+}
+
+TEST(Collision, ASideWhoseNameChangesIsMissed) {
+    CollisionRig rig(floorAtZero);
+    rig.set({{"behavior", 1}, {"dohittest", 1}, {"donormalstep", 1}});
+    rig.hit.setString("hittestattrib", "side$F");
+    rig.hit.setString("prevhitnmlattrib", "");
+    rig.start();
+    rig.net.step();
+    rig.net.step();
+    EXPECT_EQ(Network::messages(rig.hit), "warning FLX 9: side3");
 }
 
 TEST(Collision, ParticlesThatSlippedThroughAreBroughtBack) {
