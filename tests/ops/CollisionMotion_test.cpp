@@ -166,6 +166,23 @@ TEST(MovingCollision, PartOfAMoveIsTestedByWholeParts) {
     }
 }
 
+// The floor's number at the end of the step is that of a face far away: it goes along by its drift.
+TEST(MovingCollision, AnotherTopologyMovesByTheDriftAlone) {
+    const auto fill = [](GU_Detail& detail, float t) {
+        const float y = 2 * t;
+        if (t > DT / 2)
+            for (const float x : {-20.0f, 20.0f}) addFace(detail, {{x, y, 1}, {x + 1, y, 0}, {x - 1, y, -1}});
+        addFloor(detail, y);
+    };
+    CollisionRig rig(fill, 1, false);
+    rig.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+    rig.fly({2, 0.1f, 0}, {3, -10, 0}, "warning FLX 22: /obj/wall/out");
+    expectNear(rig.velocity(), {3, 14, 0}, 1e-4);
+    expectNear(rig.position(), {2 + 3.0f / 120, 2 * DT, 0}, 1e-5);
+    rig.net.step();
+    EXPECT_EQ(Network::messages(rig.hit), "") << "from now on it stays";
+}
+
 // ---- deforming
 
 TEST(DeformingCollision, ARisingSurfaceHitsAParticleAtRest) {
@@ -189,6 +206,17 @@ TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
     EXPECT_NEAR(two.net.value("hittime", 0), s, 1e-6);
     EXPECT_NEAR(two.net.value("v", 0, 1), -16, 1e-4);
     EXPECT_NEAR(two.net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
+}
+
+TEST(DeformingCollision, ASurfaceTooFastToBeFollowedPassesBy) {
+    for (const float height : {1e30f, 3e37f, 3e38f}) {
+        CollisionRig rig(risingTriangles(height / DT < 3e38f ? height / DT : 3e38f), 1, false);
+        rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"donumhit", 1}});
+        rig.fly({2, 0.1f, 1}, {1, 0, 0});
+        expectNear(rig.velocity(), {1, 0, 0}, 0);
+        expectNear(rig.position(), {2 + DT, 0.1f, 1});
+        EXPECT_EQ(rig.net.intValue("numhit", 0), 0);
+    }
 }
 
 TEST(DeformingCollision, WhatCannotBeHitIsSaid) {

@@ -299,6 +299,22 @@ TEST(Collision, ValuesInExpressionsAreReadAfterTheHitIsRecorded) {
     EXPECT_NEAR(rig.position().x(), 16 * 0.1 / 24 + 8 * 0.2 / 12 + 2 * (DT - t), 5e-6);
 }
 
+TEST(Collision, GainsThatAreNoNumberAreZero) {
+    for (const char* gain : {"0/0", "0 * $NUMHIT / 0"})
+        for (const bool normal : {true, false}) {
+            CollisionRig rig(floorAtZero, 2);
+            rig.set({{"behavior", 1}, {"donumhit", 1}});
+            const std::string parm = normal ? "gainnml" : "gaintan";
+            rig.hit.setExpression(parm.c_str(), 0, gain);
+            rig.start();
+            for (int i = 0; i < 2; ++i) rig.place(i, FROM, THROW);
+            rig.net.step();
+            EXPECT_EQ(Network::messages(rig.hit), "warning OP 5: " + parm + ": not a number; 0 is used instead");
+            for (int i = 0; i < 2; ++i)
+                expectNear(rig.velocity(i), normal ? UT_Vector3(1, 0, 0.5f) : UT_Vector3(0, 12, 0), 1e-5);
+        }
+}
+
 TEST(Collision, TheToleranceIsThatOfTheParticle) {
     CollisionRig rig(floorAtZero, 4);
     rig.hit.setExpression("tolerance", 0, "0.02 * $PT");
@@ -329,6 +345,24 @@ TEST(Collision, AParticleThatStartsOnASurfaceFindsTheNextOne) {
     CollisionRig alone(floorAtZero);
     alone.fly({0.3f, 0, 0}, {0, -12, 0});
     EXPECT_EQ(alone.state(), 0);
+}
+
+// The second floor is looked for as far as floats reach.
+TEST(Collision, ToleranceWithoutEndFindsTheNextSurface) {
+    const auto floors = [](GU_Detail& detail, float) {
+        for (const float y : {0.0f, -0.2f, -0.3f, -0.35f}) addFloor(detail, y);
+    };
+    for (const char* tolerance : {"1/0", "1e39", "3e38", "0.01/$VX"})
+        for (const int hint : {0, 2}) {
+            SCOPED_TRACE(testing::Message() << tolerance << ", hint " << hint);
+            CollisionRig rig(floors);
+            rig.set({{"hituse", 1}, {"dohitid", 1}, {"geohint", hint}, {"behavior", 1}, {"bounce", 2}});
+            rig.set({{"enforceorient", 0}, {"gainnml", -1}, {"donumhit", 1}}); // goes through what it hits
+            rig.hit.setExpression("tolerance", 0, tolerance);
+            rig.fly({0.3f, 0, 0}, {0, -0.1f, 0});
+            EXPECT_EQ(rig.net.intValue("numhit", 0), hint == 0 ? 1 : 2);
+            EXPECT_EQ(rig.net.intValue("hitid", 0), 1);
+        }
 }
 
 TEST(Collision, ParticlesKeepToTheirSide) {
@@ -385,6 +419,17 @@ TEST(Collision, TheSideTakesNoOtherAttributesPlace) {
             EXPECT_NEAR(rig.net.value("life", 0), DT, 1e-6);
             expectNear(rig.velocity(), {1, 12, 0.5f}, 1e-5);
         }
+}
+
+TEST(Collision, ASideWhoseNameChangesIsMissed) {
+    CollisionRig rig(floorAtZero);
+    rig.set({{"behavior", 1}, {"dohittest", 1}, {"donormalstep", 1}});
+    rig.hit.setString("hittestattrib", "side$F");
+    rig.hit.setString("prevhitnmlattrib", "");
+    rig.start();
+    rig.net.step();
+    rig.net.step();
+    EXPECT_EQ(Network::messages(rig.hit), "warning FLX 9: side3");
 }
 
 TEST(Collision, ParticlesThatSlippedThroughAreBroughtBack) {

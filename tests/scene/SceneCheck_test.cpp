@@ -127,7 +127,8 @@ TEST_F(SceneChecks, VariablesWhereNoneCanBeRead) {
         {"name": "birth", "type": "source", "parms": {"constantrate": "10 * $TX", "constantactivate": "$ITER < 3",
             "impulserate": "$F > 2 ? $NPT : 0", "impulseactivate": "$F", "life": "$TX", "densitymin": "$T + $U"}},
         {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"activate": "$VX", "scale": "$VX"}},
-        {"name": "hit", "type": "collision", "inputs": ["pull"], "parms": {"geohint": "$ID", "sample": "$ID + 1"}}]})j", {
+        {"name": "hit", "type": "collision", "inputs": ["pull"], "parms": {"geohint": "$ID", "sample": "$ID + 1",
+            "usecontextgeo": 1}}]})j", {
         "error birth: \"soppath\": a path is needed here",
         "error birth: \"constantrate\": \"10 * $TX\": variable $TX has no value here at column 6",
         "error birth: \"constantactivate\": \"$ITER < 3\": variable $ITER has no value here at column 1",
@@ -194,7 +195,7 @@ TEST_F(SceneChecks, GroupsThatNobodyMakes) {
         return R"j({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location", "parms": {"group": "born"}},
             {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"source": ")j" +
                source + R"j("}}, {"name": "sub", "type": "subnet", "inputs": ["pull"], "nodes": [{"name": "hit",
-               "type": "collision", "inputs": [0], "parms": {"group": ")j" +
+               "type": "collision", "inputs": [0], "parms": {"usecontextgeo": 1, "group": ")j" +
                group + R"j("}}]}]})j";
     };
     const auto finding = [](const char* kind, const std::string& source) {
@@ -209,7 +210,7 @@ TEST_F(SceneChecks, GroupsThatNobodyMakes) {
     const auto pair = [](const std::string& maker, const std::string& reader) {
         return R"j({"name": "fx", "type": "flxnet", "nodes": [
             {"name": "birth", "type": "location", "parms": {"group": "born"}},
-            {"name": "hit", "type": "collision", "inputs": ["birth"], "parms": {"group": "hit")j" +
+            {"name": "hit", "type": "collision", "inputs": ["birth"], "parms": {"usecontextgeo": 1, "group": "hit")j" +
                maker + R"j(},
             {"name": "pull", "type": "force", "inputs": ["hit"], "parms": {"source": "hit")j" +
                reader + "}]}";
@@ -235,6 +236,11 @@ TEST_F(SceneChecks, FoldersAndPathsThatSelectNothing) {
     EXPECT_EQ(position(R"("mswitcher": 2)"), Lines{});
     EXPECT_EQ(position(R"("mswitcher": 1)"), Lines{"error /obj/fx/place: \"pathpath\": a path is needed here"});
     EXPECT_EQ(position(R"("mswitcher": 1, "usecontextgeo": 1)"), Lines{});
+    EXPECT_EQ(check(R"j({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location"},
+                  {"name": "hit", "type": "collision", "inputs": ["birth"]},
+                  {"name": "turn", "type": "lookat", "inputs": ["hit"], "parms": {"reference": "object"}}]})j"),
+              (Lines{"error /obj/fx/hit: \"soppath\": a path is needed here",
+                     "error /obj/fx/turn: \"objpath\": a path is needed here"}));
 }
 
 TEST_F(SceneChecks, PathsThatTheNetworkHandsOn) {
@@ -254,7 +260,7 @@ TEST_F(SceneChecks, PathsThatTheNetworkHandsOn) {
 TEST_F(SceneChecks, WhatGoesWrongWhenTheNetworkIsSetUp) {
     EXPECT_EQ(check(R"j({"name": "fx", "type": "flxnet", "nodes": [{"name": "birth", "type": "location"},
                   {"name": "hit", "type": "collision", "inputs": ["birth"], "parms": {"behavior": "bounce",
-                   "dohittest": true, "hittestattrib": "P"}}]})j"),
+                   "usecontextgeo": 1, "dohittest": true, "hittestattrib": "P"}}]})j"),
               std::vector<std::string>{
                   "warning /obj/fx/hit: FLX 9: The attribute could not be created: P is a standard attribute"});
 }

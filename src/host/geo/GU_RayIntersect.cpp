@@ -1,5 +1,6 @@
 #include "host/geo/GU_RayIntersect.h"
 
+#include "host/geo/GEO_PolygonNormal.h"
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
 #include "host/geo/GU_RayPolygon.h"
@@ -260,6 +261,15 @@ void GU_RayIntersect::finishAll(GU_RayInfo& info, const Query& query) const {
     info.takeCandidates([&](const GU_RayCandidate& c) { return finish(c, query.at(c.t)); });
 }
 
+namespace {
+
+// What stands for the normal of a polygon that has none, since it crosses itself.
+UT_Vector3 normalOfPiece(const GU_RayShapes::Triangle& p) {
+    return GEOpolygonNormal(3, [&](int i) { return p[size_t(i)]; });
+}
+
+} // namespace
+
 GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& position) const {
     const GU_RayShape& shape = myShapes.shapes()[c.shape];
     GU_RayHit hit;
@@ -280,7 +290,10 @@ GU_RayHit GU_RayIntersect::finish(const GU_RayCandidate& c, const UT_Vector3& po
     switch (shape.kind) {
     case GU_RayShape::TRIANGLE: return hit;
     case GU_RayShape::FAN:
-    case GU_RayShape::FOLDED: GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit); return hit;
+    case GU_RayShape::FOLDED:
+        GUfanParameters(part, shape.vertices, c.b[0], c.b[1], hit);
+        if (hit.normal == UT_Vector3(0, 0, 0)) hit.normal = normalOfPiece(corners(c.place));
+        return hit;
     case GU_RayShape::QUAD: shape.prim->parametric(at, hit.u, hit.v); return hit;
     case GU_RayShape::MESH: {
         const auto& mesh = static_cast<const GEO_PrimMesh&>(*shape.prim);

@@ -354,9 +354,9 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
 bool GU_RaySweep::outlineHolds(const Shape& shape, const Query& query, double t) const {
     const double f = query.fraction(t);
     const int n = static_cast<int>(shape.vertices);
-    UT_Vector3D normal = GEOnewell(n, [&](int i) { return mySurface.outlineAt(shape, i, f); });
-    if (!(normal.normalize() > 0)) return false;
-    const GU_RayFrame frame(UT_Vector3(0, 0, 0), UT_Vector3(normal));
+    const UT_Vector3 normal = GEOpolygonNormal(n, [&](int i) { return mySurface.outlineAt(shape, i, f); });
+    if (normal == UT_Vector3(0, 0, 0)) return true; // it crosses itself, and is all of its fan
+    const GU_RayFrame frame(UT_Vector3(0, 0, 0), normal);
     const UT_Vector3D here = frame.project(query.origin + query.way * t);
     const auto image = [&](int i) { return frame.project(mySurface.outlineAt(shape, i, f)) - here; };
     int winding = 0;
@@ -420,7 +420,8 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
         hit.v = static_cast<float>((row + y) / mesh.cellRows());
     } else {
         const auto outline = [&](int i) { return mySurface.outlineAt(shape, i, f); };
-        hit.normal = GEOpolygonNormal(static_cast<int>(shape.vertices), outline);
+        const UT_Vector3 normal = GEOpolygonNormal(static_cast<int>(shape.vertices), outline);
+        if (normal != UT_Vector3(0, 0, 0)) hit.normal = normal; // else that of the piece
         GUfanParameters(part(), shape.vertices, c.b[0], c.b[1], hit);
     }
     return hit;

@@ -266,7 +266,8 @@ UT_String OP_Parameters::getErrorMessages() const {
 }
 
 void OP_Parameters::warnNotANumber(const PRM_Template& row) {
-    const double kept = row.number(std::numeric_limits<double>::quiet_NaN());
+    const double bound = row.number(std::numeric_limits<double>::quiet_NaN());
+    const double kept = bound == bound ? bound : 0; // without a bound the operator takes 0
     myErrors.add({"OP", OP_ERR_BAD_PARM, UT_ERROR_WARNING,
                   row.token + ": not a number; " + EV_numberText(kept) + " is used instead"});
 }

@@ -1,5 +1,6 @@
 #include "ops/collision/FLX_Collider.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -107,7 +108,28 @@ void FLX_Collider::prepareStatic() {
     myReach = only.rays->getBBox();
 }
 
+bool FLX_Collider::changesTopology() const {
+    return std::any_of(myMoments.begin(), myMoments.end(), [](const auto& moment) { return moment->changesTopology; });
+}
+
+// Neighbours are compared once per version.
+void FLX_Collider::compareTopologies() {
+    bool lastIsNew = false;
+    for (size_t i = 0; i < myMoments.size(); ++i) {
+        Moment& moment = *myMoments[i];
+        const Version version(*moment.detail);
+        const bool isNew = !(std::exchange(moment.version, version) == version);
+        if (i > 0 && (isNew || lastIsNew)) {
+            Moment& before = *myMoments[i - 1];
+            before.changesTopology = !GU_RayIntersect::validForDeformingGeometry(before.detail, moment.detail);
+        }
+        lastIsNew = isNew;
+    }
+    myMoments.back()->changesTopology = false;
+}
+
 void FLX_Collider::prepareTranslating() {
+    compareTopologies();
     for (size_t i = 0; i + 1 < myMoments.size(); ++i) {
         Moment& moment = *myMoments[i];
         if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment);

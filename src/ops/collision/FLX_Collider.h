@@ -40,6 +40,10 @@ public:
         return k >= 0 && size_t(k) < myMoments.size() ? myMoments[size_t(k)]->rays : nullptr;
     }
     UT_Vector3 velocity(int k) const { return myMoments[size_t(k)]->velocity; }
+    /// The geometry at the end of part k has another topology: primitives have other numbers, or are no more.
+    bool changesTopology(int k) const { return myMoments[size_t(k)]->changesTopology; }
+    /// That of any part.
+    bool changesTopology() const;
     /// What hits in part k read from the surface; deforming geometry names primitives of the end of the step.
     const FLX_SurfaceAttrib& texture(int k) const { return hitMoment(k).texture; }
     const FLX_SurfaceAttrib& diffuse(int k) const { return hitMoment(k).diffuse; }
@@ -65,11 +69,12 @@ private:
         GU_Detail own; ///< a transformed or kept copy
         FLX_GeoLookup lookup;
         const GU_Detail* detail = nullptr;
-        Version version;                       ///< deforming: that the rays were made for
+        Version version;                       ///< that the rays, or what follows of the next moment, were made for
         const GU_RayIntersect* rays = nullptr; ///< one of the two below
         std::shared_ptr<const GU_RayIntersect> shared;
         std::unique_ptr<GU_RayIntersect> following;
         UT_Vector3 velocity{0, 0, 0}; ///< until the next moment
+        bool changesTopology = false; ///< by then, when translating
         FLX_SurfaceAttrib texture, diffuse;
     };
     const Moment& hitMoment(int k) const {
@@ -78,6 +83,7 @@ private:
     static void fetchMoment(Moment& moment, FLX_Node& node, const Request& request, float t, bool last);
     void prepareStatic();
     void prepareTranslating();
+    void compareTopologies();
     bool prepareDeforming();
     void follow(Moment& moment);
 

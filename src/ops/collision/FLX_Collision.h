@@ -21,7 +21,7 @@ public:
     // clang-format off
     Folders        FOLDERS         {this, {{"Collision", 5}, {"Behavior", 12}, {"Constraints", 7}, {"Attributes", 9}}};
     Menu           USECONTEXTGEO   {this, FLXuseContextGeoName, 0, &FLXuseContextGeoMenu};
-    Text           SOPPATH         {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0})};
+    Text           SOPPATH         {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0}), PRM_Needed{enable::is("usecontextgeo", {0})}};
     Toggle         IGNOREXFORM     {this, {"ignorexform", "Ignore Transform Object"}, false};
     Menu           GEOHINT         {this, {"geohint", "Hint"}, 0, &hintMenu, PRM_NoVariables};
     Float          TOLERANCE       {this, {"tolerance", "Collision Tolerance"}, 0, PRMhardMin(0, 10)};
@@ -69,6 +69,7 @@ protected:
     int intersectVertexWithDeformingGeometry(const FLX_SurfaceRay& ray, FLX_SurfaceHit& hit) override;
     const GU_Detail* getOversampledDetail(int k) override { return myCollider.detail(k); }
     int getOversampledGeoVelocity(int k, UT_Vector3& velocity) override;
+    bool changesTopology(int k) override { return myCollider.changesTopology(k); }
     void getCollisionVelocity(int k, int prim, float u, float v, float span, UT_Vector3& velocity, UT_Vector4& start,
                               UT_Vector4& end, UT_Vector3& normal) override;
 
@@ -84,6 +85,14 @@ private:
     void changePoint(GEO_Point* point, FLX_FunctionRef<float()> tolerance, const FLX_HitValues& values);
     void sweepPoint(GEO_Point* point, float tolerance, const FLX_HitValues& values);
     int sweep(GEO_Point* point, const FLX_HitValues& values);
+    /// A gain that is no number is 0, and the node warns of the parameter.
+    float soundGain(float gain, const PRM_Float& parm, bool& told) {
+        if (gain == gain) [[likely]]
+            return gain;
+        if (!told) warnNotANumber(parmTemplate(parm.index()));
+        told = true;
+        return 0;
+    }
     void castAhead(GEO_Point* const* points, size_t count, float tolerance);
 
     // ---- casting (FLX_CollisionCast.cpp)
@@ -108,6 +117,7 @@ private:
     int mySpeedOffset = -1;
     int myHits = 0;
     bool myWantsTexture = false, myWantsDiffuse = false;
+    bool myToldOfNormal = false, myToldOfTangent = false; ///< gains that were no number
 
     // ---- of one particle
     float myTolerance = 0;

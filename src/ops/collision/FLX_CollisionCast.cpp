@@ -16,7 +16,8 @@ bool isSameIntersectionPt(const FLX_SurfaceHit& a, const GU_RayHit& b) {
            dot(a.normal, b.normal) >= SAME_NORMAL;
 }
 
-// The last of the hits at the smallest reach that halving finds to hold exactly two, or at the one it ends with.
+// The last of the hits at the smallest reach that halving finds to hold exactly two, or at the one it ends with. The
+// reach is finite, or halving would not end.
 const GU_RayHit* secondHit(const std::vector<GU_RayHit>& hits, float reach) {
     const auto within = [&](float end) {
         const auto beyond =
@@ -72,6 +73,7 @@ void FLX_Collision::castAhead(GEO_Point* const* points, size_t count, float tole
 // The closest hit, but for the one that the ray starts on: then the next.
 const GU_RayHit* FLX_Collision::cast(const GU_RayIntersect& rays, const FLX_SurfaceRay& ray, float reach,
                                      bool startCounts) {
+    reach = std::min(reach, FAR); // a tolerance may be without end
     // All hits take longer to find and matter only where one is to be left out.
     const auto find = ray.previous ? GU_FIND_ALL : GU_FIND_CLOSEST;
     const GU_RayHit* first = closest(rays, ray.origin, ray.direction, 0, reach, find);

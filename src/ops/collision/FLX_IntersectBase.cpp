@@ -140,12 +140,17 @@ int FLX_IntersectBase::intersectParticleWithDeformingGeometry(const FLX_SweepRul
         ray.startFraction = elapsed / rules.timeStep;
         FLX_SurfaceHit hit;
         if (!intersectVertexWithDeformingGeometry(ray, hit)) break;
+        UT_Vector3 surface(0, 0, 0);
+        if (sweep.behavior == FLX_HIT_BOUNCE) {
+            surface = velocityOfDeforming(sweep, hit);
+            if (!std::isfinite((sweep.velocity - surface).length())) break; // too fast to be followed
+        }
         const float travelled = std::min(hit.t, ray.length);
         sweep.record(hit, ray.at(hit.t), fractionOf(travelled, ray.length));
         elapsed += travelled;
         if (sweep.behavior == FLX_HIT_BOUNCE) {
             sweep.at = ray.at(travelled);
-            going = bounceOffDeforming(sweep, hit);
+            going = bounceOffDeforming(sweep, hit, surface);
         } else {
             sweep.settle(sweep.behavior, hit, ray.at(hit.t));
             going = false;
@@ -154,12 +159,16 @@ int FLX_IntersectBase::intersectParticleWithDeformingGeometry(const FLX_SweepRul
     return sweep.finish(true);
 }
 
-bool FLX_IntersectBase::bounceOffDeforming(FLX_Sweep& sweep, const FLX_SurfaceHit& hit) {
-    const float gainNormal = sweep.values.gainNormal();
-    const float gainTangent = sweep.values.gainTangent();
+UT_Vector3 FLX_IntersectBase::velocityOfDeforming(const FLX_Sweep& sweep, const FLX_SurfaceHit& hit) {
     UT_Vector3 surface(0, 0, 0), normal;
     UT_Vector4 from, to;
     getCollisionVelocity(0, hit.prim, hit.u, hit.v, sweep.rules.timeStep, surface, from, to, normal);
+    return surface;
+}
+
+bool FLX_IntersectBase::bounceOffDeforming(FLX_Sweep& sweep, const FLX_SurfaceHit& hit, const UT_Vector3& surface) {
+    const float gainNormal = sweep.values.gainNormal();
+    const float gainTangent = sweep.values.gainTangent();
     const UT_Vector3 relative = sweep.velocity - surface;
     const UT_Vector3 normalPart = hit.normal * dot(hit.normal, relative);
     const UT_Vector3 tangentPart = relative - normalPart;

@@ -56,6 +56,7 @@ int FLX_IntersectBase::intersectParticleWithMovingGeometry(const FLX_SweepRules&
 }
 
 bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
+    if (sweep.previous() && part > 0 && changesTopology(part - 1)) sweep.last.prim = -1; // it names another one now
     UT_Vector3 geometry(0, 0, 0);
     getOversampledGeoVelocity(part, geometry);
     const UT_Vector3 relative = sweep.velocity - geometry;
@@ -121,8 +122,16 @@ bool FLX_IntersectBase::evaluateCrossing(const FLX_Sweep& sweep, const FLX_Surfa
         position = UT_Vector3(found);
         return true;
     };
-    if (!evaluate(part, c.start, c.startNormal) || !evaluate(part + 1, c.end, c.endNormal)) return false;
-    c.velocity = (c.end - c.start) * (1 / span);
+    if (!evaluate(part, c.start, c.startNormal)) return false;
+    if (changesTopology(part)) {
+        c.velocity = UT_Vector3(0, 0, 0);
+        getOversampledGeoVelocity(part, c.velocity);
+        c.end = c.start + c.velocity * span;
+        c.endNormal = c.startNormal;
+    } else {
+        if (!evaluate(part + 1, c.end, c.endNormal)) return false;
+        c.velocity = (c.end - c.start) * (1 / span);
+    }
     c.particleStart = sweep.at - c.start;
     c.particleEnd = sweep.at + sweep.velocity * span - c.end;
     c.prim = hit.prim;

@@ -14,7 +14,8 @@ public:
     // clang-format off
     Menu      MODE      {this, {"mode", "Lookat Mode"}, Plane, &modeMenu};
     Menu      REFERENCE {this, {"reference", "Reference"}, World, &referenceMenu};
-    Text      OBJPATH   {this, {"objpath", "Object"}, "", PRM_StringKind::ObjectPath, enable::is("reference", {Object})};
+    Text      OBJPATH   {this, {"objpath", "Object"}, "", PRM_StringKind::ObjectPath, enable::is("reference", {Object}),
+                         PRM_Needed{enable::is("reference", {Object})}};
     Floats<3> DIR       {this, {"dir", "Direction"}, {0, 0, 1}, enable::is("mode", {Plane})};
     // clang-format on
 

@@ -299,6 +299,36 @@ TEST(GU_RaySweep, concavePolygonsAndMeshesFollowTheirShape) {
     EXPECT_GT(inMesh, 200);
 }
 
+// Two lobes that face opposite ways, and no normal of their own. As it leans from one side to the other it has one
+// but for that moment.
+TEST(GU_RaySweep, aBowTieIsHitAsWhenItStandsStill) {
+    const auto add = [](GU_Detail& detail, float left, float right, float z) {
+        addPolygon(detail, {{-left, -left, z}, {right, right, z}, {right, -right, z}, {-left, left, z}});
+    };
+    for (const float lean : {0.0f, 1.0f}) {
+        GU_Detail begin, middle, end;
+        const float half = 2 + lean / 2;
+        add(begin, 2 + lean, 2, 0);
+        add(middle, half, half, 0.5f);
+        add(end, 2, 2 + lean, 1);
+        const GU_RayIntersect sweep(&begin, &end), still(&middle);
+        RayRandom random(32);
+        GU_RayInfo info(1, 0, GU_FIND_ALL);
+        for (int i = 0; i < 500; ++i) {
+            const auto x = static_cast<float>(random(-3, 3)), y = static_cast<float>(random(-3, 3));
+            const bool inside = std::fabs(y) < std::fabs(x) && std::fabs(x) < half;
+            const auto expectHit = [&](const GU_RayIntersect& rays, const UT_Vector3& org, const UT_Vector3& dir) {
+                rays.sendRay(org, dir, info);
+                ASSERT_EQ(info.getHitCount(), inside) << x << " " << y << " " << lean;
+                const UT_Vector3 normal = inside ? UT_Vector3(0, 0, x > 0 ? -1.0f : 1.0f) : UT_Vector3(0, 0, 0);
+                EXPECT_EQ(info.getNormal(), normal);
+            };
+            expectHit(still, {x, y, 1}, {0, 0, -1});
+            expectHit(sweep, {x, y, 0.5f}, {0, 0, 0});
+        }
+    }
+}
+
 TEST(GU_RaySweep, topologyIsCompared) {
     const auto make = [](const std::function<void(GU_Detail&)>& change) {
         auto detail = std::make_unique<GU_Detail>();
