@@ -21,7 +21,8 @@ public:
     // clang-format off
     Folders        FOLDERS         {this, {{"Collision", 5}, {"Behavior", 12}, {"Constraints", 7}, {"Attributes", 9}}};
     Menu           USECONTEXTGEO   {this, FLXuseContextGeoName, 0, &FLXuseContextGeoMenu};
-    Text           SOPPATH         {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0}), PRM_Needed{enable::is("usecontextgeo", {0})}};
+    Text           SOPPATH         {this, FLXfullsopName, "", PRM_StringKind::SopPath, enable::is("usecontextgeo", {0}),
+                                    PRM_Needed{enable::is("usecontextgeo", {0})}};
     Toggle         IGNOREXFORM     {this, {"ignorexform", "Ignore Transform Object"}, false};
     Menu           GEOHINT         {this, {"geohint", "Hint"}, 0, &hintMenu, PRM_NoVariables};
     Float          TOLERANCE       {this, {"tolerance", "Collision Tolerance"}, 0, PRMhardMin(0, 10)};
