@@ -209,13 +209,14 @@ TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
 }
 
 TEST(DeformingCollision, ASurfaceTooFastToBeFollowedPassesBy) {
-    for (const float height : {1e30f, 3e37f, 3e38f}) {
-        CollisionRig rig(risingTriangles(height / DT < 3e38f ? height / DT : 3e38f), 1, false);
+    for (const float speed : {5e37f, 1.5e38f, 3e38f}) {
+        CollisionRig rig(risingTriangles(speed), 1, false);
         rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"donumhit", 1}});
         rig.fly({2, 0.1f, 1}, {1, 0, 0});
-        expectNear(rig.velocity(), {1, 0, 0}, 0);
-        expectNear(rig.position(), {2 + DT, 0.1f, 1});
-        EXPECT_EQ(rig.net.intValue("numhit", 0), 0);
+        const bool followed = speed < 1e38f; // the bounce can be told in floats
+        EXPECT_NEAR(rig.velocity().y(), followed ? 1e38 : 0, 1e32);
+        EXPECT_NEAR(rig.position().y(), followed ? 1e38 * DT : double(0.1f), followed ? 1e32 : 0);
+        EXPECT_EQ(rig.net.intValue("numhit", 0), followed);
     }
 }
 

@@ -424,10 +424,12 @@ TEST(Collision, TheSideTakesNoOtherAttributesPlace) {
 TEST(Collision, ASideWhoseNameChangesIsMissed) {
     CollisionRig rig(floorAtZero);
     rig.set({{"behavior", 1}, {"dohittest", 1}, {"donormalstep", 1}});
-    rig.hit.setString("hittestattrib", "side$F");
+    rig.hit.setString("hittestattrib", "side`ch('sample')`");
     rig.hit.setString("prevhitnmlattrib", "");
     rig.start();
     rig.net.step();
+    EXPECT_EQ(Network::messages(rig.hit), "");
+    rig.set({{"sample", 3}});
     rig.net.step();
     EXPECT_EQ(Network::messages(rig.hit), "warning FLX 9: side3");
 }

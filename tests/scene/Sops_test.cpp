@@ -252,7 +252,7 @@ TEST_F(Sops, AttributesFollowTheirExpressions) {
     const std::pair<const char*, const char*> wrong[] = {
         {"clash", "error OP 5: name: \"a\" exists with another type or size"},
         {"place", "error OP 5: name: \"P\" is the position"},
-        {"wrong", "error OP 1: value: \"$NOPE\": unknown variable $NOPE"}};
+        {"wrong", "error OP 1: value.x: \"$NOPE\": unknown variable $NOPE"}};
     for (const auto& [name, error] : wrong) {
         cooked(name);
         EXPECT_TRUE(message(std::string("/obj/g/") + name).starts_with(error))

@@ -9,7 +9,8 @@ class VM_Host {
 public:
     virtual ~VM_Host();
 
-    // Reads and writes the registers of site call.target; call.dst is the first that it writes. False stops the program.
+    // Reads and writes the registers of site call.target; call.dst is the first that it writes. False stops the
+    // program.
     virtual bool callSite(const VM_Instruction& call, double* registers) = 0;
 };
 

@@ -143,7 +143,7 @@ int FLX_IntersectBase::intersectParticleWithDeformingGeometry(const FLX_SweepRul
         UT_Vector3 surface(0, 0, 0);
         if (sweep.behavior == FLX_HIT_BOUNCE) {
             surface = velocityOfDeforming(sweep, hit);
-            if (!std::isfinite((sweep.velocity - surface).length())) break; // too fast to be followed
+            if (FLXisTooFast(sweep.velocity, surface)) break;
         }
         const float travelled = std::min(hit.t, ray.length);
         sweep.record(hit, ray.at(hit.t), fractionOf(travelled, ray.length));

@@ -60,7 +60,7 @@ bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
     UT_Vector3 geometry(0, 0, 0);
     getOversampledGeoVelocity(part, geometry);
     const UT_Vector3 relative = sweep.velocity - geometry;
-    if (!std::isfinite(relative.length())) { // too fast to be followed
+    if (FLXisTooFast(sweep.velocity, geometry)) {
         sweep.at += sweep.velocity * span;
         return true;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include "core/FLX_ContextData.h"
 #include "core/FLX_FunctionRef.h"
 
@@ -41,6 +43,11 @@ struct FLX_SurfaceRay {
 
     UT_Vector3 at(float t) const { return origin + direction * t; }
 };
+
+/// A bounce off what moves so fast could leave the range of floats: such a surface passes by.
+inline bool FLXisTooFast(const UT_Vector3& velocity, const UT_Vector3& surface) {
+    return !std::isfinite(2 * (velocity - surface).length() + surface.length());
+}
 
 /// Byte offsets of the attributes that sweeps read and write; -1: absent.
 struct FLX_SweepOffsets {

@@ -194,13 +194,13 @@ TEST_F(Parameters, SpareParametersBelongToOneNode) {
 TEST_F(Parameters, ErrorsNameTokenAndColumn) {
     // clang-format off
     const struct { const char* text; int number; const char* message; } cases[] = {
-        {"1 + * 2", EV_ERR_SYNTAX, "error OP 1: force: \"1 + * 2\": "},
+        {"1 + * 2", EV_ERR_SYNTAX, "error OP 1: force.y: \"1 + * 2\": "},
         {"$AGE + $AEG", EV_ERR_VARIABLE,
-         "error OP 1: force: \"$AGE + $AEG\": unknown variable $AEG at column 8; did you mean $AGE?\n"},
+         "error OP 1: force.y: \"$AGE + $AEG\": unknown variable $AEG at column 8; did you mean $AGE?\n"},
         {"2 * $BAD", EV_ERR_VARIABLE,
-         "error OP 1: force: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
+         "error OP 1: force.y: \"2 * $BAD\": variable $BAD has no value here at column 5\n"},
         {"ch(\"../m/scale\")", EV_ERR_EVALUATION,
-         "error OP 1: force: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"}};
+         "error OP 1: force.y: \"ch(\"../m/scale\")\": ch: there is no node \"../m\" seen from /obj/box/"}};
     // clang-format on
     int number = 0;
     for (const auto& c : cases) {
