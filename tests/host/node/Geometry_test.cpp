@@ -166,8 +166,9 @@ TEST_F(Geometry, ABrokenParameterBreaksItsReadersAndSaysWhy) {
     ExampleNode *n = node("n"), *m = node("m");
     m->setExpression("scale", 0, "$NOBODY");
     value(*n, "ch(\"../m/scale\") + 1");
-    EXPECT_EQ(messages(*n), "error OP 1: force.x: \"ch(\"../m/scale\") + 1\": ch: the parameter at \"../m/scale\" cannot "
-                            "be evaluated (\"$NOBODY\": unknown variable $NOBODY at column 1) at column 1\n");
+    EXPECT_EQ(messages(*n),
+              "error OP 1: force.x: \"ch(\"../m/scale\") + 1\": ch: the parameter at \"../m/scale\" cannot "
+              "be evaluated (\"$NOBODY\": unknown variable $NOBODY at column 1) at column 1\n");
 }
 
 TEST_F(Geometry, FunctionsThatReadGeometry) {
