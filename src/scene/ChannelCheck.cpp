@@ -12,9 +12,7 @@
 namespace {
 
 std::string nameOf(const OP_ChannelRef& channel) {
-    std::string out = channel.node->getFullPath() + "/" + channel.parm->row().token;
-    if (channel.parm->size() > 1) out += channel.component < 4 ? std::string(1, "xyzw"[channel.component]) : "";
-    return out;
+    return channel.node->getFullPath() + "/" + channel.parm->componentName(channel.component);
 }
 
 // What a call's first argument names, when that is a fixed text.

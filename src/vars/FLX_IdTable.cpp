@@ -22,8 +22,7 @@ GEO_Point* FLX_IdTable::find(const GU_Detail& detail, int id) {
     update(detail);
     const uint32_t slot = slotOf(id);
     if (slot == NONE) return nullptr;
-    GEO_Point* point = detail.points().bySlot(slot);
-    return *point->castAttribData<int>(myOffset) == id ? point : nullptr;
+    return idAt(detail, slot) == id ? detail.points().bySlot(slot) : nullptr;
 }
 
 void FLX_IdTable::update(const GU_Detail& detail) {
@@ -51,11 +50,12 @@ void FLX_IdTable::rebuild(const GU_Detail& detail, int limit) {
     scan(detail, limit);
 }
 
-// The point that was the last is looked at again: it may have been seen before it was given its id.
+// The point that was the last is looked at again where it was seen before it was given its id.
 void FLX_IdTable::appendNewborn(const GU_Detail& detail, int limit) {
     if (myIsDense && !fitsDense(limit, detail.points().entries())) return rebuild(detail, limit);
     const uint32_t last = myPoints > 0 ? detail.points().slotAt(myPoints - 1) : NONE;
-    for (size_t i = 0; i < myNumScanned.size(); ++i) {
+    const bool known = myOffset < 0 || last == NONE || slotOf(idAt(detail, last)) == last;
+    for (size_t i = 0; !known && i < myNumScanned.size(); ++i) {
         if (myNumScanned[i] == 0) continue;
         const auto& particles = static_cast<const GEO_PrimParticle&>(*detail.primitives()[i]);
         if (particles.particleSlot(myNumScanned[i] - 1) == last) --myNumScanned[i];
@@ -74,7 +74,7 @@ void FLX_IdTable::scan(const GU_Detail& detail, int limit) {
         const auto& particles = static_cast<const GEO_PrimParticle&>(*prim);
         for (const size_t end = particles.particleCount(); from < end; ++from) {
             const uint32_t slot = particles.particleSlot(from);
-            const int id = *detail.points().bySlot(slot)->castAttribData<int>(myOffset);
+            const int id = idAt(detail, slot);
             if (id >= 0 && id < limit) add(id, slot);
         }
     }
@@ -94,6 +94,10 @@ void FLX_IdTable::sortSparse(size_t numSorted) {
     if (!std::is_sorted(tail, mySparse.end(), byId)) std::stable_sort(tail, mySparse.end(), byId);
     if (tail != mySparse.begin() && tail != mySparse.end() && byId(*tail, *std::prev(tail)))
         std::inplace_merge(mySparse.begin(), tail, mySparse.end(), byId);
+}
+
+int FLX_IdTable::idAt(const GU_Detail& detail, uint32_t slot) const {
+    return *detail.points().bySlot(slot)->castAttribData<int>(myOffset);
 }
 
 uint32_t FLX_IdTable::slotOf(int id) const {

@@ -36,6 +36,7 @@ private:
     void add(int id, uint32_t slot);
     void sortSparse(size_t numSorted);
     uint32_t slotOf(int id) const;
+    int idAt(const GU_Detail& detail, uint32_t slot) const;
 
     Key myKey;
     uint64_t myChanges = 0; // of the detail, at the last look

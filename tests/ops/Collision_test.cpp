@@ -300,7 +300,7 @@ TEST(Collision, ValuesInExpressionsAreReadAfterTheHitIsRecorded) {
 }
 
 TEST(Collision, GainsThatAreNoNumberAreZero) {
-    for (const char* gain : {"0/0", "0 * $NUMHIT / 0"})
+    for (const char* gain : {"0/0", "0 * $NUMHIT / 0", "$NUMHIT / 0"})
         for (const bool normal : {true, false}) {
             CollisionRig rig(floorAtZero, 2);
             rig.set({{"behavior", 1}, {"donumhit", 1}});

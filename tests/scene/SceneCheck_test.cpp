@@ -95,13 +95,13 @@ TEST_F(SceneChecks, ReadsThatGoRoundOrNowhere) {
         {"name": "a", "type": "location", "parms": {"life": "ch('../b/scale') + 1", "vel": ["ch('vel2')", "ch('vely')", 0],
           "group": "`chs('group')`"}},
         {"name": "b", "type": "force", "inputs": ["a"], "parms": {"scale": "2 * ch('../c/scale')", "mass": "ch('scal')",
-          "force": ["ch('../nobody/scale')", "ch(strcat('fo', 'rcez'))", "$F < 3 ? 1 : ch('forcez')"]}},
+          "force": ["ch('../nobody/scale')", "ch(strcat('fo', 'rcez'))", "$F < 3 ? 1 : ch('force.z')"]}},
         {"name": "c", "type": "force", "inputs": ["b"], "parms": {"scale": "ch('../a/life')", "mass": "ch('../b/scale')"}}]})j", {
         "error a: \"group\": parameters read each other in a circle by ch: a/group -> a/group",
         "error a: \"life\": parameters read each other in a circle by ch: a/life -> b/scale -> c/scale -> a/life",
-        "error a: \"vel.y\": parameters read each other in a circle by ch: a/vely -> a/vely",
+        "error a: \"vel.y\": parameters read each other in a circle by ch: a/vel.y -> a/vel.y",
         "error b: \"force.x\": \"ch('../nobody/scale')\": ch: there is no node \"../nobody\" seen from b at column 1",
-        "warning b: \"force.z\": parameters read each other in a circle by ch: b/forcez -> b/forcez",
+        "warning b: \"force.z\": parameters read each other in a circle by ch: b/force.z -> b/force.z",
         "error b: \"mass\": \"ch('scal')\": ch: b has no parameter \"scal\"; did you mean \"scale\"? at column 1",
     });
     // clang-format on

@@ -21,7 +21,7 @@ const char* EV_typeName(EV_Type type);
 int EV_typeSize(EV_Type type);
 
 constexpr size_t EV_MAX_STRING = size_t(1) << 20;    // bytes a string value may have
-constexpr size_t EV_MAX_STRINGS = 8 * EV_MAX_STRING; // bytes of all string values that one evaluation computes
+constexpr size_t EV_MAX_STRINGS = 8 * EV_MAX_STRING; // bytes of the string values that an evaluation holds at a time
 
 // One value of the language: an argument or the result of a function, or of a whole expression.
 struct EV_Value {

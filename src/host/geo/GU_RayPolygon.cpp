@@ -10,6 +10,7 @@ UT_Vector3 GUmeanOf(std::span<const UT_Vector3> p) {
 
 bool GUisStar(std::span<const UT_Vector3> p, const UT_Vector3& mean, const UT_Vector3& normal) {
     const UT_Vector3D n(normal);
+    if (n == UT_Vector3D(0, 0, 0)) return false;
     for (size_t i = 0; i < p.size(); ++i) {
         const UT_Vector3D area = GUcorner(p[i], p[(i + 1) % p.size()], mean);
         if (dot(area, n) < -1e-9 * area.length()) return false;

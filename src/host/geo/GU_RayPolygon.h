@@ -22,7 +22,7 @@ inline UT_Vector3D GUcorner(const UT_Vector3& a, const UT_Vector3& b, const UT_V
 }
 
 UT_Vector3 GUmeanOf(std::span<const UT_Vector3> p);
-/// True when no triangle about the mean turns against the polygon.
+/// True when no triangle about the mean turns against the polygon, which has a normal.
 bool GUisStar(std::span<const UT_Vector3> p, const UT_Vector3& mean, const UT_Vector3& normal);
 
 /// (u, v) of the hit in a polygon of n vertices, from the barycentric weights of edge i's ends.

@@ -338,7 +338,7 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
         if (!query.isWanted(static_cast<float>(hit.s))) continue;
         const bool mayFold = leaf.shape[place % 4] & Leaf::MAY_FOLD;
         const bool rim = hit.b[2] < 1e-9; // the outline belongs to the polygon
-        if (mayFold && !rim && shape.kind == Shape::FOLDED && !outlineHolds(shape, query, hit.s)) continue;
+        if (mayFold && !rim && shape.kind == Shape::FOLDED && !outlineHolds(shape, place, query, hit.s)) continue;
         query.add({static_cast<float>(hit.s),
                    static_cast<float>(hit.slack + 2.4e-7 * std::fabs(hit.s)),
                    number,
@@ -350,12 +350,19 @@ void GU_RaySweep::testTriangle(uint32_t place, Query& query) const {
     }
 }
 
-// Whether the particle is inside the outline at time t, as seen along the polygon's normal: by its winding number.
-bool GU_RaySweep::outlineHolds(const Shape& shape, const Query& query, double t) const {
+UT_Vector3D GU_RaySweep::cornerAt(uint32_t place, int vertex, const Query& query, double fraction) const {
+    return query.at(myLeaves[place / 4].corner(place % 4, static_cast<size_t>(vertex)), fraction);
+}
+
+// Whether the particle is inside the outline at time t, as seen along the polygon's normal, or without one along that
+// of the piece hit: by its winding number.
+bool GU_RaySweep::outlineHolds(const Shape& shape, uint32_t place, const Query& query, double t) const {
     const double f = query.fraction(t);
     const int n = static_cast<int>(shape.vertices);
-    const UT_Vector3 normal = GEOpolygonNormal(n, [&](int i) { return mySurface.outlineAt(shape, i, f); });
-    if (normal == UT_Vector3(0, 0, 0)) return true; // it crosses itself, and is all of its fan
+    UT_Vector3 normal = GEOpolygonNormal(n, [&](int i) { return mySurface.outlineAt(shape, i, f); });
+    if (normal == UT_Vector3(0, 0, 0))
+        normal = GEOpolygonNormal(3, [&](int i) { return cornerAt(place, i, query, f); });
+    if (normal == UT_Vector3(0, 0, 0)) return false;
     const GU_RayFrame frame(UT_Vector3(0, 0, 0), normal);
     const UT_Vector3D here = frame.project(query.origin + query.way * t);
     const auto image = [&](int i) { return frame.project(mySurface.outlineAt(shape, i, f)) - here; };
@@ -399,8 +406,8 @@ GU_RayHit GU_RaySweep::finish(const GU_RayCandidate& c, const Query& query) cons
     const Shape& shape = mySurface.shapes()[c.shape];
     const auto part = [&] { return mySurface.items()[c.item].part; };
     const double f = query.fraction(c.t);
-    const auto corner = [&](size_t v) { return query.at(myLeaves[c.place / 4].corner(c.place % 4, v), f); };
-    const UT_Vector3D p[3] = {corner(0), corner(1), corner(2)};
+    const UT_Vector3D p[3] = {cornerAt(c.place, 0, query, f), cornerAt(c.place, 1, query, f),
+                              cornerAt(c.place, 2, query, f)};
     const UT_Vector3D a = p[1] - p[0], b = p[2] - p[0];
     GU_RayHit hit;
     hit.prim = shape.prim;

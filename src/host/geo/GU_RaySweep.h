@@ -61,7 +61,8 @@ private:
     /// Bits of the lanes that cannot be met during the section.
     int missed(const Leaf& leaf, const Query& query) const;
     void testTriangle(uint32_t place, Query& query) const;
-    bool outlineHolds(const Shape& shape, const Query& query, double t) const;
+    bool outlineHolds(const Shape& shape, uint32_t place, const Query& query, double t) const;
+    UT_Vector3D cornerAt(uint32_t place, int vertex, const Query& query, double fraction) const;
     static void keepDistinct(std::vector<GU_RayCandidate>& list);
     GU_RayHit finish(const GU_RayCandidate& candidate, const Query& query) const;
     void finishAll(GU_RayInfo& info, const Query& query) const;

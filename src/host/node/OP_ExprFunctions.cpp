@@ -29,7 +29,8 @@ void inherit(OP_Node& reader, const OP_NodeFlags& from) {
 
 using Channel = OP_ChannelRef;
 
-// The component that a suffix names: x y z w, or a number from 1. Takes it off the token; -1 when there is none.
+// The component that a suffix names: x y z w, with or without a dot, or a number from 1. Takes it off the token; -1
+// when there is none.
 int takeComponent(std::string& token) {
     size_t digits = token.size();
     while (digits > 0 && token[digits - 1] >= '0' && token[digits - 1] <= '9') --digits;
@@ -41,6 +42,7 @@ int takeComponent(std::string& token) {
     const size_t axis = token.empty() ? std::string::npos : std::string_view("xyzw").find(token.back());
     if (axis == std::string::npos) return -1;
     token.pop_back();
+    if (token.ends_with('.')) token.pop_back();
     return int(axis);
 }
 
@@ -261,7 +263,7 @@ constexpr EV_Type thePointArgs[] = {EV_STRING, EV_FLOAT, EV_STRING, EV_FLOAT};
 
 // clang-format off
 const EV_FUNCTION theFunctions[] = {
-    {0, "ch",       1, EV_FLOAT,  theText,      fnCh,       "value of a parameter, by the path of its node and its token", "\"path/parm\""},
+    {0, "ch",       1, EV_FLOAT,  theText,      fnCh,       "value of a parameter, by the path of its node and its token, with .x .y .z .w for one of several numbers", "\"path/parm\""},
     {0, "chs",      1, EV_STRING, theText,      fnChs,      "value of a parameter as text", "\"path/parm\""},
     {0, "opname",   1, EV_STRING, theText,      fnOpname,   "name of a node", "path"},
     {0, "opdigits", 1, EV_FLOAT,  theText,      fnOpdigits, "number at the end of a node's name, 0 without one", "path"},

@@ -72,7 +72,7 @@ bool FLX_Collider::prepare() {
     myReach.initBounds();
     for (const auto& moment : myMoments) {
         if (!moment->detail) {
-            for (const auto& each : myMoments) each->rays = nullptr;
+            for (const auto& each : myMoments) each->forget();
             return true;
         }
         moment->texture = FLX_SurfaceAttrib(*moment->detail, GEO_STD_ATTRIB_TEXTURE);

@@ -40,9 +40,8 @@ public:
         return k >= 0 && size_t(k) < myMoments.size() ? myMoments[size_t(k)]->rays : nullptr;
     }
     UT_Vector3 velocity(int k) const { return myMoments[size_t(k)]->velocity; }
-    /// The geometry at the end of part k has another topology: primitives have other numbers, or are no more.
-    bool changesTopology(int k) const { return myMoments[size_t(k)]->changesTopology; }
-    /// That of any part.
+    /// Translating geometry that has another topology at the end of a part of the step: numbers of primitives, by which
+    /// surfaces are followed, may then name others.
     bool changesTopology() const;
     /// What hits in part k read from the surface; deforming geometry names primitives of the end of the step.
     const FLX_SurfaceAttrib& texture(int k) const { return hitMoment(k).texture; }
@@ -76,6 +75,12 @@ private:
         UT_Vector3 velocity{0, 0, 0}; ///< until the next moment
         bool changesTopology = false; ///< by then, when translating
         FLX_SurfaceAttrib texture, diffuse;
+
+        void forget() {
+            rays = nullptr;
+            version = Version();
+            changesTopology = false;
+        }
     };
     const Moment& hitMoment(int k) const {
         return myHint == FLX_GeoHint::Deforming ? *myMoments.back() : *myMoments[size_t(k)];

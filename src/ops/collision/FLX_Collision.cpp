@@ -138,9 +138,10 @@ private:
     void withValues(const auto& work, const auto& normal, const auto& tangent, const auto& impulse,
                     const auto& index) const {
         FLX_Collision& c = *myCollision;
-        const auto soundTangent = [&] { return c.soundGain(tangent(), c.GAINTAN, c.myToldOfTangent); };
-        const auto soundNormal = [&] { return c.soundGain(normal(), c.GAINNML, c.myToldOfNormal); };
-        work(FLX_HitValues{soundTangent, soundNormal, impulse, index});
+        const auto soundTangent = [&] { return c.sound(tangent(), c.GAINTAN, c.myTold.tangent); };
+        const auto soundNormal = [&] { return c.sound(normal(), c.GAINNML, c.myTold.normal); };
+        const auto soundImpulse = [&] { return c.sound(impulse(), c.MINIMPULSE, c.myTold.impulse); };
+        work(FLX_HitValues{soundTangent, soundNormal, soundImpulse, index});
     }
 
     FLX_Collision* myCollision;
@@ -178,7 +179,8 @@ bool FLX_Collision::select(OP_Context& opContext, FLX_ContextData& context, cons
     if (t == 0 || !parseSource(context, group)) return false;
     if (!myCollider.prepare()) addError(FLX_ERR_DEFORMING);
     if (myCollider.changesTopology())
-        addWarning(FLX_ERR_DEFORMING, myCollider.sop() ? myCollider.sop()->getFullPath().c_str() : nullptr);
+        UTaddWarning("OP", OP_ERR_BAD_PARM,
+                     "geohint: translating geometry changes its topology, surfaces may be taken for others");
     if (myHint == FLX_GeoHint::Deforming && myCollider.rays() && myCollider.rays()->skipped() > 0)
         UTaddWarning("OP", OP_ERR_BAD_PARM,
                      "geohint: spheres, tubes and circles are not hit while geometry deforms; make them polygons");
@@ -205,7 +207,7 @@ void FLX_Collision::fetchGeometry(FLX_ContextData& context, float t) {
 
 void FLX_Collision::setUpSweeps(FLX_ContextData& context, float t) {
     myHits = 0;
-    myToldOfNormal = myToldOfTangent = false;
+    myTold = {};
     mySpeedOffset = context.getSpeedOffset();
     myRules = FLX_SweepRules();
     myRules.at = FLX_SweepOffsets(context);
@@ -301,22 +303,12 @@ int FLX_Collision::getOversampledGeoVelocity(int k, UT_Vector3& velocity) {
 
 void FLX_Collision::getCollisionVelocity(int k, int number, float u, float v, float span, UT_Vector3& velocity,
                                          UT_Vector4& start, UT_Vector4& end, UT_Vector3& normal) {
-    const auto find = [&](int moment) -> const GEO_Primitive* {
-        const GU_Detail* detail = myCollider.detail(moment);
-        const bool known = detail && number >= 0 && size_t(number) < detail->primitives().entries();
-        return known ? detail->primitives()(size_t(number)) : nullptr;
-    };
-    const GEO_Primitive* from = find(k);
-    if (!from) return;
-    if (myCollider.changesTopology(k)) { // the surface as it is goes along with the rest
-        if (!from->evaluatePosition(u, v, start)) return;
-        velocity = myCollider.velocity(k);
-        end = start + UT_Vector4(velocity * span, 0);
-        from->evaluateNormal(u, v, normal);
+    const GU_Detail *before = myCollider.detail(k), *after = myCollider.detail(k + 1);
+    if (!before || !after || number < 0 || size_t(number) >= before->primitives().entries() ||
+        size_t(number) >= after->primitives().entries())
         return;
-    }
-    const GEO_Primitive* to = find(k + 1);
-    if (!to || !from->evaluatePosition(u, v, start) || !to->evaluatePosition(u, v, end)) return;
+    const GEO_Primitive *from = before->primitives()(size_t(number)), *to = after->primitives()(size_t(number));
+    if (!from->evaluatePosition(u, v, start) || !to->evaluatePosition(u, v, end)) return;
     to->evaluateNormal(u, v, normal);
     velocity = UT_Vector3(end - start) * (1 / span);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include "host/geo/GU_RayBatch.h"
 #include "host/geo/GU_RayInfo.h"
 #include "ops/collision/FLX_Collider.h"
@@ -70,7 +72,6 @@ protected:
     int intersectVertexWithDeformingGeometry(const FLX_SurfaceRay& ray, FLX_SurfaceHit& hit) override;
     const GU_Detail* getOversampledDetail(int k) override { return myCollider.detail(k); }
     int getOversampledGeoVelocity(int k, UT_Vector3& velocity) override;
-    bool changesTopology(int k) override { return myCollider.changesTopology(k); }
     void getCollisionVelocity(int k, int prim, float u, float v, float span, UT_Vector3& velocity, UT_Vector4& start,
                               UT_Vector4& end, UT_Vector3& normal) override;
 
@@ -86,10 +87,10 @@ private:
     void changePoint(GEO_Point* point, FLX_FunctionRef<float()> tolerance, const FLX_HitValues& values);
     void sweepPoint(GEO_Point* point, float tolerance, const FLX_HitValues& values);
     int sweep(GEO_Point* point, const FLX_HitValues& values);
-    /// A gain that is no number is 0, and the node warns of the parameter.
-    float soundGain(float gain, const PRM_Float& parm, bool& told) {
-        if (gain == gain) [[likely]]
-            return gain;
+    /// A value that is no number, or without end, is 0, and the node warns of the parameter.
+    float sound(float value, const PRM_Float& parm, bool& told) {
+        if (std::isfinite(value)) [[likely]]
+            return value;
         if (!told) warnNotANumber(parmTemplate(parm.index()));
         told = true;
         return 0;
@@ -118,7 +119,9 @@ private:
     int mySpeedOffset = -1;
     int myHits = 0;
     bool myWantsTexture = false, myWantsDiffuse = false;
-    bool myToldOfNormal = false, myToldOfTangent = false; ///< gains that were no number
+    struct {
+        bool normal = false, tangent = false, impulse = false;
+    } myTold; ///< of values that were no number, in this cook
 
     // ---- of one particle
     float myTolerance = 0;

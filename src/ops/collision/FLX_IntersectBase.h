@@ -34,9 +34,6 @@ protected:
     virtual const GU_Detail* getOversampledDetail(int) { return nullptr; }
     /// The velocity of the geometry during part k; 0, the output untouched, when there is none.
     virtual int getOversampledGeoVelocity(int, UT_Vector3&) { return 0; }
-    /// The geometry at the end of part k has other primitives, by number, than at its start: surfaces then move by the
-    /// velocity of the geometry alone.
-    virtual bool changesTopology(int) { return false; }
     /// Motion of the place (u, v) of a primitive during part k, which lasts `span`: its velocity, its positions at the
     /// start and the end, its normal at the end. Leaves the outputs when there is no such place.
     virtual void getCollisionVelocity(int, int, float, float, float, UT_Vector3&, UT_Vector4&, UT_Vector4&,

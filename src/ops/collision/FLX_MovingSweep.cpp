@@ -56,7 +56,6 @@ int FLX_IntersectBase::intersectParticleWithMovingGeometry(const FLX_SweepRules&
 }
 
 bool FLX_IntersectBase::sweepPart(FLX_Sweep& sweep, int part, float span) {
-    if (sweep.previous() && part > 0 && changesTopology(part - 1)) sweep.last.prim = -1; // it names another one now
     UT_Vector3 geometry(0, 0, 0);
     getOversampledGeoVelocity(part, geometry);
     const UT_Vector3 relative = sweep.velocity - geometry;
@@ -120,18 +119,11 @@ bool FLX_IntersectBase::evaluateCrossing(const FLX_Sweep& sweep, const FLX_Surfa
         UT_Vector4 found;
         if (!prim->evaluatePosition(hit.u, hit.v, found) || !prim->evaluateNormal(hit.u, hit.v, normal)) return false;
         position = UT_Vector3(found);
+        if (normal == UT_Vector3(0, 0, 0)) normal = hit.normal; // it crosses itself: that of the piece hit
         return true;
     };
-    if (!evaluate(part, c.start, c.startNormal)) return false;
-    if (changesTopology(part)) {
-        c.velocity = UT_Vector3(0, 0, 0);
-        getOversampledGeoVelocity(part, c.velocity);
-        c.end = c.start + c.velocity * span;
-        c.endNormal = c.startNormal;
-    } else {
-        if (!evaluate(part + 1, c.end, c.endNormal)) return false;
-        c.velocity = (c.end - c.start) * (1 / span);
-    }
+    if (!evaluate(part, c.start, c.startNormal) || !evaluate(part + 1, c.end, c.endNormal)) return false;
+    c.velocity = (c.end - c.start) * (1 / span);
     c.particleStart = sweep.at - c.start;
     c.particleEnd = sweep.at + sweep.velocity * span - c.end;
     c.prim = hit.prim;

@@ -1,6 +1,7 @@
 #include "RayModel.h"
 
 #include "host/geo/GU_RayIntersect.h"
+#include "host/ut/UT_Vector2.h"
 
 #include <algorithm>
 #include <bit>
@@ -299,34 +300,62 @@ TEST(GU_RaySweep, concavePolygonsAndMeshesFollowTheirShape) {
     EXPECT_GT(inMesh, 200);
 }
 
-// Two lobes that face opposite ways, and no normal of their own. As it leans from one side to the other it has one
-// but for that moment.
-TEST(GU_RaySweep, aBowTieIsHitAsWhenItStandsStill) {
-    const auto add = [](GU_Detail& detail, float left, float right, float z) {
-        addPolygon(detail, {{-left, -left, z}, {right, right, z}, {right, -right, z}, {-left, left, z}});
-    };
-    for (const float lean : {0.0f, 1.0f}) {
-        GU_Detail begin, middle, end;
-        const float half = 2 + lean / 2;
-        add(begin, 2 + lean, 2, 0);
-        add(middle, half, half, 0.5f);
-        add(end, 2, 2 + lean, 1);
-        const GU_RayIntersect sweep(&begin, &end), still(&middle);
-        RayRandom random(32);
-        GU_RayInfo info(1, 0, GU_FIND_ALL);
-        for (int i = 0; i < 500; ++i) {
-            const auto x = static_cast<float>(random(-3, 3)), y = static_cast<float>(random(-3, 3));
-            const bool inside = std::fabs(y) < std::fabs(x) && std::fabs(x) < half;
-            const auto expectHit = [&](const GU_RayIntersect& rays, const UT_Vector3& org, const UT_Vector3& dir) {
-                rays.sendRay(org, dir, info);
-                ASSERT_EQ(info.getHitCount(), inside) << x << " " << y << " " << lean;
-                const UT_Vector3 normal = inside ? UT_Vector3(0, 0, x > 0 ? -1.0f : 1.0f) : UT_Vector3(0, 0, 0);
-                EXPECT_EQ(info.getNormal(), normal);
-            };
-            expectHit(still, {x, y, 1}, {0, 0, -1});
-            expectHit(sweep, {x, y, 0.5f}, {0, 0, 0});
-        }
+using Outline = std::vector<UT_Vector2>;
+
+bool isInside(const Outline& outline, float x, float y) { // by the sides above it
+    bool odd = false;
+    for (size_t i = 0; i < outline.size(); ++i) {
+        const UT_Vector2 &a = outline[i], &b = outline[(i + 1) % outline.size()];
+        if ((a.x() > x) != (b.x() > x)) odd ^= a.y() + (b.y() - a.y()) * (x - a.x()) / (b.x() - a.x()) > y;
     }
+    return odd;
+}
+
+// Two lobes that face opposite ways and make up for each other: such a polygon has no normal, or turned in space one of
+// rounding alone. The second leans from one side to the other and has one but for that moment; the mean of the third
+// lies outside its lobes.
+TEST(GU_RaySweep, aBowTieIsHitAsWhenItStandsStill) {
+    const auto bow = [](float left, float right) {
+        return Outline{{-left, -left}, {right, right}, {right, -right}, {-left, left}};
+    };
+    const Outline crown{{-2, -1}, {1, 1}, {2, -1}, {-1, 1}};
+    const std::vector<Outline> cases[] = {
+        {bow(2, 2), bow(2, 2), bow(2, 2)}, {bow(3, 2), bow(2.5f, 2.5f), bow(2, 3)}, {crown, crown, crown}};
+    const UT_Vector3 straight[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    const UT_Vector3 turned[] = {{7, -3, 5},
+                                 UT_Vector3(2, 1, 2) * (1 / 3.0f),
+                                 UT_Vector3(-2, 2, 1) * (1 / 3.0f),
+                                 UT_Vector3(-1, -2, 2) * (1 / 3.0f)};
+    for (const auto& outlines : cases)
+        for (const auto& axes : {straight, turned}) {
+            const auto place = [&](float x, float y, float z) {
+                return axes[0] + axes[1] * x + axes[2] * y + axes[3] * z;
+            };
+            GU_Detail details[3];
+            for (size_t i = 0; i < 3; ++i) {
+                std::vector<UT_Vector3> corners;
+                for (const UT_Vector2& p : outlines[i]) corners.push_back(place(p.x(), p.y(), 0.5f * float(i)));
+                addPolygon(details[i], corners);
+            }
+            const GU_RayIntersect sweep(&details[0], &details[2]), still(&details[1]);
+            RayRandom random(32);
+            GU_RayInfo info(1, 0, GU_FIND_ALL);
+            for (int i = 0; i < 500; ++i) {
+                const auto x = static_cast<float>(random(-3, 3)), y = static_cast<float>(random(-3, 3));
+                const bool inside = isInside(outlines[1], x, y);
+                const auto expectHit = [&](const GU_RayIntersect& rays, float z, const UT_Vector3& dir) {
+                    rays.sendRay(place(x, y, z), dir, info);
+                    ASSERT_EQ(info.getHitCount(), inside) << x << " " << y << " " << outlines[0][0].x();
+                    const float facing = dot(info.getNormal(), axes[3]);
+                    if (&outlines == &cases[2])
+                        EXPECT_NEAR(std::fabs(facing), inside, 1e-6); // seen through both sides of its fan
+                    else
+                        EXPECT_NEAR(facing, inside ? std::copysign(1.0f, -x) : 0, 1e-6);
+                };
+                expectHit(still, 1, -axes[3]);
+                expectHit(sweep, 0.5f, {0, 0, 0});
+            }
+        }
 }
 
 TEST(GU_RaySweep, topologyIsCompared) {
