@@ -10,7 +10,7 @@ PREFIX ?= /usr/local
 
 # Targets build in the order they are named even under -j; the parallel work happens inside ninja and ctest.
 .NOTPARALLEL:
-.PHONY: all help setup build demo test bench instructions asan tsan format lint install clean
+.PHONY: all help setup build demo test bench instructions compilers asan tsan format lint install clean
 
 all: build
 
@@ -21,6 +21,7 @@ help:
 	@echo 'make test       setup, build, run every test'
 	@echo 'make bench      build and run the benchmarks, table in bench/results.md'
 	@echo 'make instructions  hold the instructions per particle against bench/instructions/expected.txt'
+	@echo 'make compilers  the same results from Clang as from GCC'
 	@echo 'make asan tsan  build and test with sanitizers'
 	@echo 'make format     reformat the sources; make lint checks them'
 	@echo 'make install    PREFIX=$(PREFIX), DESTDIR is honoured'
@@ -49,6 +50,15 @@ instructions: setup
 	cmake --preset release
 	cmake --build --preset release --target flx_instructions --parallel $(JOBS)
 	scripts/instructions
+
+# What the compiler can have a hand in: the scenes' hashes, the tests of expressions, loops over particles and operators.
+compilers: setup
+	cmake --preset release
+	cmake --build --preset release --target flx_cli --parallel $(JOBS)
+	cmake --preset clang
+	cmake --build --preset clang --target flx_cli test_host_expr test_core test_ops --parallel $(JOBS)
+	scripts/compare-hashes build/release/bin/flx build/clang/bin/flx
+	for test in host_expr core ops; do build/clang/bin/test_$$test --gtest_brief=1 || exit 1; done
 
 # A sanitizer's shadow memory may clash with a randomised address space, so it is switched off where that is allowed.
 asan tsan: setup

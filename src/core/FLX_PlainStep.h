@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/FLX_RecordLanes.h"
 #include "core/FLX_Rules.h"
 
 /// The time step of the common particle in whole vectors: velocity, acceleration, life, state and backtrack lie side by
@@ -35,43 +36,37 @@ public:
         char* core = record + myBase;
         int& state = *reinterpret_cast<int*>(core + STATE);
         if (state) return NotMine;
-        Four& position = *reinterpret_cast<Four*>(record);
-        Four& front = *reinterpret_cast<Four*>(core);          // v, first of accel
-        Two& back = *reinterpret_cast<Two*>(core + ACCEL + 4); // rest of accel
         float* const life = reinterpret_cast<float*>(core + LIFE);
-        const Four old = position, v = front;
-        const Four accel = *reinterpret_cast<const Four*>(core + ACCEL); // and age, in the lane that nothing is made of
+        const auto old = FLXload<FLX_Four>(record), v = FLXload<FLX_Four>(core);
+        const auto accel = FLXload<FLX_Four>(core + ACCEL); // and age, in the lane that nothing is made of
         const float age = life[0] + myDt[0], span = life[1];
-        Four next = v + accel * myDt;
+        FLX_Four next = v + accel * myDt;
         if (Limited) {
             const float* limits = reinterpret_cast<const float*>(record + myLimit);
             if (changes(limits, next)) next = limited(limits, next);
         }
-        position = __builtin_shufflevector(old + v * myDt, old, 0, 1, 2, 7);
-        front = __builtin_shufflevector(next, myAccelFront, 0, 1, 2, 7);
-        back = myAccelBack;
+        FLXstore(record, __builtin_shufflevector(old + v * myDt, old, 0, 1, 2, 7));
+        FLXstore(core, __builtin_shufflevector(next, myAccelFront, 0, 1, 2, 7));
+        FLXstore(core + ACCEL + 4, myAccelBack);
         life[0] = age;
-        *reinterpret_cast<Four*>(core + BACKTRACK) = __builtin_shufflevector(v, myDt, 0, 1, 2, 7);
+        FLXstore(core + BACKTRACK, __builtin_shufflevector(v, myDt, 0, 1, 2, 7));
         if (!(span >= 0 && age >= span)) return Living;
         state = FLX_DEAD;
-        front[3] = back[0] = back[1] = 0;
+        __builtin_memset(core + ACCEL, 0, 12);
         return Expired;
     }
 
 private:
-    typedef float Four __attribute__((vector_size(16), aligned(4), may_alias));
-    typedef float Two __attribute__((vector_size(8), aligned(4), may_alias));
-
     static constexpr int ACCEL = 12, LIFE = 24, STATE = 32, BACKTRACK = 36;
 
-    static bool changes(const float* limit, const Four& v) {
+    static bool changes(const float* limit, const FLX_Four& v) {
         const float speed = FLX_Rules::speedOf({v[0], v[1], v[2]});
         return (limit[0] >= 0 && speed < limit[0]) || (limit[1] >= 0 && speed > limit[1]);
     }
-    static Four limited(const float* limits, const Four& v) {
+    static FLX_Four limited(const float* limits, const FLX_Four& v) {
         UT_Vector3 within(v[0], v[1], v[2]);
         FLX_Rules::limitSpeed(within, limits);
-        return Four{within.x(), within.y(), within.z(), 0};
+        return FLX_Four{within.x(), within.y(), within.z(), 0};
     }
     static bool sideBySide(const FLX_CoreOffsets& core) {
         const int v = core.velocity;
@@ -79,9 +74,9 @@ private:
                core.backtrack == v + BACKTRACK;
     }
 
-    Four myAccelFront;
-    Two myAccelBack;
-    Four myDt;
+    FLX_Four myAccelFront;
+    FLX_Two myAccelBack;
+    FLX_Four myDt;
     ptrdiff_t myBase;  // bytes from a point to its velocity
     ptrdiff_t myLimit; // and to its speed limit
     bool myFits;

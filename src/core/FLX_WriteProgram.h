@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "core/FLX_RecordLanes.h"
 #include "core/FLX_Writing.h"
 #include "host/ut/UT_Vector3.h"
 #include "host/ut/UT_Vector4.h"
@@ -26,8 +27,6 @@ public:
     template <class Loop> void withRunner(const Loop& loop) const;
 
 private:
-    /// Four floats wherever they lie.
-    typedef float Four __attribute__((vector_size(16), aligned(4), may_alias));
     typedef int FourInts __attribute__((vector_size(16)));
 
     struct Field {
@@ -48,11 +47,10 @@ private:
         ptrdiff_t offset;
         int addends;
 
-        Four& place(GEO_Point* p) const { return *reinterpret_cast<Four*>(p->data() + offset); }
         /// What stands before the field may be no float.
-        Four start(const Four& old) const { return (Four)((FourInts)old & inField); }
-        Four blend(const Four& old, const Four& sum) const {
-            return (Four)(((FourInts)sum & inField) | ((FourInts)old & ~inField));
+        FLX_Four start(const FLX_Four& old) const { return (FLX_Four)((FourInts)old & inField); }
+        FLX_Four blend(const FLX_Four& old, const FLX_Four& sum) const {
+            return (FLX_Four)(((FourInts)sum & inField) | ((FourInts)old & ~inField));
         }
     };
 
@@ -87,12 +85,12 @@ public:
         store(mySingles, p);
         const UT_Vector4* addends = myAddends;
         for (const Sum* s = mySums.begin; s != mySums.end; ++s) {
-            Four& place = s->place(p);
-            const Four old = place;
-            Four sum = s->start(old);
+            void* const place = p->data() + s->offset;
+            const auto old = FLXload<FLX_Four>(place);
+            FLX_Four sum = s->start(old);
             for (const UT_Vector4* end = addends + s->addends; addends != end; ++addends)
-                sum += *reinterpret_cast<const Four*>(addends);
-            place = s->blend(old, sum);
+                sum += FLXload<FLX_Four>(addends);
+            FLXstore(place, s->blend(old, sum));
         }
     }
 
@@ -120,17 +118,17 @@ class FLX_WriteProgram::Addition {
 public:
     explicit Addition(const FLX_WriteProgram& program)
         : mySum(program.mySums.front())
-        , myAddend(*reinterpret_cast<const Four*>(program.myAddends.data())) {}
+        , myAddend(FLXload<FLX_Four>(program.myAddends.data())) {}
 
     [[gnu::always_inline]] void operator()(GEO_Point* p) const {
-        Four& place = mySum.place(p);
-        const Four old = place;
-        place = mySum.blend(old, mySum.start(old) + myAddend);
+        void* const place = p->data() + mySum.offset;
+        const auto old = FLXload<FLX_Four>(place);
+        FLXstore(place, mySum.blend(old, mySum.start(old) + myAddend));
     }
 
 private:
     Sum mySum;
-    Four myAddend;
+    FLX_Four myAddend;
 };
 
 /// One or two stores of a size.

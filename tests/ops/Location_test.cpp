@@ -17,7 +17,8 @@ struct Location {
 
     template <class... Values>
     explicit Location(fmt::format_string<Values...> parms, Values&&... values)
-        : birth(net.addBirths(0)) {
+        : net()
+        , birth(net.addBirths(0)) {
         setParms(birth, fmt::format(parms, std::forward<Values>(values)...));
     }
     void set(const std::string& parms) { setParms(birth, parms); }
