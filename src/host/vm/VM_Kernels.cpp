@@ -107,10 +107,10 @@ VM_Kernel blockKernel(VM_Op op, unsigned numbers) {
 
 struct Kernels {
     std::array<VM_Forms, size_t(VM_Op::NumOps)> forms;
-    int (*fetchGroups)(const VM_Records&, const VM_Field*, size_t, int, int);
+    int (*fetchGroups)(const VM_Records&, const VM_Field*, size_t, int, int, bool);
     void (*round)(const double*, float*, int);
 
-    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, const VM_Field*, size_t, int, int),
+    Kernels(VM_Forms (*formsOf)(VM_Op), int (*fetch)(const VM_Records&, const VM_Field*, size_t, int, int, bool),
             void (*roundLanes)(const double*, float*, int))
         : forms()
         , fetchGroups(fetch)
@@ -193,13 +193,13 @@ VM_Kernel VM_kernel(VM_Op op, unsigned numbers) {
 
 void VM_fetch(const VM_Records& records, const VM_Field* fields, size_t numFields) {
     const auto fetchGroups = currentKernels().load(std::memory_order_relaxed)->fetchGroups;
-    // Fields that lie close do not need it: where it was measured, between three and four of them in every line.
-    const bool touches = records.fromMemory && !records.pointers && records.stride >= 20 * numFields;
+    // Many fields read most lines themselves, and their operations last longer: where it was measured, from four on.
+    const bool row = records.fromMemory && !records.pointers, touches = row && records.stride >= 24 * numFields;
     const int slice = touches ? 32 : records.count;
     for (int from = 0; from < records.count; from += slice) {
         const int to = std::min(from + slice, records.count);
         if (touches) touchLines(records, from, to);
-        for (int k = fetchGroups(records, fields, numFields, from, to); k < to; ++k) {
+        for (int k = fetchGroups(records, fields, numFields, from, to, row && !touches); k < to; ++k) {
             const char* record = records.pointers ? records.pointers[k] : records.first + size_t(k) * records.stride;
             for (size_t i = 0; i < numFields; ++i) fetchOne(record, fields[i], k);
         }

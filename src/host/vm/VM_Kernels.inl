@@ -137,23 +137,33 @@ VM_TARGET inline void fetchEight(const Four& low, const Four& high, int k, const
     }
 }
 
+// Has the processor bring what comes later into its second cache, while operations run, too: by itself it reads ahead
+// only as long as it is asked for more. No multiple of 4 KiB, or lines read and asked for would share their sets.
+VM_TARGET inline void askAhead(const char* at, size_t bytes) {
+    constexpr size_t AHEAD = 15 * 1024;
+    for (const char* line = at + AHEAD; line < at + AHEAD + bytes; line += 64) __builtin_prefetch(line, 0, 2);
+}
+
 // Records in groups of eight, from `from` on; returns how far it came before `to`.
-VM_TARGET int fetchGroups(const VM_Records& records, const VM_Field* fields, size_t numFields, int from, int to) {
+VM_TARGET int fetchGroups(const VM_Records& records, const VM_Field* fields, size_t numFields, int from, int to,
+                          bool asksAhead) {
     int k = from;
     if (records.pointers) {
         for (; k + 8 <= to; k += 8)
             fetchEight(AnyFour{records.pointers + k}, AnyFour{records.pointers + k + 4}, k, fields, numFields);
     } else {
         const size_t stride = records.stride;
-        for (const char* at = records.first + size_t(k) * stride; k + 8 <= to; k += 8, at += 8 * stride)
+        for (const char* at = records.first + size_t(k) * stride; k + 8 <= to; k += 8, at += 8 * stride) {
+            if (asksAhead) askAhead(at, 8 * stride);
             fetchEight(RowOfFour{at, stride}, RowOfFour{at + 4 * stride, stride}, k, fields, numFields);
+        }
     }
     return k;
 }
 
 #else
 
-int fetchGroups(const VM_Records&, const VM_Field*, size_t, int from, int) { return from; }
+int fetchGroups(const VM_Records&, const VM_Field*, size_t, int from, int, bool) { return from; }
 
 #endif
 

@@ -12,12 +12,17 @@ struct AddScaled {
     void operator()(GEO_Point* p, const UT_Vector3& f) const { add(p, f * gain); }
 };
 
-struct AddOverMass {
+struct AddTimes {
     FLX_AddVector add;
-    float mass;
 
     FLX_Bytes target() const { return add.target(); }
-    void operator()(GEO_Point* p, const UT_Vector3& f, float scale) const { add(p, f * (scale / mass)); }
+    void operator()(GEO_Point* p, const UT_Vector3& f, float scale) const { add(p, f * scale); }
+};
+
+struct AddOverMass : AddTimes {
+    float mass;
+
+    void operator()(GEO_Point* p, const UT_Vector3& f, float scale) const { AddTimes::operator()(p, f, scale / mass); }
 };
 
 } // namespace
@@ -63,8 +68,10 @@ template <class ForceSource> void FLX_Force::push(FLX_ParticleCook& cook, const 
     const bool justAdds = mass.isOne() && !cook.showGuide() && !cook.guideOnly();
     if (justAdds && !scale.varies() && (noise.absent() || noise.constant()))
         pushAlike(cook, noise, force, scale.constant() / mass.one());
+    else if (justAdds && noise.absent() && mass.one() == 1) // a quotient takes longer than all the rest
+        cook.each(FLX_UNMOVED, AddTimes{{cook.context().getAccelOffset()}}, force, scale);
     else if (justAdds && noise.absent())
-        cook.each(FLX_UNMOVED, AddOverMass{{cook.context().getAccelOffset()}, mass.one()}, force, scale);
+        cook.each(FLX_UNMOVED, AddOverMass{{{cook.context().getAccelOffset()}}, mass.one()}, force, scale);
     else
         pushEach(cook, noise, force, scale, mass);
 }
