@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <fstream>
 #include <map>
-#include <regex>
+#include <sstream>
 
 namespace {
 
@@ -13,10 +13,16 @@ using nlohmann::json;
 class ProfileTool : public ToolTest {
 protected:
     json trace() const { return json::parse(std::ifstream(path("t/trace.json"))); }
-    /// One of the table's rows starts like this pattern, in which a blank stands for many.
-    static void expectRow(const std::string& table, std::string pattern) {
-        pattern = std::regex_replace(pattern, std::regex(" "), " +");
-        EXPECT_TRUE(std::regex_search(table, std::regex("\n" + pattern))) << pattern << " in\n" << table;
+    /// One of the table's rows starts with these words, of which * is any.
+    static void expectRow(const std::string& table, const std::string& wanted) {
+        std::istringstream rows(table);
+        for (std::string row, word, found; std::getline(rows, row);) {
+            std::istringstream wantedWords(wanted), words(row);
+            bool same = true;
+            while (same && wantedWords >> word) same = words >> found && (word == "*" || word == found);
+            if (same) return;
+        }
+        ADD_FAILURE() << wanted << " in\n" << table;
     }
     const std::vector<std::string> both{"--profile", "--profile-json", "t/trace.json"};
 };
@@ -56,7 +62,7 @@ TEST_F(ProfileTool, TableAndTraceAgreeWithTheRun) {
     for (const char* node : {"birth source", "sub subnet", "sub/pull force", "end force"})
         expectRow(with.err, fmt::format("/obj/fx/{} 20 {} ", node, particles));
     expectRow(with.err, fmt::format("/obj/fx/birth source 20 {} {} ", particles, born));
-    expectRow(with.err, fmt::format("/obj/fx time step 20 \\S+ \\S+ {} ", died));
+    expectRow(with.err, fmt::format("/obj/fx time step 20 * * {} ", died));
     expectRow(with.err, "/obj/ground/grid grid 1 "); // it does not depend on the time
 
     std::vector<json> events;
