@@ -15,10 +15,10 @@ std::string nameOf(const OP_ChannelRef& channel) {
     return channel.node->getFullPath() + "/" + channel.parm->componentName(channel.component);
 }
 
-// What a call's first argument names, when that is a fixed text.
-OP_PathKind fixedPath(const EV_Site& site) {
-    const bool fixed = site.kind == EV_Site::Call && !site.strings.empty() && site.strings[0] < 0;
-    return fixed ? OPpathKind(site.function) : OP_PathKind::None;
+// An argument of a call that is a fixed text, or null.
+const std::string* fixedText(const EV_Code& code, const EV_Site& site, size_t argument) {
+    const bool fixed = site.kind == EV_Site::Call && argument < site.strings.size() && site.strings[argument] < 0;
+    return fixed ? &code.strings[size_t(-1 - site.strings[argument])] : nullptr;
 }
 
 std::string callError(const EV_Site& site, const std::string& whole, const std::string& what,
@@ -33,21 +33,24 @@ void ChannelCheck::addReads(const OP_ChannelRef& channel, EV_EXPRESSION& express
     if (!expression.bind(channel.node->scope())) return;
     const EV_Code& code = expression.code();
     for (const EV_Site& site : code.sites) {
-        const OP_PathKind kind = fixedPath(site);
-        if (kind == OP_PathKind::None) continue;
-        const std::string& path = code.strings[size_t(-1 - site.strings[0])];
         OP_Node& node = *channel.node;
         Read read;
         read.conditional = code.analysis.conditional;
         std::string what;
+        const std::string* path = fixedText(code, site, 0);
+        const OP_PathKind kind = path ? OPpathKind(site.function) : OP_PathKind::None;
         if (kind == OP_PathKind::Channel) {
-            if (!OPfindChannel(node, path, read.to, what)) read.error = callError(site, whole, what);
-        } else {
-            what = OPpathError(node, path, kind);
-            if (what.empty()) continue;
-            read.error = callError(site, whole, what, suggestPath(node, path));
+            if (!OPfindChannel(node, *path, read.to, what)) read.error = callError(site, whole, what);
+            reads.push_back(read);
+        } else if (kind != OP_PathKind::None && !(what = OPpathError(node, *path, kind)).empty()) {
+            read.error = callError(site, whole, what, suggestPath(node, *path));
+            reads.push_back(read);
         }
-        reads.push_back(std::move(read));
+        for (size_t i = 1; const std::string* word = fixedText(code, site, i); ++i) {
+            if ((what = OPwordError(site.function, i, *word)).empty()) continue;
+            read.error = callError(site, whole, what);
+            reads.push_back(read);
+        }
     }
 }
 

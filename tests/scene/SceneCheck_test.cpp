@@ -146,14 +146,16 @@ TEST_F(SceneChecks, FixedPathsOfFunctions) {
     expectFindings(R"j(
         {"name": "ground", "type": "geo", "nodes": [{"name": "grid1", "type": "grid"}]},
         {"name": "fx", "type": "flxnet", "nodes": [
-        {"name": "birth", "type": "location", "parms": {"life": "npoints('/obj/ground/grid')", "group": "g`opdigits('../birt')`",
+        {"name": "birth", "type": "location", "parms": {"life": "npoints('/obj/ground/grid')", "group": "g`opdigits('../birt') + bbox('/obj/ground', 'width')`",
             "vel": ["point('/obj/ground', 0, 'P', 1)", "1 + bbox('/obj/fx', 'ymin')", "$F < 2 ? opdigits('..') : opdigits('../no')"]}},
         {"name": "set", "type": "velocity", "inputs": ["birth"], "parms": {
             "velv": "vector3(npoints('/obj/groun'), bbox('/obj/ground/grid1', 'xmin'), ch('lif'))"}}]})j", {
         "error birth: \"life\": \"npoints('/obj/ground/grid')\": npoints: there is no geometry node "
         "\"/obj/ground/grid\" at column 1; did you mean \"/obj/ground/grid1\"?",
-        "error birth: \"group\": \"g`opdigits('../birt')`\": opdigits: there is no node \"../birt\" at column "
-        "3; did you mean \"../birth\"?",
+        "error birth: \"group\": \"g`opdigits('../birt') + bbox('/obj/ground', 'width')`\": opdigits: there is no node "
+        "\"../birt\" at column 3; did you mean \"../birth\"?",
+        "error birth: \"group\": \"g`opdigits('../birt') + bbox('/obj/ground', 'width')`\": bbox: \"width\" is no measure "
+        "of a box: xmin xmax xsize, ymin ... zsize at column 25",
         "error birth: \"vel.y\": \"1 + bbox('/obj/fx', 'ymin')\": bbox: there is no geometry node \"/obj/fx\" at "
         "column 5",
         "warning birth: \"vel.z\": \"$F < 2 ? opdigits('..') : opdigits('../no')\": opdigits: there is no node "

@@ -242,18 +242,27 @@ bool fnNpoints(EV_CallContext& context, const EV_Value* args, int, EV_Value& res
     return detail != nullptr;
 }
 
+/// A measure of a box, as "xmin".
+struct Measure {
+    explicit Measure(const std::string& name)
+        : axis(name.empty() ? std::string::npos : std::string_view("xyz").find(name[0]))
+        , kind(name.empty() ? "" : name.substr(1)) {
+        if (axis == std::string::npos || (kind != "min" && kind != "max" && kind != "size"))
+            error = "\"" + name + "\" is no measure of a box: xmin xmax xsize, ymin ... zsize";
+    }
+    size_t axis;
+    std::string kind, error;
+};
+
 bool fnBbox(EV_CallContext& context, const EV_Value* args, int, EV_Value& result) {
-    const std::string& what = args[1].s;
-    const size_t axis = what.empty() ? std::string::npos : std::string_view("xyz").find(what[0]);
-    const std::string kind = what.empty() ? "" : what.substr(1);
-    if (axis == std::string::npos || (kind != "min" && kind != "max" && kind != "size"))
-        return context.fail("\"" + what + "\" is no measure of a box: xmin xmax xsize, ymin ... zsize");
+    const Measure measure(args[1].s);
+    if (!measure.error.empty()) return context.fail(measure.error);
     const GU_Detail* detail = detailAt(context, args[0].s);
     if (!detail) return false;
     UT_BoundingBox box;
     if (!detail->getBBox(box)) return result = EV_Value(0.0), true;
-    const double low = double(box.vmin()[int(axis)]), high = double(box.vmax()[int(axis)]);
-    result = EV_Value(kind == "min" ? low : kind == "max" ? high : high - low);
+    const double low = double(box.vmin()[int(measure.axis)]), high = double(box.vmax()[int(measure.axis)]);
+    result = EV_Value(measure.kind == "min" ? low : measure.kind == "max" ? high : high - low);
     return true;
 }
 
@@ -312,4 +321,8 @@ bool OPisTrackedFunction(const EV_FUNCTION* function) {
     for (const EV_FUNCTION& known : theFunctions)
         if (function == &known) return true;
     return false;
+}
+
+std::string OPwordError(const EV_FUNCTION* function, size_t argument, const std::string& word) {
+    return function->callback == fnBbox && argument == 1 ? Measure(word).error : std::string();
 }

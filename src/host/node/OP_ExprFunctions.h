@@ -32,3 +32,7 @@ bool OPfindChannel(OP_Node& self, const std::string& path, OP_ChannelRef& channe
 
 /// What is wrong with a path that is to lead to a node or to geometry from `self`; empty when it does.
 std::string OPpathError(OP_Node& self, const std::string& path, OP_PathKind kind);
+
+/// What is wrong with the text that an argument of a function is, whatever is at the paths: the measure of a box. Empty
+/// when nothing is.
+std::string OPwordError(const EV_FUNCTION* function, size_t argument, const std::string& word);
