@@ -19,13 +19,9 @@ bool isFlatConvex(const std::vector<UT_Vector3>& p) {
     const double size = std::sqrt(std::fmax(a.length2(), b.length2()));
     const double height = dot(UT_Vector3D(p[1]) - UT_Vector3D(p[0]), normal);
     if (!(std::fabs(height) <= 1e-6 * size * normal.length())) return false;
-    // Halves of a self-crossing one make up for each other: then it has no normal, but corners.
-    const double rounding = 1e-9 * size * size;
-    const bool crosses = !(normal.length() > rounding);
-    for (size_t i = 0; i < 4; ++i) {
-        const UT_Vector3D corner = GUcorner(p[i], p[(i + 1) % 4], p[(i + 2) % 4]);
-        if (dot(corner, normal) < 0 || (crosses && corner.length() > rounding)) return false;
-    }
+    if (!(normal.length() > 1e-9 * size * size)) return false; // halves of a self-crossing one make up for each other
+    for (size_t i = 0; i < 4; ++i)
+        if (dot(GUcorner(p[i], p[(i + 1) % 4], p[(i + 2) % 4]), normal) < 0) return false;
     return true;
 }
 

@@ -72,7 +72,7 @@ bool FLX_Collider::prepare() {
     myReach.initBounds();
     for (const auto& moment : myMoments) {
         if (!moment->detail) {
-            for (const auto& each : myMoments) each->forget();
+            for (const auto& each : myMoments) each->rays = nullptr;
             return true;
         }
         moment->texture = FLX_SurfaceAttrib(*moment->detail, GEO_STD_ATTRIB_TEXTURE);
@@ -109,27 +109,14 @@ void FLX_Collider::prepareStatic() {
 }
 
 bool FLX_Collider::changesTopology() const {
-    return std::any_of(myMoments.begin(), myMoments.end(), [](const auto& moment) { return moment->changesTopology; });
-}
-
-// Neighbours are compared once per version.
-void FLX_Collider::compareTopologies() {
-    bool lastIsNew = false;
-    for (size_t i = 0; i < myMoments.size(); ++i) {
-        Moment& moment = *myMoments[i];
-        const Version version(*moment.detail);
-        const bool isNew = !(std::exchange(moment.version, version) == version);
-        if (i > 0 && (isNew || lastIsNew)) {
-            Moment& before = *myMoments[i - 1];
-            before.changesTopology = !GU_RayIntersect::validForDeformingGeometry(before.detail, moment.detail);
-        }
-        lastIsNew = isNew;
-    }
-    myMoments.back()->changesTopology = false;
+    if (myHint != FLX_GeoHint::Translating || !rays()) return false;
+    const auto differ = [](const auto& a, const auto& b) {
+        return !GU_RayIntersect::validForDeformingGeometry(a->detail, b->detail);
+    };
+    return std::adjacent_find(myMoments.begin(), myMoments.end(), differ) != myMoments.end();
 }
 
 void FLX_Collider::prepareTranslating() {
-    compareTopologies();
     for (size_t i = 0; i + 1 < myMoments.size(); ++i) {
         Moment& moment = *myMoments[i];
         if (!moment.rays || !moment.rays->validForDetail(moment.detail)) follow(moment);

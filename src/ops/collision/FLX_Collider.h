@@ -40,8 +40,8 @@ public:
         return k >= 0 && size_t(k) < myMoments.size() ? myMoments[size_t(k)]->rays : nullptr;
     }
     UT_Vector3 velocity(int k) const { return myMoments[size_t(k)]->velocity; }
-    /// Translating geometry that has another topology at the end of a part of the step: numbers of primitives, by which
-    /// surfaces are followed, may then name others.
+    /// Whether translating geometry has another topology at the end of a part of the step: numbers of primitives, by
+    /// which surfaces are followed, may then name others.
     bool changesTopology() const;
     /// What hits in part k read from the surface; deforming geometry names primitives of the end of the step.
     const FLX_SurfaceAttrib& texture(int k) const { return hitMoment(k).texture; }
@@ -68,19 +68,12 @@ private:
         GU_Detail own; ///< a transformed or kept copy
         FLX_GeoLookup lookup;
         const GU_Detail* detail = nullptr;
-        Version version;                       ///< that the rays, or what follows of the next moment, were made for
+        Version version;                       ///< deforming: that the rays were made for
         const GU_RayIntersect* rays = nullptr; ///< one of the two below
         std::shared_ptr<const GU_RayIntersect> shared;
         std::unique_ptr<GU_RayIntersect> following;
         UT_Vector3 velocity{0, 0, 0}; ///< until the next moment
-        bool changesTopology = false; ///< by then, when translating
         FLX_SurfaceAttrib texture, diffuse;
-
-        void forget() {
-            rays = nullptr;
-            version = Version();
-            changesTopology = false;
-        }
     };
     const Moment& hitMoment(int k) const {
         return myHint == FLX_GeoHint::Deforming ? *myMoments.back() : *myMoments[size_t(k)];
@@ -88,7 +81,6 @@ private:
     static void fetchMoment(Moment& moment, FLX_Node& node, const Request& request, float t, bool last);
     void prepareStatic();
     void prepareTranslating();
-    void compareTopologies();
     bool prepareDeforming();
     void follow(Moment& moment);
 
