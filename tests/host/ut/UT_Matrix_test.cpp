@@ -141,15 +141,6 @@ TEST(UT_Matrix4, ObjectTransformScalesRotatesTranslatesAboutItsPivot) {
     expectNear(pivot * UT_Matrix4::fromXform({3, 3, 3}, {10, 20, 30}, t, pivot), pivot + t, 1e-5f);
 }
 
-TEST(UT_Matrix4, NormalsByTheInverseStayAcross) {
-    const UT_Matrix4 m = UT_Matrix4::fromXform({1, 4, 0.5f}, {20, -50, 70}, {1, 2, 3}, {0, 1, 0});
-    UT_Matrix4 inverse = m;
-    ASSERT_TRUE(inverse.invert());
-    const UT_Vector3 tangent(1, 2, -1), normal(2, -0.5f, 1);
-    ASSERT_EQ(dot(tangent, normal), 0);
-    EXPECT_NEAR(dot(rowVecMult3(tangent, m), colVecMult3(inverse, normal)), 0, 1e-5f);
-}
-
 TEST(UT_Quaternion, TurnsLikeTheMatrix) {
     Random random;
     for (int i = 0; i < 500; ++i) {
