@@ -131,7 +131,7 @@ TEST(GU_RaySweep, aMovingTriangleMeetsParticlesAtRestAndInMotion) {
         {above, down, 0, 1, 0, 1e18f, 1},                 // meets it as it arrives
         {above, down, 0, 1, 2, 1e18f, -1},                // what comes after
         {above, down, 1, 1, 0, inf, 1},                   // the step is over
-        {above, down, 7, 1, 0, inf, 1},                   // and more than over
+        {above, {0, 0, -0.5f}, 7, 1, 0, inf, 2},          // and more than over
         {above, down, nan, 1, 0, inf, 1},
         {above, down, 0, nan, 0, inf, 5}, // no length: at rest where it began
         {above, down, 0, 0, 0, inf, 5},

@@ -139,6 +139,12 @@ TEST(UT_Matrix4, ObjectTransformScalesRotatesTranslatesAboutItsPivot) {
     EXPECT_EQ(rowVecMult3(Y, m), X);
     const UT_Vector3 pivot(1, 2, 3), t(0, 5, 0);
     expectNear(pivot * UT_Matrix4::fromXform({3, 3, 3}, {10, 20, 30}, t, pivot), pivot + t, 1e-5f);
+    // A normal by the inverse stays across a tangent.
+    const UT_Matrix4 squeezed = UT_Matrix4::fromXform({1, 4, 0.5f}, {20, -50, 70}, {1, 2, 3}, {0, 1, 0});
+    UT_Matrix4 inverse = squeezed;
+    ASSERT_TRUE(inverse.invert());
+    const UT_Vector3 tangent(1, 2, -1), normal(2, -0.5f, 1);
+    EXPECT_NEAR(dot(rowVecMult3(tangent, squeezed), colVecMult3(inverse, normal)), 0, 1e-5f);
 }
 
 TEST(UT_Quaternion, TurnsLikeTheMatrix) {
