@@ -41,7 +41,7 @@ TEST(GU_RayInside, agreesWithExactShapes) {
     GU_Detail torus, box, sphere, mesh, quadric;
     addTorusLike(torus, 60, 90, false, [](double u, double v) { return onTorus(u, v, 1.8, 0.6); });
     box.cube({-1.5f, -1.5f, -1.5f}, {1.5f, 1.5f, 1.5f});
-    addSphere(sphere, 60, 80, 2, {0, 0, 0});
+    addSphere(sphere, 60, 80, 2);
     GU_PrimSphere::build(&quadric, UT_Matrix4(UT_Matrix3(2.0f)));
     addMesh(mesh, 50, 70, true, [](int r, int c) { return onTorus(c / 70.0, r / 50.0, 1.8, 0.6); });
     expectAgreement(GU_RayIntersect(&torus), toTorus, 0.01);
@@ -64,7 +64,7 @@ TEST(GU_RayInside, agreesWithExactShapes) {
 TEST(GU_RayInside, probesThroughVerticesAndEdgesCountThemOnce) {
     // The probes run in fixed directions: aim one exactly (in float) at each vertex and edge middle of a mesh.
     GU_Detail detail;
-    addSphere(detail, 16, 24, 1, {0, 0, 0});
+    addSphere(detail, 16, 24, 1);
     const GU_RayIntersect rays(&detail);
     int wrong = 0, checked = 0;
     for (size_t n = 0; n < detail.primitives().entries(); ++n) {
@@ -102,7 +102,7 @@ TEST(GU_RayInside, overlapsAreInsideAndCavitiesOutside) {
 
 TEST(GU_RayInside, mixedWindingsFallBackToCountingCrossings) {
     GU_Detail detail;
-    addSphere(detail, 12, 18, 2, {0, 0, 0});
+    addSphere(detail, 12, 18, 2);
     for (size_t i = 0; i < detail.primitives().entries(); i += 3) detail.primitives()[i]->reverse();
     const GU_RayIntersect rays(&detail);
     expectAgreement(rays, toSphere, 0.1);
@@ -110,7 +110,7 @@ TEST(GU_RayInside, mixedWindingsFallBackToCountingCrossings) {
 
     // A sphere with one polygon missing: points deep inside stay inside by majority.
     GU_Detail holed;
-    addSphere(holed, 12, 18, 2, {0, 0, 0});
+    addSphere(holed, 12, 18, 2);
     holed.deletePrimitive(holed.primitives()[40]);
     RayRandom random(4);
     const GU_RayIntersect leaky(&holed);

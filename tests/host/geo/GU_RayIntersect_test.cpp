@@ -131,7 +131,7 @@ TEST(GU_RayIntersect, findsWhatTestingEveryPolygonFinds) {
 TEST(GU_RayIntersect, raysThroughEdgesAndVerticesOfAClosedMeshNeverMiss) {
     RayRandom random(5);
     GU_Detail detail;
-    addSphere(detail, 20, 32, 2, {0, 0, 0});
+    addSphere(detail, 20, 32, 2);
     shake(detail, random, 0.03);
     const GU_RayIntersect rays(&detail);
     const GEO_PrimList& prims = detail.primitives();
@@ -309,7 +309,7 @@ TEST(GU_RayIntersect, hugeAndTinyCoordinatesStillMeet) {
     for (float size : {1e-15f, 1e-6f, 1e5f, 1e15f}) {
         RayRandom random(2);
         GU_Detail detail;
-        addSphere(detail, 12, 16, double(size), {0, 0, 0});
+        addSphere(detail, 12, 16, double(size));
         const GU_RayIntersect rays(&detail);
         GU_RayInfo info(std::numeric_limits<float>::infinity(), 0, GU_FIND_ALL);
         for (int i = 0; i < 500; ++i) {

@@ -225,7 +225,7 @@ TEST(GU_RaySweep, parityTellsTheSideOfADeformingClosedMesh) {
 TEST(GU_RaySweep, nothingSlipsThroughMovingEdgesAndCorners) {
     RayRandom random(13);
     GU_Detail begin, end;
-    addSphere(begin, 14, 20, 1, {0, 0, 0});
+    addSphere(begin, 14, 20, 1);
     deform(begin, end, random, 0.02, {0.5f, 1, -0.25f});
     const GU_RayIntersect rays(&begin, &end);
     GU_RayInfo info(1, 0, GU_FIND_ALL);
