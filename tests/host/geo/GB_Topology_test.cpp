@@ -66,9 +66,14 @@ TEST(Topology, EveryEditOfItGivesANewSerial) {
         fill(detail);
         copy.copy(detail);
         ASSERT_EQ(copy.topologySerial(), detail.topologySerial());
+        const uint64_t count = copy.getChangeCount();
         edit.make(copy);
         EXPECT_NE(copy.topologySerial(), detail.topologySerial());
+        EXPECT_NE(copy.getChangeCount(), count);
+        EXPECT_EQ(GU_RayIntersect::validForDeformingGeometry(&other, &copy), edit.what == std::string("another one"));
+        EXPECT_EQ(GU_RayIntersect(&other, &copy).entries() == 0, edit.what != std::string("another one"));
         edit.make(detail); // of the same kind, but not the same
+        EXPECT_TRUE(GU_RayIntersect::validForDeformingGeometry(&detail, &copy));
         if (copy.topologySerial().detail != other.dataId()) {
             EXPECT_NE(copy.topologySerial(), detail.topologySerial());
         }
@@ -79,11 +84,17 @@ TEST(Topology, MovingAndDescribingKeepTheSerial) {
     GU_Detail detail, copy, third;
     fill(detail);
     copy.copy(detail);
+    const uint64_t count = copy.getChangeCount();
     copy.transform(UT_Matrix4(2.0f));
+    EXPECT_NE(copy.getChangeCount(), count);
     poly(copy)->transform(UT_Matrix4(2.0f));
     copy.points()(0)->setPos({1, 2, 3, 1});
-    copy.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
     copy.pointGroups().newGroup("g")->add(copy.points()(0));
+    for (bool known : {false, true}) {
+        const uint64_t layout = copy.layoutSerial();
+        copy.pointAttribs().append("v", 12, GB_ATTRIB_VECTOR);
+        EXPECT_EQ(copy.layoutSerial() == layout, known);
+    }
     copy.bumpChange();
     EXPECT_EQ(copy.topologySerial(), detail.topologySerial());
     third.duplicate(copy);
@@ -98,25 +109,4 @@ TEST(Topology, MovingAndDescribingKeepTheSerial) {
     poly(detail)->close();
     EXPECT_NE(detail.topologySerial(), opened);
     EXPECT_NE(detail.topologySerial(), before);
-}
-
-TEST(Topology, SweepsAreRefittedToCopiesAndToWhatIsAlike) {
-    GU_Detail begin, moved, alike, opened;
-    begin.cube({0, 0, 0}, {1, 1, 1});
-    moved.copy(begin);
-    moved.transform(UT_Matrix4(2.0f));
-    alike.cube({0, 0, 0}, {3, 3, 3});
-    opened.copy(moved);
-    poly(opened)->open();
-    ASSERT_TRUE(GU_RayIntersect::validForDeformingGeometry(&begin, &moved));
-    ASSERT_TRUE(GU_RayIntersect::validForDeformingGeometry(&begin, &alike));
-    ASSERT_FALSE(GU_RayIntersect::validForDeformingGeometry(&begin, &opened));
-    GU_RayIntersect rays(&begin, &moved);
-    for (GU_Detail* end : {&alike, &moved, &alike}) {
-        EXPECT_TRUE(rays.refit(&begin, end));
-        EXPECT_FALSE(rays.refit(&begin, &opened));
-        EXPECT_FLOAT_EQ(rays.getBBox().vmax().x(), end == &alike ? 3.0f : 2.0f); // of what was taken last
-    }
-    poly(alike)->open(); // what matched a moment ago
-    EXPECT_FALSE(rays.refit(&begin, &alike));
 }

@@ -3,10 +3,8 @@
 #include "host/geo/GU_RayIntersect.h"
 
 #include <algorithm>
-#include <array>
 #include <gtest/gtest.h>
 #include <limits>
-#include <utility>
 
 namespace {
 
@@ -133,7 +131,7 @@ TEST(GU_RayIntersect, findsWhatTestingEveryPolygonFinds) {
 TEST(GU_RayIntersect, raysThroughEdgesAndVerticesOfAClosedMeshNeverMiss) {
     RayRandom random(5);
     GU_Detail detail;
-    addSphere(detail, 20, 32, 2, {0, 0, 0});
+    addSphere(detail, 20, 32, 2);
     shake(detail, random, 0.03);
     const GU_RayIntersect rays(&detail);
     const GEO_PrimList& prims = detail.primitives();
@@ -160,35 +158,6 @@ TEST(GU_RayIntersect, raysThroughEdgesAndVerticesOfAClosedMeshNeverMiss) {
     EXPECT_EQ(missed, 0);
     EXPECT_EQ(elsewhere, 0);
     EXPECT_GT(axial, 10000);
-}
-
-TEST(GU_RayIntersect, flatGridsHaveNoCracksAlongAxisParallelRays) {
-    GU_Detail detail;
-    const int n = 20;
-    std::vector<GEO_Point*> grid;
-    for (int i = 0; i < n * n; ++i)
-        grid.push_back(addPoint(detail, {static_cast<float>(i % n) * 0.1f, 3, static_cast<float>(i / n) * 0.1f}));
-    for (size_t i = 0; i + n < grid.size(); ++i) {
-        GEO_Point* quad[4] = {grid[i], grid[i + n], grid[i + n + 1], grid[i + 1]};
-        if (i % n + 1 < n) GU_PrimPoly::build(&detail, quad);
-    }
-    const GU_RayIntersect rays(&detail);
-    GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
-    for (const GEO_Point* point : grid) {
-        const UT_Vector3 below(point->getPos()), org(below.x(), 10, below.z());
-        ASSERT_TRUE(rays.sendRay(org, {0, -1, 0}, info));
-        EXPECT_FALSE(isClear(rays, below, below + UT_Vector3(0, 0.5f, 0)));
-        const bool rimX = org.x() == 0 || org.x() == 1.9f, rimZ = org.z() == 0 || org.z() == 1.9f;
-        // A shared corner counts for every quad that has it, once each, in the order of their numbers.
-        EXPECT_EQ(info.getHitCount(), (rimX ? 1 : 2) * (rimZ ? 1 : 2));
-        int last = -1;
-        for (const GU_RayHit& hit : info.getHits()) {
-            EXPECT_EQ(hit.distance, 7);
-            EXPECT_EQ(hit.normal, UT_Vector3(0, 1, 0));
-            EXPECT_LT(std::exchange(last, hit.prim->getNum()), hit.prim->getNum());
-        }
-        EXPECT_EQ(info.getPrim(), info.getHits()[0].prim);
-    }
 }
 
 TEST(GU_RayIntersect, aPolygonCountsOnceWhereAllItsPiecesMeet) {
@@ -268,16 +237,12 @@ TEST(GU_RayIntersect, quadricsAndMeshesAreHitWhereTheyAre) {
             // A bent cell is four triangles: they differ from the bilinear patch by less than its sagitta.
             expectOnSurface(hit, org, target - org, i % 4 == 3 || hit.prim->getNum() == 3 ? 0.03 : 1e-4);
             EXPECT_NEAR(hit.normal.length(), 1, 1e-5);
+            if (std::fabs(hit.distance - 1) < 1e-4f) {
+                EXPECT_GT(dot(hit.normal, normal), i % 4 == 3 ? 0.5f : 0.999f) << i % 4;
+            }
         }
         EXPECT_LT(best, i % 4 == 3 ? 0.03 : 1e-5) << "kind " << i % 4;
     }
-    // Straight through the unturned directions: one axis of the sphere's frame.
-    const UT_Vector3 axis = place.upper3().row(1);
-    ASSERT_TRUE(rays.sendRay(UT_Vector3(0, -2, 3) - axis * 3.0f, axis, info));
-    ASSERT_EQ(info.getHitCount(), 2);
-    EXPECT_NEAR(info.getHits()[0].distance, 2, 1e-5);
-    EXPECT_NEAR(info.getHits()[1].distance, 4, 1e-5);
-    EXPECT_LT(dot(info.getHits()[0].normal, axis), 0);
 }
 
 TEST(GU_RayIntersect, rangesReachBehindTheOriginAndIncludeTheirEnds) {
@@ -306,12 +271,9 @@ TEST(GU_RayIntersect, degenerateInputHitsNothingAndNeverHangs) {
     const GU_RayIntersect none(nullptr), empty(&detail);
     GU_RayInfo info(1e18f, 0, GU_FIND_ALL);
     GU_RayHit near;
-    for (const GU_RayIntersect* rays : {&none, &empty}) {
-        EXPECT_FALSE(rays->sendRay({0, 0, 1}, {0, 0, -1}, info));
-        EXPECT_FALSE(rays->isInside({0, 0, 0}, 1));
-        EXPECT_FALSE(rays->minimumPoint({0, 0, 0}, near));
-        EXPECT_FALSE(rays->getBBox().isValid());
-    }
+    for (const GU_RayIntersect* rays : {&none, &empty})
+        EXPECT_FALSE(rays->sendRay({0, 0, 1}, {0, 0, -1}, info) || rays->isInside({0, 0, 0}, 1) ||
+                     rays->minimumPoint({0, 0, 0}, near) || rays->getBBox().isValid());
     addPolygon(detail, {{0, 0, 0}, {nan, 0, 0}, {0, 1, 0}});
     addPolygon(detail, {{-1, -1, 0}, {inf, -1, 0}, {0, 1, 0}});
     addPolygon(detail, {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}});
@@ -325,20 +287,20 @@ TEST(GU_RayIntersect, degenerateInputHitsNothingAndNeverHangs) {
     detail.insertPrimitive(GEOPRIMMESH);
     const GU_RayIntersect rays(&detail);
     ASSERT_TRUE(rays.sendRay({0, 0.1f, 1}, {0, 0, -1}, info));
-    EXPECT_EQ(info.getHitCount(), 500);
+    ASSERT_EQ(info.getHitCount(), 500);
+    for (size_t i = 0; i < 500; ++i) EXPECT_EQ(info.getHits()[i].prim->getNum(), 6 + int(i)) << "in their order";
     EXPECT_EQ(info.getPrim()->getNum(), 6);
     EXPECT_EQ(info.getDistance(), 2);
     for (const UT_Vector3& bad : {UT_Vector3(0, 0, 0), UT_Vector3(nan, 0, 1), UT_Vector3(0, inf, 0)})
         EXPECT_FALSE(rays.sendRay({0, 0, 1}, bad, info));
-    EXPECT_FALSE(rays.sendRay({nan, 0, 1}, {0, 0, -1}, info));
-    EXPECT_FALSE(rays.isInside({nan, 0, 0}));
-    EXPECT_FALSE(rays.minimumPoint({0, inf, 0}, near));
+    EXPECT_FALSE(rays.sendRay({nan, 0, 1}, {0, 0, -1}, info) || rays.isInside({nan, 0, 0}) ||
+                 rays.minimumPoint({0, inf, 0}, near));
     // Very short and very long directions count in their own lengths.
     info.setRange(0, inf);
-    ASSERT_TRUE(rays.sendRay({0, 0, 1}, {0, 0, -1e-30f}, info));
-    EXPECT_FLOAT_EQ(info.getDistance(), 2e30f);
-    ASSERT_TRUE(rays.sendRay({0, 0, 1}, {0, 0, -1e30f}, info));
-    EXPECT_FLOAT_EQ(info.getDistance(), 2e-30f);
+    for (float length : {1e-30f, 1e30f}) {
+        ASSERT_TRUE(rays.sendRay({0, 0, 1}, {0, 0, -length}, info));
+        EXPECT_FLOAT_EQ(info.getDistance(), 2 / length);
+    }
     // A direction so short that the distance overflows a float.
     EXPECT_FALSE(rays.sendRay({0, 0, 1}, {0, 0, -1e-42f}, info));
 }
@@ -347,7 +309,7 @@ TEST(GU_RayIntersect, hugeAndTinyCoordinatesStillMeet) {
     for (float size : {1e-15f, 1e-6f, 1e5f, 1e15f}) {
         RayRandom random(2);
         GU_Detail detail;
-        addSphere(detail, 12, 16, double(size), {0, 0, 0});
+        addSphere(detail, 12, 16, double(size));
         const GU_RayIntersect rays(&detail);
         GU_RayInfo info(std::numeric_limits<float>::infinity(), 0, GU_FIND_ALL);
         for (int i = 0; i < 500; ++i) {
@@ -395,14 +357,10 @@ TEST(GU_RayIntersect, aGroupRestrictsAndChangesInvalidate) {
     const auto firstHit = [&](const GU_RayIntersect& rays) {
         return rays.sendRay({0, 0, 0}, {0, 0, 1}, info) ? info.getDistance() : -1;
     };
-    const GU_RayIntersect some(&detail, &group);
-    EXPECT_EQ(firstHit(some), 2);
-    EXPECT_EQ(some.getBBox().zmin(), 2);
-
+    EXPECT_EQ(GU_RayIntersect(&detail, &group).getBBox().zmin(), 2);
     auto all = GU_RayIntersect::shared(&detail);
     EXPECT_EQ(firstHit(*all), 1);
-    EXPECT_FALSE(all->validForDetail(&other));
-    EXPECT_FALSE(all->validForDetail(nullptr));
+    EXPECT_FALSE(all->validForDetail(&other) || all->validForDetail(nullptr));
     EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&detail, &group)), 2);
     EXPECT_EQ(GU_RayIntersect::shared(&detail), all);
     group.remove(detail.primitives()[1]); // same group, other members
@@ -413,13 +371,12 @@ TEST(GU_RayIntersect, aGroupRestrictsAndChangesInvalidate) {
     EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&detail)), 2);
     EXPECT_EQ(firstHit(*all), 1); // who still holds the old one keeps it
     // More details than the cache keeps: answers stay right.
-    std::vector<std::unique_ptr<GU_Detail>> many;
-    for (int i = 0; i < 40; ++i) {
-        many.push_back(std::make_unique<GU_Detail>());
+    std::vector<GU_Detail> many(40);
+    for (size_t i = 0; i < many.size(); ++i) {
         const float z = static_cast<float>(i + 1);
-        addPolygon(*many.back(), {{-1, -1, z}, {1, -1, z}, {0, 1, z}});
+        addPolygon(many[i], {{-1, -1, z}, {1, -1, z}, {0, 1, z}});
     }
     for (int round = 0; round < 2; ++round)
         for (size_t i = 0; i < many.size(); ++i)
-            EXPECT_EQ(firstHit(*GU_RayIntersect::shared(many[i].get())), static_cast<float>(i + 1));
+            EXPECT_EQ(firstHit(*GU_RayIntersect::shared(&many[i])), static_cast<float>(i + 1));
 }

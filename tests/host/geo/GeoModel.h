@@ -14,9 +14,8 @@ class GeoModel {
 public:
     struct Prim {
         unsigned type;
-        std::vector<int> points;  ///< ids
-        int tag;                  ///< primitive attribute
-        std::vector<int> corners; ///< vertex attribute of polygons
+        std::vector<std::pair<int, int>> vertices; ///< ids of points, and the vertex attribute of polygons
+        int tag;                                   ///< primitive attribute
     };
 
     GeoModel() {
@@ -48,15 +47,14 @@ public:
     void insert(unsigned type) {
         GEO_Primitive* prim = detail.insertPrimitive(type);
         *prim->castAttribData<int>(myTag) = nextId;
-        prims.push_back({type, {}, nextId++, {}});
+        prims.push_back({type, {}, nextId++});
     }
     GEO_PrimParticle* particles(size_t n) const { return static_cast<GEO_PrimParticle*>(detail.primitives()[n]); }
     GEO_PrimPoly* poly(size_t n) const { return static_cast<GEO_PrimPoly*>(detail.primitives()[n]); }
     void addCorner(size_t n, int pointId) {
         GEO_Vertex* vertex = poly(n)->appendVertex(byId(pointId));
         *vertex->castAttribData<int>(myCorner) = nextId;
-        prims[n].points.push_back(pointId);
-        prims[n].corners.push_back(nextId++);
+        prims[n].vertices.emplace_back(pointId, nextId++);
     }
 
     void forgetPoints(const std::set<int>& gone) {
@@ -67,7 +65,7 @@ public:
     std::set<int> unusedPoints() const {
         std::set<int> unused(points.begin(), points.end());
         for (const Prim& prim : prims)
-            for (int p : prim.points) unused.erase(p);
+            for (const auto& [p, corner] : prim.vertices) unused.erase(p);
         return unused;
     }
     void forgetPrim(size_t n) {
@@ -106,12 +104,13 @@ private:
         const GEO_Primitive* prim = detail.primitives()[i];
         ASSERT_EQ(prim->getPrimitiveId(), prims[i].type);
         ASSERT_EQ(*prim->castAttribData<int>(myTag), prims[i].tag);
-        ASSERT_EQ(prim->getVertexCount(), static_cast<int>(prims[i].points.size()));
-        for (int k = 0; k < prim->getVertexCount(); ++k) {
-            const auto at = static_cast<size_t>(k);
-            ASSERT_EQ(id(prim->getVertexPoint(k)), prims[i].points[at]) << "primitive " << i << " vertex " << k;
-            if (prims[i].corners.empty()) continue;
-            ASSERT_EQ(*prim->getVertex(k)->castAttribData<int>(myCorner), prims[i].corners[at]);
+        ASSERT_EQ(prim->getVertexCount(), static_cast<int>(prims[i].vertices.size()));
+        for (int k = 0; const auto& [p, corner] : prims[i].vertices) {
+            ASSERT_EQ(id(prim->getVertexPoint(k)), p) << "primitive " << i << " vertex " << k;
+            if (corner) {
+                ASSERT_EQ(*prim->getVertex(k)->castAttribData<int>(myCorner), corner);
+            }
+            ++k;
         }
     }
     int myId, myTag, myCorner;

@@ -77,31 +77,25 @@ inline UT_Vector3 onTorus(double u, double v, double R, double r) {
         UT_Vector3D((R + r * std::cos(b)) * std::cos(a), (R + r * std::cos(b)) * std::sin(a), r * std::sin(b)));
 }
 
-/// Triangles about both poles and quads between: a closed, consistently wound sphere.
-inline void addSphere(GU_Detail& detail, int rows, int cols, double radius, const UT_Vector3& center) {
-    std::vector<std::vector<GEO_Point*>> ring;
-    const auto at = [&](double a, double b) {
-        return center + UT_Vector3(UT_Vector3D(radius * std::sin(b) * std::cos(a), radius * std::sin(b) * std::sin(a),
-                                               radius * std::cos(b)));
-    };
-    GEO_Point* north = addPoint(detail, at(0, 0));
-    GEO_Point* south = addPoint(detail, at(0, M_PI));
-    for (int r = 1; r < rows; ++r) {
-        ring.emplace_back();
-        for (int c = 0; c < cols; ++c)
-            ring.back().push_back(addPoint(detail, at(2 * M_PI * c / cols, M_PI * r / rows)));
-    }
-    for (size_t c = 0; c < ring[0].size(); ++c) {
-        const size_t d = (c + 1) % ring[0].size();
-        GEO_Point* cap[3] = {north, ring[0][c], ring[0][d]};
-        GU_PrimPoly::build(&detail, cap);
-        for (size_t r = 0; r + 1 < ring.size(); ++r) {
-            GEO_Point* quad[4] = {ring[r][c], ring[r + 1][c], ring[r + 1][d], ring[r][d]};
-            GU_PrimPoly::build(&detail, quad);
+/// Triangles about both poles and quads between: a closed, consistently wound sphere about the origin.
+inline void addSphere(GU_Detail& detail, int rows, int cols, double radius) {
+    std::vector<GEO_Point*> points;
+    for (int r = 0; r <= rows; ++r)
+        for (int c = 0; c < (r % rows ? cols : 1); ++c) {
+            const double a = 2 * M_PI * c / cols, b = M_PI * r / rows, out = radius * std::sin(b);
+            const UT_Vector3D p(out * std::cos(a), out * std::sin(a), radius * std::cos(b));
+            points.push_back(addPoint(detail, UT_Vector3(p)));
         }
-        GEO_Point* base[3] = {ring.back()[c], south, ring.back()[d]};
-        GU_PrimPoly::build(&detail, base);
-    }
+    const auto at = [&](int r, int c) {
+        return r == 0 ? points.front() : r == rows ? points.back() : points[size_t((r - 1) * cols + c % cols + 1)];
+    };
+    for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c) {
+            std::vector<GEO_Point*> face{at(r, c), at(r + 1, c), at(r + 1, c + 1)};
+            if (r > 0 && r + 1 < rows) face.push_back(at(r, c + 1));
+            if (r + 1 == rows) face[2] = at(r, c + 1);
+            GU_PrimPoly::build(&detail, face);
+        }
 }
 
 /// Puts every point where f says.

