@@ -188,17 +188,6 @@ TEST(MovingCollision, AnotherTopologyIsToldOf) {
     EXPECT_EQ(Network::messages(rig.hit), "warning FLX 11: /obj/nowhere");
 }
 
-// ---- deforming
-
-TEST(DeformingCollision, ARisingSurfaceHitsAParticleAtRest) {
-    CollisionRig rig(risingTriangles(6), 1, false);
-    rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"dohittime", 1}, {"gainnml", 0.5}});
-    rig.fly({2, 0.1f, 1}, {0, 0, 0});
-    expectNear(rig.velocity(), {0, 9, 0}, 1e-4);
-    EXPECT_NEAR(rig.net.value("hittime", 0), 0.1 / 6, 1e-6);
-    EXPECT_NEAR(rig.position().y(), 0.1 + 9 * (DT - 0.1 / 6), 1e-5);
-}
-
 TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
     // A roof comes down at 2 while the particle, after its bounce off a still floor a fifth into the step, rises at 12;
     // they meet at s with 0.2 - 2 s = 12 (s - 1/120).
@@ -225,19 +214,17 @@ TEST(DeformingCollision, ASurfaceTooFastToBeFollowedPassesBy) {
     }
 }
 
-TEST(DeformingCollision, WhatCannotBeHitIsSaid) {
-    CollisionRig rig([](GU_Detail& detail, float) { GU_PrimSphere::build(&detail, UT_Matrix4(1.0f)); }, 1, false);
-    rig.set({{"behavior", 0}, {"geohint", DEFORMING}});
-    rig.fly({0, 3, 0}, {0, -100, 0},
-            "warning OP 5: geohint: spheres, tubes and circles are not hit while geometry deforms; make them polygons");
-    EXPECT_EQ(rig.state(), 0);
-}
-
-TEST(MovingCollision, PartsOfAStepAreLimited) {
-    CollisionRig rig(risingFloor(2), 1, false);
-    rig.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"sample", 2000000000}});
-    rig.fly({2, 0.1f, 0}, {0, -10, 0}, "warning OP 5: sample: more than 1000; 1000 is used instead");
-    EXPECT_EQ(rig.state(), FLX_DEAD | FLX_JUSTHIT);
+TEST(MovingAndDeformingCollision, WhatCannotBeDoneIsSaid) {
+    CollisionRig spheres([](GU_Detail& detail, float) { GU_PrimSphere::build(&detail, UT_Matrix4(1.0f)); }, 1, false);
+    spheres.set({{"behavior", 0}, {"geohint", DEFORMING}});
+    spheres.fly({0, 3, 0}, {0, -100, 0},
+                "warning OP 5: geohint: spheres, tubes and circles are not hit while geometry deforms; make them "
+                "polygons");
+    EXPECT_EQ(spheres.state(), 0);
+    CollisionRig parts(risingFloor(2), 1, false);
+    parts.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"sample", 2000000000}});
+    parts.fly({2, 0.1f, 0}, {0, -10, 0}, "warning OP 5: sample: more than 1000; 1000 is used instead");
+    EXPECT_EQ(parts.state(), FLX_DEAD | FLX_JUSTHIT);
 }
 
 TEST(MovingCollision, APointThatIsNowhereDoesNotStopTheOthers) {
