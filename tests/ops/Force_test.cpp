@@ -102,12 +102,3 @@ TEST(Force, ConstantNoiseEqualsVaryingNoise) {
         EXPECT_NE(found[0][4], UT_Vector3(1, 2, 3));
     }
 }
-
-TEST(Force, ReachesLiveParticles) {
-    Pull p(6);
-    p.set("force=1,0,0");
-    p.setStates({0, FLX_DEAD | FLX_SUPPRESS_REAP, FLX_STOPPED, FLX_STUCK, FLX_SLIDING, FLX_JUSTHIT});
-    p.net.context().setDoApplyRules(false);
-    p.net.step();
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(p.accel(i).x(), i == 0 || i > 3) << i;
-}
