@@ -74,7 +74,7 @@ struct Closed {
               n, m.hint == 0)
         , motion(m)
         , particles(n) {
-        rig.set({{"behavior", 1}, {"geohint", m.hint}, {"gainnml", gains}, {"gaintan", gains}});
+        rig.set("behavior=1 geohint={} gainnml={} gaintan={}", m.hint, gains, gains);
     }
     void scatter(float speed) {
         uint32_t state = 1;
@@ -94,7 +94,7 @@ struct Closed {
         scatter(20);
         for (int step = 0; step < steps; ++step) {
             rig.net.step();
-            EXPECT_EQ(Network::messages(rig.hit), "");
+            EXPECT_EQ(rig.messages(), "");
             const float t = rig.net.time();
             for (int i = 0; i < rig.net.particles(); ++i) {
                 const bool outside = (rig.position(i) - motion.centre(t)).length() > motion.radius(t) + 1e-4f;
@@ -117,7 +117,7 @@ TEST(ClosedCollision, NobodyLeavesWhoIsKeptOnHisSide) {
     const Ball ball(3);
     for (const float gains : {1.0f, 0.3f}) {
         Closed closed(ball, {0}, gains, particles);
-        closed.rig.set({{"bounce", 1000}, {"enforceorient", 1}, {"dohittest", 1}, {"donormalstep", 1}});
+        closed.rig.set("bounce=1000 enforceorient=1 dohittest=1 donormalstep=1");
         EXPECT_EQ(closed.lost(200), 0) << gains;
         EXPECT_EQ(closed.rig.net.particles(), particles);
     }
@@ -136,7 +136,7 @@ TEST(ClosedCollision, FewGetLostWithoutARecordOfTheirSide) {
     for (const Case& c : cases)
         for (const bool elastic : {true, false}) {
             Closed closed(ball, c.motion, elastic ? 1.0f : 0.3f, 250);
-            closed.rig.set("enforceorient", c.enforced);
+            closed.rig.set("enforceorient={}", int(c.enforced));
             EXPECT_LE(closed.lost(60), elastic ? c.lostElastic : c.lostDamped) << c.motion.hint << " " << c.motion.sway;
         }
 }

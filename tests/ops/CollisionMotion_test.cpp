@@ -19,23 +19,18 @@ std::function<void(GU_Detail&, float)> risingTriangles(float c) {
 constexpr int TRANSLATING = 1, DEFORMING = 2;
 
 /// A still floor, which throws back, and a roof above it, one collision after the other.
-struct TwoCollisions {
-    Network net;
-    FLX_Node& first = net.add("collision", "first", {&Probe::addSource(net, "source", 1)});
-    FLX_Node& second = net.add("collision", "second", {&first});
+struct TwoCollisions : CollisionRig {
+    FLX_Node& second = net.add("collision", "second", {&hit});
 
-    explicit TwoCollisions(const std::function<void(GU_Detail&, float)>& roof) {
-        first.setString("soppath", net.addGeometry(
-                                       "floor", [](GU_Detail& d, float) { addFloor(d); }, true));
+    explicit TwoCollisions(const std::function<void(GU_Detail&, float)>& roof)
+        : CollisionRig([](GU_Detail& d, float) { addFloor(d); }) {
         second.setString("soppath", net.addGeometry("roof", roof));
-        for (FLX_Node* node : {&first, &second})
-            for (const char* on : {"behavior", "dohittime"}) node->setFloat(on, 0, 1);
+        for (FLX_Node* each : {&hit, &second}) setParms(*each, "behavior=1 dohittime=1");
     }
     /// One step, from a tenth above the floor.
     void fly() {
         net.start(second);
-        net.point(0)->setPos({0, 0.1f, 0, 1});
-        net.setValue("v", 0, {0, -12, 0});
+        place(0, {0, 0.1f, 0}, {0, -12, 0});
         net.step();
     }
 };
@@ -55,8 +50,8 @@ TEST(MovingAndDeformingCollision, GainsAreRelativeToTheGeometry) {
         for (const bool deforms : {false, true}) {
             CollisionRig rig(deforms ? risingTriangles(2) : risingFloor(2), 1, false);
             rig.addHitAttributes();
-            rig.set({{"behavior", 1}, {"geohint", deforms ? DEFORMING : TRANSLATING}});
-            rig.set({{"gaintan", c.tangent}, {"gainnml", c.normal}});
+            rig.set("behavior=1 geohint={}", deforms ? DEFORMING : TRANSLATING);
+            rig.set("gaintan={} gainnml={}", c.tangent, c.normal);
             rig.fly({2, 0.1f, 0}, {3, -10, 0});
             expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
             EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
@@ -88,7 +83,7 @@ TEST(MovingAndDeformingCollision, BehavioursEndTheMove) {
             SCOPED_TRACE(testing::Message() << "behavior " << c.behavior << ", hint " << hint);
             const bool deforms = hint == DEFORMING;
             CollisionRig rig(deforms ? risingTriangles(2) : risingFloor(2), 1, false);
-            rig.set({{"behavior", c.behavior}, {"geohint", hint}, {"finalbehavior", c.finally}, {"minimpulse", 25}});
+            rig.set("behavior={} geohint={} finalbehavior={} minimpulse=25", c.behavior, hint, c.finally);
             rig.fly({2, 0.1f, 0}, {0, -10, 0});
             EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
             expectNear(rig.position(), {2, deforms ? c.deformingY : c.movingY, 0}, 1e-5);
@@ -107,7 +102,7 @@ TEST(MovingCollision, PartsOfTheStepFollowTheGeometry) {
     };
     for (const int parts : {1, 2, 4}) {
         CollisionRig rig(late, 1, false);
-        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"sample", parts}, {"dohittime", 1}});
+        rig.set("behavior=1 geohint={} sample={} dohittime=1", TRANSLATING, parts);
         rig.fly({2, 0.2f, 0}, {0, 0, 0});
         const float rise = 0.4f / DT * float(parts); // within the part in which it happens
         expectNear(rig.velocity(), {0, 2 * rise, 0}, 1e-3 * rise);
@@ -120,7 +115,7 @@ TEST(MovingCollision, ARestingParticleIsCarried) {
     // A hair above a floor that rises at 1, rising a hair slower.
     CollisionRig rig(risingFloor(1), 1, false);
     rig.addHitAttributes();
-    rig.set({{"behavior", 1}, {"geohint", TRANSLATING}, {"tolerance", 0.001}});
+    rig.set("behavior=1 geohint={} tolerance=0.001", TRANSLATING);
     rig.fly({2, 5e-6f, 0}, {0, 0.99999f, 0});
     EXPECT_NEAR(rig.position().y(), DT, 1e-7) << "on the floor at the end";
     EXPECT_EQ(rig.velocity().y(), 0.99999f);
@@ -128,7 +123,7 @@ TEST(MovingCollision, ARestingParticleIsCarried) {
     EXPECT_EQ(rig.net.intValue("numhit", 0), 0) << "no hit";
     EXPECT_EQ(rig.backtrack()[3], DT);
     CollisionRig fled(risingFloor(-12), 1, false);
-    fled.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+    fled.set("behavior=1 geohint={}", TRANSLATING);
     fled.fly({2, 0.1f, 0}, {0, -10, 0});
     EXPECT_EQ(fled.state(), 0) << "nor is one that the floor flees";
     expectNear(fled.position(), {2, 0.1f - 10 * DT, 0});
@@ -147,7 +142,7 @@ TEST(MovingCollision, TheToleranceProbesAroundTheStart) {
     // clang-format on
     for (const Case& c : cases) {
         CollisionRig rig(wall);
-        rig.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"tolerance", c.tolerance}});
+        rig.set("behavior=0 geohint={} tolerance={}", TRANSLATING, c.tolerance);
         rig.fly(c.from, c.velocity);
         EXPECT_EQ(rig.state(), c.dies ? FLX_DEAD | FLX_JUSTHIT : 0) << c.tolerance;
     }
@@ -158,11 +153,9 @@ TEST(MovingCollision, PartOfAMoveIsTestedByWholeParts) {
     // left, in whole parts.
     for (const int parts : {1, 2, 4}) {
         TwoCollisions two([](GU_Detail& d, float) { addFloor(d, 0.39f); });
-        two.second.setFloat("behavior", 0, 0);
-        two.second.setFloat("geohint", 0, TRANSLATING);
-        two.second.setFloat("sample", 0, parts);
+        setParms(two.second, fmt::format("behavior=0 geohint={} sample={}", TRANSLATING, parts));
         two.fly(); // ends at 0.4, after 0.8 of a step upwards: 0.39 lies in its last part
-        EXPECT_EQ(two.net.intValue("pstate", 0), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
+        EXPECT_EQ(two.state(), parts == 1 ? FLX_JUSTHIT : FLX_JUSTHIT | FLX_DEAD) << parts;
     }
 }
 
@@ -177,15 +170,15 @@ TEST(MovingCollision, AnotherTopologyIsToldOf) {
     const char* changes =
         "warning OP 5: geohint: translating geometry changes its topology, surfaces may be taken for others";
     CollisionRig rig(fill, 1, false);
-    rig.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+    rig.set("behavior=1 geohint={}", TRANSLATING);
     rig.fly({2, 0.1f, 0}, {3, -10, 0}, changes);
     expectNear(rig.velocity(), {3, 14, 0}, 1e-4);
     expectNear(rig.position(), {2 + 3.0f / 120, 2 * DT, 0}, 1e-5);
     rig.net.step();
-    EXPECT_EQ(Network::messages(rig.hit), changes);
+    EXPECT_EQ(rig.messages(), changes);
     rig.hit.setString("soppath", "/obj/nowhere");
     rig.net.step();
-    EXPECT_EQ(Network::messages(rig.hit), "warning FLX 11: /obj/nowhere");
+    EXPECT_EQ(rig.messages(), "warning FLX 11: /obj/nowhere");
 }
 
 TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
@@ -198,14 +191,14 @@ TEST(DeformingCollision, TheFractionOfTheStepFollowsTheTimeThatIsOver) {
     two.fly();
     const double s = 0.3 / 14;
     EXPECT_NEAR(two.net.value("hittime", 0), s, 1e-6);
-    EXPECT_NEAR(two.net.value("v", 0, 1), -16, 1e-4);
-    EXPECT_NEAR(two.net.position(0).y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
+    EXPECT_NEAR(two.velocity().y(), -16, 1e-4);
+    EXPECT_NEAR(two.position().y(), 0.2 - 2 * s - 16 * (DT - s), 1e-5);
 }
 
 TEST(DeformingCollision, ASurfaceTooFastToBeFollowedPassesBy) {
     for (const float speed : {5e37f, 1.5e38f, 3e38f}) {
         CollisionRig rig(risingTriangles(speed), 1, false);
-        rig.set({{"behavior", 1}, {"geohint", DEFORMING}, {"donumhit", 1}});
+        rig.set("behavior=1 geohint={} donumhit=1", DEFORMING);
         rig.fly({2, 0.1f, 1}, {0, 0, 0});    // at rest
         const bool followed = speed < 1e38f; // the bounce can be told in floats
         EXPECT_NEAR(rig.velocity().y(), followed ? 1e38 : 0, 1e32);
@@ -216,13 +209,13 @@ TEST(DeformingCollision, ASurfaceTooFastToBeFollowedPassesBy) {
 
 TEST(MovingAndDeformingCollision, WhatCannotBeDoneIsSaid) {
     CollisionRig spheres([](GU_Detail& detail, float) { GU_PrimSphere::build(&detail, UT_Matrix4(1.0f)); }, 1, false);
-    spheres.set({{"behavior", 0}, {"geohint", DEFORMING}});
+    spheres.set("behavior=0 geohint={}", DEFORMING);
     spheres.fly({0, 3, 0}, {0, -100, 0},
                 "warning OP 5: geohint: spheres, tubes and circles are not hit while geometry deforms; make them "
                 "polygons");
     EXPECT_EQ(spheres.state(), 0);
     CollisionRig parts(risingFloor(2), 1, false);
-    parts.set({{"behavior", 0}, {"geohint", TRANSLATING}, {"sample", 2000000000}});
+    parts.set("behavior=0 geohint={} sample=2000000000", TRANSLATING);
     parts.fly({2, 0.1f, 0}, {0, -10, 0}, "warning OP 5: sample: more than 1000; 1000 is used instead");
     EXPECT_EQ(parts.state(), FLX_DEAD | FLX_JUSTHIT);
 }
@@ -235,7 +228,7 @@ TEST(MovingCollision, APointThatIsNowhereDoesNotStopTheOthers) {
             addFace(detail, {{9, NAN, 9}, {9, 2 * t, 8}, {8, 2 * t, 8}});
         };
         CollisionRig rig(fill, 1, false);
-        rig.set({{"behavior", 1}, {"geohint", TRANSLATING}});
+        rig.set("behavior=1 geohint={}", TRANSLATING);
         rig.fly({2, 0.1f, 0}, {0, -10, 0});
         expectNear(rig.velocity(), {0, 14, 0}, 1e-4);
     }
@@ -249,13 +242,13 @@ TEST(DeformingCollision, ChangingTopologyIsAnError) {
             if (t > 1.5f * DT) addFace(detail, {{-5, y, 5}, {5, y, -5}, {-5, y, -5}});
         },
         1, false);
-    rig.set("geohint", DEFORMING);
+    rig.set("geohint={}", DEFORMING);
     rig.fly({2, 0.1f, 4}, {0, 1, 0});
     rig.place(0, {2, 0.1f, 4}, {0, -12, 0});
     rig.net.step();
-    EXPECT_EQ(Network::messages(rig.hit), "error FLX 22: The deforming geometry changes its topology");
+    EXPECT_EQ(rig.messages(), "error FLX 22: The deforming geometry changes its topology");
     EXPECT_EQ(rig.state(), 0);
     rig.net.step(); // the error has frozen it; now the topology stays
     rig.net.step();
-    EXPECT_EQ(Network::messages(rig.hit), "");
+    EXPECT_EQ(rig.messages(), "");
 }
