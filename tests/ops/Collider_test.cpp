@@ -47,6 +47,21 @@ TEST(Collider, KeepsItsRaysWhileTheGeometryIsTheSame) {
     }
 }
 
+TEST(Collider, LooksAtTheMomentsThatTheMotionAsksFor) {
+    Fetched f(false);
+    const auto heights = [&](FLX_GeoHint hint, int parts) {
+        f.fetch(2, hint, parts);
+        std::vector<float> found;
+        for (int k = 0; const GU_Detail* detail = f.collider.detail(k); ++k)
+            found.push_back(detail->points()(0)->getPos().y());
+        return found;
+    };
+    EXPECT_EQ(heights(FLX_GeoHint::Static, 1), std::vector<float>{2});
+    EXPECT_EQ(heights(FLX_GeoHint::Deforming, 1), (std::vector<float>{1.5f, 2}));
+    EXPECT_EQ(heights(FLX_GeoHint::Translating, 2), (std::vector<float>{1.5f, 1.75f, 2}));
+    EXPECT_NEAR(f.collider.reach().ymax(), 2, 1e-6) << "where the last part ends";
+}
+
 // A hint that changes back must not find the rays of the other hint: only a moving surface runs into a point at rest.
 TEST(Collider, EveryHintHasItsOwnRays) {
     Fetched f(false);

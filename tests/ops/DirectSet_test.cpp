@@ -104,7 +104,8 @@ TEST(DirectSet, TheFormsOfAVectorAgree) {
 TEST(DirectSet, ReachesAllOrMovingParticles) {
     const auto reached = [&](const char* type, const char* attrib, int moving) {
         Setter s(type, 6);
-        if (s.node.hasParm("applymotion")) s.node.setInt("applymotion", 0, moving);
+        for (const char* parm : {"applymotion", "mode"})
+            if (s.node.hasParm(parm)) s.node.setInt(parm, 0, moving);
         for (const char* parm :
              {"a", "v", "rot", "trans", "up", "t", "turn", "turnspeed", "rotvel", "rotangle", "speedlimit", "force"})
             if (s.node.hasParm(parm)) s.node.setFloat(parm, 0, 100);
@@ -125,7 +126,8 @@ TEST(DirectSet, ReachesAllOrMovingParticles) {
     EXPECT_EQ(reached("position", nullptr, 0), 0b111111);
     EXPECT_EQ(reached("position", nullptr, 1), 0b110001);
     for (const auto& [type, attrib] : {std::pair{"turn", "v"}, {"force", "accel"}, {"lookat", "rot"}})
-        EXPECT_EQ(reached(type, attrib, 0), 0b110001) << type << ": moving particles, always";
+        for (const int mode : {0, 1})
+            EXPECT_EQ(reached(type, attrib, mode), 0b110001) << type << ": moving particles, always";
     EXPECT_EQ(reached("speedlimit", "speedlimit", 0), 0b111111) << "all, always";
 }
 

@@ -141,6 +141,11 @@ TEST(Source, OrderedPointsGoRoundFromCookToCook) {
     auto xs = s.xs();
     EXPECT_EQ(std::vector<float>(xs.end() - 4, xs.end()), (std::vector<float>{8, 8, 9, 9}));
     EXPECT_EQ(s.messages(), "");
+    Source half(Point, 0.4, row(3));
+    half.net.start(half.op);
+    EXPECT_EQ(half.net.particles(), 0) << "a count that is half a particle short waits";
+    half.net.step();
+    EXPECT_EQ(half.net.particles(), 1);
 }
 
 TEST(Source, ProbabilityDecidesAndIsCountedInMisses) {
