@@ -273,3 +273,13 @@ TEST(ParticleVariables, UserVariablesAddedInMidCookResolve) {
         EXPECT_EQ(r.op->getCollection()->extraVariables(), nullptr) << "after the cook";
     }
 }
+
+TEST(ParticleVariables, AnInterruptStopsBeforeThePrimitive) {
+    Recording r(3);
+    r.net.start(*r.op);
+    UTgetInterrupt()->clear();
+    UTgetInterrupt()->fireAtPoll(2); // the first is before the loop
+    EXPECT_TRUE(r.values("1").empty());
+    UTgetInterrupt()->clear();
+    EXPECT_EQ(r.values("1").size(), 3u);
+}
