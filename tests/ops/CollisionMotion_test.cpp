@@ -37,57 +37,46 @@ struct TwoCollisions : CollisionRig {
 
 } // namespace
 
-TEST(MovingAndDeformingCollision, GainsAreRelativeToTheGeometry) {
+TEST(MovingAndDeformingCollision, BehavioursAndGainsAreRelativeToTheGeometry) {
     // A floor rises at 2, a particle 0.1 above it comes down at 10: they meet after 1/120 s, a fifth of the step.
     // Relative to the floor it has (3, -12): what is left of it, plus the floor's own 2 along the normal.
+    const UT_Vector3 thrown(3, -10, 0);
+    const float until = 1.0f / 120, left = DT - until, there = 2 * until;
+    const float late = 0.1f - 10 * until, onFloor = 2 * DT, past = 0.1f - 10 * DT;
+    // A surface that moves as a whole is met where it was when the part began, and takes along to its end; one that
+    // deforms is met where it is by then.
     // clang-format off
-    struct Case { double tangent, normal; float vx, vy; };
-    const Case cases[] = {{1, 1, 3, 14}, {0.5, 0.25, 1.5f, 5}, {0, 0, 0, 2}};
-    // clang-format on
-    const float until = 1.0f / 120, left = DT - until;
-    const UT_Vector3 spot(2 + 3 * until, 2 * until, 0);
-    for (const Case& c : cases)
-        for (const bool deforms : {false, true}) {
-            CollisionRig rig(deforms ? risingTriangles(2) : risingFloor(2), 1, false);
-            rig.addHitAttributes();
-            rig.set("behavior=1 geohint={}", deforms ? DEFORMING : TRANSLATING);
-            rig.set("gaintan={} gainnml={}", c.tangent, c.normal);
-            rig.fly({2, 0.1f, 0}, {3, -10, 0});
-            expectNear(rig.velocity(), {c.vx, c.vy, 0}, 1e-4);
-            EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
-            EXPECT_NEAR(rig.backtrack()[3], left, 1e-6);
-            EXPECT_EQ(rig.net.intValue("numhit", 0), 1) << "a gain of 0 leaves it on the floor, which is no new hit";
-            EXPECT_EQ(rig.net.value("dist", 0), 0);
-            EXPECT_EQ(rig.state(), FLX_JUSTHIT);
-            // A surface that moves as a whole is met where it was when the part began, and takes along to its end.
-            expectNear(rig.vector("hitpos"), {spot.x(), deforms ? spot.y() : 0, 0}, 1e-6);
-            if (deforms) expectNear(rig.position(), spot + UT_Vector3(c.vx, c.vy, 0) * left, 1e-5);
-            EXPECT_NEAR(rig.position().y(), deforms ? spot.y() + c.vy * left : 2 * DT, 1e-5);
-        }
-}
-
-// A floor rises at 2, a particle falls on it at 10 from 0.1 above. A surface that moves as a whole is met where it was
-// when the step began, one that deforms where it is by then.
-TEST(MovingAndDeformingCollision, BehavioursEndTheMove) {
-    const float late = 0.1f - 10.0f / 120, there = 2.0f / 120, onFloor = 2 * DT, past = 0.1f - 10 * DT;
-    // clang-format off
-    struct Case { int behavior, finally, state; float movingY, deformingY; };
+    struct Case { const char* parms; int state; UT_Vector3 velocity; float movingY, deformingY; };
     const Case cases[] = {
-        {0, 0, FLX_DEAD, late, there}, {2, 0, FLX_STOPPED, late, there}, {3, 0, FLX_STUCK, onFloor, onFloor},
-        {4, 0, FLX_SLIDING, onFloor, onFloor}, {5, 0, 0, past, past},
+        {"behavior=1", 0, {3, 14, 0}, onFloor, there + 14 * left},
+        {"behavior=1 gaintan=0.5 gainnml=0.25", 0, {1.5f, 5, 0}, onFloor, there + 5 * left},
+        {"behavior=1 gaintan=0 gainnml=0", 0, {0, 2, 0}, onFloor, onFloor}, /* it stays there, which is no new hit */
+        {"behavior=0", FLX_DEAD, thrown, late, there}, {"behavior=2", FLX_STOPPED, thrown, late, there},
+        {"behavior=3", FLX_STUCK, thrown, onFloor, onFloor}, {"behavior=4", FLX_SLIDING, thrown, onFloor, onFloor},
+        {"behavior=5", 0, thrown, past, past},
         // Bounces too weak, which end with the part: the impulse is 24.
-        {1, 1, FLX_DEAD, onFloor, there}, {1, 2, FLX_STOPPED, onFloor, there}, {1, 3, FLX_STUCK, onFloor, onFloor}};
+        {"behavior=1 minimpulse=25 finalbehavior=1", FLX_DEAD, thrown, onFloor, there},
+        {"behavior=1 minimpulse=25 finalbehavior=2", FLX_STOPPED, thrown, onFloor, there},
+        {"behavior=1 minimpulse=25 finalbehavior=3", FLX_STUCK, thrown, onFloor, onFloor}};
     // clang-format on
     for (const Case& c : cases)
         for (const int hint : {TRANSLATING, DEFORMING}) {
-            SCOPED_TRACE(testing::Message() << "behavior " << c.behavior << ", hint " << hint);
+            SCOPED_TRACE(testing::Message() << c.parms << ", hint " << hint);
             const bool deforms = hint == DEFORMING;
             CollisionRig rig(deforms ? risingTriangles(2) : risingFloor(2), 1, false);
-            rig.set("behavior={} geohint={} finalbehavior={} minimpulse=25", c.behavior, hint, c.finally);
-            rig.fly({2, 0.1f, 0}, {0, -10, 0});
+            rig.addHitAttributes();
+            rig.set("{} geohint={}", c.parms, hint);
+            rig.fly({2, 0.1f, 0}, thrown);
+            expectNear(rig.velocity(), c.velocity, 1e-4);
             EXPECT_EQ(rig.state(), c.state | FLX_JUSTHIT);
-            expectNear(rig.position(), {2, deforms ? c.deformingY : c.movingY, 0}, 1e-5);
-            expectNear(rig.velocity(), {0, -10, 0}, 0);
+            const float y = deforms ? c.deformingY : c.movingY;
+            const bool goesOn = c.state == 0 && y != onFloor;
+            expectNear(rig.position(), {2 + 3 * until + (goesOn ? c.velocity.x() * left : 0), y, 0}, 1e-5);
+            EXPECT_NEAR(rig.net.value("hittime", 0), until, 1e-6);
+            EXPECT_NEAR(rig.backtrack()[3], left, 1e-6);
+            EXPECT_EQ(rig.net.intValue("numhit", 0), 1);
+            EXPECT_EQ(rig.net.value("dist", 0), 0);
+            expectNear(rig.vector("hitpos"), {2 + 3 * until, deforms ? there : 0, 0}, 1e-6);
             if (c.state != FLX_STUCK) continue;
             rig.net.step(5);
             EXPECT_NEAR(rig.position().y(), 2 * rig.net.time(), 1e-5) << "stuck, it rises with the floor";
