@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cmath>
-#include <set>
 
 #include "support/OperatorRig.h"
 

@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include "core/FLX_Attributes.h"
-#include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Expression.h"
 #include "host/expr/EV_Function.h"
