@@ -51,26 +51,19 @@ TEST(Location, CountsPerCook) {
 }
 
 TEST(Location, RefusedBirthsAreOwed) {
-    Location l("impulserate=2 life=0");
+    Location l("impulserate=2 life=0/($ITER*0) constantrate=0/0");
     l.net.start(l.birth);
     l.net.step(3);
+    EXPECT_EQ(Network::messages(l.birth), "warning OP 5: constantrate: not a number; 0 is used instead\n"
+                                          "warning OP 5: life: not a number; 0 is used instead");
     EXPECT_EQ(l.net.particles(), 0);
     EXPECT_EQ(l.born(), 8);
-    l.set("life=1");
+    l.set("life=1 constantrate=0");
     l.net.context().maxParticles = 5;
     l.net.step();
     EXPECT_EQ(l.net.particles(), 5);
     EXPECT_EQ(l.born(), 5);
     EXPECT_EQ(Network::messages(l.birth), "");
-}
-
-TEST(Location, WhatIsNotANumberIsToldOfOnce) {
-    Location l("impulserate=2 life=0/($ITER*0) constantrate=0/0");
-    l.net.start(l.birth);
-    EXPECT_EQ(l.net.particles(), 0);
-    EXPECT_EQ(l.born(), 2);
-    EXPECT_EQ(Network::messages(l.birth), "warning OP 5: constantrate: not a number; 0 is used instead\n"
-                                          "warning OP 5: life: not a number; 0 is used instead");
 }
 
 TEST(Location, LargeCountsCanBeStoppedAndEndlessOnesAreRefused) {

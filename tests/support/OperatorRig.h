@@ -13,14 +13,15 @@ struct OperatorRig {
     Probe& source;
     FLX_Node& node;
 
-    explicit OperatorRig(const char* type, int particles = 1, std::vector<FLX_Attrib> attributes = {}, double fps = 24)
+    explicit OperatorRig(const char* type, int particles = 1, std::vector<FLX_Attrib> attributes = {}, double fps = 24,
+                         bool starts = true)
         : net(fps)
         , source(Probe::addSource(net, "source", particles))
         , node(net.add(type, "node", {&source})) {
         source.attribs = [attributes](Probe&, FLX_ContextData* context) {
             for (const FLX_Attrib attribute : attributes) context->addAttrib(attribute);
         };
-        net.start(node);
+        if (starts) net.start(node);
     }
     void set(const std::string& parms) { setParms(node, parms); }
     template <class Value, class... Values>

@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include "core/FLX_Attributes.h"
-#include "core/FLX_State.h"
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Expression.h"
 #include "host/expr/EV_Function.h"
@@ -34,68 +33,60 @@ struct Words {
     std::string access, expression, meaning;
 };
 
+// clang-format off
+/// Formats, of the component and its axis. Without an access: a default global.
+const std::map<FLX_VarRead, Words> theParticleWords = {
+    {FLX_VarRead::LifeRatio, {"lvar.life", "flx_liferatio(lvar.life)", "age divided by life span, at most 1"}},
+    {FLX_VarRead::Accel, {"lvar.accel", "lvar.accel[{0}]", "acceleration, {1}"}},
+    {FLX_VarRead::Velocity, {"lvar.v", "lvar.v[{0}]", "velocity, {1}"}},
+    {FLX_VarRead::StateBit, {"lvar.pstate", "(*lvar.pstate & {0}) != 0", "1 or 0: state bit {0:#x}"}},
+    {FLX_VarRead::Position, {"lvar.P", "lvar.P[{0}]", "position, {1}"}},
+    {FLX_VarRead::BoundingBox, {"lvar.bbox", "lvar.bbox[{0}]", "place in the box of all particles, 0 to 1, {1}"}},
+    {FLX_VarRead::Iteration, {"lvar.iter", "*lvar.iter", "how many particles the operator has looked at before"}},
+    {FLX_VarRead::PointNumber, {"", "", "point number"}},
+    {FLX_VarRead::PointCount, {"lvar.npt", "*lvar.npt", "number of points"}},
+    {FLX_VarRead::GroupCount, {"lvar.ngrp", "*lvar.ngrp", "number of points in the source group, 0 without one"}},
+    {FLX_VarRead::TimeIncrement, {"", "", "time step in seconds"}},
+    {FLX_VarRead::RotationAngle, {"lvar.rot", "flx_rotangle(lvar.rot)", "angle of `rot` in degrees"}},
+    {FLX_VarRead::RotationAxis, {"lvar.rot", "flx_rotaxis(lvar.rot, {0})", "axis of `rot`, {1}"}},
+    {FLX_VarRead::Speed, {"lvar.v", "flx_speed(lvar.speed, lvar.v)", "attribute `speed`, else the length of the velocity"}},
+    {FLX_VarRead::AngularSpeed, {"lvar.w", "flx_degrees(flx_length(lvar.w))", "angular speed in degrees per second"}}};
+
+const std::map<FLX_GenRead, std::string> theGeneratorMeanings = {
+    {FLX_GenRead::Normal, "normal, {1}"}, {FLX_GenRead::Speed, "length of the source's velocity"},
+    {FLX_GenRead::Position, "place of birth, {1}"}, {FLX_GenRead::Iteration, "how many samples were looked at before"},
+    {FLX_GenRead::BoundingBox, "place in the box of the source, 0 to 1, {1}"},
+    {FLX_GenRead::SourceNumber, "number of the source point or primitive"},
+    {FLX_GenRead::U, "u on the source primitive"}, {FLX_GenRead::V, "v on the source primitive"},
+    {FLX_GenRead::ParticleCount, "number of particles"}, {FLX_GenRead::PointCount, "number of points of the source"},
+    {FLX_GenRead::PrimitiveCount, "number of primitives of the source"},
+    {FLX_GenRead::GroupCount, "number of members of the source group"},
+    {FLX_GenRead::TimeIncrement, "time step in seconds"}};
+// clang-format on
+
+std::string filled(const std::string& format, int component) {
+    return fmt::format(fmt::runtime(format), component, AXES[component & 3]);
+}
+
 Words wordsOf(const FLX_ParticleVariable& v) {
-    const FLX_AttribRow& row = FLXattribRow(v.attrib == FLX_Attrib::Count ? FLX_Attrib::Alpha : v.attrib);
-    const auto item = [&](const std::string& pointer, const std::string& meaning) {
-        return Words{pointer, fmt::format("{}[{}]", pointer, v.component), meaning};
-    };
-    const auto along = [&](const char* what) { return fmt::format("{}, {}", what, AXES[v.component & 3]); };
-    switch (v.read) {
-    case FLX_VarRead::Attribute:
-        return item(std::string("lvar.") + row.name, componentOf(row.name, row.size, v.component));
-    case FLX_VarRead::Life:
-        return item("lvar.life", v.component == 0 ? "age in seconds" : "life span in seconds, below 0: for ever");
-    case FLX_VarRead::LifeRatio:
-        return {"lvar.life", "flx_liferatio(lvar.life)", "age divided by life span, at most 1"};
-    case FLX_VarRead::Accel: return item("lvar.accel", along("acceleration"));
-    case FLX_VarRead::Velocity: return item("lvar.v", along("velocity"));
-    case FLX_VarRead::StateBit:
-        return {"lvar.pstate", fmt::format("(*lvar.pstate & {}) != 0", v.component),
-                fmt::format("1 or 0: state bit {:#x}", v.component)};
-    case FLX_VarRead::Position: return item("lvar.P", along("position"));
-    case FLX_VarRead::BoundingBox: return item("lvar.bbox", along("place in the box of all particles, 0 to 1"));
-    case FLX_VarRead::Iteration:
-        return {"lvar.iter", "*lvar.iter", "how many particles the operator has looked at before"};
-    case FLX_VarRead::PointNumber: return {"", "", "point number"}; // a default global, as the time step
-    case FLX_VarRead::PointCount: return {"lvar.npt", "*lvar.npt", "number of points"};
-    case FLX_VarRead::GroupCount:
-        return {"lvar.ngrp", "*lvar.ngrp", "number of points in the source group, 0 without one"};
-    case FLX_VarRead::TimeIncrement: return {"", "", "time step in seconds"};
-    case FLX_VarRead::RotationAngle: return {"lvar.rot", "flx_rotangle(lvar.rot)", "angle of `rot` in degrees"};
-    case FLX_VarRead::RotationAxis:
-        return {"lvar.rot", fmt::format("flx_rotaxis(lvar.rot, {})", v.component), along("axis of `rot`")};
-    case FLX_VarRead::Speed:
-        return {"lvar.v", "flx_speed(lvar.speed, lvar.v)", "attribute `speed`, else the length of the velocity"};
-    case FLX_VarRead::AngularSpeed:
-        return {"lvar.w", "flx_degrees(flx_length(lvar.w))", "angular speed in degrees per second"};
+    if (v.read == FLX_VarRead::Life)
+        return {"lvar.life", filled("lvar.life[{0}]", v.component),
+                v.component == 0 ? "age in seconds" : "life span in seconds, below 0: for ever"};
+    if (v.read == FLX_VarRead::Attribute) {
+        const FLX_AttribRow& row = FLXattribRow(v.attrib);
+        const std::string pointer = std::string("lvar.") + row.name;
+        return {pointer, filled(pointer + "[{0}]", v.component), componentOf(row.name, row.size, v.component)};
     }
-    return {};
+    const Words& words = theParticleWords.at(v.read);
+    return {words.access, filled(words.expression, v.component), filled(words.meaning, v.component)};
 }
 
 std::string meaningOf(const FLX_ParticleVariable& v) { return wordsOf(v).meaning; }
 
 std::string meaningOf(const FLX_GeneratorVariable& v) {
-    const char axis = AXES[v.component & 3];
-    switch (v.read) {
-    case FLX_GenRead::Attribute: {
-        const FLX_SourceAttribRow& row = FLX_SourceAttribRows[size_t(v.attrib)];
-        return componentOf(row.name, row.size, v.component);
-    }
-    case FLX_GenRead::Normal: return fmt::format("normal, {}", axis);
-    case FLX_GenRead::Speed: return "length of the source's velocity";
-    case FLX_GenRead::Position: return fmt::format("place of birth, {}", axis);
-    case FLX_GenRead::BoundingBox: return fmt::format("place in the box of the source, 0 to 1, {}", axis);
-    case FLX_GenRead::Iteration: return "how many samples were looked at before";
-    case FLX_GenRead::SourceNumber: return "number of the source point or primitive";
-    case FLX_GenRead::U: return "u on the source primitive";
-    case FLX_GenRead::V: return "v on the source primitive";
-    case FLX_GenRead::ParticleCount: return "number of particles";
-    case FLX_GenRead::PointCount: return "number of points of the source";
-    case FLX_GenRead::PrimitiveCount: return "number of primitives of the source";
-    case FLX_GenRead::GroupCount: return "number of members of the source group";
-    case FLX_GenRead::TimeIncrement: return "time step in seconds";
-    }
-    return "";
+    if (v.read != FLX_GenRead::Attribute) return filled(theGeneratorMeanings.at(v.read), v.component);
+    const FLX_SourceAttribRow& row = FLX_SourceAttribRows[size_t(v.attrib)];
+    return componentOf(row.name, row.size, v.component);
 }
 
 // ---- the table file
@@ -213,40 +204,6 @@ TEST(VariableTable, IsUpToDate) {
     EXPECT_EQ(readFile(file), tableText()) << "run this test with FLX_WRITE_TABLE=1";
 }
 
-// As it is found on the search path, whole.
-TEST(VariableTable, IsFoundAndNamesEveryVariable) {
-    FLX_VariableList list;
-    EXPECT_EQ(list.numattribs(), FLX_NUM_ATTRIBS);
-    for (const FLX_ParticleVariable& v : FLX_ParticleVariables::rows) {
-        const FLX_VariableEntry* entry = list.findVariable(v.name);
-        EXPECT_TRUE(entry || list.findGlobal(v.name)) << v.name;
-        EXPECT_TRUE(!entry || list.findAccess(entry->access.c_str())) << v.name;
-    }
-}
-
-// Code that names a variable, an attribute and a function of the table gets what they need, and nothing else.
-TEST(VariableTable, DeclaresWhatIsUsed) {
-    FLX_VariableList list;
-    for (const char* name : {"VX", "ID", "DEAD", "VY"}) list.useVariable(name);
-    list.useAttribute("Cd");
-    list.useAttribute("id");
-    const auto written = [](const auto& write) {
-        std::ostringstream out;
-        write(out);
-        return out.str();
-    };
-    EXPECT_EQ(written([&](std::ostream& out) { list.writeLocalVarClass("spray", out); }),
-              "// This class holds the local access variables required\n// by this flx network.\n"
-              "class spray_LVAR : public CH_LocalVar\n{\npublic:\n    int ptidx;\n"
-              "    float *v;\n    int *pstate, *id;\n};\n\n");
-    EXPECT_EQ(written([&](std::ostream& out) { list.writeDeclarations("gdp", out); }),
-              "    int DEAD, ID;\n    float VX, VY;\n");
-    EXPECT_EQ(written([&](std::ostream& out) { list.writeAttributeInit("gdp", out); }),
-              "    gdp->addDiffuseAttrib();\n    gdp->addIDAttrib();\n");
-    EXPECT_EQ(list.findVariable("VX")->expression, "lvar.v[0]");
-    EXPECT_EQ(list.findVariable("DEAD")->expression, "(*lvar.pstate & 2) != 0");
-}
-
 // FLX_WRITE_TABLE=1 in the environment writes the lists anew.
 TEST(ExpressionPage, ListsWhatThereIs) {
     const std::string page = readFile(PAGE);
@@ -255,12 +212,9 @@ TEST(ExpressionPage, ListsWhatThereIs) {
     const std::string wanted = withSection(withSection(page, "names", names()), "functions", functions());
     if (std::getenv("FLX_WRITE_TABLE")) std::ofstream(PAGE) << wanted;
     EXPECT_EQ(page, wanted) << "run this test with FLX_WRITE_TABLE=1";
-}
-
-TEST(ExpressionPage, ItsGlobalsExist) {
     Network net;
-    OP_Node& node = net.object();
-    for (const auto& [name, meaning] : theGlobals) EXPECT_TRUE(EV_EXPRESSION("$" + name).bind(node.scope())) << name;
+    for (const auto& [name, meaning] : theGlobals)
+        EXPECT_TRUE(EV_EXPRESSION("$" + name).bind(net.object().scope())) << name;
 }
 
 TEST(ExpressionPage, ExamplesGiveWhatTheySay) {
