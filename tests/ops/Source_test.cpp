@@ -4,6 +4,7 @@
 
 #include "host/geo/GEO_PrimMesh.h"
 #include "host/geo/GU_Detail.h"
+#include "host/ut/UT_RandomSequence.h"
 #include "ops/birth/FLX_Source.h"
 #include "support/Network.h"
 #include "support/RandomModel.h"
@@ -141,11 +142,30 @@ TEST(Source, OrderedPointsGoRoundFromCookToCook) {
     auto xs = s.xs();
     EXPECT_EQ(std::vector<float>(xs.end() - 4, xs.end()), (std::vector<float>{8, 8, 9, 9}));
     EXPECT_EQ(s.messages(), "");
+    // A count that is half a particle short waits.
     Source half(Point, 0.4, row(3));
     half.net.start(half.op);
-    EXPECT_EQ(half.net.particles(), 0) << "a count that is half a particle short waits";
+    EXPECT_EQ(half.net.particles(), 0);
     half.net.step();
     EXPECT_EQ(half.net.particles(), 1);
+    half.net.step(3);
+    EXPECT_EQ(half.net.particles(), 2) << "0.8 - 1 + 1.2 = 1.0 makes the second";
+}
+
+TEST(Source, RandomPointsFollowTheSequence) {
+    Source s(PointRandom, 6, row(20));
+    s.net.start(s.op);
+    s.net.step(3);
+    std::vector<float> expected;
+    int element = 0;
+    for (int cook = 0; cook < 4; ++cook) {
+        UT_RandomSequence sequence(unsigned(element) + 1, 20);
+        for (int i = 0; i < 6; ++i) {
+            expected.push_back(float(element));
+            element = sequence.next();
+        }
+    }
+    EXPECT_EQ(s.xs(), expected);
 }
 
 TEST(Source, ProbabilityDecidesAndIsCountedInMisses) {
@@ -204,12 +224,14 @@ TEST(Source, GroupsKeepTheWalkInside) {
     s.op.setString("source", "odd");
     s.net.step();
     EXPECT_EQ(s.xs()[8], 3) << "a group that comes anew starts at its first member";
-    for (const auto& [none, message] : {std::pair{"empty", ""}, {"nonsense", "error FLX 2: nonsense"}}) {
-        s.op.setString("source", none);
-        s.net.step();
-        EXPECT_EQ(s.net.particles(), 10);
-        EXPECT_EQ(s.messages(), message);
-    }
+    s.op.setString("source", "empty");
+    s.net.step();
+    EXPECT_EQ(s.net.particles(), 10);
+    EXPECT_EQ(s.messages(), "");
+    s.op.setString("source", "nonsense");
+    s.net.step();
+    EXPECT_EQ(s.net.particles(), 10);
+    EXPECT_EQ(s.messages(), "error FLX 2: nonsense");
     s.op.setString("source", "2-4");
     s.set("emittype={}", int(PointRandom));
     s.net.step(2);
@@ -337,6 +359,31 @@ TEST(Source, WeightsDistributeTheBirths) {
         }
 }
 
+TEST(Source, VolumesAreFilledByRejection) {
+    // |x| + |y| + |z| <= 2, closed, about (5, 0, 0).
+    const auto octahedron = [](GU_Detail& detail, float) {
+        for (int i = 0; i < 8; ++i) {
+            const UT_Vector3 x(i & 1 ? 3 : 7, 0, 0), y(5, i & 2 ? -2 : 2, 0), z(5, 0, i & 4 ? -2 : 2);
+            const bool flip = ((i ^ (i >> 1) ^ (i >> 2)) & 1) != 0;
+            polygon(detail, {x, flip ? z : y, flip ? y : z});
+        }
+    };
+    Source s(Volume, 60, octahedron);
+    s.set("originindex=$ITER doorigin=1");
+    s.net.start(s.op, 3);
+    ASSERT_EQ(s.net.particles(), 60) << s.messages();
+    RandomModel model{3};
+    for (int i = 0; i < 60; ++i) {
+        float x, y, z;
+        do x = 3 + model.sample() * 4, y = -2 + model.sample() * 4, z = -2 + model.sample() * 4;
+        while (std::abs(x - 5) + std::abs(y) + std::abs(z) > 2);
+        model.random(); // the life span
+        ASSERT_EQ(s.net.position(i), UT_Vector3(x, y, z)) << i;
+        ASSERT_EQ(s.net.intValue("origin", i), i);
+    }
+    EXPECT_EQ(s.messages(), "");
+}
+
 TEST(Source, MetaballsSpendTheirDensity) {
     GU_Detail geometry;
     balls(geometry, 0);
@@ -447,6 +494,11 @@ TEST(Source, VelocityModes) {
             }
             ASSERT_FLOAT_EQ(s.net.value("speed", i), std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]));
         }
+        s.set("inheritvel=0");
+        s.net.step();
+        if (mode == 0) {
+            EXPECT_EQ(s.net.value("v", 12, 1), 0);
+        }
     }
 }
 
@@ -485,14 +537,20 @@ TEST(Source, GeometryInAnotherObjectAndContextGeometries) {
     OPgetDirector()->objManager()->findChild("geo")->setFloat("t", 1, 7);
     s.net.start(s.op);
     EXPECT_EQ(s.net.position(1), UT_Vector3(1, 7, 0));
-    s.net.context().setInputGeo("/obj/geo/out", 1);
-    s.op.setString("soppath", "");
-    s.set("ignorexform=1 usecontextgeo=2");
+    s.set("ignorexform=1");
     s.net.step();
     EXPECT_EQ(s.net.position(3), UT_Vector3(1, 0, 0));
+    s.net.context().setInputGeo(s.net.addGeometry("other",
+                                                  [](GU_Detail& d, float) {
+                                                      d.appendPoint()->setPos({50, 0, 0, 1});
+                                                  }),
+                                1);
+    s.set("usecontextgeo=2");
+    s.net.step();
+    EXPECT_EQ(s.net.position(4).x(), 50);
     s.op.setTemplate(true);
     s.net.context().guidesWanted = 1;
     OP_Context context(s.net.time());
     s.net.context().cookGuide(context);
-    EXPECT_EQ(s.op.guideHandle().peekDetail()->points().entries(), 2u) << "the guide shows the source";
+    EXPECT_EQ(s.op.guideHandle().peekDetail()->points().entries(), 1u) << "the guide shows the source";
 }

@@ -74,11 +74,22 @@ TEST(VariableList, ReadsItsTable) {
     EXPECT_EQ(list.numvar(), before);
 }
 
-TEST(VariableList, GlobalsAndDuplicates) {
+TEST(VariableList, DefaultGlobals) {
     OPgetDirector()->fps = 29.97;
     FLX_VariableList list;
     OPgetDirector()->fps = 24;
+    ASSERT_EQ(list.numglobal(), 11);
+    EXPECT_EQ(list.findGlobal("F")->expression, "lvar.iframe");
     EXPECT_EQ(list.findGlobal("FPS")->expression, "29"); // whole
+    EXPECT_EQ(list.findGlobal("PT")->first, 1);
+    EXPECT_EQ(list.findGlobal("PT")->second, 0);
+    EXPECT_EQ(list.findGlobal("TIMEINC")->second, 1);
+    EXPECT_EQ(list.global(3)->name, "TSTART");
+    EXPECT_EQ(list.findGlobal("AUXSTREAM")->expression, "flx_data");
+}
+
+TEST(VariableList, DuplicatesAndOrder) {
+    FLX_VariableList list;
     EXPECT_EQ(list.addStream("birth"), 0);
     EXPECT_EQ(list.addStream("birth"), -1);
     EXPECT_EQ(list.addStream("fall"), 1);

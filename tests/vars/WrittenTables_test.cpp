@@ -204,6 +204,29 @@ TEST(VariableTable, IsUpToDate) {
     EXPECT_EQ(readFile(file), tableText()) << "run this test with FLX_WRITE_TABLE=1";
 }
 
+// Code that names a variable, an attribute and a function of the table gets what they need, and nothing else.
+TEST(VariableTable, DeclaresWhatIsUsed) {
+    FLX_VariableList list;
+    for (const char* name : {"VX", "ID", "DEAD", "VY"}) list.useVariable(name);
+    list.useAttribute("Cd");
+    list.useAttribute("id");
+    const auto written = [](const auto& write) {
+        std::ostringstream out;
+        write(out);
+        return out.str();
+    };
+    EXPECT_EQ(written([&](std::ostream& out) { list.writeLocalVarClass("spray", out); }),
+              "// This class holds the local access variables required\n// by this flx network.\n"
+              "class spray_LVAR : public CH_LocalVar\n{\npublic:\n    int ptidx;\n"
+              "    float *v;\n    int *pstate, *id;\n};\n\n");
+    EXPECT_EQ(written([&](std::ostream& out) { list.writeDeclarations("gdp", out); }),
+              "    int DEAD, ID;\n    float VX, VY;\n");
+    EXPECT_EQ(written([&](std::ostream& out) { list.writeAttributeInit("gdp", out); }),
+              "    gdp->addDiffuseAttrib();\n    gdp->addIDAttrib();\n");
+    EXPECT_EQ(list.findVariable("VX")->expression, "lvar.v[0]");
+    EXPECT_EQ(list.findVariable("DEAD")->expression, "(*lvar.pstate & 2) != 0");
+}
+
 // FLX_WRITE_TABLE=1 in the environment writes the lists anew.
 TEST(ExpressionPage, ListsWhatThereIs) {
     const std::string page = readFile(PAGE);
