@@ -104,6 +104,8 @@ TEST_F(Usage, HelpAndListsGoToStandardOutput) {
         EXPECT_NE(result.out, "");
     }
     EXPECT_NE(flx({"run", "--help"}).out.find("--frames"), std::string::npos);
+    EXPECT_NE(flx({"ops"}).out.find("attribcreate"), std::string::npos);
+    EXPECT_NE(flx({"ops", "sphere"}).out.find("one of: poly, mesh, prim"), std::string::npos);
     EXPECT_NE(flx({"ops", "--functions"}).out.find("\nflxpointnum("), std::string::npos);
     EXPECT_EQ(nlohmann::json::parse(flx({"ops", "force", "--json"}).out)["name"], "force");
 }
