@@ -11,6 +11,7 @@
 #include <iterator>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -84,6 +85,20 @@ inline std::vector<float> floats(const GU_Detail& detail, const char* name, size
     if (!attribute || !GBisFloatType(attribute->getType())) return {};
     const float* from = pointValue<float>(detail, name, point);
     return {from, from + attribute->components()};
+}
+
+/// Of each name and point the components of a float attribute.
+inline void expectFloats(const GU_Detail& detail,
+                         std::initializer_list<std::tuple<const char*, size_t, std::vector<float>>> rows) {
+    for (const auto& [name, point, values] : rows) EXPECT_EQ(floats(detail, name, point), values) << name << point;
+}
+
+/// The numbers of a primitive's points.
+inline std::vector<uint32_t> corners(const GU_Detail& detail, size_t prim) {
+    const GEO_Primitive& face = *detail.primitives()(prim);
+    std::vector<uint32_t> out;
+    for (int i = 0; i < face.getVertexCount(); ++i) out.push_back(detail.points().number(face.getVertexPoint(i)));
+    return out;
 }
 
 /// A detail with every kind of primitive, every class and type of attribute, groups, odd floats and odd strings.

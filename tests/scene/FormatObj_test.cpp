@@ -4,13 +4,6 @@ namespace {
 
 class FormatObj : public FormatFixture {};
 
-std::vector<uint32_t> corners(const GU_Detail& d, size_t prim) {
-    std::vector<uint32_t> out;
-    for (int i = 0; i < d.primitives()(prim)->getVertexCount(); ++i)
-        out.push_back(d.points().number(d.primitives()(prim)->getVertexPoint(i)));
-    return out;
-}
-
 std::vector<float> vertexFloats(const GU_Detail& d, const char* name, size_t prim, int vertex) {
     const GB_Attribute* attribute = d.vertexAttribs().find(name);
     if (!attribute) return {};
@@ -52,14 +45,12 @@ TEST_F(FormatObj, AgreeingCornersGiveOnlyPointAttributes) {
                "v 0 0 0 1 0.5 0\nv 1 0 0\nv 0 1 0 0 0 1\nvt 0.5 0.25\nvt 0.5 0.25\nvt 1\nvn 0 0 1\nvn 0 0 1\n"
                "f 1/1/1 2/3/1 3//1\nf 1/2/2 3/3/2 2\n");
     EXPECT_EQ(d.vertexAttribs().entries(), 0u);
-    EXPECT_EQ(floats(d, "uv", 0), (std::vector<float>{0.5f, 0.25f, 0}));
-    EXPECT_EQ(floats(d, "uv", 2), (std::vector<float>{1, 0, 0}));
-    EXPECT_EQ(floats(d, "N", 1), (std::vector<float>{0, 0, 1}));
-    EXPECT_EQ(floats(d, "Cd", 0), (std::vector<float>{1, 0.5f, 0}));
-    EXPECT_EQ(floats(d, "Cd", 1), (std::vector<float>{1, 1, 1}));
+    expectFloats(d, {{"uv", 0, {0.5f, 0.25f, 0}},
+                     {"uv", 2, {1, 0, 0}},
+                     {"N", 1, {0, 0, 1}},
+                     {"Cd", 0, {1, 0.5f, 0}},
+                     {"Cd", 1, {1, 1, 1}}});
     EXPECT_EQ(d.pointAttribs().find("N")->getType(), GB_ATTRIB_VECTOR);
-    EXPECT_EQ(d.pointAttribs().find("uv")->getType(), GB_ATTRIB_FLOAT);
-    EXPECT_EQ(d.pointAttribs().find("Cd")->getType(), GB_ATTRIB_FLOAT);
 }
 
 TEST_F(FormatObj, DisagreeingCornersKeepAllOnTheVertices) {

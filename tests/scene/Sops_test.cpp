@@ -2,8 +2,6 @@
 #include "support/Near.h"
 
 #include <cmath>
-#include <cstdio>
-#include <fstream>
 #include <map>
 
 namespace {
@@ -271,21 +269,6 @@ TEST_F(Sops, MeasureGroupDeform) {
     EXPECT_NEAR(primFloat(cooked("ballarea"), 0, "area"), 16 * pi, 0.05);
 }
 
-TEST_F(Sops, TimeDependentGeometryCooksAgainAndKeepsItsTopology) {
-    loadSops(R"({"name": "box", "type": "box"},
-        {"name": "move", "type": "deform", "inputs": ["box"], "parms": {"P": ["$TX + $T", "$TY", "$TZ"]}},
-        {"name": "after", "type": "xform", "inputs": ["move"], "parms": {"s": [2, 2, 2]}})");
-    const UT_Vector4 early = cooked("after", 0).points()[0]->getPos();
-    const int boxCooks = int(node("/obj/g/box")->cookCount());
-    const GU_Detail& later = cooked("after", 1.5f);
-    EXPECT_EQ(later.points()[0]->getPos().x(), early.x() + 3);
-    EXPECT_EQ(later.primitives().entries(), 6u);
-    EXPECT_EQ(int(node("/obj/g/box")->cookCount()), boxCooks) << "what does not read the time is not cooked again";
-    const unsigned cooks = node("/obj/g/after")->cookCount();
-    cooked("after", 1.5f);
-    EXPECT_EQ(node("/obj/g/after")->cookCount(), cooks);
-}
-
 TEST_F(Sops, TransformAndMerge) {
     loadSops(R"({"name": "line", "type": "line", "parms": {"origin": [1, 0, 0], "dir": [1, 0, 0], "dist": 1}},
         {"name": "turn", "type": "xform", "inputs": ["line"], "parms":
@@ -299,18 +282,4 @@ TEST_F(Sops, TransformAndMerge) {
     ASSERT_EQ(both.points().entries(), 4u);
     EXPECT_EQ(both.primitives().entries(), 2u);
     EXPECT_EQ(both.points()[3]->getPos(), UT_Vector4(11, 2, 0, 1));
-}
-
-TEST_F(Sops, FilesAreSeenFromTheScenesFolder) {
-    const std::string folder = testing::TempDir();
-    std::ofstream(folder + "/tri.obj") << "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
-    const std::string scene = R"({"flx": 1, "obj": [{"name": "g", "type": "geo", "nodes": [
-        {"name": "f", "type": "file", "parms": {"file": "tri.obj"}},
-        {"name": "old", "type": "file", "parms": {"path": "tri.obj"}},
-        {"name": "gone", "type": "file", "parms": {"file": "none.obj"}}]}]})";
-    ASSERT_EQ(file.loadText(scene, folder + "/scene.json"), SceneFile::Status::LOADED) << file.error();
-    EXPECT_EQ(cooked("f").points().entries(), 3u);
-    EXPECT_EQ(cooked("old").points().entries(), 3u);
-    EXPECT_EQ(cooked("gone").points().entries(), 0u);
-    EXPECT_TRUE(message("/obj/g/gone").starts_with("error OP 6: ")) << message("/obj/g/gone");
 }
