@@ -208,7 +208,7 @@ TEST_F(Sops, BadPointValuesAndSizesPastEveryMachineAreErrorsOfTheNode) {
     expectError("line", R"("points": 2e9)", "error OP 7: ");
 }
 
-TEST_F(Sops, AttributesFollowTheirExpressions) {
+TEST_F(Sops, AttributesMeasuresGroupsAndPositionsFollowTheirExpressions) {
     loadSops(R"({"name": "grid", "type": "grid", "parms": {"size": [4, 2], "rows": 2, "cols": 3}},
         {"name": "point", "type": "attribcreate", "inputs": ["grid"], "parms":
             {"name": "a", "type": "vector", "value": ["$PT", "$TX * 10", "$NPT"]}},
@@ -218,11 +218,25 @@ TEST_F(Sops, AttributesFollowTheirExpressions) {
             {"name": "c", "class": "vertex", "type": "int", "size": 2, "value": ["$PT", "$PR", 0]}},
         {"name": "detail", "type": "attribcreate", "inputs": ["vertex"], "parms":
             {"name": "d", "class": "detail", "type": "int", "value": "$NPT + 0.9"}},
+        {"name": "area", "type": "measure", "inputs": ["detail"]},
+        {"name": "length", "type": "measure", "inputs": ["area"], "parms": {"type": "length", "name": "rim"}},
+        {"name": "left", "type": "group", "inputs": ["length"], "parms": {"name": "left", "rule": "$TX < 0"}},
+        {"name": "one", "type": "group", "inputs": ["left"], "parms": {"name": "one", "kind": "prims", "rule": "$PR == 1"}},
+        {"name": "wave", "type": "deform", "inputs": ["one"], "parms": {"P": ["$TX", "$T * $PT", "$TZ * 2"]}},
+        {"name": "ball", "type": "sphere", "parms": {"type": "prim", "rad": [2, 2, 2]}},
+        {"name": "ballarea", "type": "measure", "inputs": ["ball"]},
         {"name": "clash", "type": "attribcreate", "inputs": ["detail"], "parms": {"name": "a"}},
         {"name": "place", "type": "attribcreate", "inputs": ["detail"], "parms": {"name": "P"}},
         {"name": "wrong", "type": "attribcreate", "inputs": ["grid"], "parms": {"value": ["$NOPE", 0, 0]}})");
-    const GU_Detail& gdp = cooked("detail");
+    const GU_Detail& gdp = cooked("wave", 0.5f);
     ASSERT_EQ(message("/obj/g/detail"), "");
+    EXPECT_EQ(gdp.points()[4]->getPos(), UT_Vector4(0, 2, -2, 1));
+    EXPECT_NEAR(primFloat(gdp, 0, "area"), 4, 1e-6);
+    EXPECT_NEAR(primFloat(gdp, 1, "rim"), 8, 1e-6);
+    EXPECT_NEAR(primFloat(cooked("ballarea"), 0, "area"), 16 * pi, 0.05);
+    ASSERT_TRUE(gdp.pointGroups().find("left") && gdp.primitiveGroups().find("one"));
+    EXPECT_EQ(gdp.pointGroups().find("left")->entries(), 2u);
+    EXPECT_TRUE(gdp.primitiveGroups().find("one")->contains(gdp.primitives()[1]));
     const int a = gdp.pointAttribs().getOffset("a", 12, GB_ATTRIB_VECTOR);
     ASSERT_GE(a, 0);
     // Columns run along x: -2, 0, 2; rows from +z to -z.
@@ -246,27 +260,6 @@ TEST_F(Sops, AttributesFollowTheirExpressions) {
         const std::string told = message(std::string("/obj/g/") + name);
         EXPECT_TRUE(told.starts_with(error)) << told;
     }
-}
-
-TEST_F(Sops, MeasureGroupDeform) {
-    loadSops(R"({"name": "grid", "type": "grid", "parms": {"size": [4, 2], "rows": 2, "cols": 3}},
-        {"name": "area", "type": "measure", "inputs": ["grid"]},
-        {"name": "length", "type": "measure", "inputs": ["area"], "parms": {"type": "length", "name": "rim"}},
-        {"name": "left", "type": "group", "inputs": ["length"], "parms": {"name": "left", "rule": "$TX < 0"}},
-        {"name": "one", "type": "group", "inputs": ["left"], "parms": {"name": "one", "kind": "prims", "rule": "$PR == 1"}},
-        {"name": "wave", "type": "deform", "inputs": ["one"], "parms": {"P": ["$TX", "$T * $PT", "$TZ * 2"]}},
-        {"name": "ball", "type": "sphere", "parms": {"type": "prim", "rad": [2, 2, 2]}},
-        {"name": "ballarea", "type": "measure", "inputs": ["ball"]})");
-    const GU_Detail& gdp = cooked("wave", 0.5f);
-    EXPECT_NEAR(primFloat(gdp, 0, "area"), 4, 1e-6);
-    EXPECT_NEAR(primFloat(gdp, 1, "rim"), 8, 1e-6);
-    ASSERT_NE(gdp.pointGroups().find("left"), nullptr);
-    EXPECT_EQ(gdp.pointGroups().find("left")->entries(), 2u);
-    ASSERT_NE(gdp.primitiveGroups().find("one"), nullptr);
-    EXPECT_TRUE(gdp.primitiveGroups().find("one")->contains(gdp.primitives()[1]));
-    EXPECT_EQ(gdp.points()[4]->getPos().y(), 2);
-    EXPECT_EQ(gdp.points()[4]->getPos().z(), -2);
-    EXPECT_NEAR(primFloat(cooked("ballarea"), 0, "area"), 16 * pi, 0.05);
 }
 
 TEST_F(Sops, TransformAndMerge) {
