@@ -71,6 +71,7 @@ TEST_P(FormatNative, EveryFloatKeepsItsBitsAndNumbersWithoutStringAreNone) {
     }
     *made.points()(0)->castAttribData<int>(path) = 7;
     roundTrip(made, read);
+    ASSERT_EQ(read.points().entries(), values.size());
     EXPECT_EQ(*pointValue<int>(read, "path", 0), -1);
     for (size_t i = 0; i < values.size(); ++i) {
         const float back = *pointValue<float>(read, "f", i);

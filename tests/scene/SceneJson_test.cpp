@@ -71,6 +71,7 @@ TEST(JsonText, IsAlwaysValidJson) {
     text.clear();
     JsonText::number(text, std::numeric_limits<float>::quiet_NaN());
     JsonText::number(text, -std::numeric_limits<double>::infinity());
+    JsonText::number(text, -0.0f);
     JsonText::number(text, -0.1f);
-    EXPECT_EQ(text, "\"nan\"\"-inf\"-0.1");
+    EXPECT_EQ(text, "\"nan\"\"-inf\"-0.0-0.1");
 }
