@@ -71,12 +71,11 @@ TEST_F(Profile, OwnTimesLeaveOutWhatRanInside) {
 
 // Two networks, one of which shows the other's particles: births count where they happen.
 TEST_F(Profile, ANetworkThatCooksWithinAnotherKeepsItsOwnCounts) {
-    ASSERT_EQ(load(R"({"flx": 1, "frames": [1, 5], "obj": [
-        {"name": "a", "type": "flxnet", "nodes": [{"name": "b", "type": "location", "parms": {"constantrate": 240}}]},
+    loadObjects(
+        R"({"name": "a", "type": "flxnet", "nodes": [{"name": "b", "type": "location", "parms": {"constantrate": 240}}]},
         {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/a"}}]},
         {"name": "c", "type": "flxnet", "nodes": [
-            {"name": "s", "type": "source", "parms": {"soppath": "/obj/g/p", "constantrate": 48}}]}]})"),
-              "");
+            {"name": "s", "type": "source", "parms": {"soppath": "/obj/g/p", "constantrate": 48}}]})");
     for (const char* path : {"/obj/a", "/obj/c"}) network(path).setRecorder(&profile);
     for (int frame = 1; frame <= 5; ++frame) ASSERT_TRUE(network("/obj/c").cookFrame(frame));
     const auto found = rows();

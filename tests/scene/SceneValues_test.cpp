@@ -2,9 +2,8 @@
 
 class SceneValues : public SceneTest {
 protected:
-    void loadNet(const std::string& nodes) {
-        SceneTest::loadNet(nodes, "", R"("fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5},)");
-    }
+    const std::string head = R"("fps": 25, "frames": [5, 60], "variables": {"GUST": 2.5},)";
+    void loadNet(const std::string& nodes) { SceneTest::loadNet(nodes, "", head); }
     std::string text(const char* path, const char* token) {
         UT_String value;
         node(path)->evalString(value, token, 0, 0);
@@ -15,51 +14,41 @@ protected:
     }
 };
 
-TEST_F(SceneValues, ClockVariablesMenusAndFlags) {
-    loadNet(R"j({"name": "a", "type": "location", "flags": ["display", "bypass"],
-                "parms": {"life": "$GUST * $FSTART + $FF / 100", "method": "polar"}},
-               {"name": "b", "type": "location", "flags": ["render", "template", "!bypass"], "parms": {"method": 1}},
-               {"name": "c", "type": "location", "flags": ["template", "!template"], "parms": {"method": "1 + ($T > 2)"}})j");
-    EXPECT_EQ(OPgetDirector()->endFrame, 60);
-    EXPECT_NEAR(value("/obj/fx/a", "life", 0, 2), 2.5 * 5 + 51 / 100.0, 1e-6);
-    EXPECT_EQ(network().STARTFRAME(0), 5) << "by default the scene's first frame";
-    const OP_Node &a = *node("/obj/fx/a"), &b = *node("/obj/fx/b"), &c = *node("/obj/fx/c");
-    EXPECT_EQ(value("/obj/fx/a", "method"), 2);
-    EXPECT_EQ(value("/obj/fx/c", "method", 0, 3), 2);
-    EXPECT_EQ(network().getDisplayNodePtr(), &a);
-    EXPECT_EQ(network().getRenderNodePtr(), &b);
-    EXPECT_TRUE(a.getBypass() && !b.getBypass() && b.getTemplate() && !c.getTemplate());
-}
-
-TEST_F(SceneValues, NumbersBooleansExpressionsKeysAndVectors) {
-    ASSERT_EQ(load(R"j({"flx": 1, "obj": [{"name": "a", "type": "geo",
-        "parms": {"t": [1, "$T * 2", {"keys": [[2, 30], [1, 10]]}], "s": 4, "scale": true, "r": ["ch(\"tx\")", 0, 0]
-}
-},
-        {"name": "b", "type": "geo", "parms": {"parent": "/obj/`\"a\"`", "scale": [3]}}]
-})j"),
-              "");
+TEST_F(SceneValues, EveryFormOfAValue) {
+    loadObjects(R"j({"name": "a", "type": "geo", "parms": {"t": [1, "$T * 2", {"keys": [[2, 30], [1, 10]]}], "s": 4,
+            "scale": true, "r": ["ch(\"tx\")", 0, 0]}},
+        {"name": "b", "type": "geo", "parms": {"parent": "/obj/`\"a\"`", "scale": [3]}},
+        {"name": "fx", "type": "flxnet", "nodes": [
+            {"name": "a", "type": "location", "flags": ["display", "bypass"],
+             "parms": {"life": "$GUST * $FSTART + $FF / 100", "method": "polar"}},
+            {"name": "b", "type": "location", "flags": ["render", "template", "!bypass"]},
+            {"name": "c", "type": "location", "flags": ["template", "!template"], "parms": {"method": "1 + ($T > 2)"}},
+            {"name": "d", "type": "location", "parms": {"life": "ch(\"power\") + ch(\"mode\")"}, "spare": [
+                {"token": "power", "label": "Power", "type": "float", "default": 2, "range": [0, 5],
+                 "rangekind": ["hard", "hard"], "value": 9},
+                {"token": "mode", "type": "menu", "menu": [["soft", "Soft"], ["hard", "Hard"]], "value": "hard"},
+                {"token": "axis", "type": "float", "size": 3, "default": [0, "$GUST", 1]},
+                {"token": "note", "type": "string", "default": "none"}]}]})j",
+                head);
     // clang-format off
     const struct { const char *path, *token; int component; float t, value; } values[] = {
         {"/obj/a", "t", 0, 3, 1}, {"/obj/a", "t", 1, 3, 6}, {"/obj/a", "t", 2, 0, 10} /* held before the first key */,
         {"/obj/a", "t", 2, 1.25f, 15}, {"/obj/a", "t", 2, 9, 30}, {"/obj/a", "s", 0, 0, 4} /* the first component */,
-        {"/obj/a", "s", 1, 0, 1}, {"/obj/a", "scale", 0, 0, 1}, {"/obj/b", "scale", 0, 0, 3}};
+        {"/obj/a", "s", 1, 0, 1}, {"/obj/a", "r", 0, 0, 1}, {"/obj/a", "scale", 0, 0, 1}, {"/obj/b", "scale", 0, 0, 3},
+        {"/obj/fx/a", "life", 0, 2, 2.5f * 5 + 0.51f}, {"/obj/fx/a", "method", 0, 0, 2},
+        {"/obj/fx/c", "method", 0, 3, 2}, {"/obj/fx/d", "life", 0, 0, 5 + 1} /* the hard range clamps */,
+        {"/obj/fx/d", "axis", 1, 0, 2.5f}};
     // clang-format on
-    for (const auto& v : values) EXPECT_EQ(value(v.path, v.token, v.component, v.t), v.value) << v.token << v.component;
+    for (const auto& v : values)
+        EXPECT_FLOAT_EQ(value(v.path, v.token, v.component, v.t), v.value) << v.path << v.token << v.component;
     EXPECT_EQ(text("/obj/b", "parent"), "/obj/a");
-}
-
-TEST_F(SceneValues, SpareParameters) {
-    loadNet(R"j({"name": "a", "type": "location", "parms": {"life": "ch(\"power\") + ch(\"mode\")"}, "spare": [
-        {"token": "power", "label": "Power", "type": "float", "default": 2, "range": [0, 5], "rangekind": ["hard", "hard"],
-         "value": 9},
-        {"token": "mode", "type": "menu", "menu": [["soft", "Soft"], ["hard", "Hard"]], "value": "hard"},
-        {"token": "axis", "type": "float", "size": 3, "default": [0, "$GUST", 1]},
-        {"token": "note", "type": "string", "default": "none"}]
-})j");
-    EXPECT_EQ(value("/obj/fx/a", "life"), 6) << "the hard range clamps";
-    EXPECT_EQ(value("/obj/fx/a", "axis", 1), 2.5f);
-    EXPECT_EQ(text("/obj/fx/a", "note"), "none");
+    EXPECT_EQ(text("/obj/fx/d", "note"), "none");
+    EXPECT_EQ(OPgetDirector()->endFrame, 60);
+    EXPECT_EQ(network().STARTFRAME(0), 5) << "by default the scene's first frame";
+    const OP_Node &a = *node("/obj/fx/a"), &b = *node("/obj/fx/b"), &c = *node("/obj/fx/c");
+    EXPECT_EQ(network().getDisplayNodePtr(), &a);
+    EXPECT_EQ(network().getRenderNodePtr(), &b);
+    EXPECT_TRUE(a.getBypass() && !b.getBypass() && b.getTemplate() && !c.getTemplate());
 }
 
 TEST_F(SceneValues, SubNetworkInputsThroughTwoLevels) {
