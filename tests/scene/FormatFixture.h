@@ -11,7 +11,6 @@
 #include <iterator>
 #include <limits>
 #include <string>
-#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -85,12 +84,6 @@ inline std::vector<float> floats(const GU_Detail& detail, const char* name, size
     if (!attribute || !GBisFloatType(attribute->getType())) return {};
     const float* from = pointValue<float>(detail, name, point);
     return {from, from + attribute->components()};
-}
-
-/// Of each name and point the components of a float attribute.
-inline void expectFloats(const GU_Detail& detail,
-                         std::initializer_list<std::tuple<const char*, size_t, std::vector<float>>> rows) {
-    for (const auto& [name, point, values] : rows) EXPECT_EQ(floats(detail, name, point), values) << name << point;
 }
 
 /// The numbers of a primitive's points.

@@ -45,11 +45,11 @@ TEST_F(FormatObj, AgreeingCornersGiveOnlyPointAttributes) {
                "v 0 0 0 1 0.5 0\nv 1 0 0\nv 0 1 0 0 0 1\nvt 0.5 0.25\nvt 0.5 0.25\nvt 1\nvn 0 0 1\nvn 0 0 1\n"
                "f 1/1/1 2/3/1 3//1\nf 1/2/2 3/3/2 2\n");
     EXPECT_EQ(d.vertexAttribs().entries(), 0u);
-    expectFloats(d, {{"uv", 0, {0.5f, 0.25f, 0}},
-                     {"uv", 2, {1, 0, 0}},
-                     {"N", 1, {0, 0, 1}},
-                     {"Cd", 0, {1, 0.5f, 0}},
-                     {"Cd", 1, {1, 1, 1}}});
+    EXPECT_EQ(floats(d, "uv", 0), (std::vector<float>{0.5f, 0.25f, 0}));
+    EXPECT_EQ(floats(d, "uv", 2), (std::vector<float>{1, 0, 0}));
+    EXPECT_EQ(floats(d, "N", 1), (std::vector<float>{0, 0, 1}));
+    EXPECT_EQ(floats(d, "Cd", 0), (std::vector<float>{1, 0.5f, 0}));
+    EXPECT_EQ(floats(d, "Cd", 1), (std::vector<float>{1, 1, 1}));
     EXPECT_EQ(d.pointAttribs().find("N")->getType(), GB_ATTRIB_VECTOR);
 }
 

@@ -73,14 +73,14 @@ TEST_F(FormatPly, TextWithKnownNames) {
         "nan -inf +1e3 0 0 1 0 0 0 0 0 0 0 0 255 0 0 0.2 1\n");
     ASSERT_EQ(d.primitives().entries(), 1u);
     EXPECT_EQ(d.points().number(d.primitives()(0)->getVertexPoint(0)), 1u);
-    expectFloats(d, {{"N", 0, {0, 1, 0}},
-                     {"uv", 0, {0.25f, 0.75f, 0}},
-                     {"v", 0, {7, 8, 9}},
-                     {"Cd", 0, {2, 0.5f, -1}},
-                     {"Alpha", 0, {0.2f}},
-                     {"life", 0, {1.5f, 4}},
-                     {"pscale", 1, {0.2f}},
-                     {"ny2", 1, {1}}});
+    EXPECT_EQ(floats(d, "N", 0), (std::vector<float>{0, 1, 0}));
+    EXPECT_EQ(floats(d, "uv", 0), (std::vector<float>{0.25f, 0.75f, 0}));
+    EXPECT_EQ(floats(d, "v", 0), (std::vector<float>{7, 8, 9}));
+    EXPECT_EQ(floats(d, "Cd", 0), (std::vector<float>{2, 0.5f, -1}));
+    EXPECT_EQ(floats(d, "Alpha", 0), (std::vector<float>{0.2f}));
+    EXPECT_EQ(floats(d, "life", 0), (std::vector<float>{1.5f, 4}));
+    EXPECT_EQ(floats(d, "pscale", 1), (std::vector<float>{0.2f}));
+    EXPECT_EQ(floats(d, "ny2", 1), (std::vector<float>{1}));
     EXPECT_EQ(d.pointAttribs().find("N")->getType(), GB_ATTRIB_VECTOR);
     EXPECT_EQ(d.pointAttribs().find("v")->getType(), GB_ATTRIB_VECTOR);
     EXPECT_EQ(d.pointAttribs().find("uv")->getType(), GB_ATTRIB_FLOAT);
@@ -134,7 +134,9 @@ TEST_F(FormatPly, NamesThatMeetAreKeptApart) {
         "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nproperty float z\n"
         "property float v\nproperty float vx\nproperty float vy\nproperty float vz\nproperty float P\nend_header\n"
         "1 2 3 4 5 6 7 8\n");
-    expectFloats(read, {{"P_", 0, {8}}, {"v", 0, {5, 6, 7}}, {"v_", 0, {4}}});
+    EXPECT_EQ(floats(read, "P_", 0), (std::vector<float>{8}));
+    EXPECT_EQ(floats(read, "v", 0), (std::vector<float>{5, 6, 7}));
+    EXPECT_EQ(floats(read, "v_", 0), (std::vector<float>{4}));
 }
 
 std::string vertexHeader(const std::string& more = "", const std::string& format = "ascii") {
