@@ -36,8 +36,6 @@ protected:
 TEST_F(Rejects, BadScenesWriteNothing) {
     expectBad("{\"flx\": 1,\n \"obj\": [,]}", "scene.json:2: unexpected ','; expected '[', '{', or a literal");
     expectBad(R"({"flx": 1, "obj": []})", "scene.json: holds no particle network, an object of type \"flxnet\"");
-    expectBad(scene(R"({"name": "a", "type": "loaction"})"),
-              "scene.json: /obj/fx/a: unknown type \"loaction\"; did you mean \"location\"?");
     expectBad(R"({"flx": 1, "obj": [{"name": "a", "type": "geo", "parms": {"parent": "/obj/b"}},
         {"name": "b", "type": "geo", "parms": {"parent": "/obj/a"}}, {"name": "fx", "type": "flxnet"}]})",
               "scene.json: /obj/a: the parents form a cycle");
@@ -52,9 +50,6 @@ TEST_F(Rejects, BadMeshesEndTheRunBeforeAFileAppears) {
               "directory\n"
               "scene.json: /obj/fx/birth: error FLX 6: The geometry could not be cooked: /obj/thing/mesh\n");
     EXPECT_EQ(appeared(), std::vector<std::string>{});
-    put("mesh.ply", "");
-    EXPECT_EQ(run().err.rfind("scene.json: /obj/thing/mesh: error OP 6: File problem: mesh.ply: is empty\n", 0), 0u);
-    EXPECT_EQ(appeared(), std::vector<std::string>{});
 }
 
 TEST_F(Rejects, FoldersThatCannotBeMadeOrWrittenAreTold) {
@@ -62,7 +57,7 @@ TEST_F(Rejects, FoldersThatCannotBeMadeOrWrittenAreTold) {
     const auto expectRefused = [&](const std::string& why) {
         const ToolResult result = run();
         EXPECT_EQ(result.status, 4);
-        EXPECT_EQ(result.err.rfind("out/o.0001.ply: " + why, 0), 0u) << result.err;
+        EXPECT_TRUE(result.err.starts_with("out/o.0001.ply: " + why)) << result.err;
         EXPECT_EQ(appeared(), std::vector<std::string>{});
     };
     put("out", "a file where the folder should be");
@@ -92,28 +87,6 @@ TEST_F(Rejects, MemoryThatRunsOutIsTold) {
     EXPECT_EQ(appeared(), std::vector<std::string>{});
 }
 
-TEST_F(Rejects, BirthsWithoutEndAreRefusedOrCarriedOver) {
-    const auto birth = [](const std::string& parms) {
-        return scene(R"({"name": "birth", "type": "location", "parms": {)" + parms + "}}");
-    };
-    for (const char* rate : {"1e9", "\"1/0\""})
-        expectBad(birth("\"impulserate\": " + std::string(rate)),
-                  "scene.json: /obj/fx/birth: error OP 7: A limit was reached: more than 16777216 births in one cook: "
-                  "lower the birth rates",
-                  5);
-    put("scene.json", birth(R"("impulserate": 1e7, "life": 0)"));
-    const ToolResult result = run(); // 4e7 births wait in the end, more than a float counts
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
-}
-
-TEST_F(Rejects, BadTogglesOfTheSetUpAreTold) {
-    expectBad(scene(R"({"name": "birth", "type": "location", "parms": {"doid": "$NOPE"}})"),
-              "scene.json: /obj/fx/birth: error OP 1: Expression failed: doid: \"$NOPE\": unknown variable $NOPE at "
-              "column 1",
-              1, 4);
-}
-
 // Between two births the source grows from 4 to 60 points, and its group moves past the first 4.
 TEST_F(Rejects, ASourceThatGrowsIsSampledWhereItGrew) {
     for (const auto& [type, kind, number] :
@@ -133,6 +106,21 @@ TEST_F(Rejects, ASourceThatGrowsIsSampledWhereItGrew) {
 }
 
 TEST_F(Rejects, NodesInErrorAreToldOnceAndTheRunGoesOn) {
+    const auto birth = [](const std::string& parms) {
+        return scene(R"({"name": "birth", "type": "location", "parms": {)" + parms + "}}");
+    };
+    expectBad(birth(R"("doid": "$NOPE")"),
+              "scene.json: /obj/fx/birth: error OP 1: Expression failed: doid: \"$NOPE\": unknown variable $NOPE at "
+              "column 1",
+              1, 4);
+    for (const char* rate : {"1e9", "\"1/0\""})
+        expectBad(birth("\"impulserate\": " + std::string(rate)),
+                  "scene.json: /obj/fx/birth: error OP 7: A limit was reached: more than 16777216 births in one cook: "
+                  "lower the birth rates",
+                  5);
+    put("scene.json", birth(R"("impulserate": 1e7, "life": 0)"));
+    EXPECT_EQ(run().status, 0) << "4e7 births wait in the end, more than a float counts";
+    std::filesystem::remove_all(path("out"));
     put("scene.json", scene(R"({"name": "birth", "type": "location", "parms": {"constantrate": 24}},
         {"name": "pull", "type": "force", "inputs": ["birth"], "parms": {"scale": "$VXX * 2"}})"));
     const ToolResult result = run();

@@ -29,11 +29,6 @@ void expectSame(unsigned seed) {
         ASSERT_EQ(chunked[i], plain[i]) << "seed " << seed << ", step " << i + 1 << ":" << description;
 }
 
-int countFromEnvironment(int usual) {
-    const char* text = std::getenv("FLX_RANDOM_NETWORKS");
-    return text ? std::atoi(text) : usual;
-}
-
 } // namespace
 
 // FLX_RANDOM_NETWORKS=1000 runs as many.
@@ -41,7 +36,8 @@ class RandomNetworks : public ::testing::TestWithParam<int> {};
 
 TEST_P(RandomNetworks, ChunkByChunkIsOperatorByOperator) {
     constexpr int PARTS = 10;
-    const int n = countFromEnvironment(100);
+    const char* asked = std::getenv("FLX_RANDOM_NETWORKS");
+    const int n = asked ? std::atoi(asked) : 100;
     for (int seed = 1 + GetParam(); seed <= n && !HasFatalFailure(); seed += PARTS) expectSame(unsigned(seed));
 }
 
@@ -192,101 +188,113 @@ TEST(CookOrder, AnInterruptLeavesNoHalfDoneLoop) {
     EXPECT_EQ(row.log, std::vector<const Watched*>(600, &row.first));
 }
 
+namespace {
+
+/// A birth of 600 in the first step, and operators in a row behind it.
+struct Row {
+    FLX_Node& add(const char* type, const char* name, const std::string& parms) {
+        last = &net.add(type, name, {last});
+        setParms(*last, parms);
+        return *last;
+    }
+    void start(FLX_CookOrder order) {
+        net.context().setCookOrder(order);
+        net.start(*last);
+        net.context().deleteDead = 1;
+        birth.setFloat("impulserate", 0, 0);
+    }
+    /// Steps that a test looks at one by one; the states after all of them.
+    template <class Look> std::string steps(int n, const Look& look) {
+        std::string states;
+        for (int step = 0; step < n; ++step) {
+            net.step();
+            look(step);
+            states += net.state();
+        }
+        return states;
+    }
+
+    Network net;
+    FLX_Node& birth = net.addBirths(600);
+    FLX_Node* last = &birth;
+};
+
+} // namespace
+
 // Those that are about to be reaped are not counted, by whatever reads the number of a particle.
 TEST(CookOrder, NumbersAreThoseOfTheParticlesThatStay) {
     for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
-        Network net;
-        FLX_Node& birth = net.addBirths(600);
-        FLX_Node& pull = net.add("force", "pull", {&birth});
-        setParms(birth, "life=0.3 lifevar=0.25");
-        setParms(pull, "force=$ITER,$PT*2,$NPT+$ITER+$AGE*0");
-        net.context().setCookOrder(order);
-        net.start(pull);
-        net.context().deleteDead = 1;
-        birth.setFloat("impulserate", 0, 0);
-        for (int step = 0; step < 5; ++step) {
-            const int before = net.particles();
-            net.step();
+        Row row;
+        Network& net = row.net;
+        setParms(row.birth, "life=0.3 lifevar=0.25");
+        row.add("force", "pull", "force=$ITER,$PT*2,$NPT+$ITER+$AGE*0");
+        row.start(order);
+        int before = net.particles();
+        row.steps(5, [&](int step) {
             ASSERT_TRUE(net.particles() > 0 && (step < 3 || net.particles() < before));
+            before = net.particles();
             for (int i = 0; i < net.particles(); ++i) {
                 if (net.intValue("pstate", i) & FLX_DEAD) continue; // goes with the next step
                 const auto n = float(i);
                 ASSERT_EQ(net.vector("accel", i), UT_Vector3(n, 2 * n, float(net.particles()) + n)) << step;
             }
-        }
+        });
     }
 }
 
 // What follows the step in its loop reaches those that it finds alive, also with an attribute that is not as usual.
 TEST(CookOrder, WritesBehindTheStepLeaveOutTheDyingAndTheStuck) {
-    std::string states[2];
-    for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
-        Network net;
-        FLX_Node& birth = net.addBirths(600);
-        FLX_Node& pull = net.add("force", "pull", {&birth});
-        FLX_Node& push = net.add("force", "push", {&pull});
-        FLX_Node& wind = net.add("velocity", "wind", {&push});
-        FLX_Node& limit = net.add("speedlimit", "limit", {&wind});
-        setParms(birth, "life=0.3 lifevar=0.25");
-        setParms(pull, "force.1=-9.8");
-        setParms(push, "force=0.1");
-        setParms(wind, "applymotion=1 v=0,0,0.1");
-        setParms(limit, "speedlimit=-1,1.5");
-        net.context().setCookOrder(order);
-        net.start(limit);
-        net.context().deleteDead = 1;
-        birth.setFloat("impulserate", 0, 0);
+    const auto run = [](FLX_CookOrder order) {
+        Row row;
+        Network& net = row.net;
+        setParms(row.birth, "life=0.3 lifevar=0.25");
+        row.add("force", "pull", "force.1=-9.8");
+        row.add("force", "push", "force=0.1");
+        row.add("velocity", "wind", "applymotion=1 v=0,0,0.1");
+        row.add("speedlimit", "limit", "speedlimit=-1,1.5");
+        row.start(order);
         for (int i = 0; i < 600; i += 7) net.setInt("pstate", i, FLX_STOPPED);
-        for (int step = 0; step < 6; ++step) {
-            net.step();
-            states[order == FLX_CookOrder::Chunk] += net.state();
+        return row.steps(6, [&](int step) {
             for (int i = 0; i < net.particles(); ++i) {
                 const int bits = net.intValue("pstate", i);
                 ASSERT_EQ(net.value("accel", i, 1), bits & (FLX_DEAD | FLX_STOPPED) ? 0 : -9.8f);
                 if (bits & FLX_STOPPED) continue;
                 ASSERT_FLOAT_EQ(net.value("v", i, 1), bits & FLX_DEAD ? -9.8f * net.timeStep() : 0) << step;
             }
-        }
-    }
-    EXPECT_EQ(states[0], states[1]);
+        });
+    };
+    EXPECT_EQ(run(FLX_CookOrder::Chunk), run(FLX_CookOrder::Operator));
 }
 
 // Constants may go before expressions that are evaluated in columns, but not before those that read or write the same.
 TEST(CookOrder, ConstantsStayBehindWhatTheyMatterTo) {
-    Network net;
-    FLX_Node& birth = net.addBirths(600);
-    FLX_Node& drag = net.add("force", "drag", {&birth});
-    FLX_Node& wind = net.add("velocity", "wind", {&drag}); // drag reads what it sets, ...
-    FLX_Node& drift = net.add("translation", "drift", {&wind});
-    FLX_Node& trans = net.add("translation", "trans", {&drift}); // ... and drift sets what it sets
-    setParms(drag, "force=$VX*0.5");
-    setParms(wind, "v=2,2,2");
-    setParms(drift, "trans=$AGE,0,0");
-    setParms(trans, "trans=1,2,3");
-    net.context().setCookOrder(FLX_CookOrder::Chunk);
-    net.start(trans);
-    birth.setFloat("impulserate", 0, 0);
-    for (int step = 0; step < 4; ++step) {
-        const float before[] = {net.value("accel", 0), net.value("accel", 299)};
-        net.step();
+    Row row;
+    Network& net = row.net;
+    row.add("force", "drag", "force=$VX*0.5");
+    row.add("velocity", "wind", "v=2,2,2"); // drag reads what it sets, ...
+    row.add("translation", "drift", "trans=$AGE,0,0");
+    row.add("translation", "trans", "trans=1,2,3"); // ... and drift sets what it sets
+    row.start(FLX_CookOrder::Chunk);
+    float before[] = {net.value("accel", 0), net.value("accel", 299)};
+    row.steps(4, [&](int) {
         for (const int i : {0, 299}) {
             EXPECT_EQ(net.value("v", i), 2);
             EXPECT_FLOAT_EQ(net.value("accel", i), (2 + before[i > 0] / 24) * 0.5f);
             EXPECT_EQ(net.value("trans", i), 1);
+            before[i > 0] = net.value("accel", i);
         }
-    }
+    });
 }
 
 // To know how an object moved, the geometry that its transform reads is made anew in place, at the step's beginning;
 // loops that wait meet it as it is at the end.
 TEST(CookOrder, GeometryOfAnotherTimeWaitsForLoopsThatReadIt) {
-    std::string states[2];
-    for (const FLX_CookOrder order : {FLX_CookOrder::Chunk, FLX_CookOrder::Operator}) {
-        Network net;
-        FLX_Node& birth = net.addBirths(600);
-        FLX_Node& ground = net.add("collision", "ground", {&birth});
-        FLX_Node& ball = net.add("collision", "ball", {&ground});
-        birth.setFloat("vel", 1, -5);
+    const auto run = [](FLX_CookOrder order) {
+        Row row;
+        Network& net = row.net;
+        row.birth.setFloat("vel", 1, -5);
+        FLX_Node& ground = row.add("collision", "ground", "behavior=1 dohitdiff=1 dohitpos=1 donumhit=1");
+        FLX_Node& ball = row.add("collision", "ball", "behavior=1 dohitdiff=1 dohitpos=1 donumhit=1 geohint=1");
         ground.setString("soppath", net.addGeometry("ground", [](GU_Detail& detail, float t) {
             detail.cube({-9, -9, -9}, {9, -0.5f + 0.2f * t, 9});
             const UT_Vector3 colour(t, 0, 0);
@@ -295,17 +303,11 @@ TEST(CookOrder, GeometryOfAnotherTimeWaitsForLoopsThatReadIt) {
         const auto cube = [](GU_Detail& detail, float) { detail.cube({5, 5, 5}, {6, 6, 6}); };
         ball.setString("soppath", net.addGeometry("ball", cube, true));
         OPgetDirector()->findNode("/obj/ball")->setExpression("t", 1, "bbox(\"/obj/ground/out\", \"ymax\")");
-        for (FLX_Node* node : {&ground, &ball}) setParms(*node, "behavior=1 dohitdiff=1 dohitpos=1 donumhit=1");
-        ball.setFloat("geohint", 0, 1);
-        net.context().setCookOrder(order);
-        net.start(ball);
-        birth.setFloat("impulserate", 0, 0);
-        for (int step = 0; step < 6; ++step) {
-            net.step();
-            states[order == FLX_CookOrder::Chunk] += net.state();
-        }
+        row.start(order);
+        const std::string states = row.steps(6, [](int) {});
         EXPECT_EQ(net.intValue("numhit", 0), 1);
         EXPECT_FLOAT_EQ(net.value("hitCd", 0), 3 / 24.0f) << "the ground at the end of the third step";
-    }
-    EXPECT_EQ(states[0], states[1]);
+        return states;
+    };
+    EXPECT_EQ(run(FLX_CookOrder::Chunk), run(FLX_CookOrder::Operator));
 }

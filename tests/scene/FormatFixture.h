@@ -86,6 +86,14 @@ inline std::vector<float> floats(const GU_Detail& detail, const char* name, size
     return {from, from + attribute->components()};
 }
 
+/// The numbers of a primitive's points.
+inline std::vector<uint32_t> corners(const GU_Detail& detail, size_t prim) {
+    const GEO_Primitive& face = *detail.primitives()(prim);
+    std::vector<uint32_t> out;
+    for (int i = 0; i < face.getVertexCount(); ++i) out.push_back(detail.points().number(face.getVertexPoint(i)));
+    return out;
+}
+
 /// A detail with every kind of primitive, every class and type of attribute, groups, odd floats and odd strings.
 inline void buildEverything(GU_Detail& d) {
     const float half[3] = {0.5f, -0.0f, 1e-40f};

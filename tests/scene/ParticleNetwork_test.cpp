@@ -4,9 +4,11 @@
 #include "scene/StateHash.h"
 
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -37,8 +39,10 @@ protected:
     }
 };
 
-TEST_F(ParticleNetworks, CooksAtTheTimesOfFramesAndSubsteps) {
+TEST_F(ParticleNetworks, CooksAtTheTimesOfFramesAndSubstepsFromTheStartFrame) {
     loadNet(clockNode, R"("substeps": 3)", R"("fps": 25, "frames": [7, 20],)");
+    ASSERT_TRUE(network().cookFrame(6));
+    EXPECT_EQ(network().displayDetail()->points().entries(), 0u);
     ASSERT_TRUE(network().cookFrame(9));
     std::vector<float> expected = {float(6.0 / 25)};
     for (const int frame : {8, 9})
@@ -46,18 +50,18 @@ TEST_F(ParticleNetworks, CooksAtTheTimesOfFramesAndSubsteps) {
     EXPECT_EQ(velocities(*network().particleDetail()), expected);
     EXPECT_EQ(network().context()->timeStep, float(1.0 / 75));
     EXPECT_EQ(network().born(), 3);
+    ASSERT_TRUE(network().cookFrame(3));
+    EXPECT_EQ(network().particleCount(), 0);
 }
 
 TEST_F(ParticleNetworks, ContextGeometriesAreLookedForFromTheNetwork) {
     const auto cook = [&](const std::string& path) {
-        ASSERT_EQ(load(R"j({"flx": 1, "obj": [
-            {"name": "g", "type": "geo", "nodes": [{"name": "l", "type": "line"}]},
+        loadObjects(R"j({"name": "g", "type": "geo", "nodes": [{"name": "l", "type": "line"}]},
             {"name": "fx", "type": "flxnet", "parms": {"input2": ")j" +
-                       path + R"j("}, "nodes": [
+                    path + R"j("}, "nodes": [
                 {"name": "birth", "type": "source", "parms": {"usecontextgeo": "second", "constantrate": 0, "impulserate": 3}},
                 {"name": "s", "type": "subnet", "inputs": ["birth"], "nodes": [{"name": "hit", "type": "collision",
-                 "inputs": [0], "parms": {"soppath": "`flxcontextgeo(1)`"}}]}]}]})j"),
-                  "");
+                 "inputs": [0], "parms": {"soppath": "`flxcontextgeo(1)`"}}]}]})j");
         ASSERT_TRUE(network().cookFrame(2));
     };
     for (const char* path : {"../g/l", "/obj/g/l", "../g", "./../../obj/g/l"}) {
@@ -72,22 +76,14 @@ TEST_F(ParticleNetworks, ContextGeometriesAreLookedForFromTheNetwork) {
     EXPECT_EQ(kept, "../no");
 }
 
-TEST_F(ParticleNetworks, StartFrameAndWhatComesBefore) {
-    loadNet(clockNode, R"("startframe": 11)");
-    ASSERT_TRUE(network().cookFrame(10));
-    EXPECT_EQ(network().particleCount(), 0);
-    EXPECT_EQ(network().displayDetail()->points().entries(), 0u);
-    ASSERT_TRUE(network().cookFrame(12));
-    EXPECT_EQ(velocities(*network().particleDetail()), (std::vector<float>{float(10.0 / 24), float(11.0 / 24)}));
-    ASSERT_TRUE(network().cookFrame(3));
-    EXPECT_EQ(network().particleCount(), 0);
-}
-
+// A rewind makes the operators anew, with their wires, flags, animated and spare parameters.
 TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
-    loadNet(fountain +
-                std::string(R"(, {"name": "s", "type": "subnet", "inputs": ["birth"], "flags": ["display"], "nodes": [
-        {"name": "pull", "type": "force", "inputs": [0], "parms": {"force": [0, "-9.8 + $ID % 3", 0]},
-         "flags": ["render", "display"]}]})"),
+    loadNet(fountain + std::string(R"j(, {"name": "s", "type": "subnet", "inputs": ["birth"], "flags": ["display"],
+        "spare": [{"token": "power", "type": "float", "size": 2, "default": 1, "value": ["3 - $T", 1]}], "nodes": [
+        {"name": "idle", "type": "force", "inputs": [0], "parms": {"force": [0, 9, 0]}, "flags": ["bypass"]},
+        {"name": "pull", "type": "force", "inputs": ["idle"], "comment": "mine", "parms": {"source": "0-`10 + 9`",
+         "force": ["ch('../power')", "-9.8 + $ID % 3", {"keys": [[0, 1], [0.2, 5]]}]},
+         "flags": ["render", "display"]}]})j"),
             R"("seed": 5)");
     std::vector<uint64_t> hashes;
     for (int frame = 1; frame <= 8; ++frame) {
@@ -95,6 +91,7 @@ TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
         hashes.push_back(network().stateHash());
     }
     EXPECT_NE(hashes[6], hashes[7]);
+    EXPECT_EQ(message("/obj/fx/s/pull"), "");
     for (const int frame : {3, 8, 1, 5}) {
         ASSERT_TRUE(network().cookFrame(frame));
         EXPECT_EQ(network().stateHash(), hashes[size_t(frame - 1)]) << frame;
@@ -102,45 +99,20 @@ TEST_F(ParticleNetworks, ARewindGivesTheSameStates) {
     ASSERT_TRUE(file.assign("/obj/fx.seed=6"));
     network().cookFrame(1);
     EXPECT_NE(network().stateHash(), hashes[0]);
-    EXPECT_EQ(node("/obj/fx/s/pull")->getInput(0), node("/obj/fx/birth")) << "operators come back wired";
     EXPECT_EQ(network().getDisplayNodePtr(), node("/obj/fx/s"));
-}
-
-TEST_F(ParticleNetworks, ARewindMakesTheOperatorsAnewWithAllTheirValues) {
-    loadNet(R"j({"name": "a", "type": "location", "comment": "mine", "flags": ["bypass"],
-        "spare": [{"token": "power", "type": "float", "size": 2, "default": 1, "value": [3, "$T"]}],
-        "parms": {"life": {"keys": [[0, 1], [2, 5]]}, "vel": ["ch(\"power\")", 0, -1], "group": "g`1 + 1`"}})j");
-    network().cookFrame(2);
-    const int before = node("/obj/fx/a")->getUniqueId();
-    network().cookFrame(1);
-    OP_Node& a = *node("/obj/fx/a");
-    EXPECT_NE(a.getUniqueId(), before);
-    EXPECT_EQ(a.comment, "mine");
-    EXPECT_TRUE(a.getBypass());
-    EXPECT_EQ(a.evalFloat("power", 1, 7), 7);
-    EXPECT_EQ(a.evalFloat("life", 0, 1), 3);
-    EXPECT_EQ(a.evalFloat("vel", 0, 0), 3);
-    EXPECT_EQ(a.evalFloat("vel", 2, 0), -1);
-    UT_String group;
-    a.evalString(group, "group", 0, 0);
-    EXPECT_EQ(group.str(), "g2");
+    EXPECT_EQ(node("/obj/fx/s/pull")->comment, "mine");
 }
 
 TEST_F(ParticleNetworks, RenderThenDisplayThenLastNodeIsCooked) {
-    const std::string two =
-        R"({"name": "a", "type": "location", "parms": {"impulserate": 1, "constantrate": 0}, "flags": [FA]},
-                               {"name": "b", "type": "location", "parms": {"impulserate": 2, "constantrate": 0}, "flags": [FB]})";
-    const auto count = [&](const char* a, const char* b) {
-        std::string nodes = two;
-        nodes.replace(nodes.find("FA"), 2, a);
-        nodes.replace(nodes.find("FB"), 2, b);
-        loadNet(nodes);
+    const std::tuple<const char*, const char*, int> cases[] = {
+        {"", "", 2}, {R"("display")", "", 1}, {R"("display")", R"("render")", 2}};
+    for (const auto& [a, b, particles] : cases) {
+        loadNet(fmt::format(R"({{"name": "a", "type": "location", "parms": {{"constantrate": 24}}, "flags": [{}]}},
+                               {{"name": "b", "type": "location", "parms": {{"constantrate": 48}}, "flags": [{}]}})",
+                            a, b));
         network().cookFrame(1);
-        return network().particleCount();
-    };
-    EXPECT_EQ(count("", ""), 2);
-    EXPECT_EQ(count("\"display\"", ""), 1);
-    EXPECT_EQ(count("\"display\"", "\"render\""), 2);
+        EXPECT_EQ(network().particleCount(), particles) << a << b;
+    }
 }
 
 TEST_F(ParticleNetworks, MaximumAndInitialState) {
@@ -160,6 +132,9 @@ TEST_F(ParticleNetworks, MaximumAndInitialState) {
     network().cookFrame(1);
     EXPECT_EQ(network().severity(), UT_ERROR_ABORT);
     EXPECT_EQ(network().particleCount(), 10);
+    loadNet("");
+    network().cookFrame(2);
+    EXPECT_EQ(dump()["particles"], 0);
 }
 
 TEST_F(ParticleNetworks, DumpTellsTheState) {
@@ -167,72 +142,38 @@ TEST_F(ParticleNetworks, DumpTellsTheState) {
     ASSERT_TRUE(network().cookFrame(3));
     const nlohmann::json json = dump();
     const GU_Detail& gdp = *network().particleDetail();
-    EXPECT_EQ(json["frame"], 3);
-    EXPECT_EQ(json["time"].get<float>(), float(2.0 / 24));
-    EXPECT_EQ(json["hash"], hashText(network().stateHash()));
-    for (const char* count : {"particles", "pointcount"}) EXPECT_EQ(json[count], 30);
-    ASSERT_EQ(json["points"]["P"].size(), 30u);
-    for (size_t i = 0; i < 30; ++i)
-        for (int c = 0; c < 4; ++c)
-            EXPECT_EQ(json["points"]["P"][i][size_t(c)].get<float>(), gdp.points()[i]->getPos()[c]);
-    EXPECT_EQ(json["points"]["id"][29], 30);
+    for (size_t c = 0; c < 4; ++c)
+        EXPECT_EQ(json["points"]["P"][29][c].get<float>(), gdp.points()[29]->getPos()[int(c)]);
     EXPECT_FALSE(json["points"].contains("backtrack")) << "raw data stays out";
     EXPECT_EQ(json["attributes"]["v"], nlohmann::json({{"type", "vector"}, {"size", 3}, {"default", {0, 0, 0}}}));
-    EXPECT_EQ(json["detail"]["nextid"], 31);
     EXPECT_EQ(json["detail"]["seed"], network().context()->getRandomSeed());
-    EXPECT_EQ(json["nodes"]["/obj/fx/birth"]["severity"], 0);
     EXPECT_NE(json["nodes"]["/obj/fx/birth"]["info"].get<std::string>().find("30 points"), std::string::npos);
     EXPECT_FALSE(json.contains("guides"));
     EXPECT_TRUE(dump(true).contains("guides"));
-    EXPECT_EQ(dump()["hash"], json["hash"]) << "guides change no particle";
 }
 
-TEST_F(ParticleNetworks, DumpTellsOfErrorsAndOfAnEmptyNetwork) {
-    loadNet(R"({"name": "birth", "type": "location", "parms": {"constantrate": "$NOPE"}})");
-    network().cookFrame(1);
-    const nlohmann::json json = dump();
-    EXPECT_EQ(json["nodes"]["/obj/fx/birth"]["severity"], 4);
-    EXPECT_EQ(json["nodes"]["/obj/fx/birth"]["messages"][0]["type"], "OP");
-    EXPECT_EQ(network().severity(), UT_ERROR_ABORT);
-    loadNet("");
-    network().cookFrame(2);
-    EXPECT_EQ(dump()["particles"], 0);
-}
-
-TEST_F(ParticleNetworks, ParticlesAreGeometryForOthers) {
-    ASSERT_EQ(load(R"({"flx": 1, "obj": [
-        {"name": "fx", "type": "flxnet", "nodes": [)" +
-                   std::string(fountain) + R"(]},
-        {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/fx"}},
-                                               {"name": "bad", "type": "particles", "parms": {"path": "/obj/g"}}]}]})"),
-              "");
-    EXPECT_EQ(cooked("p", float(2.0 / 24)).points().entries(), 30u);
-    EXPECT_EQ(cooked("p", 0).points().entries(), 10u);
-    cooked("bad");
-    EXPECT_EQ(message("/obj/g/bad"), "error OP 5: path: \"/obj/g\" is no particle network");
-}
-
-TEST_F(ParticleNetworks, ANetworkThatNeedsItselfIsAnError) {
-    ASSERT_EQ(load(R"({"flx": 1, "obj": [
-        {"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/fx"}}]},
+TEST_F(ParticleNetworks, OnesOwnParticlesAreNoGeometryForOneself) {
+    loadObjects(
+        R"({"name": "g", "type": "geo", "nodes": [{"name": "p", "type": "particles", "parms": {"path": "/obj/fx"}},
+                                               {"name": "bad", "type": "particles", "parms": {"path": "/obj/g"}}]},
         {"name": "fx", "type": "flxnet", "nodes": [
-            {"name": "birth", "type": "source", "parms": {"soppath": "/obj/g/p", "usecontextgeo": 0}}]}]})"),
-              "");
+            {"name": "birth", "type": "source", "parms": {"soppath": "/obj/g/p", "usecontextgeo": 0}}]})");
     ASSERT_TRUE(network().cookFrame(3));
     EXPECT_EQ(message("/obj/g/p"), "error OP 2: /obj/fx");
+    cooked("bad");
+    EXPECT_EQ(message("/obj/g/bad"), "error OP 5: path: \"/obj/g\" is no particle network");
 }
 
 // What a network holds can change without notice: geometry that asks for it is made anew for every cook, also where
 // nothing depends on the time.
 TEST_F(ParticleNetworks, GeometryThatAsksTheNetworkIsNeverStale) {
-    ASSERT_EQ(load(R"json({"flx": 1, "fps": 10, "obj": [
-      {"name": "g", "type": "geo", "nodes": [
+    loadObjects(R"j({"name": "g", "type": "geo", "nodes": [
         {"name": "dot", "type": "points", "parms": {"P": [0, 0, 0]}},
         {"name": "moved", "type": "xform", "inputs": ["dot"], "parms": {"t": ["flxpoint(1e9, 'id', 0)", 0, 0]}}]},
       {"name": "fx", "type": "flxnet", "nodes": [
         {"name": "birth", "type": "source", "parms": {"emittype": "point", "initvel": "set", "var": [0, 0, 0], "soppath": "/obj/g/moved", "usecontextgeo": "none", 
-          "constantrate": 10, "life": 100}, "flags": ["display", "render"]}]}]})json"),
-              "");
+          "constantrate": 10, "life": 100}}]})j",
+                R"("fps": 10, )");
     std::vector<float> x;
     for (int frame = 1; frame <= 5; ++frame) {
         network().cookFrame(frame);

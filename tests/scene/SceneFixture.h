@@ -20,15 +20,17 @@ protected:
         file.loadText(text, "scene.json");
         return file.error();
     }
+    /// A scene of these objects; `head` goes before them.
+    void loadObjects(const std::string& objects, const std::string& head = "") {
+        ASSERT_EQ(load(R"({"flx": 1, )" + head + R"("obj": [)" + objects + "]}"), "");
+    }
     /// A scene whose object /obj/g holds these geometry nodes.
     void loadSops(const std::string& nodes) {
-        ASSERT_EQ(load(R"({"flx": 1, "obj": [{"name": "g", "type": "geo", "nodes": [)" + nodes + "]}]}"), "");
+        loadObjects(R"({"name": "g", "type": "geo", "nodes": [)" + nodes + "]}");
     }
-    /// A scene with a network /obj/fx of these nodes; `head` goes before the objects.
+    /// A scene with a network /obj/fx of these nodes.
     void loadNet(const std::string& nodes, const std::string& parms = "", const std::string& head = "") {
-        ASSERT_EQ(load(R"({"flx": 1, )" + head + R"( "obj": [{"name": "fx", "type": "flxnet", "parms": {)" + parms +
-                       "}, \"nodes\": [" + nodes + "]}]}"),
-                  "");
+        loadObjects(R"({"name": "fx", "type": "flxnet", "parms": {)" + parms + "}, \"nodes\": [" + nodes + "]}", head);
     }
     OP_Node* node(const char* path) { return OPgetDirector()->findNode(path); }
     /// The geometry of /obj/g/NAME at a time.

@@ -19,57 +19,37 @@ UT_ErrorSeverity TestMover::cookFlx(OP_Context& opContext) {
         const int life = context.getLifeOffset();
         const float dt = context.timeStep;
         const auto intAt = [](GEO_Point* p, int offset) -> int& { return *p->castAttribData<int>(offset); };
+        const auto each = [&](int without, auto work) { cook.each(without, work, amount); };
         switch (DEED(0)) {
         case Move:
-            cook.each(
-                FLX_DEAD, [=](GEO_Point* p, float a) { p->getPos().x() += a * p->castAttribData<float>(v)[1] * dt; },
-                amount);
-            break;
+            return each(FLX_DEAD,
+                        [=](GEO_Point* p, float a) { p->getPos().x() += a * p->castAttribData<float>(v)[1] * dt; });
         case Kill:
-            cook.each(
-                0,
-                [=](GEO_Point* p, float a) {
-                    if (p->castAttribData<float>(life)[0] > 0.3f * a) intAt(p, state) |= FLX_DEAD;
-                },
-                amount);
-            break;
+            return each(0, [=](GEO_Point* p, float a) {
+                if (p->castAttribData<float>(life)[0] > 0.3f * a) intAt(p, state) |= FLX_DEAD;
+            });
         case Suppress:
-            cook.each(
-                0,
-                [=](GEO_Point* p, float a) {
-                    constexpr int bits[] = {FLX_STOPPED, FLX_SUPPRESS_POS, FLX_SUPPRESS_AGE, FLX_SUPPRESS_REAP, 0};
-                    intAt(p, state) |= bits[unsigned(intAt(p, id)) % 5u] * (a > 0);
-                },
-                amount);
-            break;
+            return each(0, [=](GEO_Point* p, float a) {
+                constexpr int bits[] = {FLX_STOPPED, FLX_SUPPRESS_POS, FLX_SUPPRESS_AGE, FLX_SUPPRESS_REAP, 0};
+                intAt(p, state) |= bits[unsigned(intAt(p, id)) % 5u] * (a > 0);
+            });
         case Swirl:
-            cook.each(
-                FLX_DEAD | FLX_STOPPED,
-                [=](GEO_Point* p, float a) {
-                    auto& velocity = *p->castAttribData<UT_Vector3>(v);
-                    velocity = UT_Vector3(velocity.y() * a + 0.1f, velocity.z(), -velocity.x());
-                },
-                amount);
-            break;
+            return each(FLX_DEAD | FLX_STOPPED, [=](GEO_Point* p, float a) {
+                auto& velocity = *p->castAttribData<UT_Vector3>(v);
+                velocity = UT_Vector3(velocity.y() * a + 0.1f, velocity.z(), -velocity.x());
+            });
         case JoinGroup: {
             context.settleGroupCounts();
             GB_PointGroup* group = context.peekDetail()->pointGroups().newGroup("joined");
-            cook.each(
-                0,
-                [=](GEO_Point* p, float a) {
-                    if (p->getPos().x() > 0.02f * a) group->add(p);
-                },
-                amount);
-            break;
+            return each(0, [=](GEO_Point* p, float a) {
+                if (p->getPos().x() > 0.02f * a) group->add(p);
+            });
         }
         case Note: {
             GB_Attribute* note = context.peekDetail()->pointAttribs().find("note");
-            const int at = note->getOffset();
-            cook.each(
-                0,
-                [=](GEO_Point* p, float) { intAt(p, at) = note->addIndex(std::to_string(intAt(p, id) % 7).c_str()); },
-                amount);
-            break;
+            return each(0, [=, at = note->getOffset()](GEO_Point* p, float) {
+                intAt(p, at) = note->addIndex(std::to_string(intAt(p, id) % 7).c_str());
+            });
         }
         default: break;
         }
