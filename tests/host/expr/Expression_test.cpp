@@ -61,21 +61,20 @@ TEST_F(Expression, bindsAgainWhenNamesChangeAndCompilesOnlyForOtherValues) {
 }
 
 TEST_F(Expression, vectorEvaluation) {
-    const auto vectorOf = [&](const char* text) {
+    const std::pair<const char*, std::vector<double>> cases[] = {{"vector3($VX, 1, $T)", {3, 1, 4}},
+                                                                 {"vector4(1, 2, 3, $VX) * 2", {2, 4, 6, 6}},
+                                                                 {"$VX", {3, 3, 3}},
+                                                                 {"'a'", {0, 0, 0}},
+                                                                 {"vector3($NOPE, 1, 2)", {0, 0, 0}}};
+    for (const auto& [text, wanted] : cases) {
         EV_EXPRESSION expression(text, 3);
         ev_Vector v(1);
         const bool done = ev_EvaluateVector(expression, v, scope, 4, 0);
         EXPECT_EQ(done, EV_errNo(0) == 0) << text;
         EV_clearError(0);
-        std::vector<double> out;
-        for (int i = 0; i < v.size(); ++i) out.push_back(v[i]);
-        return out;
-    };
-    EXPECT_THAT(vectorOf("vector3($VX, 1, $T)"), ElementsAre(3, 1, 4));
-    EXPECT_THAT(vectorOf("vector4(1, 2, 3, $VX) * 2"), ElementsAre(2, 4, 6, 6));
-    EXPECT_THAT(vectorOf("$VX"), ElementsAre(3, 3, 3));
-    EXPECT_THAT(vectorOf("'a'"), ElementsAre(0, 0, 0));
-    EXPECT_THAT(vectorOf("vector3($NOPE, 1, 2)"), ElementsAre(0, 0, 0));
+        ASSERT_EQ(size_t(v.size()), wanted.size()) << text;
+        for (int i = 0; i < v.size(); ++i) EXPECT_EQ(v[i], wanted[size_t(i)]) << text;
+    }
 }
 
 TEST_F(Expression, analysisTellsWhatIsRead) {
