@@ -164,7 +164,14 @@ TEST(GeoLookup, SimulationDataIsFoundByItsPath) {
     EXPECT_EQ(first(l.get("/sim/ball", false, true)), UT_Vector3(2, 2, 10))
         << "the object's transform is ignored, its own not";
     EXPECT_EQ(l.get("/sim/ball/Position"), nullptr);
-    EXPECT_EQ(l.get("/sim/none"), nullptr);
+    for (const char* none : {"/sim", "/sim/none", "/sim/ball/Nothing", "/sim/ball/Geometry/x"})
+        EXPECT_EQ(l.get(none), nullptr) << none;
+    EXPECT_FALSE(DOPaddObject("/sim//ball/", ball)) << "it is there";
+    EXPECT_FALSE(DOPaddObject("sim/other", ball)) << "no path from the root";
+    OPgetDirector()->objManager()->destroyNode(&object("stage"));
+    EXPECT_EQ(first(l.get("/sim/ball")), UT_Vector3(2, 2, 10)) << "without its object, where it is itself";
+    EXPECT_TRUE(DOPremoveObject("/sim/ball"));
+    EXPECT_EQ(l.get("/sim/ball"), nullptr);
 }
 
 TEST(GeoLookup, PathMenus) {

@@ -1,8 +1,6 @@
 #include "host/expr/EV_Error.h"
 #include "host/expr/EV_Function.h"
 #include "host/node/ExampleNodes.h"
-#include "host/sim/DOP_FullPathData.h"
-#include "host/sim/SIM_Geometry.h"
 
 namespace {
 
@@ -203,32 +201,6 @@ TEST_F(Geometry, LongChainsThroughExpressionsEnd) {
     EXPECT_NE(messages(*geo->findChild("r500")).find("more than 1000 nodes in a row"), std::string::npos);
     EXPECT_TRUE(geo->findChild("r400")->cook(context));
     EXPECT_EQ(static_cast<RowSop*>(geo->findChild("r400"))->cookedDetail(context)->points().entries(), 2u);
-}
-
-// ---- simulation data
-
-TEST_F(Geometry, SimulationObjectsByPath) {
-    auto ball = std::make_shared<SIM_Object>();
-    auto shape = std::make_shared<SIM_Geometry>();
-    ball->setData("Geometry", shape);
-    ball->setObjectNode(box);
-    EXPECT_TRUE(DOPaddObject("/sim/ball", ball));
-    EXPECT_FALSE(DOPaddObject("/sim//ball/", ball));
-    EXPECT_FALSE(DOPaddObject("sim/ball", ball));
-
-    DOP_FullPathData found;
-    EXPECT_TRUE(DOPfindDataFromPath("/sim/ball/Geometry", found, 0, box, 0));
-    EXPECT_EQ(SIMcast<SIM_Geometry>(found.getData()), shape.get());
-    EXPECT_EQ(SIMcast<SIM_Object>(found.getData()), nullptr);
-    EXPECT_TRUE(DOPfindDataFromPath("../../sim/ball", found, 0, box, 0));
-    EXPECT_EQ(found.getObjectNode(), box);
-    OPgetDirector()->objManager()->destroyNode(box);
-    EXPECT_EQ(found.getObjectNode(), nullptr);
-    for (const char* path : {"", "/sim", "/sim/ball/Nothing", "/sim/ball/Geometry/x", "/"})
-        EXPECT_FALSE(DOPfindDataFromPath(path, found, 0, nullptr, 0)) << path;
-    EXPECT_EQ(found.getData(), nullptr);
-    EXPECT_TRUE(DOPremoveObject("/sim/ball"));
-    EXPECT_FALSE(DOPremoveObject("/sim/ball"));
 }
 
 } // namespace

@@ -154,6 +154,19 @@ TEST_F(Parameters, InstancesAreReadByNumber) {
     EXPECT_EQ(n->PARTS(), 0);
 }
 
+TEST_F(Parameters, SpareParametersKeepTheirOwnText) {
+    ExampleNode* n = node("n");
+    PRM_Template row;
+    row.token = "mine";
+    std::string text = "$AGE + 1";
+    row.defaults = {text.c_str()};
+    EXPECT_GE(n->parms().addSpare(row), 0);
+    text = "overwritten";
+    EXPECT_EQ(n->evalFloat("mine", 0, 0), 8);
+    row.token = "weight2";
+    EXPECT_EQ(n->parms().addSpare(row), -1);
+}
+
 TEST_F(Parameters, ErrorsNameTokenAndColumn) {
     const std::pair<const char*, const char*> cases[] = {
         {"$AGE + $AEG", "unknown variable $AEG at column 8; did you mean $AGE?"},

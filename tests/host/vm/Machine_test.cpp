@@ -115,23 +115,6 @@ TEST(Builder, valuesThatLiveTogetherHaveTheirOwnRegisters) {
     EXPECT_FALSE(b.finish(squares, program)) << "more registers than there are";
 }
 
-TEST(Builder, takesBackWhatWasWritten) {
-    VM_Builder b;
-    std::vector<Value> x, y;
-    b.emitHost({}, 1, x);
-    const Value before = b.emit(VM_Op::Neg, {x[0]});
-    const VM_Builder::Mark mark = b.mark();
-    b.emitHost({before}, 3, y);
-    b.emit(VM_Op::Sin, {y[2]});
-    b.rewind(mark);
-    VM_Program program;
-    ASSERT_TRUE(b.finish({b.emit(VM_Op::Add, {before, b.constant(1)})}, program));
-    EXPECT_EQ(program.sites.size(), 1u);
-    Host host;
-    host.input = {5};
-    EXPECT_EQ(oneByOne(program, host)[0], -4);
-}
-
 TEST(RegisterFrame, framesDoNotOverlapHoweverDeepOrLarge) {
     constexpr size_t sizes[] = {10, 3000, 3000, 100000, 7};
     for (int round = 0; round < 3; ++round) {
