@@ -77,34 +77,24 @@ TEST(Cook, ParticleListsRunBackwardsAndKnowPrimitivesByNumber) {
     net.start(a);
     auto* first = net.context().getPrimPart(&a);
     auto* second = net.context().getPrimPart(&b);
-    FLX_ParticleList list;
+    FLX_ParticleList list, moved, none;
     EXPECT_EQ(list.add(nullptr, &a), nullptr);
-    EXPECT_EQ(list.iterateInit(), nullptr);
     list.add(first, &a);
     list.add(second, &b);
     EXPECT_EQ(list.iterateInit(), second);
     EXPECT_EQ(list.iterateNext(), first);
     EXPECT_EQ(list.iterateNext(), nullptr);
-    list.merge(&list);
-    list.merge(nullptr);
-    EXPECT_EQ(list.entries(), 2);
 
     GU_Detail copy, empty;
     copy.duplicate(net.detail(), 1);
-    FLX_ParticleList moved;
     moved.copyNewGdp(list, &copy);
     EXPECT_EQ(numbers(moved), (std::vector<int>{0, 1})) << "each addition goes to the front";
     EXPECT_EQ(moved.find(second)->prim, copy.primitives()(1));
     moved.merge(&list);
     EXPECT_EQ(moved.entries(), 2) << "the same numbers are the same primitives";
-    FLX_ParticleList other;
-    other = moved;
-    moved.clear();
-    EXPECT_EQ(other.entries(), 2) << "a copy shares nothing";
-    moved.copyNewGdp(list, &empty);
-    EXPECT_TRUE(moved.isEmpty());
+    none.copyNewGdp(list, &empty);
+    EXPECT_TRUE(none.isEmpty());
     list.add(first, nullptr);
-    EXPECT_EQ(list.entries(), 3) << "additions are not checked";
     EXPECT_EQ(list.find(first)->owner, nullptr) << "the newest entry is found";
 }
 
@@ -148,9 +138,9 @@ TEST(Cook, TheSamePrimitiveTwiceIsAnErrorWhenAsked) {
 
     // The array form claims nothing.
     std::vector<FLX_ParticleList*> lists;
-    int count = -1;
     for (const int check : {0, 1}) {
-        b.work = [&lists, &count, check](Probe& self, OP_Context& context) {
+        b.work = [&lists, check](Probe& self, OP_Context& context) {
+            int count = -1;
             lists.clear();
             self.buildParticleListArray(lists, count, context, check);
         };
@@ -159,12 +149,6 @@ TEST(Cook, TheSamePrimitiveTwiceIsAnErrorWhenAsked) {
         EXPECT_EQ(b.error() >= UT_ERROR_ABORT, check == 1);
         EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &a);
     }
-    FLX_Node& taker = net.add("null", "taker", {&a});
-    Probe& late = Probe::add(net, "late", {&taker, nullptr, &a});
-    late.work = b.work;
-    net.start(late);
-    EXPECT_TRUE(lists.empty());
-    EXPECT_EQ(Network::messages(late), "error FLX 12: a");
 }
 
 TEST(Cook, BypassPassesTheInputOnAndAGeneratorItsOwnPrimitive) {
@@ -176,21 +160,14 @@ TEST(Cook, BypassPassesTheInputOnAndAGeneratorItsOwnPrimitive) {
     b.setBypass(true);
     birth.setBypass(true);
     net.start(all);
+    net.step(2);
     EXPECT_EQ(b.cooks, 0);
     EXPECT_EQ(numbers(*b.getParticleList()), (std::vector<int>{0}));
     EXPECT_EQ(net.context().getGenerator(birth.getParticleList()->entry(0).prim), &birth);
-    EXPECT_EQ(birth.getParticleList()->entry(0).prim->getVertexCount(), 0);
     EXPECT_EQ(all.getParticleList()->entries(), 2);
-    net.step(2);
     EXPECT_EQ(net.detail().primitives().entries(), 2u);
     EXPECT_EQ(net.particles(), 3);
     EXPECT_NE(info(net, b).find("FLX is bypassed"), std::string::npos);
-
-    Probe& alone = Probe::add(net, "alone");
-    alone.setBypass(true);
-    net.start(alone);
-    EXPECT_TRUE(alone.getParticleList()->isEmpty());
-    EXPECT_EQ(Network::messages(alone), "");
 }
 
 TEST(Cook, ADisplayOperatorThatGaveNothingIsWarnedAboutOnce) {
@@ -209,9 +186,6 @@ TEST(Cook, ADisplayOperatorThatGaveNothingIsWarnedAboutOnce) {
     EXPECT_EQ(Network::messages(other), "warning FLX 8: The display node gave no geometry");
     other.unwarnDisplayFlag();
     EXPECT_EQ(Network::messages(other), "");
-    other.unwarnDisplayFlag();
-    net.step();
-    EXPECT_EQ(other.errors().size(), 1u);
 
     net.context().displayNode = &a; // what is shown is what a saw, not what b makes of it
     b.work = [](Probe& self, OP_Context& context) {
@@ -226,57 +200,38 @@ TEST(Cook, ADisplayOperatorThatGaveNothingIsWarnedAboutOnce) {
     EXPECT_EQ(shown->points()(0)->getPos().x(), 0);
     EXPECT_EQ(net.position(0).x(), 5);
     EXPECT_EQ(net.detail().getChangeCount(), before) << "the particles themselves were not shown";
-    net.context().displayNode = nullptr;
-    net.step();
-    EXPECT_EQ(net.context().getDisplayDetail(), &net.detail());
-    EXPECT_GT(net.detail().getChangeCount(), before);
 }
 
-TEST(Cook, AGuideCookClaimsNothingAndRunsNoStep) {
+TEST(Cook, AGuideCookClaimsNothingAndTellsWhoseGuidesItFound) {
     Network net;
     Probe& a = Probe::addSource(net, "a", 2);
     Probe& b = Probe::add(net, "b", {&a});
     net.start(b);
-    net.setValue("v", 0, {1, 0, 0});
     net.step();
-    const std::string before = net.state();
-    const int cooks = b.cooks;
-    std::string label;
     b.work = [&](Probe& self, OP_Context& context) {
         self.buildParticleList(context, 0);
-        label = self.getCookTimerLabel(context);
         net.context().appendGuide(&self, self.guideHandle());
         net.context().appendGuide(nullptr, self.guideHandle());
     };
     OP_Context context(net.time());
     net.context().cookGuide(context);
-    EXPECT_EQ(b.cooks, cooks + 1);
-    EXPECT_EQ(label, "cookguide");
-    EXPECT_EQ(net.state(), before);
     EXPECT_EQ(net.context().getParticleList()->entry(0).owner, &b);
     EXPECT_EQ(net.context().guideOwners, (std::vector<int>{b.getUniqueId(), -1}));
     EXPECT_EQ(net.context().guideHandles.size(), 2u);
     net.step();
-    EXPECT_EQ(label, "cook");
     EXPECT_EQ(net.detail().getNotifyCode(), 7) << "guides came with it";
-    OP_Context without(0);
-    a.cook(without);
-    EXPECT_EQ(info(net, a), "") << "nothing happens without a context";
     net.context().cookNode = nullptr;
     net.context().cookGuide(context);
     EXPECT_EQ(net.context().isGuideOnly(), false) << "without a cook node nothing is done";
-}
 
-TEST(Cook, GuidesAreEmptiedBeforeACookThatWantsThem) {
-    Network net;
-    Probe& a = Probe::addSource(net, "a", 1);
-    net.start(a);
-    GU_Detail& guide = a.giveGuide();
+    net.context().cookNode = &b;
+    b.work = nullptr;
+    const GU_Detail& guide = b.giveGuide();
     for (const bool wanted : {false, true}) {
-        a.addAccelGuide(net.point(0), 3, 0, 4, 2, 1);
+        b.addAccelGuide(net.point(0), 3, 0, 4, 2, 1);
         net.context().guidesWanted = wanted;
         net.step();
-        EXPECT_EQ(guide.primitives().entries(), wanted ? 0u : 1u);
+        EXPECT_EQ(guide.primitives().entries(), wanted ? 0u : 1u) << "emptied before a cook that wants them";
     }
 }
 
@@ -296,7 +251,6 @@ TEST(Cook, TheStepComesBeforeTheCookWithTheTimeThatPassedOrAfterIt) {
     EXPECT_EQ(net.position(0).x(), dt) << "the interval that passed, not the one to come";
     EXPECT_EQ(context.timeStep, 0.5f);
     cook(0.25f);
-    EXPECT_EQ(net.position(0).x(), dt + 0.5f);
 
     context.setDoCookFirst(true);
     float seen = -1;
@@ -356,52 +310,34 @@ TEST(Cook, InfoTextsSayWhatTheNodeHolds) {
     Probe& b = Probe::add(net, "b", {&a});
     b.attribs = [](Probe& self, FLX_ContextData* context) { self.addMassAttrib(context); };
     net.start(b);
-    const std::string sep = OP_Node::OP_INFO_SEPARATOR_STRING;
-    const std::string head = "Primitive 0 (2 points)\nGenerated by /obj/fx/a";
-    const std::string attribs = sep + "Attributes:\n  v accel life pstate mass \n  ";
-    const std::string tail = sep + "\nCooked by test";
-    EXPECT_EQ(info(net, b), head + attribs + tail);
-
     UT_String event("bang");
     net.context().addEvent(event, 1);
     net.detail().pointGroups().newGroup("__hidden");
     net.detail().pointGroups().newGroup("some")->add(net.point(1));
-    net.detail().pointAttribs().append("heat", 4, GB_ATTRIB_FLOAT);
     net.step();
-    EXPECT_EQ(info(net, b), head + sep + "Events:\n  bang:1.000000 " + sep + "Point Groups:\n  1 points in some" +
-                                attribs + "heat " + tail);
+    const std::string sep = OP_Node::OP_INFO_SEPARATOR_STRING;
+    const std::string head = "Primitive 0 (2 points)\nGenerated by /obj/fx/a" + sep;
+    EXPECT_EQ(info(net, b), head + "Events:\n  bang:1.000000 " + sep + "Point Groups:\n  1 points in some" + sep +
+                                "Attributes:\n  v accel life pstate mass \n  " + sep + "\nCooked by test");
     for (int i = 0; i < 16; ++i) net.detail().pointGroups().newGroup("g" + std::to_string(i));
     net.step();
     const std::string text = info(net, b);
     EXPECT_NE(text.find("\n  0 points in g14\n  ..." + sep + "Attributes"), std::string::npos) << text;
 
+    b.work = [&](Probe& self, OP_Context& context) {
+        self.initParticleList(context, net.context().getPrimPart(&a));
+        auto* stray = static_cast<GEO_PrimParticle*>(net.detail().insertPrimitive(GEOPRIMPART));
+        self.addToParticleList(context, stray, -1); // to the front
+    };
+    net.step();
+    EXPECT_EQ(info(net, b), "Info unavailable until next cook") << "particles without a generator";
     net.context().infoEnabled = 0;
     net.step();
     EXPECT_EQ(info(net, b), "The info text can be enabled using the Edit/Preferences dialog.");
     net.context().infoEnabled = 1;
-    a.work = [](Probe& self, OP_Context&) { self.addError(FLX_ERR_GEOMETRY); };
+    b.work = [](Probe& self, OP_Context&) { self.addError(FLX_ERR_GEOMETRY); };
     net.step();
-    EXPECT_EQ(info(net, a), "");
-}
-
-TEST(Cook, InfoOfParticlesWithoutAGeneratorWaits) {
-    const std::string waits = "Info unavailable until next cook";
-    for (const bool first : {true, false}) {
-        Network net;
-        Probe& a = Probe::add(net, "a");
-        Probe& own = Probe::addSource(net, "own", 1);
-        a.work = [&](Probe& self, OP_Context& context) {
-            self.initParticleList(context, nullptr);
-            auto* stray = static_cast<GEO_PrimParticle*>(net.detail().insertPrimitive(GEOPRIMPART));
-            GEO_PrimParticle* known = net.context().getPrimPart(&own);
-            for (GEO_PrimParticle* prim : {first ? known : stray, first ? stray : known})
-                self.addToParticleList(context, prim, -1); // each to the front
-        };
-        net.start(a);
-        EXPECT_EQ(info(net, a), first ? waits
-                                      : "Primitive 1 (0 points)\nGenerated by /obj/fx/own" +
-                                            std::string(OP_Node::OP_INFO_SEPARATOR_STRING) + waits);
-    }
+    EXPECT_EQ(info(net, b), "");
 }
 
 TEST(Cook, MenusListWhatTheInputHolds) {
@@ -420,11 +356,9 @@ TEST(Cook, MenusListWhatTheInputHolds) {
     } menus[] = {{&FLX_Node::buildPointGroupMenu, &all, 10, "one three four "},
                  {&FLX_Node::buildPointGroupMenu, &fresh, 10, "one three four "},
                  {&FLX_Node::buildPointGroupMenu, &a, 10, ""},
-                 {&FLX_Node::buildPointGroupMenu, &net.object(), 10, ""},
                  {&FLX_Node::buildPointGroupMenu, &all, 3, "one three "},
                  {&FLX_Node::buildPointGroupMenu, &all, 1, ""},
                  {&FLX_Node::buildGeneratorMenu, &all, 10, "/obj/fx/birth /obj/fx/a "},
-                 {&FLX_Node::buildGeneratorMenu, &all, 2, "/obj/fx/birth "},
                  {&FLX_Node::buildGeneratorMenu, &a, 10, ""}};
     EXPECT_EQ(fresh.getPrevContextData(), &net.context()) << "its input was cooked by it";
     for (const auto& m : menus) EXPECT_EQ(menuOf(m.build, m.node, m.size), m.tokens) << m.node->getName() << m.size;
@@ -432,14 +366,12 @@ TEST(Cook, MenusListWhatTheInputHolds) {
 
 TEST(Cook, ActivationCountsAboveZero) {
     Network net;
-    FLX_Node& birth = net.addBirths(1);
-    FLX_Node& pull = net.add("force", "pull", {&birth});
+    FLX_Node& pull = net.add("force", "pull", {&net.addBirths(1)});
     pull.setFloat("force", 1, 1);
-    for (const auto& [value, active] : {std::pair{0.0, false}, {-1.0, false}, {1e-6, true}, {1.0, true}}) {
+    for (const auto& [value, active] : {std::pair{0.0, false}, {-1.0, false}, {1e-6, true}}) {
         pull.setFloat("activate", 0, value);
         net.start(pull);
-        ASSERT_EQ(net.particles(), 1);
+        ASSERT_EQ(net.particles(), 1) << "the particles pass either way";
         EXPECT_EQ(net.value("accel", 0, 1), active ? 1 : 0) << value;
-        EXPECT_EQ(pull.getParticleList()->entries(), 1) << "the particles pass either way";
     }
 }

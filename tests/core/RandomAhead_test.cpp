@@ -21,7 +21,10 @@ TEST(RandomAhead, IsTheSequenceOfTheContext) {
                 }
             }
             ASSERT_EQ(net.context().getRandomSeed(), model.seed) << "seed " << seed << " after " << n;
-            ASSERT_EQ(net.context().random(), model.random());
+            for (int i = 0; i < 100; ++i) {
+                ASSERT_EQ(net.context().random(), model.random());
+                ASSERT_EQ(net.context().randomSample(), model.sample());
+            }
         }
     }
 }

@@ -20,11 +20,9 @@ struct Bound {
     Probe& probe;
 
     Bound(const std::function<void(GU_Detail&, float)>& fill, int bits, std::initializer_list<FLX_Attrib> more = {},
-          UT_Vector3 at = {0, 0, 0}, const std::function<void(OBJ_Node&)>& place = {})
+          UT_Vector3 at = {0, 0, 0})
         : probe(Probe::addSource(net, "probe", 1)) {
         const std::string path = net.addGeometry("ground", fill);
-        auto* object = OPgetDirector()->objManager()->findChild("ground")->castToOBJNode();
-        if (place) place(*object);
         probe.attribs = [list = std::vector(more)](Probe&, FLX_ContextData* context) {
             for (const FLX_Attrib a : {FLX_Attrib::PosPath, FLX_Attrib::PosPrim, FLX_Attrib::PosUV})
                 context->addAttrib(a);
@@ -64,21 +62,6 @@ TEST(Surface, AStuckParticleGoesWhereItsPrimitiveGoes) {
     b.net.step();
     EXPECT_EQ(b.net.position(0), before) << "no such path";
     EXPECT_EQ(Network::messages(b.probe), "");
-}
-
-TEST(Surface, GeometryOfAnotherObjectIsBroughtIntoTheParticlesSpace) {
-    const auto flat = [](GU_Detail& detail, float) { quad(detail, 1, 0, 0); };
-    Bound b(flat, FLX_STUCK, {}, {0, 0, 0}, [](OBJ_Node& object) {
-        object.setFloat("t", 0, 10);
-        object.setFloat("r", 1, 90); // x goes to -z
-        object.setFloat("s", 0, 2);
-    });
-    b.net.object().setFloat("t", 1, 5);
-    b.net.setValue("posuv", 0, {0, 0}); // (-1, 0, -1) of the quad: scaled (-2, 0, -1), turned (-1, 0, 2)
-    b.net.step();
-    EXPECT_NEAR(b.net.position(0).x(), 9, 1e-5);
-    EXPECT_NEAR(b.net.position(0).y(), -5, 1e-5);
-    EXPECT_NEAR(b.net.position(0).z(), 2, 1e-5);
 }
 
 TEST(Surface, ASlidingParticleGoesDownASlopeWithoutFriction) {

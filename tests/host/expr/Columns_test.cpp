@@ -223,28 +223,22 @@ TEST(Columns, AreKeptForTheSameListOnly) {
     EXPECT_EQ(shelf.take(list).get(), first);
     const auto holder = shelf.take(list);
     EXPECT_NE(shelf.take(list).get(), first) << "they are in use";
-    const auto valueOf = [&](const EV_ColumnList& of, int result) {
-        const auto columns = shelf.take(of);
+    // The first and the second where $TY is 10, and $VX too or, when it is known, 4.
+    const auto valuesAt = [&](double t, bool known = false) {
+        EV_ColumnList later;
+        for (EV_EXPRESSION& expression : list.expressions)
+            later.add(expression, lanes, t, [known](int id, double& number) {
+                number = 4;
+                return known && id == 0 ? EV_ColumnList::Local::Number : EV_ColumnList::Local::Input;
+            });
+        const auto columns = shelf.take(later);
         for (size_t i = 0; i < columns->inputs().size(); ++i) *columns->input(i) = 10;
         columns->run(1);
-        return columns->isNumber(result) ? columns->number(result) : *columns->column(result);
+        return std::pair(columns->isNumber(0) ? columns->number(0) : *columns->column(0), *columns->column(1));
     };
     for (int round = 0; round < 2; ++round)
-        for (const double t : {1.0, 2.0, -0.0, 0.0, 5.0, 6.0}) {
-            EV_ColumnList later;
-            for (EV_EXPRESSION& expression : list.expressions) later.add(expression, lanes, t, Lanes::meaning);
-            EXPECT_EQ(valueOf(later, 0), 20);
-            EXPECT_EQ(valueOf(later, 1), 10 + t) << "another time, another number";
-        }
+        for (const double t : {1.0, 2.0, -0.0, 0.0, 5.0, 6.0}) EXPECT_EQ(valuesAt(t), std::pair(20.0, 10 + t));
     list.expressions[0].change("$VX * 3");
-    EV_ColumnList changed;
-    changed.add(list.expressions[0], lanes, 1, Lanes::meaning);
-    changed.add(list.expressions[1], lanes, 1, Lanes::meaning);
-    EXPECT_EQ(valueOf(changed, 0), 30);
-    EV_ColumnList known;
-    known.add(list.expressions[0], lanes, 1, [](int, double& number) {
-        number = 4;
-        return EV_ColumnList::Local::Number;
-    });
-    EXPECT_EQ(valueOf(known, 0), 12) << "an input became a number";
+    EXPECT_EQ(valuesAt(1), std::pair(30.0, 11.0));
+    EXPECT_EQ(valuesAt(1, true), std::pair(12.0, 11.0)) << "an input became a number";
 }

@@ -38,9 +38,7 @@ TEST_F(StringExpand, computesItsParts) {
         EXPECT_EQ(expand(text), wanted);
         EXPECT_EQ(error, "") << text;
     }
-    EXPECT_TRUE(EV_StringExpand("a \\$ID").isPlain());
     EXPECT_EQ(EV_StringExpand("a \\$ID").plain(), "a $ID");
-    EXPECT_FALSE(EV_StringExpand("a $ID").isPlain());
 }
 
 TEST_F(StringExpand, errorsKeepTheText) {
@@ -81,16 +79,6 @@ TEST_F(StringExpand, analysis) {
     EXPECT_TRUE(all.conditional && !all.constant && !all.canFail);
     EXPECT_TRUE(EV_StringExpand("a`1 + 2`").analysis(scope).constant);
     EXPECT_TRUE(EV_StringExpand("a`1 + `").analysis(scope).canFail);
-}
-
-TEST(Number, toInt) {
-    // clang-format off
-    const std::pair<double, int> cases[] = {
-        {1.9, 1}, {-1.9, -1}, {2147483647.5, 2147483647}, {1e300, 2147483647}, {-1e300, INT32_MIN},
-        {-2147483648.5, INT32_MIN}, {-0.5, 0}, {NAN, 0}, {INFINITY, 2147483647},
-    };
-    // clang-format on
-    for (const auto& [value, wanted] : cases) EXPECT_EQ(EV_toInt(value), wanted);
 }
 
 TEST(Number, text) {

@@ -53,24 +53,17 @@ struct Outcome {
     std::string error;
 };
 
-inline void takeError(Outcome& out) {
+inline Outcome evaluate(const std::string& text, EV_Scope& scope, double t = 0, bool asString = false) {
+    EV_EXPRESSION expression(text);
+    Outcome out;
+    if (asString)
+        out.text = ev_EvaluateString(expression, scope, t, 0);
+    else
+        out.number = ev_EvaluateFloat(expression, scope, t, 0);
     out.errNo = EV_errNo(0);
     out.error = EV_errText(0);
     EV_clearError(0);
-}
-
-inline Outcome evaluate(const std::string& text, EV_Scope& scope, double t = 0) {
-    EV_EXPRESSION expression(text);
-    Outcome out;
-    out.number = ev_EvaluateFloat(expression, scope, t, 0);
-    takeError(out);
     return out;
 }
 
-inline Outcome evaluateString(const std::string& text, EV_Scope& scope, double t = 0) {
-    EV_EXPRESSION expression(text);
-    Outcome out;
-    out.text = ev_EvaluateString(expression, scope, t, 0);
-    takeError(out);
-    return out;
-}
+inline Outcome evaluateString(const std::string& text, EV_Scope& scope) { return evaluate(text, scope, 0, true); }

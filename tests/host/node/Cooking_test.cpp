@@ -28,30 +28,27 @@ TEST_F(Cooking, OncePerPassAndData) {
 
 TEST_F(Cooking, OutsideAPassOnlyWhenOutOfDate) {
     ExampleNode *a = node("a"), *b = node("b", {a});
-    OP_Context at0(0), at1(1);
-    b->cook(at0);
-    b->cook(at1);
-    EXPECT_EQ(a->works, 1);
+    const auto worksAfter = [&](std::initializer_list<float> times) {
+        a->works = b->works = 0;
+        for (const float t : times) {
+            OP_Context context(t);
+            b->cook(context);
+        }
+        return std::pair(a->works, b->works);
+    };
+    EXPECT_EQ(worksAfter({0, 1}), std::pair(1, 1));
     a->setFloat("scale", 0, 2);
-    b->cook(at1);
-    EXPECT_EQ(a->works, 2);
+    EXPECT_EQ(worksAfter({1, 1}), std::pair(1, 1));
     // What an input reads of the time counts for those below it.
     a->work = [](ExampleNode& self, OP_Context& context) { self.FORCE.z(context.getTime()); };
     a->setFloat("scale", 0, 3);
-    b->cook(at1);
-    b->cook(at1);
-    EXPECT_EQ(a->works, 3);
+    EXPECT_EQ(worksAfter({1, 1, 0}), std::pair(2, 2));
     EXPECT_TRUE(b->flags().timeDependent);
-    b->cook(at0);
-    EXPECT_EQ(a->works, 4);
     a->work = nullptr;
     a->setFloat("scale", 0, 4);
-    b->cook(at0);
+    EXPECT_EQ(worksAfter({0, 1}), std::pair(1, 1));
     b->flags().recook = true; // at any other time
-    b->cook(at1);
-    b->cook(at1);
-    EXPECT_EQ(b->works, 6);
-    EXPECT_EQ(a->works, 5);
+    EXPECT_EQ(worksAfter({1, 1, 0}), std::pair(0, 2));
 }
 
 TEST_F(Cooking, FailuresTravelDownWithTheirPath) {
@@ -108,7 +105,7 @@ TEST_F(Cooking, CyclesAreErrorsOfEveryNodeInThem) {
     EXPECT_TRUE(a->cook(context));
 }
 
-TEST_F(Cooking, ManyForksAndLongChainsEnd) {
+TEST_F(Cooking, ManyForksEnd) {
     std::vector<ExampleNode*> forks{node("fork0")};
     forks[0]->flags().impure = true;
     forks[0]->work = [](ExampleNode& self, OP_Context&) { self.noteImpureRead(); };
@@ -121,16 +118,6 @@ TEST_F(Cooking, ManyForksAndLongChainsEnd) {
     EXPECT_EQ(forks[0]->works, 1);
     EXPECT_TRUE(forks.back()->cook(context)); // impure: cooks at every request, once in it
     EXPECT_EQ(forks[0]->works, 2);
-
-    ExampleNode *first = node("chain0"), *last = first;
-    for (int i = 1; i < 20000; ++i) last = node("chain" + std::to_string(i), {last});
-    EXPECT_FALSE(last->cook(context));
-    EXPECT_EQ(messages(*last), "error OP 3: /obj/box/chain19998\n");
-    EXPECT_NE(messages(*box->findChild("chain18999")).find("error OP 7: /obj/box/chain18999: more than 1000 nodes"),
-              std::string::npos);
-    const uint32_t serial = last->getChangeSerial();
-    first->setFloat("scale", 0, 2);
-    EXPECT_EQ(last->getChangeSerial(), serial + 1);
 }
 
 TEST_F(Cooking, ModificationsVisitADiamondOnce) {

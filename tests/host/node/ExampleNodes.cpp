@@ -23,10 +23,6 @@ UT_ErrorSeverity ExampleNode::cookMe(OP_Context& context) {
     if (lockInputs(context) >= UT_ERROR_ABORT) return error();
     ++works;
     if (work) work(*this, context);
-    if (OP_Node* out = getRenderNodePtr()) {
-        addExtraInput(out, OP_INTEREST_DATA);
-        if (!out->cook(context)) UTaddError("OP", OP_ERR_CHILD_FAILED, out->getName().c_str());
-    }
     return error();
 }
 

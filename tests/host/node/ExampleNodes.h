@@ -40,14 +40,7 @@ public:
     Text      GROUP   {this, {"group", "Group"}, "all", enable::on("on") && enable::is("mode", {0, 2})};
     Folders   KIND    {this, {{"A", 0}, {"B", 0}}, {"kind", ""}, true};
     Multi     PARTS   {this, {"parts", "Parts"}, 2, instanceRows()};
-    Button    PRESS   {this, {"press", "Press"}, &pressed};
     // clang-format on
-
-    int presses = 0;
-    static int pressed(OP_Node* node, int index, float) {
-        static_cast<ExampleNode*>(node)->presses += index;
-        return 1;
-    }
 
     // What a cook does after its inputs, and how often it got there.
     std::function<void(ExampleNode&, OP_Context&)> work;

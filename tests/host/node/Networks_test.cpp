@@ -20,16 +20,13 @@ TEST_F(Networks, ChangesReachThroughIndirectInputsOfTwoLevels) {
     const uint32_t serial = below->getChangeSerial();
     outer->setInput(2, source);
     EXPECT_EQ(leaf->getInput(0), source);
-    EXPECT_EQ(inner->nInputs(), 2);
+    OP_Context context(0);
+    EXPECT_TRUE(below->cook(context));
     source->setFloat("scale", 0, 2);
     EXPECT_EQ(below->getChangeSerial(), serial + 2);
     outer->setInput(0, other); // not the input they stand for
     other->setFloat("scale", 0, 3);
     EXPECT_EQ(below->getChangeSerial(), serial + 2);
-
-    OP_Context context(0);
-    EXPECT_TRUE(below->cook(context));
-    source->setFloat("scale", 0, 4);
     EXPECT_TRUE(below->cook(context));
     EXPECT_EQ(source->works, 2);
     outer->setInput(2, nullptr);
@@ -39,47 +36,20 @@ TEST_F(Networks, ChangesReachThroughIndirectInputsOfTwoLevels) {
     EXPECT_EQ(leaf->getInput(0), nullptr);
 }
 
-TEST_F(Networks, ASubNetworkFollowsItsOutput) {
-    ExampleNode *net = node("net"), *after = node("after", {net});
-    auto* a = static_cast<ExampleNode*>(add(net, "example", "a"));
-    auto* b = static_cast<ExampleNode*>(add(net, "example", "b"));
-    b->setInput(0, a);
-    b->setRender(true);
-    OP_Context context(0);
-    after->cook(context);
-    a->setFloat("scale", 0, 2);
-    EXPECT_TRUE(after->cook(context));
-    EXPECT_EQ(a->works, 2);
-    a->setRender(true);
-    EXPECT_FALSE(b->flags().render);
-    EXPECT_TRUE(after->flags().changed);
-    after->cook(context);
-    b->setFloat("scale", 0, 2);
-    EXPECT_FALSE(after->flags().changed);
-    net->destroyNode(a);
-    EXPECT_TRUE(after->flags().changed);
-    EXPECT_EQ(net->getRenderNodePtr(), nullptr);
-    EXPECT_TRUE(net->extraInputs().empty());
-}
-
 TEST_F(Networks, NodesThatCannotBeMade) {
     node("taken");
     const struct {
         const char *type, *name, *message;
     } cases[] = {
         {"exmaple", "x", "unknown node type \"exmaple\" in /obj/box; did you mean \"example\"?"},
-        {"zzz", "x", "unknown node type \"zzz\" in /obj/box"},
         {"example", "taken", "/obj/box already has a node named \"taken\""},
-        {"example", "", "\"\" in /obj/box is no node name: letters, digits and _ only, no digit first"},
         {"example", "1a", "\"1a\" in /obj/box is no node name: letters, digits and _ only, no digit first"},
-        {"example", "a/b", "\"a/b\" in /obj/box is no node name: letters, digits and _ only, no digit first"},
     };
+    std::string error;
     for (const auto& c : cases) {
-        std::string error;
         EXPECT_EQ(box->createNode(c.type, c.name, error), nullptr);
         EXPECT_EQ(error, c.message);
     }
-    std::string error;
     EXPECT_EQ(OPgetDirector()->createNode("x", "y", error), nullptr);
     EXPECT_EQ(error, "/ cannot hold nodes");
 
@@ -155,13 +125,9 @@ TEST_F(Networks, DefinitionsMakeOperators) {
     std::string defaultText = "$F * 2", error;
     row.defaults = {defaultText.c_str()};
     definition.parms.rows = {row};
-    definition.build = [](OP_Network& instance, std::string& why) {
-        return instance.createNode("example", "in", why) && instance.createNode("example", "out", why);
-    };
     ASSERT_NE(table.addDefinition(definition, error), nullptr) << error;
     defaultText = "overwritten";
     auto* made = static_cast<ExampleNode*>(add(box, "pair", "p"));
-    EXPECT_EQ(made->getNchildren(), 2);
     EXPECT_EQ(made->evalFloat("extra", 0, 1), 50);
     EXPECT_EQ(made->SCALE(0), 1);
 
@@ -171,10 +137,6 @@ TEST_F(Networks, DefinitionsMakeOperators) {
     definition.parms.rows[0].token = "scale";
     EXPECT_EQ(table.addDefinition(definition, error), nullptr);
     EXPECT_EQ(error, "twice: parameter \"scale\" exists twice");
-    definition.name = "no name";
-    EXPECT_EQ(table.addDefinition(definition, error), nullptr);
-    definition.name = "upside", definition.minInputs = 3, definition.maxInputs = 1;
-    EXPECT_EQ(table.addDefinition(definition, error), nullptr);
 
     loop.name = "loop";
     loop.build = [](OP_Network& instance, std::string& why) {
